@@ -1,0 +1,186 @@
+// The fastest service there can be: it accepts one connection after the other and answers registrations,
+// checkins and checkouts as soon as their bytes have arrived, or a set time later. Nothing is remembered.
+#pragma once
+
+#include <asio.hpp>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "wirova/Frame.h"
+#include "wirova/messages/BaseMessages.h"
+#include "wirova/messages/SessionMessages.h"
+
+namespace Bench {
+
+class AtOnceService {
+public:
+    explicit AtOnceService(std::chrono::microseconds delay = {})
+        : m_delay(delay), m_acceptor(m_context, {asio::ip::address_v4::loopback(), 0}), m_thread([this] { Accept(); })
+    {
+    }
+    ~AtOnceService()
+    {
+        m_bEnd = true;
+        asio::error_code ignored;
+        asio::ip::tcp::socket poke(m_context);  // wakes the accept
+        poke.connect({asio::ip::address_v4::loopback(), Port()}, ignored);
+        m_thread.join();
+    }
+    AtOnceService(const AtOnceService&) = delete;
+    AtOnceService& operator=(const AtOnceService&) = delete;
+
+    unsigned short Port() const { return m_acceptor.local_endpoint().port(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    // Answers that are not due yet, and the thread that writes them when they are.
+    class DelayedWriter {
+    public:
+        DelayedWriter(asio::ip::tcp::socket& socket) : m_socket(socket), m_thread([this] { Run(); }) {}
+        ~DelayedWriter()
+        {
+            {
+                const std::lock_guard lock(m_mutex);
+                m_bEnd = true;
+            }
+            m_cond.notify_one();
+            m_thread.join();
+        }
+        void Add(Clock::time_point due, std::string strBytes)
+        {
+            {
+                const std::lock_guard lock(m_mutex);
+                m_waiting.emplace_back(due, std::move(strBytes));
+            }
+            m_cond.notify_one();
+        }
+
+    private:
+        void Run()
+        {
+            std::unique_lock lock(m_mutex);
+            while (!m_bEnd) {
+                if (m_waiting.empty()) {
+                    m_cond.wait(lock);
+                } else if (const auto due = m_waiting.front().first; due > Clock::now()) {
+                    m_cond.wait_until(lock, due);
+                } else {
+                    const std::string strBytes = std::move(m_waiting.front().second);
+                    m_waiting.pop_front();
+                    lock.unlock();
+                    asio::error_code ignored;
+                    asio::write(m_socket, asio::buffer(strBytes), ignored);
+                    lock.lock();
+                }
+            }
+        }
+
+        asio::ip::tcp::socket& m_socket;
+        std::mutex m_mutex;
+        std::condition_variable m_cond;
+        std::deque<std::pair<Clock::time_point, std::string>> m_waiting;
+        bool m_bEnd = false;
+        std::thread m_thread;
+    };
+
+    void Accept()
+    {
+        for (;;) {
+            asio::ip::tcp::socket socket(m_context);
+            asio::error_code error;
+            m_acceptor.accept(socket, error);
+            if (m_bEnd || error)
+                return;
+            socket.set_option(asio::ip::tcp::no_delay(true));
+            Serve(socket);
+        }
+    }
+
+    void Serve(asio::ip::tcp::socket& socket)
+    {
+        DelayedWriter writer(socket);
+        std::string strIn;
+        char szBuffer[65536];
+        asio::error_code error;
+        while (const std::size_t n = socket.read_some(asio::buffer(szBuffer), error)) {
+            strIn.append(szBuffer, n);
+            const std::string strOut = AnswerAll(strIn);
+            if (strOut.empty())
+                continue;
+            if (m_delay.count() > 0)
+                writer.Add(Clock::now() + m_delay, strOut);
+            else
+                asio::write(socket, asio::buffer(strOut), error);
+        }
+    }
+
+    // Takes whole frames off the front and returns the answers to them.
+    static std::string AnswerAll(std::string& strIn)
+    {
+        std::string strOut;
+        std::size_t nDone = 0;
+        Strova::_THandle* const pStream = Strova::CreateHandle();
+        while (strIn.size() - nDone >= 8) {
+            unsigned char length[4], id[4];
+            std::copy_n(strIn.data() + nDone, 4, reinterpret_cast<char*>(length));
+            std::copy_n(strIn.data() + nDone + 4, 4, reinterpret_cast<char*>(id));
+            const auto nLength = static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(length));
+            if (strIn.size() - nDone - 4 < nLength)
+                break;
+            Strova::Write(pStream, strIn.data() + nDone + 4, static_cast<int>(nLength));
+            Answer(pStream, Wirova::GetBigEndian<Wirova::int32>(id), strOut);
+            Strova::RemoveLeft(pStream, Strova::GetLength(pStream));
+            nDone += 4 + nLength;
+        }
+        Strova::DestroyHandle(pStream);
+        strIn.erase(0, nDone);
+        return strOut;
+    }
+
+    static void Answer(Strova::_THandle* pStream, Wirova::int32 nMsgID, std::string& strOut)
+    {
+        if (nMsgID == XC2S_VelkarConnectReq::kMsgID) {
+            Append(XS2C_VelkarConnectAns(), strOut);
+        } else if (nMsgID == XC2S_CheckInReq::kMsgID) {
+            XC2S_CheckInReq req;
+            XS2C_CheckInAns ans;
+            req.Load(pStream);
+            ans.nReqID = req.nReqID;
+            ans.strUserID = req.strUserID;
+            ans.strUserIP = req.strUserIP;
+            ans.strSeqNo = "1";
+            Append(ans, strOut);
+        } else if (nMsgID == XC2S_CheckOutReq::kMsgID) {
+            XC2S_CheckOutReq req;
+            XS2C_CheckOutAns ans;
+            req.Load(pStream);
+            ans.nReqID = req.nReqID;
+            ans.bSuccess = true;
+            Append(ans, strOut);
+        }
+    }
+
+    static void Append(const Wirova::IMessage& msg, std::string& strOut)
+    {
+        Strova::_THandle* const pStream = Strova::CreateHandle();
+        Wirova::WriteFrame(pStream, msg);
+        const auto nOld = strOut.size();
+        strOut.resize(nOld + static_cast<std::size_t>(Strova::GetLength(pStream)));
+        Strova::Read(pStream, strOut.data() + nOld, Strova::GetLength(pStream));
+        Strova::DestroyHandle(pStream);
+    }
+
+    const std::chrono::microseconds m_delay;
+    std::atomic<bool> m_bEnd{false};
+    asio::io_context m_context;
+    asio::ip::tcp::acceptor m_acceptor;
+    std::thread m_thread;
+};
+
+}  // namespace Bench

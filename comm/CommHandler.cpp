@@ -1,0 +1,205 @@
+// Start, stop and the comm thread.
+#include "comm/CommHandler.h"
+
+#include <cstdio>
+
+#include "comm/Cycle.h"
+#include "comm/FirstConnectWait.h"
+#include "config/ConfigReader.h"
+#include "connector/Logger.h"
+#include "connector/ModuleFlags.h"
+#include "platform/Host.h"
+#include "platform/Platova.h"
+
+using Kernova::XTL::ScopedLock;
+using Kernova::XTL::Singleton;
+
+namespace {
+
+constexpr int kConnectTimeout = 5000;      // milliseconds
+constexpr unsigned int kFirstIdle = 50;    // milliseconds, while the first connection is pending
+constexpr unsigned int kStopPoll = 50;     // milliseconds
+
+int LastError() { return static_cast<int>(Platova::GetLastError()); }
+
+}  // namespace
+
+bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks)
+{
+    SetLastErrorText({});
+    {
+        const ScopedLock lock(m_lockSettings);
+        CopyText(m_id.GID, FieldText(id.GID));
+        CopyText(m_id.SID, FieldText(id.SID));
+        CopyText(m_id.WID, FieldText(id.WID));
+    }
+    SetCallbacks(callbacks);
+    Singleton<CFirstConnectWait>::Instance().Open();
+    if (!CreateConnector() || !SetConnectorCallbacks() || !ConnectFirst())
+        return false;
+    m_bRunning.store(true);
+    if (!Thread::Start()) {
+        m_bRunning.store(false);
+        StartFailed("[Comm Handler] Failed to start a comm thread.");
+        return false;
+    }
+    return true;
+}
+
+bool CCommHandler::CreateConnector()
+{
+    m_pPool = Kernova::ThreadPool::CreateHandle(2 * std::size_t{Platova::GetProcessorCount()});
+    if (m_pPool != nullptr)
+        m_pConnector.store(Netrova::Connector::CreateHandle(m_pPool));
+    if (m_pPool == nullptr || m_pConnector.load() == nullptr) {
+        Log::ErrorFmt("[Comm Handler] Failed to create a thread pool or connector. [Error code: %d]", LastError());
+        SetLastErrorText("[Comm Handler] Failed to create a thread pool or connector.");
+        return false;
+    }
+    m_gateConnector.Open();
+    return true;
+}
+
+bool CCommHandler::SetConnectorCallbacks()
+{
+    using namespace Netrova::Connector;
+    auto* const p = m_pConnector.load();
+    if (SetOnConnected(p, &CCommHandler::OnConnected, nullptr) &&
+        SetOnDisconnected(p, &CCommHandler::OnDisconnected, nullptr) &&
+        SetOnTimeout(p, &CCommHandler::OnTimeout, nullptr) &&
+        SetOnReceived(p, &CCommHandler::OnReceived, nullptr))
+        return true;
+    Log::ErrorFmt("[Comm Handler] Failed to set callback functions for socket operations. [Error code: %d]",
+                  LastError());
+    SetLastErrorText("[Comm Handler] Failed to set callback functions for socket operations.");
+    return false;
+}
+
+bool CCommHandler::Connect()
+{
+    auto& wait = Singleton<CFirstConnectWait>::Instance();
+    const auto& config = Singleton<CConfigReader>::Instance();
+    wait.ExpectAnswer();
+    if (Netrova::Connector::Connect(m_pConnector.load(), config.GetServerIP().c_str(),
+                                    static_cast<unsigned short>(config.GetServerPort()), kConnectTimeout))
+        return true;
+    wait.ForgetAnswer();
+    return false;
+}
+
+bool CCommHandler::ConnectFirst()
+{
+    const auto& config = Singleton<CConfigReader>::Instance();
+    const std::string strServerIP = config.GetServerIP();
+    const int nServerPort = config.GetServerPort();
+    if (Connect())
+        return true;
+    char szWhere[256];
+    std::snprintf(szWhere, sizeof(szWhere), "IP: %s, Port: %d, ErrorCode: %d", strServerIP.c_str(), nServerPort,
+                  LastError());
+    SetLastErrorText(std::string("[Comm Handler] Failed to connect to Velkar server. ") + szWhere);
+    Log::ErrorFmt("%s", GetLastErrorText().c_str());
+    return false;
+}
+
+void CCommHandler::StartFailed(const char* pszError)
+{
+    Log::Error(pszError);
+    SetLastErrorText(pszError);
+}
+
+void CCommHandler::Stop()
+{
+    BeingTerminatedFlag().Set(true);
+    SetCallbacks({});
+    Singleton<CFirstConnectWait>::Instance().Cancel();
+    Log::Debug("[Comm Handler] Session thread stop.");
+    m_bStop.store(true);
+    m_wakeHeartbeat.Set();
+    m_wakeReconnect.Set();
+    Thread::Stop();
+    while (m_bRunning.load())
+        Host::Sleep(kStopPoll);
+    m_gateConnector.CloseAndWait();
+    Netrova::Connector::DestroyHandle(m_pConnector.exchange(nullptr));
+    Kernova::ThreadPool::DestroyHandle(m_pPool);
+    m_pPool = nullptr;
+    m_wakeHeartbeat.Reset();
+    m_wakeReconnect.Reset();
+    m_bRunning.store(false);
+    m_bStop.store(false);
+    m_bConnected.store(false);
+    m_bFirstConnect.store(false);
+    SetCallbacks({});
+}
+
+void CCommHandler::Execute()
+{
+    try {
+        Log::Info("[Comm Handler] Session manager thread start.");
+        while (!Terminated()) {
+            if (m_bConnected.load()) {
+                BeatHeart();
+            } else if (m_bFirstConnect.load()) {
+                Kernova::Threading::AutoResetEvent never(false);
+                never.Wait(kFirstIdle);
+            } else {
+                Reconnect();
+            }
+        }
+    } catch (...) {
+        Log::Error("[Comm Handler] There is an exception in CommHandler Execute func.");
+    }
+    m_bRunning.store(false);
+}
+
+void CCommHandler::BeatHeart()
+{
+    if (SendMessage<XC2S_Heartbeat>())
+        Log::Debug("[Comm Handler] Success to send a 'XC2S_Heartbeat' msg.");
+    else
+        Log::Error("[Comm Handler] Failed to send a 'XC2S_Heartbeat' msg.");
+    m_wakeHeartbeat.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetHeartbeatCycle()));
+    ResetWake(m_wakeHeartbeat);
+}
+
+void CCommHandler::Reconnect()
+{
+    m_wakeReconnect.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetReconnectCycle()));
+    if (m_bConnected.load() || m_bStop.load())
+        return;
+    ResetWake(m_wakeReconnect);
+    Log::Info("[Comm Handler] Reconnection to Velkar server.");
+    if (!Connect())
+        return;
+    auto& wait = Singleton<CFirstConnectWait>::Instance();
+    wait.WaitForConnectAnswer();
+    if (wait.GetConnectResult() != 0)
+        CloseActiveLink();
+}
+
+void CCommHandler::ResetWake(Kernova::Threading::ManualResetEvent& event)
+{
+    // Stop raises its flag first and sets the events second, so one of the two is seen here.
+    event.Reset();
+    if (m_bStop.load())
+        event.Set();
+}
+
+std::string CCommHandler::GetLastErrorText() const
+{
+    const ScopedLock lock(m_lockSettings);
+    return m_strLastError;
+}
+
+void CCommHandler::SetLastErrorText(std::string str)
+{
+    const ScopedLock lock(m_lockSettings);
+    m_strLastError = std::move(str);
+}
+
+void CCommHandler::SetCallbacks(const _CONNECTOR_CALLBACKS& callbacks)
+{
+    const ScopedLock lock(m_lockSettings);
+    m_callbacks = callbacks;
+}

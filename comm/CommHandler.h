@@ -1,0 +1,97 @@
+// The one connection to the service: its start and stop, its timing, its senders.
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "comm/Builders.h"
+#include "connector/VelkarConnector.h"
+#include "platform/Kernova.h"
+#include "platform/KernovaXtl.h"
+#include "platform/Netrova.h"
+#include "wirova/Frame.h"
+#include "wirova/WirovaBase.h"
+
+// A process-wide object. Its own thread, the comm thread, only keeps the time: it sends heartbeats while
+// connected and reconnects while not. Everything is read on the pool's threads.
+class CCommHandler final : public Kernova::Threading::Thread {
+public:
+    // Makes the pool and the connector, connects, and starts the threads. False with the reason in
+    // GetLastErrorText; Stop then takes down what had been started.
+    bool Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks);
+    // Ends everything that Start began, from any state, and raises the being-terminated flag. Waits for
+    // a callback of the game that is running. Not from inside a callback.
+    void Stop();
+    void Execute() override;
+
+    // Given to the connector; each runs on a pool thread.
+    static void OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void* pContext);
+    static void OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void* pContext);
+    static void OnTimeout(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void* pContext);
+    static void OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void* pContext);
+
+    std::string GetLastErrorText() const;
+
+    // The game's callback of one slot, null if the game gave none or the library is stopping:
+    // GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>().
+    template <auto pfnSlot>
+    auto GetCallback() const
+    {
+        const Kernova::XTL::ScopedLock lock(m_lockSettings);
+        return m_callbacks.*pfnSlot;
+    }
+
+    // Sends one message of class M, filled by its Build overload from the arguments. True when it has
+    // been handed to the link or there was nothing to send. Never waits for the service.
+    template <class M, class... Args>
+    bool SendMessage(const Args&... args)
+    {
+        auto build = [&](Wirova::Stream* pStream) {
+            M msg;
+            const Built built = Build(msg, args...);
+            if (built == Built::Ready && !Wirova::WriteFrame(pStream, msg))
+                return Built::Failed;
+            return built;
+        };
+        return SendBuilt(
+            [](void* pBuild, Wirova::Stream* pStream) { return (*static_cast<decltype(build)*>(pBuild))(pStream); },
+            &build);
+    }
+
+    void CloseActiveLink();
+
+private:
+    using BuildFunction = Built (*)(void* pBuild, Wirova::Stream* pStream);
+    bool SendBuilt(BuildFunction pfnBuild, void* pBuild);
+    bool SendOnLink(BuildFunction pfnBuild, void* pBuild);
+
+    bool CreateConnector();
+    bool SetConnectorCallbacks();
+    bool ConnectFirst();
+    void StartFailed(const char* pszError);
+    bool Connect();
+    void BeatHeart();
+    void Reconnect();
+    bool Register();
+    // Clears a wake event, but never the one that Stop has set.
+    void ResetWake(Kernova::Threading::ManualResetEvent& event);
+    void SetCallbacks(const _CONNECTOR_CALLBACKS& callbacks);
+    void SetLastErrorText(std::string str);
+
+    std::atomic<bool> m_bRunning{false};      // from Start until the comm thread leaves its loop
+    std::atomic<bool> m_bStop{false};         // Stop has asked the comm thread to finish
+    std::atomic<bool> m_bConnected{false};    // between the connected and disconnected callbacks
+    std::atomic<bool> m_bFirstConnect{true};  // until the first connected callback of the process
+    std::atomic<bool> m_bHandlersRegistered{false};
+    std::atomic<Netrova::Connector::_THandle*> m_pConnector{nullptr};
+    Kernova::ThreadPool::_THandle* m_pPool = nullptr;
+    // Senders use the connector while Stop takes it away.
+    Kernova::XTL::UseGate m_gateConnector;
+    Kernova::Threading::ManualResetEvent m_wakeHeartbeat{false};
+    Kernova::Threading::ManualResetEvent m_wakeReconnect{false};
+    Wirova::CMsgHandlerTable m_table;  // written once, before the first answer can arrive
+    mutable Kernova::Threading::CriticalSection m_lockSettings{Kernova::XTL::kSpinCount};
+    _CONNECTOR_ID m_id GUARDED_BY(m_lockSettings){};
+    _CONNECTOR_CALLBACKS m_callbacks GUARDED_BY(m_lockSettings){};
+    std::string m_strLastError GUARDED_BY(m_lockSettings);
+};

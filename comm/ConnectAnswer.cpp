@@ -1,0 +1,51 @@
+// The service's answer to the registration of this connector.
+#include "comm/CommHandler.h"
+#include "comm/FirstConnectWait.h"
+#include "comm/Handlers.h"
+#include "connector/Logger.h"
+#include "platform/Platova.h"
+#include "session/FailedCheckOutVector.h"
+
+using Kernova::XTL::Singleton;
+
+namespace {
+
+// Lets the waiting thread go at the end of the handler, also on the way out of an exception.
+struct ConnectWaitReleaser {
+    ~ConnectWaitReleaser() { Singleton<CFirstConnectWait>::Instance().ReleaseConnectWait(); }
+};
+
+template <class M>
+bool SendList()
+{
+    if (Singleton<CCommHandler>::Instance().SendMessage<M>())
+        return true;
+    Log::ErrorFmt("[Comm Handler] Failed to send a '%s' msg. [Error code: %d]", M().GetMsgName(),
+                  static_cast<int>(Platova::GetLastError()));
+    return false;
+}
+
+void SendLists()
+{
+    if (SendList<XC2S_FailedCheckOutReq>()) {
+        auto& failed = Singleton<CFailedCheckOutVector>::Instance();
+        std::string strUsers;
+        if (failed.DumpFailedUsers(strUsers))
+            Log::Info(strUsers.c_str());
+        failed.ClearFailedUsers();
+    }
+    SendList<XC2S_UserListSyncReq>();
+}
+
+}  // namespace
+
+bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg)
+{
+    const ConnectWaitReleaser waitForFirstConnect;
+    auto& wait = Singleton<CFirstConnectWait>::Instance();
+    wait.SetConnectResult(msg.nResult);
+    wait.SetConnectMessage(msg.strMessage);
+    if (msg.nResult == 0)
+        SendLists();
+    return true;
+}

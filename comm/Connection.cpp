@@ -1,0 +1,165 @@
+// The connector's callbacks and the way out of every message.
+#include "comm/CommHandler.h"
+#include "comm/FrameLoop.h"
+#include "comm/HandlerTable.h"
+#include "connector/Logger.h"
+#include "platform/Platova.h"
+
+using Kernova::XTL::ScopedLock;
+using Kernova::XTL::Singleton;
+using Kernova::XTL::UseScope;
+
+namespace {
+
+constexpr int kRecvSize = 1024;     // bytes asked for at a time
+constexpr int kRecvsOutstanding = 2;
+
+int LastError() { return static_cast<int>(Platova::GetLastError()); }
+
+struct ActiveLinks {
+    explicit ActiveLinks(Netrova::Connector::_THandle* p)
+        : pConnector(p), pList(Netrova::Connector::LockActiveLinks(p))
+    {
+    }
+    ~ActiveLinks()
+    {
+        if (pList != nullptr)
+            Netrova::Connector::UnlockActiveLinks(pConnector);
+    }
+    ActiveLinks(const ActiveLinks&) = delete;
+    ActiveLinks& operator=(const ActiveLinks&) = delete;
+
+    Netrova::Connector::_THandle* const pConnector;
+    Netrova::ActiveLinkList::_THandle* const pList;
+};
+
+struct OutStream {
+    OutStream() : p(Strova::CreateHandle()) {}
+    ~OutStream()
+    {
+        if (p != nullptr)
+            Strova::DestroyHandle(p);
+    }
+    OutStream(const OutStream&) = delete;
+    OutStream& operator=(const OutStream&) = delete;
+
+    Strova::_THandle* const p;
+};
+
+}  // namespace
+
+void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
+{
+    auto& self = Singleton<CCommHandler>::Instance();
+    Log::Info("[Comm Handler] Velkar connector is connected to Velkar server.");
+    Netrova::Link::AddRef(pLink);
+    if (!self.Register()) {
+        Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]", LastError());
+        return;
+    }
+    for (int i = 0; i < kRecvsOutstanding; ++i)
+        Netrova::Link::Recv(pLink, kRecvSize);
+}
+
+// Takes the connection into use. The active links stay locked meanwhile, so that the registration is the
+// first message on the link, whoever is waiting to send.
+bool CCommHandler::Register()
+{
+    const UseScope use(m_gateConnector);
+    if (!use)
+        return false;
+    const ActiveLinks first(m_pConnector.load());
+    m_bConnected.store(true);
+    m_bFirstConnect.store(false);
+    ResetWake(m_wakeHeartbeat);
+    m_wakeReconnect.Set();
+    if (!m_bHandlersRegistered.exchange(true))
+        RegisterHandlers(m_table);
+    _CONNECTOR_ID id;
+    {
+        const ScopedLock lock(m_lockSettings);
+        id = m_id;
+    }
+    Log::InfoFmt("[Comm Handler] Add connector GID: %s, SID: %s, WID: %s", id.GID, id.SID, id.WID);
+    return SendMessage<XC2S_VelkarConnectReq>(id);
+}
+
+void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
+{
+    auto& self = Singleton<CCommHandler>::Instance();
+    Log::Info("[Comm Handler] Connection to Velkar server is disconnected.");
+    Netrova::Link::Release(pLink);
+    self.m_bConnected.store(false);
+    self.ResetWake(self.m_wakeReconnect);
+    self.m_wakeHeartbeat.Set();
+}
+
+void CCommHandler::OnTimeout(Netrova::Connector::_THandle*, Netrova::Link::_THandle*, void*) {}
+
+void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
+{
+    const auto& self = Singleton<CCommHandler>::Instance();
+    Log::Info("[Comm Handler] Msg from a Velkar server is received.");
+    Strova::_THandle* const pStream = Netrova::Link::LockReadStream(pLink);
+    if (pStream == nullptr) {
+        Log::ErrorFmt("[Comm Handler] Failed to get a recv stream. [Error code: %d]", LastError());
+        return;
+    }
+    const bool bGoOn = HandleFrames(self.m_table, pStream, pLink);
+    Netrova::Link::UnlockReadStream(pLink);
+    if (bGoOn) {
+        Netrova::Link::Recv(pLink, kRecvSize);
+        return;
+    }
+    Log::Error("[Comm Handler] The recv stream holds no msg of the protocol. The link is closed.");
+    Netrova::Link::Close(pLink);
+}
+
+void CCommHandler::CloseActiveLink()
+{
+    const UseScope use(m_gateConnector);
+    if (!use)
+        return;
+    const ActiveLinks links(m_pConnector.load());
+    if (links.pList == nullptr)
+        return;
+    if (Netrova::Link::_THandle* const pLink = Netrova::ActiveLinkList::GetLink(links.pList, 0))
+        Netrova::Link::Close(pLink);
+}
+
+bool CCommHandler::SendBuilt(BuildFunction pfnBuild, void* pBuild)
+{
+    const UseScope use(m_gateConnector);
+    if (!use || !m_bConnected.load()) {
+        Log::Error("[Comm Handler] Failed to send a request because connection is closed.");
+        return false;
+    }
+    return SendOnLink(pfnBuild, pBuild);
+}
+
+bool CCommHandler::SendOnLink(BuildFunction pfnBuild, void* pBuild)
+{
+    const ActiveLinks links(m_pConnector.load());
+    if (links.pList == nullptr) {
+        Log::ErrorFmt("[Comm Handler] Failed to get active link list for request. [Error code: %d]", LastError());
+        return false;
+    }
+    Netrova::Link::_THandle* const pLink = Netrova::ActiveLinkList::GetLink(links.pList, 0);
+    if (pLink == nullptr) {
+        Log::ErrorFmt("[Comm Handler] Failed to get an active link for request. [Error code: %d]", LastError());
+        return false;
+    }
+    const OutStream stream;
+    if (stream.p == nullptr) {
+        Log::ErrorFmt("[Comm Handler] Failed to make stream for request. [Error code: %d]", LastError());
+        return false;
+    }
+    const Built built = pfnBuild(pBuild, stream.p);
+    if (built != Built::Ready)
+        return built == Built::Nothing;
+    if (Netrova::Link::Send(pLink, Strova::GetXMemory(stream.p)) == -1) {
+        Log::ErrorFmt("[Comm Handler] Failed to send a request msg. [Error code: %d]", LastError());
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,98 @@
+#include "comm/FirstConnectWait.h"
+
+using Kernova::XTL::ScopedLock;
+
+namespace {
+constexpr unsigned int kAnswerTimeout = 5000;  // milliseconds
+constexpr unsigned int kLookAgain = 50;        // milliseconds
+}  // namespace
+
+void CFirstConnectWait::ExpectAnswer()
+{
+    const ScopedLock lock(m_lock);
+    m_bExpected = true;
+    m_bArmed = false;
+    m_armed.Reset();
+}
+
+void CFirstConnectWait::ForgetAnswer()
+{
+    const ScopedLock lock(m_lock);
+    m_bExpected = false;
+    m_armed.Set();
+}
+
+void CFirstConnectWait::WaitForConnectAnswer()
+{
+    {
+        const ScopedLock lock(m_lock);
+        m_answer = {-1, "Failed to add connector to Velkar server."};
+        m_answered.Reset();
+        m_bArmed = true;
+        m_armed.Set();
+        if (m_bCancelled)
+            m_answered.Set();
+    }
+    m_answered.Wait(kAnswerTimeout);
+    const ScopedLock lock(m_lock);
+    m_bArmed = false;
+    m_bExpected = false;
+}
+
+int CFirstConnectWait::GetConnectResult()
+{
+    const ScopedLock lock(m_lock);
+    return m_answer.nResult;
+}
+
+std::string CFirstConnectWait::GetConnectMessage()
+{
+    const ScopedLock lock(m_lock);
+    return m_answer.strMessage;
+}
+
+void CFirstConnectWait::SetConnectResult(int nResult)
+{
+    const ScopedLock lock(m_lock);
+    m_pending.nResult = nResult;
+}
+
+void CFirstConnectWait::SetConnectMessage(const std::string& strMessage)
+{
+    const ScopedLock lock(m_lock);
+    m_pending.strMessage = strMessage;
+}
+
+void CFirstConnectWait::ReleaseConnectWait()
+{
+    for (;;) {
+        {
+            const ScopedLock lock(m_lock);
+            if (!m_bExpected || m_bCancelled)
+                return;
+            if (m_bArmed) {
+                m_answer = m_pending;
+                m_bArmed = false;
+                m_bExpected = false;
+                m_answered.Set();
+                return;
+            }
+        }
+        m_armed.Wait(kLookAgain);
+    }
+}
+
+void CFirstConnectWait::Open()
+{
+    const ScopedLock lock(m_lock);
+    m_bCancelled = false;
+    m_bExpected = false;
+}
+
+void CFirstConnectWait::Cancel()
+{
+    const ScopedLock lock(m_lock);
+    m_bCancelled = true;
+    m_armed.Set();
+    m_answered.Set();
+}

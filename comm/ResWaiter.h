@@ -1,0 +1,89 @@
+// The rendezvous of a blocked caller and its answer. The waiter lives on the caller's stack; the map
+// holds a plain pointer to it from AddWaiter to RemoveWaiter.
+#pragma once
+
+#include <map>
+
+#include "platform/KernovaXtl.h"
+
+// What a waiter waits for: one address for each pair of answer message and response record.
+using AnswerTag = const void*;
+template <class Answer, class Response>
+AnswerTag TagOf()
+{
+    static constexpr char s_cTag = 0;
+    return &s_cTag;
+}
+
+struct _BASE_RESWAIT {
+    explicit _BASE_RESWAIT(AnswerTag tag) : tagAnswer(tag) {}
+
+    const AnswerTag tagAnswer;
+    int nReqID = 0;
+    Kernova::Threading::CriticalSection lock{Kernova::XTL::kSpinCount};  // guards stResponse; a leaf
+    Kernova::Threading::ManualResetEvent hEvent{false};  // set when the answer has been stored
+};
+
+template <class Response>
+struct ResponseWait : _BASE_RESWAIT {
+    using _BASE_RESWAIT::_BASE_RESWAIT;
+    Response stResponse GUARDED_BY(lock){};
+};
+
+// Any thread. The lock covers the map, and with it the life of every waiter that is found in it; inside it
+// the waiter's own lock covers the response. The caller takes its waiter's lock alone: no other caller is
+// in its way between its send and its wait.
+class CResWaiterMap {
+public:
+    // False when the library is being terminated.
+    bool AddWaiter(_BASE_RESWAIT* pWaiter);
+    void RemoveWaiter(int nReqID);
+
+    // Stores the answer and wakes the caller. False if nobody waits under that id for this answer: an
+    // answer of another message or record is treated as not asked for.
+    template <class Answer, class Response>
+    bool CompleteWaiter(int nReqID, const Response& response)
+    {
+        const Kernova::XTL::ScopedLock lock(m_lock);
+        const auto it = m_mapWaiters.find(nReqID);
+        if (it == m_mapWaiters.end() || it->second->tagAnswer != TagOf<Answer, Response>())
+            return false;
+        auto& waiter = *static_cast<ResponseWait<Response>*>(it->second);
+        const Kernova::XTL::ScopedLock lockWaiter(waiter.lock);
+        waiter.stResponse = response;
+        waiter.hEvent.Set();
+        return true;
+    }
+
+    std::size_t GetCount();  // waiters in flight
+
+private:
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    std::map<int, _BASE_RESWAIT*> m_mapWaiters GUARDED_BY(m_lock);
+};
+
+// The caller's two touches of its own waiter, while answers may be stored into it.
+template <class Response, class Change>
+void PresetResponse(ResponseWait<Response>& waiter, Change change)
+{
+    const Kernova::XTL::ScopedLock lock(waiter.lock);
+    change(waiter.stResponse);
+}
+template <class Response>
+Response CopyResponse(ResponseWait<Response>& waiter)
+{
+    const Kernova::XTL::ScopedLock lock(waiter.lock);
+    return waiter.stResponse;
+}
+
+// Takes the waiter out of the map at the end of the scope, by any way out.
+class WaiterAutoRemover {
+public:
+    explicit WaiterAutoRemover(const _BASE_RESWAIT& waiter) : m_waiter(waiter) {}
+    ~WaiterAutoRemover();
+    WaiterAutoRemover(const WaiterAutoRemover&) = delete;
+    WaiterAutoRemover& operator=(const WaiterAutoRemover&) = delete;
+
+private:
+    const _BASE_RESWAIT& m_waiter;
+};

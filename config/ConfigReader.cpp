@@ -1,0 +1,307 @@
+#include "config/ConfigReader.h"
+
+#include <cstdio>
+
+#include "config/BillingIdMap.h"
+#include "config/EventCodeMap.h"
+#include "config/proj/TarvoXmlParser/src/TextToInteger.h"
+#include "config/proj/TarvoXmlParser/src/xmlParser.h"
+#include "connector/Logger.h"
+
+using Kernova::XTL::ScopedLock;
+using Kernova::XTL::Singleton;
+using Tarvo::XmlParser::TextToInteger;
+
+namespace {
+
+constexpr const char* kTopTag = "TARVO";
+// The way of writing that a list is empty, since 0 counts as a failed conversion.
+constexpr int kNoEntries = 999;
+// Longest value with its NUL.
+constexpr int kValueSize = 255;
+
+// Where the report of a bad file goes when nobody could see a dialog. Any thread.
+void ReportBadFile(const char* pszTitle, const char* pszText)
+{
+    std::fprintf(stderr, "%s: %s", pszTitle, pszText);
+    Log::Error((std::string("[Config reader]") + pszTitle + ": " + pszText).c_str());
+}
+
+}  // namespace
+
+void CConfigReader::DocumentDeleter::operator()(IXmlParser* pParser) const
+{
+    Tarvo::XmlParser::DestroyXmlParser(&pParser);
+}
+
+CConfigReader::CConfigReader()
+{
+    Tarvo::XmlParser::SetReportSink(&ReportBadFile);
+}
+
+CConfigReader::~CConfigReader() = default;
+
+bool CConfigReader::Load()
+{
+    return LoadFile(false);
+}
+
+void CConfigReader::CloseDocument()
+{
+    Document old;
+    const ScopedLock lock(m_lock);
+    old.swap(m_pParser);
+}
+
+bool CConfigReader::LoadFile(bool bMayShowDialog)
+{
+    CloseDocument();
+    const std::string strFileName = GetFileName();
+    std::string strError;
+    Document document;
+    if (!Host::FileExists(strFileName)) {
+        strError = "Failed to find a TL2 file. FileName : " + strFileName;
+    } else {
+        document.reset(Tarvo::XmlParser::OpenXmlFile(strFileName.c_str(), kTopTag, bMayShowDialog));
+        if (!document)
+            strError = "Failed to open and parse a TL2 file. FileName : " + strFileName;
+    }
+    if (!document) {
+        SetLastError(strError);
+        Log::FatalFmt("%s", ("[Config reader]" + strError).c_str());
+        return false;
+    }
+    const bool bResult = ReadDocument(*document);
+    const ScopedLock lock(m_lock);
+    m_pParser.swap(document);
+    return bResult;
+}
+
+// A failure of the two lists is a failure of the load, but does not keep the steps behind it from running.
+bool CConfigReader::ReadDocument(IXmlParser& document)
+{
+    if (!Tarvo::XmlParser::MoveToModule(&document, "VELKAR"))
+        return Fail("Failed to move to 'VELKAR' module.");
+    if (!ReadConnectorInfo(document))
+        return false;
+
+    int nCount = 0;
+    if (!MoveToGroup(document, "BILLING_ID_INFO") || !ReadCount(document, "ID_COUNT", nCount))
+        return false;
+    const bool bBillingIds = ReadBillingIds(document, nCount);
+
+    if (!MoveToGroup(document, "SPECIFIC_EVENT_CODE_INFO") ||
+        !ReadCount(document, "EVENT_CODE_COUNT", nCount))
+        return false;
+    const bool bEventCodes = ReadEventCodes(document, nCount);
+
+    return ReadLogovaInfo(document) && bBillingIds && bEventCodes;
+}
+
+bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
+{
+    std::string strUseUserNumber;
+    if (!MoveToGroup(document, "CONNECTOR_INFO") ||
+        !ReadText(document, "SERVER_IP", &Settings::strServerIP) ||
+        !ReadNumber(document, "SERVER_PORT", &Settings::nServerPort) ||
+        !ReadNumber(document, "HEARTBEAT_CYCLE", &Settings::nHeartbeatCycle) ||
+        !ReadNumber(document, "RECONNECT_CYCLE", &Settings::nReconnectCycle) ||
+        !ReadNumber(document, "CHARGE_CYCLE", &Settings::nChargeCycle) ||
+        !ReadText(document, "USE_USER_NUMBER", strUseUserNumber))
+        return false;
+    const ScopedLock lock(m_lock);
+    m_settings.bUseUserNumber = strUseUserNumber == "true" || strUseUserNumber == "TRUE";
+    return true;
+}
+
+bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount)
+{
+    for (int n = 0; n < nCount; ++n) {  // the arrays are named from 1
+        if (!ReadBillingId(document, std::to_string(n + 1)))
+            return false;
+    }
+    return true;
+}
+
+bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIndex)
+{
+    std::string strElement;
+    const auto read = [&](int nPosition) {
+        char szTemp[kValueSize] = {};
+        if (!Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp), strIndex.c_str(),
+                                                nPosition))
+            return Fail("Failed to get 'BILLING_ID_INFO' array property.");
+        strElement = szTemp;
+        return true;
+    };
+
+    if (!read(0))
+        return false;
+    const int nProductId = TextToInteger(strElement.c_str());
+    if (nProductId == 0)
+        return Fail("Failed to convert 'PRODUCT_ID' value to integer.");
+    if (!read(1))
+        return false;
+    const std::string strBillName = strElement;
+    if (!read(2))
+        return false;
+    const int nBillingId = TextToInteger(strElement.c_str());
+    if (nBillingId == 0)
+        return Fail("Failed to convert 'BILLING_ID' value to integer.");
+    Singleton<CBillingIdMap>::Instance().AddBilling(nProductId, nBillingId, strBillName);
+    return true;
+}
+
+bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
+{
+    for (int n = 0; n < nCount; ++n) {
+        std::string strEventName;
+        if (!ReadText(document, std::to_string(n).c_str(), strEventName))
+            return false;
+        Singleton<CEventCodeMap>::Instance().AddEvent(n, strEventName);
+    }
+    return true;
+}
+
+bool CConfigReader::ReadLogovaInfo(IXmlParser& document)
+{
+    return MoveToGroup(document, "LOGOVA_INFO") &&
+           ReadText(document, "LOGOVA_CONFIG_FILE", &Settings::strLogovaConfigFile) &&
+           ReadText(document, "LOGOVA_SERVICE", &Settings::strLogovaService) &&
+           ReadText(document, "LOGOVA_LOGGER", &Settings::strLogovaLogger);
+}
+
+// ---- single steps ----
+
+bool CConfigReader::MoveToGroup(IXmlParser& document, const char* pszGroup)
+{
+    return Tarvo::XmlParser::MoveToGroup(&document, pszGroup) ||
+           Fail(std::string("Failed to move to '") + pszGroup + "' group.");
+}
+
+bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::string& strValue)
+{
+    char szTemp[kValueSize] = {};
+    if (!Tarvo::XmlParser::GetProperty(&document, szTemp, sizeof(szTemp), pszKey))
+        return Fail(std::string("Failed to get '") + pszKey + "' property.");
+    strValue = szTemp;
+    return true;
+}
+
+bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::string Settings::*pMember)
+{
+    std::string strValue;
+    if (!ReadText(document, pszKey, strValue))
+        return false;
+    const ScopedLock lock(m_lock);
+    m_settings.*pMember = strValue;
+    return true;
+}
+
+// The number is in force before it is tested: a refused one leaves 0.
+bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember)
+{
+    std::string strValue;
+    if (!ReadText(document, pszKey, strValue))
+        return false;
+    const int nValue = TextToInteger(strValue.c_str());
+    {
+        const ScopedLock lock(m_lock);
+        m_settings.*pMember = nValue;
+    }
+    return nValue != 0 || Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+}
+
+bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCount)
+{
+    std::string strValue;
+    if (!ReadText(document, pszKey, strValue))
+        return false;
+    nCount = TextToInteger(strValue.c_str());
+    if (nCount == 0)
+        return Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+    if (nCount == kNoEntries)
+        nCount = 0;
+    return true;
+}
+
+void CConfigReader::SetLastError(const std::string& strError)
+{
+    const ScopedLock lock(m_lock);
+    m_strLastError = strError;
+}
+
+bool CConfigReader::Fail(const std::string& strError)
+{
+    SetLastError(strError);
+    Log::Fatal(("[Config reader]" + strError).c_str());
+    return false;
+}
+
+// ---- accessors ----
+
+std::string CConfigReader::GetFileName() const
+{
+    const ScopedLock lock(m_lock);
+    return m_strFileName;
+}
+
+std::string CConfigReader::GetServerIP() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.strServerIP;
+}
+
+std::int32_t CConfigReader::GetServerPort() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.nServerPort;
+}
+
+std::int32_t CConfigReader::GetHeartbeatCycle() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.nHeartbeatCycle;
+}
+
+std::int32_t CConfigReader::GetReconnectCycle() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.nReconnectCycle;
+}
+
+std::int32_t CConfigReader::GetChargeCycle() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.nChargeCycle;
+}
+
+bool CConfigReader::IsUseUserNumber() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.bUseUserNumber;
+}
+
+std::string CConfigReader::GetLogovaConfigFile() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.strLogovaConfigFile;
+}
+
+std::string CConfigReader::GetLogovaService() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.strLogovaService;
+}
+
+std::string CConfigReader::GetLogovaLogger() const
+{
+    const ScopedLock lock(m_lock);
+    return m_settings.strLogovaLogger;
+}
+
+std::string CConfigReader::GetLastErrorText() const
+{
+    const ScopedLock lock(m_lock);
+    return m_strLastError;
+}

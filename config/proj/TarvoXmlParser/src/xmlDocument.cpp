@@ -1,0 +1,179 @@
+#include "config/proj/TarvoXmlParser/src/xmlDocument.h"
+
+#include <limits>
+
+#include "config/proj/TarvoXmlParser/src/xmlElementParser.h"
+#include "platform/Host.h"
+
+namespace Tarvo::XmlParser {
+namespace {
+
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+// Line and column of a byte, counted in characters.
+void FindPlace(std::string_view xml, const LengthTable& lengths, std::size_t nPlace, XMLResults& results)
+{
+    results.nLine = 1;
+    results.nColumn = 1;
+    for (std::size_t n = 0; n < nPlace && n < xml.size(); n += CharLength(lengths, xml, n)) {
+        if (xml[n] == '\n') {
+            ++results.nLine;
+            results.nColumn = 1;
+        } else {
+            ++results.nColumn;
+        }
+    }
+}
+
+// The element of that name: the node itself or a child of it, or a child of a declaration among those, as
+// the elements behind an XML declaration are.
+XMLNode FindTag(const XMLNode& node, const char* pszTag)
+{
+    const char* const pszName = node.getName();
+    if (pszName != nullptr && EqualsNoCase(pszName, pszTag))
+        return node;
+    XMLNode found = node.getChildNode(pszTag);
+    for (int n = 0; found.isEmpty() && n < node.nChildNode(); ++n) {
+        const XMLNode child = node.getChildNode(n);
+        if (child.isDeclaration())
+            found = child.getChildNode(pszTag);
+    }
+    return found;
+}
+
+bool IsTextUnicode(std::string_view bytes)
+{
+    return bytes.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max()) &&
+           Host::IsTextUnicode(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+}  // namespace
+
+XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& options, XMLResults& results)
+{
+    xml = xml.substr(0, xml.find('\0'));
+    const XMLNode root = XMLRecord::NewRoot();
+    ElementParser parser(xml, options);
+    parser.Run(root);
+    results = {};
+    results.error = root.nChildNode() == 0 ? eXMLErrorNoXMLTagFound : parser.Error();
+
+    const bool bWarning = results.error == eXMLErrorMissingEndTag || results.error == eXMLErrorNoXMLTagFound;
+    XMLNode node;
+    if (results.error == eXMLErrorNone || bWarning) {
+        node = root.nChildNode() == 1 && root.nElement() == 1 ? root.getChildNode(0) : root;
+        if (pszTag != nullptr && *pszTag != '\0') {
+            node = FindTag(node, pszTag);
+            if (node.isEmpty()) {
+                results.error = eXMLErrorFirstTagNotFound;
+                return node;
+            }
+        }
+    }
+    FindPlace(xml, options.Lengths(), parser.FaultPlace(), results);
+    return node;
+}
+
+XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Options& options,
+                       XMLResults& results)
+{
+    results = {};
+    std::string_view text = strBytes;
+    std::string strConverted;
+    if (options.bGuessWideChar) {
+        if (IsTextUnicode(text)) {
+            if (text.starts_with("\xEF\xFF") || text.starts_with("\xFF\xFE"))
+                text.remove_prefix(2);
+            const int nLength = static_cast<int>(text.size() / 2 * 2);
+            if (!Host::WideToMultiByte(text.data(), nLength, options.nEncoding == char_encoding_UTF8,
+                                       strConverted)) {
+                results.error = eXMLErrorCharConversion;
+                return {};
+            }
+            text = strConverted;
+        } else if (text.starts_with(kUtf8Mark)) {
+            text.remove_prefix(kUtf8Mark.size());
+        }
+    }
+    return ParseText(text, pszTag, options, results);
+}
+
+namespace {
+
+// Whether every character, by the lengths of UTF-8, is followed by the bytes it has to be followed by.
+bool LooksLikeUtf8(std::string_view bytes)
+{
+    const LengthTable& lengths = LengthsOf(char_encoding_UTF8);
+    bytes = bytes.substr(0, bytes.find('\0'));
+    for (std::size_t n = 0; n < bytes.size();) {
+        const std::size_t nEnd = n + CharLength(lengths, bytes, n);
+        for (++n; n < nEnd; ++n) {
+            if ((static_cast<unsigned char>(bytes[n]) & 0xC0) != 0x80)
+                return false;
+        }
+    }
+    return true;
+}
+
+void SkipBlanks(std::string_view& text)
+{
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+}
+
+// Moves to what stands in the quotes behind the word "encoding"; false if there is no such thing.
+bool FindEncodingAttribute(std::string_view& text)
+{
+    constexpr std::string_view kWord = "encoding";
+    const std::size_t nPos = text.find(kWord);
+    if (nPos == std::string_view::npos)
+        return false;
+    text.remove_prefix(nPos + kWord.size());
+    SkipBlanks(text);
+    if (!text.starts_with('='))
+        return false;
+    text.remove_prefix(1);
+    SkipBlanks(text);
+    if (!text.starts_with('"') && !text.starts_with('\''))
+        return false;
+    text.remove_prefix(1);
+    SkipBlanks(text);
+    return true;
+}
+
+struct EncodingName {
+    std::string_view text;
+    XMLCharEncoding encoding;
+};
+constexpr EncodingName kEncodingNames[] = {
+    {"utf-8", char_encoding_UTF8},        {"utf8", char_encoding_UTF8},
+    {"shiftjis", char_encoding_ShiftJIS}, {"shift-jis", char_encoding_ShiftJIS},
+    {"sjis", char_encoding_ShiftJIS},     {"GB2312", char_encoding_GB2312},
+    {"Big5", char_encoding_Big5},         {"GBK", char_encoding_GBK},
+};
+
+}  // namespace
+
+XMLCharEncoding GuessEncoding(std::string_view bytes, bool bGuessWideChar, bool bUseEncodingAttribute)
+{
+    constexpr std::size_t kShortest = 25;
+    constexpr std::size_t kAttributeWithin = 200;
+    if (bytes.size() < kShortest || (bGuessWideChar && IsTextUnicode(bytes)))
+        return char_encoding_error;
+    if (bytes.starts_with(kUtf8Mark))
+        return char_encoding_UTF8;
+    const bool bUtf8 = LooksLikeUtf8(bytes);
+    const XMLCharEncoding best = bUtf8 ? char_encoding_UTF8 : char_encoding_legacy;
+    std::string_view text = bytes.substr(0, kAttributeWithin);
+    text = text.substr(0, text.find('\0'));
+    if (!bUseEncodingAttribute || !FindEncodingAttribute(text))
+        return best;
+    for (const EncodingName& name : kEncodingNames) {
+        if (!StartsWithNoCase(text, name.text))
+            continue;
+        return name.encoding == char_encoding_UTF8 && !bUtf8 ? char_encoding_error : name.encoding;
+    }
+    return char_encoding_legacy;
+}
+
+}  // namespace Tarvo::XmlParser

@@ -1,0 +1,289 @@
+#include "config/proj/TarvoXmlParser/src/xmlElementParser.h"
+
+namespace Tarvo::XmlParser {
+
+ElementParser::ElementParser(std::string_view xml, const Options& options)
+    : m_options(options), m_tokens(xml, m_options.Lengths())
+{
+}
+
+void ElementParser::Run(const XMLNode& root)
+{
+    m_pCurrent = XMLRecord::Of(root);
+    Outcome outcome = Outcome::GoOn;
+    while (outcome != Outcome::Stop) {
+        const Token token = m_tokens.Next();
+        if (token.type == TokenType::End)
+            outcome = AtEnd();
+        else
+            outcome = m_bInside ? Inside(token) : Outside(token);
+        if (outcome == Outcome::Closed)
+            outcome = Unwind();
+    }
+    if (m_error == eXMLErrorNone)
+        m_nFault = m_tokens.Place();
+}
+
+// ---- faults ----
+
+ElementParser::Outcome ElementParser::Fault(XMLError error, std::size_t nPlace)
+{
+    m_error = error;
+    m_nFault = nPlace;
+    return Outcome::Stop;
+}
+
+void ElementParser::Warn(std::size_t nPlace)
+{
+    if (m_error == eXMLErrorNone)
+        Fault(eXMLErrorMissingEndTag, nPlace);
+}
+
+bool ElementParser::CountItem()
+{
+    if (++m_nItems <= kMaxItems)
+        return true;
+    Fault(eXMLErrorUnexpectedToken, m_tokens.Place());
+    return false;
+}
+
+// ---- closing ----
+
+ElementParser::Outcome ElementParser::AtEnd()
+{
+    if (!m_pCurrent->bDeclaration && m_pCurrent->pParent != nullptr)
+        Warn(m_tokens.Place());
+    if (!m_bInside)
+        AddPendingText(m_tokens.Place());
+    return Outcome::Stop;
+}
+
+bool ElementParser::IsName(std::string_view tag) const
+{
+    return m_pCurrent->name != nullptr && EqualsNoCase(View(m_pCurrent->name), tag);
+}
+
+// The current element is complete: back to the one that goes on. An end tag that did not fit it completes
+// those above it too, as far as the one that it fits.
+ElementParser::Outcome ElementParser::Unwind()
+{
+    for (;;) {
+        m_pCurrent->CutArrays();
+        if (m_pCurrent->pParent == nullptr)
+            return Outcome::Stop;
+        m_pCurrent = m_pCurrent->pParent;
+        m_bInside = false;
+        if (m_endTag.empty())
+            return Outcome::GoOn;
+        if (m_pCurrent->name == nullptr)
+            return Fault(eXMLErrorUnmatchedEndTag, m_nEndTag);
+        if (IsName(m_endTag))
+            m_endTag = {};
+    }
+}
+
+// ---- inside a tag ----
+
+ElementParser::Outcome ElementParser::Inside(const Token& token)
+{
+    switch (m_awaited) {
+        case Awaited::Name:
+            return InsideName(token);
+        case Awaited::Equals:
+            return InsideEquals(token);
+        default:
+            return InsideValue(token);
+    }
+}
+
+// The tag is complete: text may begin behind it.
+void ElementParser::LeaveTag()
+{
+    m_bInside = false;
+    m_bText = true;
+    m_nText = m_tokens.Place();
+}
+
+ElementParser::Outcome ElementParser::InsideName(const Token& token)
+{
+    switch (token.type) {
+        case TokenType::Text:
+            m_attribute = token.text;
+            m_awaited = Awaited::Equals;
+            return Outcome::GoOn;
+        case TokenType::CloseTag:
+            LeaveTag();
+            return Outcome::GoOn;
+        case TokenType::ShortHandClose:
+            LeaveTag();
+            return Outcome::Closed;
+        default:
+            return Fault(eXMLErrorUnexpectedToken, token.nStart);
+    }
+}
+
+ElementParser::Outcome ElementParser::InsideEquals(const Token& token)
+{
+    switch (token.type) {
+        case TokenType::Text:
+            if (!AddAttribute(m_attribute, nullptr))
+                return Outcome::Stop;
+            m_attribute = token.text;
+            return Outcome::GoOn;
+        case TokenType::Equals:
+            m_awaited = Awaited::Value;
+            return Outcome::GoOn;
+        case TokenType::CloseTag:
+        case TokenType::ShortHandClose: {
+            LeaveTag();
+            bool bClosed = token.type == TokenType::ShortHandClose;
+            if (m_pCurrent->bDeclaration && m_attribute.ends_with('?')) {
+                m_attribute.remove_suffix(1);
+                // One at the top stays open and takes the elements behind it as its children.
+                bClosed = bClosed || m_pCurrent->pParent->pParent != nullptr;
+            }
+            if (!m_attribute.empty() && !AddAttribute(m_attribute, nullptr))
+                return Outcome::Stop;
+            return bClosed ? Outcome::Closed : Outcome::GoOn;
+        }
+        default:
+            return Fault(eXMLErrorUnexpectedToken, token.nStart);
+    }
+}
+
+ElementParser::Outcome ElementParser::InsideValue(const Token& token)
+{
+    std::string_view value = token.text;
+    if (token.type == TokenType::QuotedText)
+        value = value.substr(1, value.size() - 2);
+    else if (token.type != TokenType::Text)
+        return Fault(eXMLErrorUnexpectedToken, token.nStart);
+    else if (m_pCurrent->bDeclaration && value.ends_with('?'))
+        value.remove_suffix(1);
+    if (!DecodeText(value) || !AddAttribute(m_attribute, &m_strDecoded))
+        return Outcome::Stop;
+    m_awaited = Awaited::Name;
+    return Outcome::GoOn;
+}
+
+bool ElementParser::AddAttribute(std::string_view name, const std::string* pValue)
+{
+    if (!CountItem())
+        return false;
+    m_pCurrent->AddAttribute(name, pValue);
+    return true;
+}
+
+// ---- outside ----
+
+ElementParser::Outcome ElementParser::Outside(const Token& token)
+{
+    switch (token.type) {
+        case TokenType::TagStart:
+        case TokenType::Declaration:
+            return OpenElement(token);
+        case TokenType::TagEnd:
+            return CloseElement(token);
+        case TokenType::Clear:
+            return AddClear(token);
+        default:
+            return Outcome::GoOn;  // part of the text
+    }
+}
+
+ElementParser::Outcome ElementParser::OpenElement(const Token& token)
+{
+    if (!AddPendingText(token.nStart))
+        return Outcome::Stop;
+    const Token name = m_tokens.Next();
+    if (name.type != TokenType::Text)
+        return Fault(eXMLErrorMissingTagName, name.nStart);
+    if (!CountItem())
+        return Outcome::Stop;
+    m_pCurrent = m_pCurrent->AddChild(name.text, token.type == TokenType::Declaration, -1);
+    m_bInside = true;
+    m_awaited = Awaited::Name;
+    return Outcome::GoOn;
+}
+
+ElementParser::Outcome ElementParser::CloseElement(const Token& token)
+{
+    if (!AddPendingText(token.nStart))
+        return Outcome::Stop;
+    const Token name = m_tokens.Next();
+    if (name.type != TokenType::Text)
+        return Fault(eXMLErrorMissingEndTagName, name.nStart);
+    if (const Token close = m_tokens.Next(); close.type != TokenType::CloseTag)
+        return Fault(eXMLErrorMissingEndTagName, close.nStart);
+    LeaveTag();
+    if (!IsName(name.text)) {
+        Warn(token.nStart);
+        m_endTag = name.text;
+        m_nEndTag = token.nStart;
+    }
+    return Outcome::Closed;
+}
+
+ElementParser::Outcome ElementParser::AddClear(const Token& token)
+{
+    if (!AddPendingText(token.nStart))
+        return Outcome::Stop;
+    std::string_view value;
+    const char* pszClose = nullptr;
+    if (!m_tokens.ReadClear(*token.pForm, value, pszClose))
+        return Fault(eXMLErrorUnmatchedEndClearTag, token.nStart);
+    if (!CountItem())
+        return Outcome::Stop;
+    m_pCurrent->AddClear(value, token.pForm->pszOpen, pszClose, -1);
+    LeaveTag();
+    return Outcome::GoOn;
+}
+
+// ---- text ----
+
+bool ElementParser::DecodeText(std::string_view text)
+{
+    std::size_t nFault = 0;
+    const XMLError error = Decode(m_options.Lengths(), text, m_strDecoded, nFault);
+    if (error == eXMLErrorNone)
+        return true;
+    Fault(error, static_cast<std::size_t>(text.data() - m_tokens.Xml().data()) + nFault);
+    return false;
+}
+
+bool ElementParser::AddPendingText(std::size_t nEnd)
+{
+    if (!m_bText)
+        return true;
+    m_bText = false;
+    std::string_view text = m_tokens.Xml().substr(m_nText, nEnd - m_nText);
+    if (m_options.bDropWhiteSpace)
+        text = StripBlanks(text);
+    if (text.empty())
+        return true;
+    if (!DecodeText(text))
+        return false;
+    if (JoinText(m_strDecoded))
+        return true;
+    if (!CountItem())
+        return false;
+    m_pCurrent->AddText(m_strDecoded, -1);
+    return true;
+}
+
+// A comment between two pieces of text vanishes.
+bool ElementParser::JoinText(const std::string& strText)
+{
+    const auto& order = m_pCurrent->order;
+    if (!m_options.bRemoveComments || order.size() < 2 || *(order.end() - 2) % 4 != XMLRecord::Text ||
+        order.back() % 4 != XMLRecord::Clear ||
+        m_pCurrent->clears.back().pszOpenTag != std::string_view(kCommentOpen))
+        return false;
+    m_pCurrent->order.pop_back();
+    m_pCurrent->clears.pop_back();
+    --m_nItems;
+    m_pCurrent->texts.back()->append(strText);
+    return true;
+}
+
+}  // namespace Tarvo::XmlParser

@@ -1,0 +1,183 @@
+// Files, the report of a bad one, and the static operations of XMLNode.
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cstdio>
+
+#include "config/proj/TarvoXmlParser/src/xmlDocument.h"
+#include "platform/Host.h"
+
+namespace Tarvo::XmlParser {
+namespace {
+
+constexpr const char* kErrorTitle = "XML Parsing error";
+constexpr std::size_t kGuessFrom = 200;
+
+std::atomic<ReportSink> g_pfnSink{nullptr};
+
+struct CloseFile {
+    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+};
+
+// Opening a pipe, or a device such as the console, could block for ever.
+bool IsRegularFile(const char* pszFileName)
+{
+    struct stat status = {};
+    return ::stat(pszFileName, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void Report(const std::string& strText, bool bMayShowDialog)
+{
+    if (bMayShowDialog && Host::ShowErrorBox(kErrorTitle, strText.c_str()))
+        return;
+    if (const ReportSink pfnSink = g_pfnSink.load())
+        pfnSink(kErrorTitle, strText.c_str());
+    else
+        std::fprintf(stderr, "%s: %s", kErrorTitle, strText.c_str());
+}
+
+std::string ReportText(const char* pszFileName, const char* pszTag, const XMLResults& results,
+                       const char* pszDetail)
+{
+    std::string strText = std::string("XML Parsing error inside file '") + pszFileName + "'.\n" +
+                          XMLNode::getError(results.error) + "\nAt line " + std::to_string(results.nLine) +
+                          ", column " + std::to_string(results.nColumn) + ".\n";
+    if (results.error == eXMLErrorFirstTagNotFound)
+        strText += std::string("First Tag should be '") + pszTag + "'.\n";
+    return strText + pszDetail;
+}
+
+}  // namespace
+
+void SetReportSink(ReportSink pfnSink)
+{
+    g_pfnSink.store(pfnSink);
+}
+
+XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const char*& pszDetail)
+{
+    strBytes.clear();
+    pszDetail = "";
+    if (pszFileName == nullptr || !IsRegularFile(pszFileName))
+        return eXMLErrorFileNotFound;
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(pszFileName, "rb"));
+    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0)
+        return eXMLErrorFileNotFound;
+    const long nLength = std::ftell(file.get());
+    if (nLength < 0 || static_cast<unsigned long>(nLength) > kMaxFileSize) {
+        pszDetail = "The file is larger than 64 MiB.\n";
+        return eXMLErrorFileNotFound;
+    }
+    std::rewind(file.get());
+    strBytes.resize(static_cast<std::size_t>(nLength));
+    strBytes.resize(std::fread(strBytes.data(), 1, strBytes.size(), file.get()));
+    return strBytes.empty() ? eXMLErrorEmpty : eXMLErrorNone;
+}
+
+XMLNode XMLNode::parseString(const char* pszXml, const char* pszTag, XMLResults* pResults)
+{
+    XMLResults results;
+    XMLNode node;
+    if (pszXml == nullptr)
+        results.error = eXMLErrorNoElements;
+    else
+        node = ParseText(pszXml, pszTag, GetGlobalOptions(), results);
+    if (pResults != nullptr)
+        *pResults = results;
+    return node;
+}
+
+XMLNode XMLNode::parseFile(const char* pszFileName, const char* pszTag, XMLResults* pResults)
+{
+    XMLResults results;
+    XMLNode node;
+    std::string strBytes;
+    const char* pszDetail = "";
+    results.error = ReadWholeFile(pszFileName, strBytes, pszDetail);
+    if (results.error == eXMLErrorNone)
+        node = ParseFileBytes(strBytes, pszTag, GetGlobalOptions(), results);
+    if (pResults != nullptr)
+        *pResults = results;
+    return node;
+}
+
+// Works with one copy of the options from the guess to the end, whatever another thread sets meanwhile.
+XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog)
+{
+    XMLResults results;
+    XMLNode node;
+    std::string strBytes;
+    const char* pszDetail = "";
+    results.error = ReadWholeFile(pszFileName, strBytes, pszDetail);
+    if (results.error == eXMLErrorNone || results.error == eXMLErrorEmpty) {
+        Options options = GetGlobalOptions();
+        const std::string_view start = std::string_view(strBytes).substr(0, kGuessFrom);
+        if (const XMLCharEncoding guess = GuessEncoding(start, options.bGuessWideChar, true))
+            options.nEncoding = static_cast<std::uint8_t>(guess);
+        SetGlobalOptions(options);
+        if (results.error == eXMLErrorNone)
+            node = ParseFileBytes(strBytes, pszTag, options, results);
+    }
+    if (results.error != eXMLErrorNone) {
+        Report(ReportText(pszFileName == nullptr ? "" : pszFileName, pszTag == nullptr ? "" : pszTag, results,
+                          pszDetail),
+               bMayShowDialog);
+    }
+    return node;
+}
+
+const char* XMLNode::getVersion()
+{
+    return "v2.41";
+}
+
+const char* XMLNode::getError(int nCode)
+{
+    static constexpr const char* kTexts[] = {
+        "No error",
+        "Warning: Unmatched end tag",
+        "Warning: No XML tag found",
+        "Error: No XML data",
+        "Error: Missing start tag name",
+        "Error: Missing end tag name",
+        "Error: Unmatched end tag",
+        "Error: Unmatched clear tag end",
+        "Error: Unexpected token found",
+        "Error: No elements found",
+        "Error: File not found",
+        "Error: First Tag not found",
+        "Error: Unknown character entity",
+        "Error: Character code above 255 is forbidden in MultiByte char mode.",
+        "Error: unable to convert between WideChar and MultiByte chars",
+        "Error: unable to open file for writing",
+        "Error: cannot write into file",
+        "Warning: Base64-string length is not a multiple of 4",
+        "Error: Base64-string contains an illegal character",
+        "Warning: Base64-string is truncated",
+        "Error: Base64 decode output buffer is too small",
+    };
+    constexpr int kCount = static_cast<int>(sizeof(kTexts) / sizeof(kTexts[0]));
+    return nCode >= 0 && nCode < kCount ? kTexts[nCode] : "Unknown";
+}
+
+void XMLNode::setGlobalOptions(int nEncoding, bool bGuessWideChar, bool bDropWhiteSpace,
+                               bool bRemoveCommentsInMiddleOfText)
+{
+    Options options = GetGlobalOptions();
+    if (nEncoding > char_encoding_error && nEncoding <= char_encoding_GBK)
+        options.nEncoding = static_cast<std::uint8_t>(nEncoding);
+    options.bGuessWideChar = bGuessWideChar;
+    options.bDropWhiteSpace = bDropWhiteSpace;
+    options.bRemoveComments = bRemoveCommentsInMiddleOfText;
+    SetGlobalOptions(options);
+}
+
+XMLCharEncoding XMLNode::guessCharEncoding(const void* pBuffer, int nLength, bool bUseEncodingAttribute)
+{
+    if (pBuffer == nullptr || nLength < 0)
+        return char_encoding_error;
+    const std::string_view bytes(static_cast<const char*>(pBuffer), static_cast<std::size_t>(nLength));
+    return GuessEncoding(bytes, GetGlobalOptions().bGuessWideChar, bUseEncodingAttribute);
+}
+
+}  // namespace Tarvo::XmlParser

@@ -1,0 +1,125 @@
+#include "config/proj/TarvoXmlParser/src/xmlTokeniser.h"
+
+#include <cstring>
+
+namespace Tarvo::XmlParser {
+
+Tokeniser::Tokeniser(std::string_view xml, const LengthTable& lengths)
+    : m_xml(xml.substr(0, xml.find('\0'))), m_lengths(lengths)
+{
+}
+
+char Tokeniser::Peek(std::size_t nAhead) const
+{
+    return nAhead < m_xml.size() - m_nPlace ? m_xml[m_nPlace + nAhead] : '\0';
+}
+
+Token Tokeniser::Make(TokenType type, std::size_t nStart, std::size_t nLength)
+{
+    m_nPlace = nStart + nLength;
+    return {type, nStart, m_xml.substr(nStart, nLength), nullptr};
+}
+
+bool Tokeniser::StartsHere(std::string_view text) const
+{
+    return m_xml.compare(m_nPlace, text.size(), text) == 0;
+}
+
+// Moves behind the closing quote. A quote that is open at the next '<' or at the end is none. Between two
+// '<' that can happen once for each kind of quote, so nothing is read over and over.
+bool Tokeniser::SkipQuoted(char cQuote)
+{
+    for (std::size_t n = m_nPlace + 1; n < m_xml.size(); n += CharLength(m_lengths, m_xml, n)) {
+        if (m_xml[n] == cQuote) {
+            m_nPlace = n + 1;
+            return true;
+        }
+        if (m_xml[n] == '<')
+            return false;
+    }
+    return false;
+}
+
+void Tokeniser::SkipText()
+{
+    while (m_nPlace < m_xml.size()) {
+        const char c = m_xml[m_nPlace];
+        if (IsBlank(c) || c == '<' || c == '>' || c == '=' || (c == '/' && Peek(1) == '>'))
+            return;
+        m_nPlace += CharLength(m_lengths, m_xml, m_nPlace);
+    }
+}
+
+Token Tokeniser::Next()
+{
+    while (m_nPlace < m_xml.size() && IsBlank(m_xml[m_nPlace]))
+        ++m_nPlace;
+    const std::size_t nStart = m_nPlace;
+    const char c = Peek(0);
+    switch (c) {
+        case '\0':
+            return Make(TokenType::End, nStart, 0);
+        case '<':
+            for (const ClearForm& form : kClearForms) {
+                if (StartsHere(form.pszOpen)) {
+                    Token token = Make(TokenType::Clear, nStart, std::strlen(form.pszOpen));
+                    token.pForm = &form;
+                    return token;
+                }
+            }
+            if (Peek(1) == '/')
+                return Make(TokenType::TagEnd, nStart, 2);
+            if (Peek(1) == '?')
+                return Make(TokenType::Declaration, nStart, 2);
+            return Make(TokenType::TagStart, nStart, 1);
+        case '>':
+            return Make(TokenType::CloseTag, nStart, 1);
+        case '=':
+            return Make(TokenType::Equals, nStart, 1);
+        case '/':
+            if (Peek(1) == '>')
+                return Make(TokenType::ShortHandClose, nStart, 2);
+            break;
+        case '"':
+        case '\'':
+            if (SkipQuoted(c))
+                return Make(TokenType::QuotedText, nStart, m_nPlace - nStart);
+            break;
+        default:
+            break;
+    }
+    // The first character belongs to the text whatever it is.
+    m_nPlace += CharLength(m_lengths, m_xml, m_nPlace);
+    SkipText();
+    return Make(TokenType::Text, nStart, m_nPlace - nStart);
+}
+
+// By whole characters: the second byte of one may look like a bracket.
+std::size_t Tokeniser::Find(std::string_view text, std::size_t nFrom) const
+{
+    for (std::size_t n = nFrom; n < m_xml.size(); n += CharLength(m_lengths, m_xml, n)) {
+        if (m_xml[n] == text[0] && m_xml.compare(n, text.size(), text) == 0)
+            return n;
+    }
+    return std::string_view::npos;
+}
+
+bool Tokeniser::ReadClear(const ClearForm& form, std::string_view& value, const char*& pszClose)
+{
+    pszClose = form.pszClose;
+    std::size_t nEnd = Find(pszClose, m_nPlace);
+    if (&form == kDocType) {
+        const std::size_t nOpen = Find("<", m_nPlace);
+        if (nOpen < nEnd) {  // declarations of its own stand in brackets
+            pszClose = kSubsetClose;
+            nEnd = Find(pszClose, m_nPlace);
+        }
+    }
+    if (nEnd == std::string_view::npos)
+        return false;
+    value = m_xml.substr(m_nPlace, nEnd - m_nPlace);
+    m_nPlace = nEnd + std::strlen(pszClose);
+    return true;
+}
+
+}  // namespace Tarvo::XmlParser

@@ -1,0 +1,56 @@
+// Cuts the text into tokens. Every byte is looked at a bounded number of times, whatever the text is.
+#pragma once
+
+#include <string_view>
+
+#include "config/proj/TarvoXmlParser/src/xmlText.h"
+
+namespace Tarvo::XmlParser {
+
+enum class TokenType {
+    End,         // the text is over
+    Clear,       // the opening of a clear section
+    QuotedText,  // with its quotes
+    Text,
+    TagStart,        // <
+    TagEnd,          // </
+    Declaration,     // <?
+    ShortHandClose,  // />
+    CloseTag,        // >
+    Equals
+};
+
+struct Token {
+    TokenType type = TokenType::End;
+    std::size_t nStart = 0;  // its first byte, blanks in front of it left out
+    std::string_view text;
+    const ClearForm* pForm = nullptr;  // of a Clear
+};
+
+class Tokeniser {
+public:
+    // The text ends at its first NUL, if it has one.
+    Tokeniser(std::string_view xml, const LengthTable& lengths);
+
+    Token Next();
+    // Reads the rest of a clear section whose opening was the last token: its contents and closing tag.
+    // False, with the place left as it is, if the closing tag is missing.
+    bool ReadClear(const ClearForm& form, std::string_view& value, const char*& pszClose);
+
+    std::size_t Place() const { return m_nPlace; }  // behind the last token
+    std::string_view Xml() const { return m_xml; }
+
+private:
+    char Peek(std::size_t nAhead) const;
+    Token Make(TokenType type, std::size_t nStart, std::size_t nLength);
+    bool SkipQuoted(char cQuote);
+    void SkipText();
+    bool StartsHere(std::string_view text) const;
+    std::size_t Find(std::string_view text, std::size_t nFrom) const;
+
+    std::string_view m_xml;
+    const LengthTable& m_lengths;
+    std::size_t m_nPlace = 0;
+};
+
+}  // namespace Tarvo::XmlParser

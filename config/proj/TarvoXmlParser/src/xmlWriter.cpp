@@ -1,0 +1,130 @@
+// A node as text. What the parser made of a text is made of it again.
+#include <algorithm>
+#include <vector>
+
+#include "config/proj/TarvoXmlParser/src/xmlRecord.h"
+
+namespace Tarvo::XmlParser {
+namespace {
+
+// An element deeper than that stands no further to the right, or a deep tree would be mostly tabs.
+constexpr std::size_t kDeepestIndent = 32;
+
+class TreeWriter {
+public:
+    TreeWriter(std::string& strOut, bool bFormat)
+        : m_strOut(strOut), m_bFormat(bFormat), m_lengths(GetGlobalOptions().Lengths())
+    {
+    }
+
+    void Write(const XMLRecord& top)
+    {
+        Open(top);
+        while (!m_vecOpen.empty()) {
+            Level& level = m_vecOpen.back();
+            const XMLRecord& record = *level.pRecord;
+            if (level.nNext == record.order.size()) {
+                m_vecOpen.pop_back();
+                Close(record);
+                continue;
+            }
+            WriteItem(record, record.order[level.nNext++]);
+        }
+    }
+
+private:
+    struct Level {
+        const XMLRecord* pRecord;
+        std::size_t nNext;  // in its order
+    };
+
+    void WriteItem(const XMLRecord& record, int nEntry)
+    {
+        const auto nIndex = static_cast<std::size_t>(nEntry / 4);
+        switch (nEntry % 4) {
+            case XMLRecord::Child:
+                Open(*XMLRecord::Of(record.children[nIndex]));
+                break;
+            case XMLRecord::Text:
+                Encode(m_lengths, *record.texts[nIndex], m_strOut);
+                break;
+            default: {
+                const XMLClear& clear = record.clears[nIndex];
+                m_strOut += clear.pszOpenTag;
+                m_strOut += View(clear.value);
+                m_strOut += clear.pszCloseTag;
+                break;
+            }
+        }
+    }
+
+    // The start tag; a node with contents, and the nameless root, stays open for them.
+    void Open(const XMLRecord& record)
+    {
+        if (record.name != nullptr) {
+            NewLine(m_vecOpen.size());
+            m_strOut += record.bDeclaration ? "<?" : "<";
+            m_strOut += View(record.name);
+            for (const XMLAttribute& attribute : record.attributes)
+                WriteAttribute(attribute);
+            if (record.bDeclaration)
+                m_strOut += "?>";
+            else
+                m_strOut += record.order.empty() ? "/>" : ">";
+        }
+        if (!record.order.empty())
+            m_vecOpen.push_back({&record, 0});
+    }
+
+    void Close(const XMLRecord& record)
+    {
+        if (record.name == nullptr || record.bDeclaration)
+            return;
+        if (!record.children.empty())
+            NewLine(m_vecOpen.size());
+        m_strOut += "</";
+        m_strOut += View(record.name);
+        m_strOut += '>';
+    }
+
+    void WriteAttribute(const XMLAttribute& attribute)
+    {
+        m_strOut += ' ';
+        m_strOut += View(attribute.name);
+        if (attribute.value == nullptr)
+            return;
+        m_strOut += "=\"";
+        Encode(m_lengths, View(attribute.value), m_strOut);
+        m_strOut += '"';
+    }
+
+    void NewLine(std::size_t nDepth)
+    {
+        if (!m_bFormat || m_strOut.empty())
+            return;
+        m_strOut += '\n';
+        m_strOut.append(std::min(nDepth, kDeepestIndent), '\t');
+    }
+
+    std::string& m_strOut;
+    const bool m_bFormat;
+    const LengthTable& m_lengths;
+    std::vector<Level> m_vecOpen;
+};
+
+}  // namespace
+
+char* XMLNode::createXMLString(int nFormat, int* pnSize) const
+{
+    if (pnSize != nullptr)
+        *pnSize = 0;
+    if (m_pRecord == nullptr)
+        return nullptr;
+    std::string strOut;
+    TreeWriter(strOut, nFormat != 0).Write(*m_pRecord);
+    if (pnSize != nullptr)
+        *pnSize = static_cast<int>(strOut.size());
+    return CopyText(strOut).release();
+}
+
+}  // namespace Tarvo::XmlParser

@@ -1,0 +1,92 @@
+// What every request call has in common, told once. An export states its record, its messages and its
+// texts; the frame does the rest.
+#pragma once
+
+#include "comm/CommHandler.h"
+#include "comm/ReqIdGenerator.h"
+#include "comm/ResWaiter.h"
+#include "connector/Guard.h"
+#include "connector/Logger.h"
+#include "connector/ModuleFlags.h"
+#include "connector/TextField.h"
+
+inline constexpr unsigned int kAnswerTimeout = 5000;  // milliseconds
+
+// The failure head of a response record.
+template <class Response>
+void SetFailure(Response& res)
+{
+    if constexpr (requires { res.nResult; })
+        res.nResult = -1;
+    else
+        res.bSuccess = 0;
+}
+template <class Response>
+void SetFailure(Response& res, std::string_view text)
+{
+    SetFailure(res);
+    CopyText(res.szError, text);
+}
+
+// What an export adds to the frame; a call overrides what it needs.
+struct CallBase {
+    static constexpr const char* kNullLog = "[Velkar Connector] %s request or response arg is NULL.";
+    static constexpr const char* kNullText = "Request or response arg is NULL.";
+    bool HasNullArg() const { return false; }
+    // Once the library is known to be initialised, before there is a waiter: a text ends the call.
+    const char* Refuse() { return nullptr; }
+    void OnSendFailed() {}
+    template <class Response>
+    void OnEnd(const Response&)  // after the wait, with the answer or the timeout's failure
+    {
+    }
+};
+
+// A call has: the types Request (the message sent) and Answer (the one waited for); kLabel and kTimeout;
+// MakeRecord(nReqID), the zeroed and filled argument of the sender; LogRequest(record).
+template <class Call, class Response>
+void RunInside(Call& call, Response& res)
+{
+    using Kernova::XTL::Singleton;
+    if (!InitializedFlag().IsSet())
+        return SetFailure(res, "Velkar Connector is not initialized.");
+    if (const char* const pszRefusal = call.Refuse())
+        return SetFailure(res, pszRefusal);
+
+    auto& waiters = Singleton<CResWaiterMap>::Instance();
+    ResponseWait<Response> waiter(TagOf<typename Call::Answer, Response>());
+    waiter.nReqID = static_cast<int>(Singleton<CReqIdGenerator>::Instance().GetNextReqId());
+    const WaiterAutoRemover waiterAutoRemover(waiter);
+    if (!waiters.AddWaiter(&waiter))
+        return SetFailure(res, "Velkar Connector is being terminated.");
+
+    const auto record = call.MakeRecord(waiter.nReqID);
+    call.LogRequest(record);
+    if (!Singleton<CCommHandler>::Instance().SendMessage<typename Call::Request>(record)) {
+        const char* const pszMessage = typename Call::Request().GetMsgName();
+        Log::ErrorFmt("[Velkar Connector] Failed to send a '%s' msg(Req ID: %d).", pszMessage, waiter.nReqID);
+        SetFailure(res, std::string("Failed to send a '") + pszMessage + "' msg.");
+        call.OnSendFailed();
+        return;
+    }
+    // Behind the send on purpose: an answer that has overtaken this line is lost to the caller, who then
+    // hears of a timeout at once.
+    PresetResponse(waiter, [](Response& preset) { SetFailure(preset, Call::kTimeout); });
+    waiter.hEvent.Wait(kAnswerTimeout);
+    res = CopyResponse(waiter);
+    call.OnEnd(res);
+}
+
+template <class Call, class Response>
+void RunRequest(Call call, Response* pRes) noexcept
+{
+    if (pRes == nullptr || call.HasNullArg()) {
+        Log::ErrorFmt(Call::kNullLog, Call::kLabel);
+        if (pRes != nullptr)
+            SetFailure(*pRes, Call::kNullText);
+        return;
+    }
+    SetFailure(*pRes);
+    Guarded([&] { RunInside(call, *pRes); },
+            [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
+}

@@ -1,0 +1,67 @@
+// What the system needs of the operating system beyond the five libraries: plain functions, one
+// implementation for each system. Any thread may call them. Only std::bad_alloc is thrown.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Host {
+
+// Directory of the process's main executable, without a separator at its end; empty if it cannot be
+// found. The library's own file is not looked at.
+std::string GetExecutableDirectory();
+
+// "\\" on Windows, "/" elsewhere.
+const char* GetPathSeparator();
+
+struct LocalTime {
+    int nYear, nMonth, nDay;          // month and day from 1
+    int nHour, nMinute, nSecond, nMillisecond;
+};
+LocalTime GetLocalTime();
+
+void Sleep(unsigned int milliseconds);
+
+// ---- files ----
+bool FileExists(const std::string& strPath);
+
+// The last write time in the finest unit that the system keeps; only equality means anything.
+// False if the file is not there; the code is in Platova::GetLastError.
+bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime);
+
+// ---- waiting for a change in a directory, or for the order to stop ----
+struct StopEvent;
+StopEvent* CreateStopEvent();      // not signalled, taken by the one wait that it ends; null on failure
+void SetStopEvent(StopEvent*);     // from any thread
+void CloseStopEvent(StopEvent*);
+
+struct ChangeNotification;
+// Watches files of that directory, not of those below it, for a change of size or last write time; a
+// file moved or copied over another one counts. Null on failure.
+ChangeNotification* FindFirstChange(const std::string& strDirectory);
+bool FindNextChange(ChangeNotification*);   // arms it again after it has fired; false on failure
+void CloseChange(ChangeNotification*);
+
+enum class WaitResult { Stopped, Changed, Failed };
+// Blocks without limit; the order to stop comes first when both are there.
+WaitResult WaitForStopOrChange(StopEvent*, ChangeNotification*);
+
+// ---- the operator ----
+// Shows the text in a dialog with an error icon, topmost, and waits until it is closed. False, at
+// once, where nobody could see or close it; the caller then reports in another way.
+bool ShowErrorBox(const char* pszTitle, const char* pszText);
+
+// ---- wide text ----
+// Whether the bytes look like little-endian UTF-16.
+bool IsTextUnicode(const void* pBuffer, int nLength);
+// Little-endian UTF-16 of nLength bytes into UTF-8, or into the system's own code page. False if it
+// cannot be converted.
+bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& strOut);
+
+// ---- the library itself ----
+// Keeps this library loaded until ReleaseLibrary, however often the host unloads it: its threads are
+// running. Calls pair up.
+void HoldLibrary();
+void ReleaseLibrary();
+
+}  // namespace Host

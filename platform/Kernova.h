@@ -1,0 +1,129 @@
+// Kernova: locks, events, threads and the thread pool. Every operation may be called from any
+// thread; none throws unless it says so.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "platform/ThreadAnnotations.h"
+
+namespace Kernova {
+
+namespace Threading {
+
+// Mutual exclusion, re-entrant on the thread that holds it.
+//
+// The order in which a thread may take the system's locks, outermost first:
+//   1. the module's lifecycle lock (InitModule and UninitModule against each other);
+//   2. a link's read-stream lock (held over a handler);
+//   3. the connector's active link list (held over building and sending a message);
+//   4. CUserInfoMap's lock (held over completing a checkin's waiter and adding its user);
+//   5. CFailedCheckOutVector's lock, or CResWaiterMap's lock;
+//   6. everything else: a waiter's own lock, the two flag locks, the settings' locks, the id source's locks, the pool's
+//      map lock. These are leaves: nothing is taken while one of them is held.
+// A thread that holds 4 may take 3 again only because it entered through 3 and 3 is re-entrant.
+// No lock is held while a caller waits for an answer. 2 and, in the charge scan, 3 are held while
+// the game's callback runs.
+class CAPABILITY("mutex") CriticalSection {
+public:
+    // spinCount: how many times Lock tries before it sleeps.
+    explicit CriticalSection(unsigned int spinCount);
+    ~CriticalSection();
+    CriticalSection(const CriticalSection&) = delete;
+    CriticalSection& operator=(const CriticalSection&) = delete;
+
+    void Lock() ACQUIRE();
+    void Unlock() RELEASE();
+
+private:
+    std::recursive_mutex m_mutex;
+    unsigned int m_nSpinCount;
+    std::atomic<bool> m_bSpinning{false};  // somebody spins
+};
+
+// Stays signalled from Set until Reset; all waiters pass meanwhile.
+class ManualResetEvent {
+public:
+    explicit ManualResetEvent(bool signalled);
+    ~ManualResetEvent();
+    ManualResetEvent(const ManualResetEvent&) = delete;
+    ManualResetEvent& operator=(const ManualResetEvent&) = delete;
+
+    bool Set();
+    bool Reset();
+    // Blocks until signalled or the time is over; true if signalled. A clock that is set does not
+    // change the wait.
+    bool Wait(unsigned int milliseconds);
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cond;
+    bool m_bSignalled;
+};
+
+// A signal is taken by the one wait that it ends. Used only as a timed sleep.
+class AutoResetEvent {
+public:
+    explicit AutoResetEvent(bool signalled);
+    ~AutoResetEvent();
+    AutoResetEvent(const AutoResetEvent&) = delete;
+    AutoResetEvent& operator=(const AutoResetEvent&) = delete;
+
+    bool Wait(unsigned int milliseconds);
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cond;
+    bool m_bSignalled;
+};
+
+// A thread with its body in the subclass. May be started again after Stop.
+class Thread {
+public:
+    Thread();
+    // A thread that is still running is left to itself, never joined: this may run while the
+    // process exits. Subclasses call Stop before they go.
+    virtual ~Thread();
+    virtual void Execute() = 0;
+
+    // Starts a thread that runs Execute; false on failure, or if the thread is still running.
+    bool Start();
+    // Asks the thread to end: Terminated answers true from now on. Wake the thread first. Callers
+    // poll their own running flag afterwards, so an implementation need not wait; where it does
+    // not, it must have left Execute and its module's code before the next Start returns.
+    // Called by the thread itself it never waits.
+    void Stop();
+
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+
+protected:
+    bool Terminated() const;  // true once Stop has been called
+
+private:
+    std::atomic<bool> m_bTerminated{false};
+    std::mutex m_mutex;  // guards the two below
+    std::thread m_thread;
+    std::shared_ptr<std::atomic<bool>> m_pRunning;  // shared with the body, which may outlive this object
+};
+
+}  // namespace Threading
+
+namespace ThreadPool {
+struct _THandle;
+// A pool with that many workers; null on failure.
+_THandle* CreateHandle(std::size_t threads);
+// Ends the pool and waits for its workers; call it after the connector is gone. Takes null.
+void DestroyHandle(_THandle*);
+}  // namespace ThreadPool
+
+namespace MemoryPool {
+// A block of bytes that a stream owns and that a link can send.
+struct _XMemory;
+}  // namespace MemoryPool
+
+}  // namespace Kernova

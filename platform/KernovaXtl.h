@@ -1,0 +1,190 @@
+// Kernova::XTL: the scope lock and the process-wide objects.
+#pragma once
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+
+#include "platform/Assertion.h"
+#include "platform/Kernova.h"
+
+namespace Kernova::XTL {
+
+inline constexpr unsigned int kSpinCount = 4000;
+
+// Holds a CriticalSection to the end of the scope.
+class SCOPED_CAPABILITY ScopedLock {
+public:
+    explicit ScopedLock(Threading::CriticalSection& lock, bool lockNow = true) ACQUIRE(lock) : m_lock(lock)
+    {
+        if (lockNow)
+            Lock();
+    }
+    ~ScopedLock() RELEASE()
+    {
+        if (locked_)
+            Unlock();
+    }
+    ScopedLock(const ScopedLock&) = delete;
+    ScopedLock& operator=(const ScopedLock&) = delete;
+
+    void Lock() NO_THREAD_SAFETY_ANALYSIS
+    {
+        if (locked_)
+            Fail("[ScopedLock::Lock()] locked_ must be false.");
+        m_lock.Lock();
+        locked_ = true;
+    }
+    void Unlock() NO_THREAD_SAFETY_ANALYSIS
+    {
+        if (!locked_)
+            Fail("[ScopedLock::Unlock()] locked_ must be true.");
+        locked_ = false;
+        m_lock.Unlock();
+    }
+
+private:
+    [[noreturn]] static void Fail(const char* pszText)
+    {
+        RaiseAssertion(pszText);
+        throw std::logic_error(pszText);
+    }
+
+    Threading::CriticalSection& m_lock;
+    bool locked_ = false;
+};
+
+// Whether code of this library may be running: its threads, and game threads inside an export. When
+// the process exits in the middle of that, the process-wide objects are left to the operating system
+// instead of being destroyed under somebody's feet. One byte of state decides it for all of them:
+// who enters counts first and looks second, who closes closes first and counts second.
+class ExitGate {
+public:
+    // For the length of an export or of a thread's body.
+    class Scope {
+    public:
+        Scope()
+        {
+            Users().fetch_add(1);
+            if (Closed().load()) {
+                Users().fetch_sub(1);
+                throw std::logic_error("[Kernova::XTL::Singleton] Dead reference detected.");
+            }
+        }
+        ~Scope() { Users().fetch_sub(1); }
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+    };
+
+    // True if nobody is inside; from now on nobody gets in.
+    static bool Close()
+    {
+        Closed().store(true);
+        return Users().load() == 0;
+    }
+
+private:
+    static std::atomic<int>& Users()
+    {
+        static std::atomic<int> nUsers{0};
+        return nUsers;
+    }
+    static std::atomic<bool>& Closed()
+    {
+        static std::atomic<bool> bClosed{false};
+        return bClosed;
+    }
+};
+
+// The one object of its class, made on first use by any thread and destroyed when the process exits
+// (or when the library is unloaded), unless the ExitGate says that somebody is still inside.
+template <class T>
+class Singleton {
+public:
+    // Throws std::logic_error after the destruction and std::bad_alloc without memory.
+    static T& Instance()
+    {
+        if (T* p = s_pInstance.load(std::memory_order_acquire))
+            return *p;
+        return Create();
+    }
+
+private:
+    static T& Create()
+    {
+        static Threading::CriticalSection* const s_pLock = new Threading::CriticalSection(kSpinCount);
+        ScopedLock lock(*s_pLock);
+        if (T* p = s_pInstance.load())
+            return *p;
+        if (s_bDead.load())
+            throw std::logic_error("[Kernova::XTL::Singleton] Dead reference detected.");
+        T* const pNew = new T();
+        s_pInstance.store(pNew, std::memory_order_release);
+        std::atexit(&Destroy);
+        return *pNew;
+    }
+    static void Destroy()
+    {
+        if (!ExitGate::Close())
+            return;
+        delete s_pInstance.exchange(nullptr);
+        s_bDead.store(true);
+    }
+
+    static inline std::atomic<T*> s_pInstance{nullptr};
+    static inline std::atomic<bool> s_bDead{false};
+};
+
+// Many threads use a thing that one thread takes away: users enter and leave, and the taker closes the
+// gate and waits until the last user has left. Entering nests.
+class UseGate {
+public:
+    bool Enter()
+    {
+        m_nUsers.fetch_add(1);
+        if (m_bOpen.load())
+            return true;
+        Leave();
+        return false;
+    }
+    void Leave()
+    {
+        if (m_nUsers.fetch_sub(1) == 1 && !m_bOpen.load())
+            m_empty.Set();
+    }
+    void Open() { m_bOpen.store(true); }
+    // The calling thread must not be inside. Users that come while it waits are refused.
+    void CloseAndWait()
+    {
+        m_bOpen.store(false);
+        while (m_nUsers.load() != 0) {
+            m_empty.Wait(50);
+            m_empty.Reset();
+        }
+    }
+
+private:
+    std::atomic<int> m_nUsers{0};
+    std::atomic<bool> m_bOpen{false};
+    Threading::ManualResetEvent m_empty{false};
+};
+
+class UseScope {
+public:
+    explicit UseScope(UseGate& gate) : m_gate(gate), m_bEntered(gate.Enter()) {}
+    ~UseScope()
+    {
+        if (m_bEntered)
+            m_gate.Leave();
+    }
+    UseScope(const UseScope&) = delete;
+    UseScope& operator=(const UseScope&) = delete;
+    explicit operator bool() const { return m_bEntered; }
+
+private:
+    UseGate& m_gate;
+    bool m_bEntered;
+};
+
+}  // namespace Kernova::XTL

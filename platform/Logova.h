@@ -1,0 +1,40 @@
+// Logova: the logging service. Every operation may be called from any thread at the same time,
+// except that no handle of a service may be in use when that service is uninitialised. Writing a
+// line never waits for the disk.
+#pragma once
+
+namespace Logova {
+
+struct _THandle;
+
+// Starts the service from its configuration file (docs/log-config.md); false if the file cannot be
+// read or the service runs already. Relative paths in it count from the file's own directory.
+bool Initialize(const char* service, const char* configurationFile);
+// The named logger of that service; null if the service does not run. Owned by the service.
+_THandle* GetLogger(const char* service, const char* logger);
+// Writes out what is waiting and ends the service; its handles are dead. False if it does not run.
+bool Uninitialize(const char* service);
+
+// Most severe first. The text is written as it is: a percent sign has no meaning.
+void Emerg(_THandle*, const char* text);
+void Alert(_THandle*, const char* text);
+void Fatal(_THandle*, const char* text);
+void Error(_THandle*, const char* text);
+void Warning(_THandle*, const char* text);
+void Notice(_THandle*, const char* text);
+void Info(_THandle*, const char* text);
+void Debug(_THandle*, const char* text);
+void Trace(_THandle*, const char* text);
+
+// Formatted in the manner of printf, with %I64d for 64-bit signed values on every system.
+void EmergFmt(_THandle*, const char* format, ...);
+void AlertFmt(_THandle*, const char* format, ...);
+void FatalFmt(_THandle*, const char* format, ...);
+void ErrorFmt(_THandle*, const char* format, ...);
+void WarningFmt(_THandle*, const char* format, ...);
+void NoticeFmt(_THandle*, const char* format, ...);
+void InfoFmt(_THandle*, const char* format, ...);
+void DebugFmt(_THandle*, const char* format, ...);
+void TraceFmt(_THandle*, const char* format, ...);
+
+}  // namespace Logova

@@ -1,0 +1,79 @@
+// Netrova: one TCP client endpoint, its links and their callbacks. Every operation may be called
+// from any thread; none throws. A failing call leaves its code in Platova::GetLastError.
+#pragma once
+
+#include <cstddef>
+
+#include "platform/Kernova.h"
+#include "platform/Strova.h"
+
+namespace Netrova {
+
+// One established connection, reference counted.
+namespace Link {
+struct _THandle;
+
+int AddRef(_THandle*);   // the count afterwards
+int Release(_THandle*);  // the count afterwards
+
+// Queues the block's bytes for sending and returns at once: it never waits for the peer. A pool
+// thread writes what has gathered, with one system call. Blocks leave in the order of the calls.
+// -1 if the link is closed or its queue is full (kMaxQueuedBytes), otherwise the bytes queued.
+// The block is used up: its stream may only be destroyed afterwards.
+int Send(_THandle*, Kernova::MemoryPool::_XMemory* const);
+
+// Asks for one receive of up to `size` bytes; several may be outstanding, each ends in one received
+// callback once bytes have been added to the read stream. Reading stops when none is outstanding,
+// which is how a slow reader slows the peer down. -1 if the link is closed.
+int Recv(_THandle*, int size);
+
+// Locks and returns the stream of all bytes received and not yet taken; null on failure, and then
+// nothing is locked. Re-entrant.
+Strova::_THandle* LockReadStream(_THandle*);
+bool UnlockReadStream(_THandle*);
+
+// Closes the connection; the disconnected callback follows on a pool thread. What was queued before
+// is still written if the peer takes it at once. False if it was closed already.
+bool Close(_THandle*);
+
+// A link refuses further blocks while more than this is waiting to be written.
+inline constexpr std::size_t kMaxQueuedBytes = 16u << 20;
+}  // namespace Link
+
+// A locked view of a connector's live links.
+namespace ActiveLinkList {
+struct _THandle;
+Link::_THandle* GetLink(_THandle*, std::size_t index);  // null if there is none
+}  // namespace ActiveLinkList
+
+// A client endpoint. Callbacks run on the pool's threads:
+//   connected     once for each link, before anything else of that link;
+//   received      after bytes have been added to the read stream; one at a time for a link;
+//   disconnected  once for each link, after connected has returned and when the link has left the
+//                 active list. It does not wait for a received callback that is still running.
+// A link stays valid for the length of a callback, and as long as somebody holds a reference.
+namespace Connector {
+struct _THandle;
+using Callback = void (*)(_THandle*, Link::_THandle*, void* context);
+
+_THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool);  // null on failure
+// Closes the links, waits until every callback has returned and the disconnected callbacks have
+// run, and frees the connector. Takes null. Must not be called from one of its own callbacks.
+void DestroyHandle(_THandle*);
+
+// Stored before Connect. OnTimeout is never called by this library's own implementation.
+bool SetOnConnected(_THandle*, Callback, void* context);
+bool SetOnDisconnected(_THandle*, Callback, void* context);
+bool SetOnTimeout(_THandle*, Callback, void* context);
+bool SetOnReceived(_THandle*, Callback, void* context);
+
+// Opens one TCP connection to the host, dotted or named, and blocks until it stands, has failed or
+// the time is over; true on success. The connected callback follows on a pool thread.
+bool Connect(_THandle*, const char* host, unsigned short port, int timeoutMilliseconds);
+
+// Re-entrant for the thread that holds it. Null on failure, and then nothing is locked.
+ActiveLinkList::_THandle* LockActiveLinks(_THandle*);
+bool UnlockActiveLinks(_THandle*);
+}  // namespace Connector
+
+}  // namespace Netrova

@@ -1,0 +1,157 @@
+// Locks, events and threads, on the standard library's.
+#include <chrono>
+#include <exception>
+#include <system_error>
+
+#include "platform/KernovaXtl.h"
+#include "platform/common/LastError.h"
+
+namespace Kernova::Threading {
+
+namespace {
+
+// A few dozen cycles between two tries, so that a spinning thread leaves the lock's cache line alone.
+void Pause()
+{
+    for (int n = 0; n < 16; ++n) std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+// The end of a wait by the steady clock.
+std::chrono::steady_clock::time_point Deadline(unsigned int milliseconds)
+{
+    return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+}  // namespace
+
+CriticalSection::CriticalSection(unsigned int spinCount)
+    : m_nSpinCount(std::thread::hardware_concurrency() > 1 ? spinCount : 0)
+{
+}
+
+CriticalSection::~CriticalSection() = default;
+
+void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
+{
+    if (m_mutex.try_lock())
+        return;
+    // One thread spins, the others sleep: a crowd of spinners takes the processors from the holder, and
+    // from a caller on its way to wait for its answer.
+    if (!m_bSpinning.exchange(true, std::memory_order_relaxed)) {
+        bool bLocked = false;
+        for (unsigned int n = 0; n < m_nSpinCount && !bLocked; ++n) {
+            Pause();
+            bLocked = m_mutex.try_lock();
+        }
+        m_bSpinning.store(false, std::memory_order_relaxed);
+        if (bLocked)
+            return;
+    }
+    m_mutex.lock();
+}
+
+void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
+{
+    m_mutex.unlock();
+}
+
+ManualResetEvent::ManualResetEvent(bool signalled) : m_bSignalled(signalled) {}
+ManualResetEvent::~ManualResetEvent() = default;
+
+bool ManualResetEvent::Set()
+{
+    // Notified under the lock: a waiter may destroy the event as soon as its Wait has returned.
+    const std::lock_guard lock(m_mutex);
+    m_bSignalled = true;
+    m_cond.notify_all();
+    return true;
+}
+
+bool ManualResetEvent::Reset()
+{
+    const std::lock_guard lock(m_mutex);
+    m_bSignalled = false;
+    return true;
+}
+
+bool ManualResetEvent::Wait(unsigned int milliseconds)
+{
+    std::unique_lock lock(m_mutex);
+    return m_cond.wait_until(lock, Deadline(milliseconds), [this] { return m_bSignalled; });
+}
+
+AutoResetEvent::AutoResetEvent(bool signalled) : m_bSignalled(signalled) {}
+AutoResetEvent::~AutoResetEvent() = default;
+
+bool AutoResetEvent::Wait(unsigned int milliseconds)
+{
+    std::unique_lock lock(m_mutex);
+    const bool bSignalled = m_cond.wait_until(lock, Deadline(milliseconds), [this] { return m_bSignalled; });
+    m_bSignalled = false;
+    return bSignalled;
+}
+
+namespace {
+thread_local const Thread* t_pRunning = nullptr;  // whose body this thread is in
+}
+
+Thread::Thread() = default;
+
+Thread::~Thread()
+{
+    if (m_thread.joinable())
+        m_thread.detach();
+}
+
+bool Thread::Start()
+{
+    if (t_pRunning == this)
+        return false;
+    const std::lock_guard lock(m_mutex);
+    if (m_thread.joinable()) {
+        // Finished, or under an order to end that it has given itself: wait for the rest of it. The order
+        // is never taken back from a thread that has not left yet.
+        if (!m_bTerminated.load() && m_pRunning->load())
+            return false;
+        m_thread.join();
+    }
+    try {
+        auto pRunning = std::make_shared<std::atomic<bool>>(true);
+        m_pRunning = pRunning;
+        m_bTerminated.store(false);
+        m_thread = std::thread([this, pRunning] {
+            t_pRunning = this;
+            try {
+                const XTL::ExitGate::Scope inside;
+                Execute();
+            } catch (...) {  // the process is exiting, or a body that should have caught it itself
+                RaiseAssertion("[Kernova::Threading::Thread] Execute has thrown, or was started at exit.");
+            }
+            pRunning->store(false);
+        });
+        return true;
+    } catch (const std::system_error& error) {
+        Platova::SetLastError(static_cast<unsigned int>(error.code().value()));
+    } catch (const std::exception&) {
+        Platova::SetLastError(static_cast<unsigned int>(std::errc::not_enough_memory));
+    }
+    return false;
+}
+
+void Thread::Stop()
+{
+    m_bTerminated.store(true);
+    if (t_pRunning == this)
+        return;
+    const std::lock_guard lock(m_mutex);
+    m_bTerminated.store(true);  // a Start may just have taken it back
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+bool Thread::Terminated() const
+{
+    return m_bTerminated.load();
+}
+
+}  // namespace Kernova::Threading

@@ -1,0 +1,200 @@
+#include "platform/common/NetConnector.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include "platform/Assertion.h"
+#include "platform/Host.h"
+#include "platform/common/LastError.h"
+#include "platform/common/NetLink.h"
+
+namespace Netrova::Connector {
+
+using Kernova::Internal::MutexLock;
+using Kernova::Internal::OwnedLockScope;
+
+namespace {
+
+bool Fail(const std::error_code& code)
+{
+    Platova::SetLastError(static_cast<unsigned int>(code.value()));
+    return false;
+}
+
+}  // namespace
+
+_THandle::_THandle(Kernova::ThreadPool::_THandle& pool)
+    : m_pWork(std::make_unique<asio::executor_work_guard<asio::io_context::executor_type>>(
+          m_context.get_executor())),
+      m_pool(pool)
+{
+}
+
+bool _THandle::Start()
+{
+    return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space);
+}
+
+bool _THandle::Stop()
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_bStopping = true;
+        for (const auto& pCall : m_vecCalls) pCall->Abort();
+        if (m_context.get_executor().running_in_this_thread())
+            return false;
+        while (!m_vecCalls.empty()) m_cond.wait(m_mutex);
+    }
+    CloseLinks();
+    // The closed links come to their end, and with the last handler the context runs out of work.
+    m_pWork.reset();
+    m_pool.Detach(*this);
+    const MutexLock lock(m_mutex);
+    while (m_nListUsers != 0) m_cond.wait(m_mutex);
+    return true;
+}
+
+void _THandle::CloseLinks()
+{
+    const OwnedLockScope scope(m_activeLock);
+    for (const auto& pLink : m_active.m_vecLinks) {
+        while (!pLink->Close() && !pLink->IsClosed()) Host::Sleep(10);  // out of memory for the moment
+    }
+}
+
+bool _THandle::Run()
+{
+    for (;;) {
+        try {
+            if (m_context.run_one() == 0)
+                return true;
+        } catch (...) {  // only what a handler of this library has let through for want of memory
+            RaiseAssertion("[Netrova::Connector] A handler has thrown.");
+        }
+        int nEvictions = m_nEvictions.load();
+        while (nEvictions > 0) {
+            if (m_nEvictions.compare_exchange_weak(nEvictions, nEvictions - 1))
+                return false;
+        }
+    }
+}
+
+void _THandle::Evict()
+{
+    m_nEvictions.fetch_add(1);
+    Post([] {});  // wakes one worker; whichever is the first to finish a handler leaves
+}
+
+void _THandle::SetCallback(Event event, Callback pfnCallback, void* pContext)
+{
+    const MutexLock lock(m_mutex);
+    m_arrCallbacks[static_cast<std::size_t>(event)] = CallbackSlot{pfnCallback, pContext};
+}
+
+void _THandle::RunCallback(Event event, Link::_THandle* pLink)
+{
+    CallbackSlot slot;
+    {
+        const MutexLock lock(m_mutex);
+        slot = m_arrCallbacks[static_cast<std::size_t>(event)];
+    }
+    if (slot.pfnCallback == nullptr)
+        return;
+    try {
+        slot.pfnCallback(this, pLink, slot.pContext);
+    } catch (...) {
+        RaiseAssertion("[Netrova::Connector] A callback has thrown.");
+    }
+}
+
+bool _THandle::Connect(const char* pszHost, unsigned short nPort, int nTimeoutMilliseconds)
+{
+    try {
+        const auto pCall = std::make_shared<ConnectCall>(
+            Clock::now() + std::chrono::milliseconds(std::max(0, nTimeoutMilliseconds)));
+        const std::string strHost = pszHost;
+        {
+            const MutexLock lock(m_mutex);
+            if (m_bStopping)
+                return Fail(asio::error::operation_aborted);
+            m_vecCalls.push_back(pCall);
+        }
+        std::error_code failed;
+        try {
+            failed = Establish(pCall, strHost, nPort);
+        } catch (const std::exception&) {  // no memory, or no thread
+            failed = asio::error::no_memory;
+        }
+        if (failed)
+            Fail(failed);
+        const MutexLock lock(m_mutex);
+        m_vecCalls.erase(std::find(m_vecCalls.begin(), m_vecCalls.end(), pCall));
+        m_cond.notify_all();
+        return !failed;
+    } catch (const std::exception&) {
+        return Fail(asio::error::no_memory);
+    }
+}
+
+std::error_code _THandle::Establish(const std::shared_ptr<ConnectCall>& pCall, const std::string& strHost,
+                                    unsigned short nPort)
+{
+    std::vector<Endpoint> vecEndpoints;
+    std::error_code failed = FindEndpoints(pCall, strHost, nPort, vecEndpoints);
+    if (failed)
+        return failed;
+    Socket socket(m_context);
+    failed = Dial(pCall, m_context, vecEndpoints, socket);
+    if (!failed)
+        AddActive(std::move(socket));
+    return failed;
+}
+
+// The link is in the list before its connected callback, which may already send through the list.
+void _THandle::AddActive(Socket socket)
+{
+    const std::shared_ptr<Link::_THandle> pLink = Link::_THandle::Create(*this, std::move(socket));
+    try {
+        const OwnedLockScope scope(m_activeLock);
+        m_active.m_vecLinks.reserve(m_active.m_vecLinks.size() + 1);
+        asio::post(m_context, [pLink] { pLink->RunConnected(); });
+        m_active.m_vecLinks.push_back(pLink);
+    } catch (const std::exception&) {
+        pLink->Abandon();
+        throw;
+    }
+}
+
+void _THandle::RemoveActive(Link::_THandle* pLink)
+{
+    const OwnedLockScope scope(m_activeLock);
+    std::erase_if(m_active.m_vecLinks, [pLink](const auto& pOther) { return pOther.get() == pLink; });
+}
+
+ActiveLinkList::_THandle* _THandle::LockActiveLinks()
+{
+    {
+        const MutexLock lock(m_mutex);
+        if (m_bStopping) {
+            Fail(asio::error::shut_down);
+            return nullptr;
+        }
+        ++m_nListUsers;
+    }
+    m_activeLock.Lock();
+    return &m_active;
+}
+
+bool _THandle::UnlockActiveLinks()
+{
+    if (!m_activeLock.Unlock())
+        return Fail(std::make_error_code(std::errc::operation_not_permitted));
+    const MutexLock lock(m_mutex);
+    --m_nListUsers;
+    m_cond.notify_all();
+    return true;
+}
+
+}  // namespace Netrova::Connector

@@ -1,0 +1,88 @@
+// A connector: the I/O context, its place in the pool, the list of live links and the callbacks.
+#pragma once
+
+#include <array>
+#include <asio.hpp>
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Netrova.h"
+#include "platform/common/Mutex.h"
+#include "platform/common/NetConnectCall.h"
+#include "platform/common/OwnedLock.h"
+#include "platform/common/ThreadPool.h"
+
+struct Netrova::ActiveLinkList::_THandle {
+    std::vector<std::shared_ptr<Netrova::Link::_THandle>> m_vecLinks;
+};
+
+namespace Netrova::Connector {
+
+enum class Event { Connected, Disconnected, Timeout, Received };
+
+struct _THandle final : private Kernova::ThreadPool::IWork {
+    explicit _THandle(Kernova::ThreadPool::_THandle& pool);
+    ~_THandle() = default;  // after Stop, or if Start has failed
+    _THandle(const _THandle&) = delete;
+    _THandle& operator=(const _THandle&) = delete;
+
+    bool Start();
+    // Returns when nothing of this connector runs any more; false if that cannot come about because the
+    // caller is one of its callbacks.
+    bool Stop();
+
+    // ---- the operations of the contract ----
+    void SetCallback(Event event, Callback pfnCallback, void* pContext);
+    bool Connect(const char* pszHost, unsigned short nPort, int nTimeoutMilliseconds);
+    ActiveLinkList::_THandle* LockActiveLinks();
+    bool UnlockActiveLinks();
+
+    // ---- for the links ----
+    asio::io_context& GetContext() { return m_context; }
+    void RunCallback(Event event, Link::_THandle* pLink);
+    void RemoveActive(Link::_THandle* pLink);
+    // Lets a pool thread run it; the calling thread does so where there is no memory to remember it.
+    template <class Job>
+    void Post(Job job)
+    {
+        try {
+            asio::post(m_context, job);
+        } catch (const std::exception&) {
+            job();
+        }
+    }
+
+private:
+    struct CallbackSlot {
+        Callback pfnCallback = nullptr;
+        void* pContext = nullptr;
+    };
+
+    bool Run() override;
+    void Evict() override;
+    std::error_code Establish(const std::shared_ptr<ConnectCall>& pCall, const std::string& strHost,
+                              unsigned short nPort);
+    void AddActive(Socket socket);
+    void CloseLinks();
+
+    asio::io_context m_context;  // goes last: sockets and timers belong to it
+    std::unique_ptr<asio::executor_work_guard<asio::io_context::executor_type>> m_pWork;
+    Kernova::ThreadPool::_THandle& m_pool;
+    std::atomic<int> m_nEvictions{0};  // workers that still have to leave
+
+    Kernova::Internal::OwnedLock m_activeLock;  // guards the list
+    ActiveLinkList::_THandle m_active;
+
+    Kernova::Internal::Mutex m_mutex;
+    std::condition_variable_any m_cond;  // a Connect or a user of the list has gone
+    bool m_bStopping GUARDED_BY(m_mutex) = false;
+    std::vector<std::shared_ptr<ConnectCall>> m_vecCalls GUARDED_BY(m_mutex);
+    std::size_t m_nListUsers GUARDED_BY(m_mutex) = 0;  // hold the list or wait for it
+    std::array<CallbackSlot, 4> m_arrCallbacks GUARDED_BY(m_mutex);
+};
+
+}  // namespace Netrova::Connector

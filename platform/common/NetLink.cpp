@@ -1,0 +1,305 @@
+#include "platform/common/NetLink.h"
+
+#include <climits>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "platform/Assertion.h"
+#include "platform/common/LastError.h"
+#include "platform/common/NetConnector.h"
+#include "platform/common/XMemory.h"
+
+namespace Netrova::Link {
+
+using Kernova::Internal::MutexLock;
+
+namespace {
+
+// Small blocks are gathered into one up to this size, so that one system call takes them all.
+constexpr std::size_t kGatheredBytes = 16u << 10;
+
+// What the buffer of received bytes keeps once it has been emptied.
+constexpr std::size_t kKeptBytes = 64u << 10;
+
+int Fail(const std::error_code& code)
+{
+    Platova::SetLastError(static_cast<unsigned int>(code.value()));
+    return -1;
+}
+
+int FailWithoutMemory()
+{
+    return Fail(asio::error::no_memory);
+}
+
+}  // namespace
+
+std::shared_ptr<_THandle> _THandle::Create(Connector::_THandle& connector, Socket socket)
+{
+    auto pLink = std::make_shared<_THandle>(connector);
+    auto pTransport = std::make_shared<Transport>(connector.GetContext(), std::move(socket), pLink);
+    const MutexLock lock(pLink->m_mutex);
+    pLink->m_pTransport = std::move(pTransport);
+    pLink->m_pSelf = pLink;
+    return pLink;
+}
+
+_THandle::_THandle(Connector::_THandle& connector) : m_connector(connector), m_pStream(Strova::CreateHandle())
+{
+    if (m_pStream == nullptr)
+        throw std::bad_alloc();
+}
+
+_THandle::~_THandle()
+{
+    Strova::DestroyHandle(m_pStream);
+}
+
+void _THandle::Abandon()
+{
+    std::shared_ptr<Transport> pTransport;
+    {
+        const MutexLock lock(m_mutex);
+        pTransport.swap(m_pTransport);
+        m_bClosed = true;
+    }
+    Release();
+}
+
+int _THandle::AddRef()
+{
+    return ++m_nRefs;
+}
+
+int _THandle::Release()
+{
+    const int nRefs = --m_nRefs;
+    if (nRefs == 0) {
+        const std::shared_ptr<_THandle> pLast = std::move(m_pSelf);
+        return 0;  // this object may be gone now
+    }
+    if (nRefs < 0)
+        RaiseAssertion("[Netrova::Link] Released more often than referenced.");
+    return nRefs;
+}
+
+bool _THandle::IsClosed()
+{
+    const MutexLock lock(m_mutex);
+    return m_bClosed;
+}
+
+int _THandle::Send(Kernova::MemoryPool::_XMemory& memory)
+{
+    const std::size_t nLength = memory.GetLength();
+    const MutexLock lock(m_mutex);
+    if (m_bClosed)
+        return Fail(asio::error::not_connected);
+    if (m_nQueuedBytes > kMaxQueuedBytes)
+        return Fail(asio::error::no_buffer_space);
+    if (nLength == 0)
+        return 0;
+    try {
+        // The transport is woken first: if that fails nothing is queued, and it cannot look into the
+        // queue before this lock is given back.
+        if (!m_bWriting)
+            m_pTransport->PostWrite();
+        m_bWriting = true;
+        std::vector<char> vecBytes = std::move(memory.m_vecBytes);
+        vecBytes.erase(vecBytes.begin(), vecBytes.begin() + static_cast<std::ptrdiff_t>(memory.m_nFront));
+        memory.m_vecBytes.clear();
+        memory.m_nFront = 0;
+        AppendToQueue(std::move(vecBytes));
+    } catch (const std::exception&) {
+        return FailWithoutMemory();
+    }
+    m_nQueuedBytes += nLength;
+    return static_cast<int>(nLength);
+}
+
+void _THandle::AppendToQueue(std::vector<char> vecBytes)
+{
+    if (!m_vecQueued.empty() && m_vecQueued.back().size() + vecBytes.size() <= kGatheredBytes)
+        m_vecQueued.back().insert(m_vecQueued.back().end(), vecBytes.begin(), vecBytes.end());
+    else
+        m_vecQueued.push_back(std::move(vecBytes));
+}
+
+bool _THandle::TakeQueued(std::vector<std::vector<char>>& vecBlocks)
+{
+    const MutexLock lock(m_mutex);
+    vecBlocks.clear();
+    vecBlocks.swap(m_vecQueued);
+    m_bWriting = !vecBlocks.empty();
+    return m_bWriting;
+}
+
+void _THandle::Written(std::size_t nCount)
+{
+    const MutexLock lock(m_mutex);
+    m_nQueuedBytes -= nCount;
+}
+
+int _THandle::Recv(int nSize)
+{
+    if (nSize <= 0)
+        return Fail(asio::error::invalid_argument);
+    const std::size_t nBytes = static_cast<std::size_t>(nSize);
+    const MutexLock lock(m_mutex);
+    if (m_bClosed)
+        return Fail(asio::error::not_connected);
+    try {
+        if (!m_bReading)
+            m_pTransport->PostRead();
+        m_bReading = true;
+        if (m_deqCredits.empty() || m_deqCredits.back().nSize != nBytes)
+            m_deqCredits.push_back(Credits{nBytes, 0});
+    } catch (const std::exception&) {
+        return FailWithoutMemory();
+    }
+    ++m_deqCredits.back().nCount;
+    return 0;
+}
+
+std::size_t _THandle::TakeCredit()
+{
+    const MutexLock lock(m_mutex);
+    m_bReading = !m_deqCredits.empty();
+    if (!m_bReading)
+        return 0;
+    const std::size_t nSize = m_deqCredits.front().nSize;
+    if (--m_deqCredits.front().nCount == 0)
+        m_deqCredits.pop_front();
+    return nSize;
+}
+
+bool _THandle::AddReceived(const char* pBytes, std::size_t nCount)
+{
+    {
+        const MutexLock lock(m_mutex);
+        try {
+            m_vecPending.insert(m_vecPending.end(), pBytes, pBytes + nCount);
+        } catch (const std::exception&) {
+            return false;
+        }
+        ++m_nCallbacksDue;
+        if (!m_bConnectedReturned || m_bDelivering)
+            return true;
+        m_bDelivering = true;
+    }
+    PostReceived();
+    return true;
+}
+
+Strova::_THandle* _THandle::LockReadStream()
+{
+    m_readLock.Lock();
+    {
+        const MutexLock lock(m_mutex);
+        const int nCount = static_cast<int>(m_vecPending.size());
+        if (Strova::Write(m_pStream, m_vecPending.data(), nCount) == nCount) {
+            m_vecPending.clear();
+            if (m_vecPending.capacity() > kKeptBytes)
+                std::vector<char>().swap(m_vecPending);
+            return m_pStream;
+        }
+    }
+    // What has arrived stays where it is until there is memory again.
+    m_readLock.Unlock();
+    FailWithoutMemory();
+    return nullptr;
+}
+
+bool _THandle::UnlockReadStream()
+{
+    if (m_readLock.Unlock())
+        return true;
+    Fail(std::make_error_code(std::errc::operation_not_permitted));
+    return false;
+}
+
+bool _THandle::Close()
+{
+    const MutexLock lock(m_mutex);
+    if (m_bClosed) {
+        Fail(asio::error::not_connected);
+        return false;
+    }
+    try {
+        m_pTransport->PostClose();
+    } catch (const std::exception&) {
+        FailWithoutMemory();
+        return false;
+    }
+    m_bClosed = true;
+    return true;
+}
+
+// ---- the order of the callbacks: connected, then received one at a time, and disconnected beside them ----
+
+void _THandle::RunConnected()
+{
+    m_connector.RunCallback(Connector::Event::Connected, this);
+    bool bReceived = false;
+    bool bDisconnected = false;
+    {
+        const MutexLock lock(m_mutex);
+        m_bConnectedReturned = true;
+        bReceived = m_nCallbacksDue != 0;
+        m_bDelivering = bReceived;
+        bDisconnected = m_bLost;
+    }
+    if (bReceived)
+        PostReceived();
+    if (bDisconnected)
+        PostDisconnected();
+}
+
+void _THandle::PostReceived()
+{
+    m_connector.Post([pSelf = shared_from_this()] { pSelf->RunReceived(); });
+}
+
+// One callback, then back to the end of the pool's queue: while one waits for its turn it occupies no
+// thread, and the other links get theirs.
+void _THandle::RunReceived()
+{
+    m_connector.RunCallback(Connector::Event::Received, this);
+    {
+        const MutexLock lock(m_mutex);
+        --m_nCallbacksDue;
+        m_bDelivering = m_nCallbacksDue != 0;
+        if (!m_bDelivering)
+            return;
+    }
+    PostReceived();
+}
+
+void _THandle::Lost()
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_bClosed = true;
+        if (m_bLost)
+            return;
+        m_bLost = true;
+        if (!m_bConnectedReturned)
+            return;
+    }
+    PostDisconnected();
+}
+
+void _THandle::PostDisconnected()
+{
+    m_connector.Post([pSelf = shared_from_this()] { pSelf->RunDisconnected(); });
+}
+
+void _THandle::RunDisconnected()
+{
+    m_connector.RemoveActive(this);
+    m_connector.RunCallback(Connector::Event::Disconnected, this);
+    Abandon();
+}
+
+}  // namespace Netrova::Link

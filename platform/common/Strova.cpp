@@ -1,0 +1,121 @@
+#include "platform/Strova.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <system_error>
+
+#include "platform/common/LastError.h"
+#include "platform/common/XMemory.h"
+
+namespace Strova {
+
+struct _THandle {
+    Kernova::MemoryPool::_XMemory m_memory;
+};
+
+namespace {
+
+// An emptied stream keeps its block up to this size and gives back a bigger one.
+constexpr std::size_t kKeptBytes = 64u << 10;
+
+int Fail(std::errc code)
+{
+    Platova::SetLastError(static_cast<unsigned int>(code));
+    return -1;
+}
+
+// How many of `size` bytes are there to be taken.
+std::size_t Available(const _THandle* pStream, int size)
+{
+    return std::min(static_cast<std::size_t>(size), pStream->m_memory.GetLength());
+}
+
+void DropFront(Kernova::MemoryPool::_XMemory& memory, std::size_t nCount)
+{
+    memory.m_nFront += nCount;
+    if (memory.GetLength() != 0)
+        return;
+    memory.m_nFront = 0;
+    memory.m_vecBytes.clear();
+    if (memory.m_vecBytes.capacity() > kKeptBytes)
+        std::vector<char>().swap(memory.m_vecBytes);
+}
+
+}  // namespace
+
+_THandle* CreateHandle()
+{
+    auto* const pStream = new (std::nothrow) _THandle;
+    if (pStream == nullptr)
+        Fail(std::errc::not_enough_memory);
+    return pStream;
+}
+
+void DestroyHandle(_THandle* pStream)
+{
+    delete pStream;
+}
+
+int GetLength(_THandle* pStream)
+{
+    return pStream == nullptr ? 0 : static_cast<int>(pStream->m_memory.GetLength());
+}
+
+int Write(_THandle* pStream, const void* data, int size)
+{
+    if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
+        return Fail(std::errc::invalid_argument);
+    auto& memory = pStream->m_memory;
+    if (memory.GetLength() + static_cast<std::size_t>(size) > static_cast<std::size_t>(INT_MAX))
+        return Fail(std::errc::file_too_large);
+    auto& vecBytes = memory.m_vecBytes;
+    // The front is closed up only once it is the larger part, so that every byte moves at most once.
+    if (memory.m_nFront > vecBytes.size() / 2) {
+        vecBytes.erase(vecBytes.begin(), vecBytes.begin() + static_cast<std::ptrdiff_t>(memory.m_nFront));
+        memory.m_nFront = 0;
+    }
+    try {
+        const auto* const pBytes = static_cast<const char*>(data);
+        vecBytes.insert(vecBytes.end(), pBytes, pBytes + size);
+    } catch (const std::exception&) {
+        return Fail(std::errc::not_enough_memory);
+    }
+    return size;
+}
+
+int Peek(_THandle* pStream, void* data, int size)
+{
+    if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
+        return Fail(std::errc::invalid_argument);
+    const std::size_t nCount = Available(pStream, size);
+    if (nCount != 0)
+        std::memcpy(data, pStream->m_memory.GetFront(), nCount);
+    return static_cast<int>(nCount);
+}
+
+int Read(_THandle* pStream, void* data, int size)
+{
+    const int nCount = Peek(pStream, data, size);
+    if (nCount > 0)
+        DropFront(pStream->m_memory, static_cast<std::size_t>(nCount));
+    return nCount;
+}
+
+int RemoveLeft(_THandle* pStream, int size)
+{
+    if (pStream == nullptr || size < 0)
+        return Fail(std::errc::invalid_argument);
+    const std::size_t nCount = Available(pStream, size);
+    DropFront(pStream->m_memory, nCount);
+    return static_cast<int>(nCount);
+}
+
+Kernova::MemoryPool::_XMemory* GetXMemory(_THandle* pStream)
+{
+    return pStream == nullptr ? nullptr : &pStream->m_memory;
+}
+
+}  // namespace Strova

@@ -1,0 +1,100 @@
+// The process, its clock, its files and its operator, on POSIX systems.
+#include "platform/Host.h"
+
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+#include "platform/common/LastError.h"
+
+namespace Host {
+
+namespace {
+
+bool GetStatus(const std::string& strPath, struct stat& status)
+{
+    if (stat(strPath.c_str(), &status) == 0)
+        return true;
+    Platova::SetLastError(static_cast<unsigned int>(errno));
+    return false;
+}
+
+}  // namespace
+
+std::string GetExecutableDirectory()
+{
+    std::string strPath(256, '\0');
+    for (;;) {
+        const ssize_t nLength = readlink("/proc/self/exe", strPath.data(), strPath.size());
+        if (nLength < 0) {
+            Platova::SetLastError(static_cast<unsigned int>(errno));
+            return {};
+        }
+        if (static_cast<std::size_t>(nLength) < strPath.size()) {
+            strPath.resize(static_cast<std::size_t>(nLength));
+            break;
+        }
+        strPath.resize(strPath.size() * 2);  // it may have been cut
+    }
+    const std::size_t nSeparator = strPath.rfind('/');
+    if (nSeparator == std::string::npos)
+        return {};
+    // A program in the root directory: an empty answer would mean that it cannot be found.
+    return nSeparator == 0 ? "/." : strPath.substr(0, nSeparator);
+}
+
+const char* GetPathSeparator()
+{
+    return "/";
+}
+
+LocalTime GetLocalTime()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    localtime_r(&now.tv_sec, &parts);
+    return LocalTime{parts.tm_year + 1900,
+                     parts.tm_mon + 1,
+                     parts.tm_mday,
+                     parts.tm_hour,
+                     parts.tm_min,
+                     parts.tm_sec,
+                     static_cast<int>(now.tv_nsec / 1'000'000)};
+}
+
+void Sleep(unsigned int milliseconds)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+bool FileExists(const std::string& strPath)
+{
+    struct stat status {};
+    return GetStatus(strPath, status);
+}
+
+bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
+{
+    struct stat status {};
+    if (!GetStatus(strPath, status))
+        return false;
+    nTime = static_cast<std::int64_t>(status.st_mtim.tv_sec) * 1'000'000'000 + status.st_mtim.tv_nsec;
+    return true;
+}
+
+// A game server on these systems has no desktop; the caller's other way of reporting is the log.
+bool ShowErrorBox(const char*, const char*)
+{
+    return false;
+}
+
+// The library is linked so that it stays in memory once it has been loaded (-z nodelete).
+void HoldLibrary() {}
+void ReleaseLibrary() {}
+
+}  // namespace Host

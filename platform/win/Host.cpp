@@ -1,0 +1,154 @@
+// The process, its clock, its files and its operator, on Windows.
+#include "platform/Host.h"
+
+#include <windows.h>
+
+#include "platform/common/LastError.h"
+
+namespace Host {
+
+namespace {
+
+bool StoreError()
+{
+    Platova::SetLastError(::GetLastError());
+    return false;
+}
+
+bool GetAttributes(const std::string& strPath, WIN32_FILE_ATTRIBUTE_DATA& attributes)
+{
+    return GetFileAttributesExA(strPath.c_str(), GetFileExInfoStandard, &attributes) != 0 || StoreError();
+}
+
+// Whether a window of this process can be made at all and somebody sits in front of it. A service has a
+// desktop without eyes, and a session without a display has none: a dialog would wait there for ever.
+bool SomebodyIsWatching()
+{
+    DWORD nSession = 0;
+    if (!ProcessIdToSessionId(GetCurrentProcessId(), &nSession) || nSession == 0)
+        return false;  // the session of the services
+    USEROBJECTFLAGS flags{};
+    DWORD nNeeded = 0;
+    if (!GetUserObjectInformationA(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof(flags), &nNeeded) ||
+        (flags.dwFlags & WSF_VISIBLE) == 0)
+        return false;
+    const HWND window =
+        CreateWindowExA(0, "STATIC", "", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    if (window == nullptr)
+        return false;
+    DestroyWindow(window);
+    return true;
+}
+
+// The module that this code stands in, the library or a test program.
+HMODULE GetOwnModule(DWORD nFlags)
+{
+    HMODULE module = nullptr;
+    if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | nFlags,
+                            reinterpret_cast<LPCSTR>(&HoldLibrary), &module))
+        StoreError();
+    return module;
+}
+
+}  // namespace
+
+std::string GetExecutableDirectory()
+{
+    std::string strPath(MAX_PATH, '\0');
+    for (;;) {
+        const DWORD nSize = static_cast<DWORD>(strPath.size());
+        const DWORD nLength = GetModuleFileNameA(nullptr, strPath.data(), nSize);
+        if (nLength == 0) {
+            StoreError();
+            return {};
+        }
+        if (nLength < nSize) {
+            strPath.resize(nLength);
+            break;
+        }
+        strPath.resize(strPath.size() * 2);  // it has been cut
+    }
+    const std::size_t nSeparator = strPath.find_last_of("\\/");
+    return nSeparator == std::string::npos ? std::string() : strPath.substr(0, nSeparator);
+}
+
+const char* GetPathSeparator()
+{
+    return "\\";
+}
+
+LocalTime GetLocalTime()
+{
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    return LocalTime{now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds};
+}
+
+void Sleep(unsigned int milliseconds)
+{
+    ::Sleep(milliseconds);
+}
+
+bool FileExists(const std::string& strPath)
+{
+    WIN32_FILE_ATTRIBUTE_DATA attributes{};
+    return GetAttributes(strPath, attributes);
+}
+
+bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
+{
+    WIN32_FILE_ATTRIBUTE_DATA attributes{};
+    if (!GetAttributes(strPath, attributes))
+        return false;
+    nTime = static_cast<std::int64_t>(static_cast<std::uint64_t>(attributes.ftLastWriteTime.dwHighDateTime)
+                                          << 32 |
+                                      attributes.ftLastWriteTime.dwLowDateTime);
+    return true;
+}
+
+bool ShowErrorBox(const char* pszTitle, const char* pszText)
+{
+    return SomebodyIsWatching() && MessageBoxA(nullptr, pszText, pszTitle, MB_ICONERROR | MB_TOPMOST) != 0;
+}
+
+bool IsTextUnicode(const void* pBuffer, int nLength)
+{
+    return pBuffer != nullptr && nLength > 0 && ::IsTextUnicode(pBuffer, nLength, nullptr) != FALSE;
+}
+
+// A surrogate without its partner becomes U+FFFD, and an odd byte at the end is left out.
+bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& strOut)
+{
+    if (nLength < 0 || (pWide == nullptr && nLength > 0)) {
+        Platova::SetLastError(ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    strOut.clear();
+    const int nUnits = nLength / 2;
+    if (nUnits == 0)
+        return true;                                                // the system's call refuses an empty text
+    std::wstring strWide(static_cast<std::size_t>(nUnits), L'\0');  // aligned
+    CopyMemory(strWide.data(), pWide, static_cast<std::size_t>(nUnits) * sizeof(wchar_t));
+    const UINT nCodePage = bUtf8 ? CP_UTF8 : CP_ACP;
+    const int nSize = WideCharToMultiByte(nCodePage, 0, strWide.data(), nUnits, nullptr, 0, nullptr, nullptr);
+    if (nSize <= 0)
+        return StoreError();
+    strOut.resize(static_cast<std::size_t>(nSize));
+    if (WideCharToMultiByte(nCodePage, 0, strWide.data(), nUnits, strOut.data(), nSize, nullptr, nullptr) !=
+        nSize)
+        return StoreError();
+    return true;
+}
+
+void HoldLibrary()
+{
+    GetOwnModule(0);  // counts one user more
+}
+
+void ReleaseLibrary()
+{
+    if (const HMODULE module = GetOwnModule(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT))
+        FreeLibrary(module);
+}
+
+}  // namespace Host

@@ -1,0 +1,16 @@
+// End dates as the wire has them: 14 digits, YYYYMMDDhhmmss, local time.
+#pragma once
+
+#include <ctime>
+#include <optional>
+#include <string>
+
+namespace Sandbox {
+
+inline constexpr char kNoEnd[] = "99991231235959";
+
+std::string FormatDate(std::time_t time);
+// Nothing unless the text is 14 digits and names a day and time that exist.
+std::optional<std::time_t> ParseDate(const std::string& strDate);
+
+}  // namespace Sandbox

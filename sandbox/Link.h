@@ -1,0 +1,86 @@
+// One TCP connection: cuts what comes in into frames and writes what goes out, each when it is due.
+// Belongs to the server's thread.
+#pragma once
+
+#include <array>
+#include <asio.hpp>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "sandbox/Clock.h"
+#include "sandbox/Frames.h"
+
+namespace Sandbox {
+
+struct Connector;
+
+class Link final : public std::enable_shared_from_this<Link> {
+public:
+    // Whoever the frames are for.
+    class IOwner {
+    public:
+        // One frame's body. Whatever it throws closes the link.
+        virtual void OnFrame(Link& link, Wirova::Stream* body) = 0;
+        // Once for each link. strWhy says why, as a reader would like it.
+        virtual void OnClosed(Link& link, const std::string& strWhy) = 0;
+
+    protected:
+        ~IOwner() = default;
+    };
+
+    Link(asio::ip::tcp::socket socket, IOwner& owner, const IClock& clock);
+
+    void Start();
+    // Queues a frame that leaves after the delay; frames of the same delay keep their order. Closes the
+    // link if the peer leaves more than kMaxQueuedBytes waiting.
+    void Post(std::string strFrame, std::chrono::milliseconds delay);
+    void Close(const std::string& strWhy);
+    bool IsOpen() const { return m_bOpen; }
+
+    // How lines name it: the peer's address, or the connector's name once it has registered.
+    const std::string& GetName() const { return m_strName; }
+    // Null until it has registered. The registry keeps both directions in step.
+    Connector* GetConnector() const { return m_pConnector; }
+    void SetConnector(Connector* pConnector, const std::string& strName);
+
+    std::int64_t GetStartTime() const { return m_msStarted; }  // of IClock::Milliseconds
+    std::int64_t GetLastHeard() const { return m_msHeard; }    // when bytes came in last
+
+    // Nothing more is read while this much waits to be written; a little less, and reading goes on.
+    static constexpr std::size_t kPauseAt = 1u << 20;
+    static constexpr std::size_t kMaxQueuedBytes = 32u << 20;
+
+private:
+    using Due = std::chrono::steady_clock::time_point;
+
+    void Read();
+    void OnRead(const asio::error_code& error, int nRead);
+    void TakeFrames();
+    bool IsPaused() const { return m_nQueuedBytes >= kPauseAt; }
+    void Write();
+    void OnWritten();
+
+    asio::ip::tcp::socket m_socket;
+    asio::steady_timer m_timer;  // until the first frame in the queue is due
+    IOwner& m_owner;
+    const IClock& m_clock;
+    std::string m_strName;
+    Connector* m_pConnector = nullptr;
+    std::int64_t m_msStarted;
+    std::int64_t m_msHeard;
+    bool m_bOpen = true;
+
+    bool m_bReading = false;
+    std::array<char, 16 * 1024> m_arrInput;
+    StreamPtr m_input;  // bytes that are not a whole frame yet, or wait for the pause to end
+
+    bool m_bWriting = false;
+    std::string m_strWriting;
+    std::multimap<Due, std::string> m_mapQueue;
+    std::size_t m_nQueuedBytes = 0;  // in the queue and in m_strWriting
+};
+
+}  // namespace Sandbox

@@ -1,0 +1,45 @@
+#include "sandbox/Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "sandbox/Version.h"
+
+namespace Sandbox {
+
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options)
+{
+    CLI::App app{
+        "A stand-in for the Velkar billing service, for people without the real one.\n"
+        "It speaks the connector's protocol without any authentication: keep it on this machine."};
+    app.set_version_flag("--version", std::string("velkar-sandbox ") + kVersion);
+
+    int nDelay = static_cast<int>(options.answerDelay.count());
+    app.add_option("--host", options.strHost, "Address to listen on")->capture_default_str();
+    app.add_option("--port", options.nPort, "TCP port; 0 takes a free one and prints it")
+        ->capture_default_str();
+    app.add_option("--db", options.strDb,
+                   "SQLite file that keeps users and sessions; in memory if not given");
+    app.add_option("--seed", options.strSeed, "Users to start with: demo, none, or a JSON file")
+        ->capture_default_str();
+    app.add_option("--answer-delay", nDelay, "Milliseconds before an answer leaves")
+        ->check(CLI::Range(0, 600'000))
+        ->capture_default_str();
+    app.add_option("--port-file", options.strPortFile, "File that gets the port once the sandbox listens");
+    bool bQuiet = false, bVerbose = false;
+    auto* const pQuiet = app.add_flag("--quiet", bQuiet, "Only start, end and what goes wrong");
+    app.add_flag("--verbose", bVerbose, "Heartbeats too, and messages at length")->excludes(pQuiet);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? kEnded : kBadCommandLine;
+    }
+    options.answerDelay = std::chrono::milliseconds(nDelay);
+    if (bQuiet)
+        options.verbosity = Verbosity::Quiet;
+    if (bVerbose)
+        options.verbosity = Verbosity::Verbose;
+    return std::nullopt;
+}
+
+}  // namespace Sandbox

@@ -1,0 +1,28 @@
+// The command line.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "sandbox/Console.h"
+
+namespace Sandbox {
+
+struct Options {
+    std::string strHost = "127.0.0.1";
+    unsigned short nPort = 12000;  // 0: any free one
+    std::string strDb;             // empty: in memory
+    std::string strSeed = "demo";  // or "none", or a JSON file
+    std::chrono::milliseconds answerDelay{2};
+    Verbosity verbosity = Verbosity::Normal;
+    std::string strPortFile;  // empty: none
+};
+
+// Exit codes of the program.
+enum ExitCode : int { kEnded = 0, kCannotStart = 1, kBadCommandLine = 2, kFailed = 3 };
+
+// Prints help, version or what is wrong, and then returns the exit code; otherwise fills options.
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options);
+
+}  // namespace Sandbox

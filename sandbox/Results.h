@@ -1,0 +1,75 @@
+// How the sandbox says no.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "wirova/WirovaBase.h"
+
+namespace Sandbox {
+
+// Result codes of refused requests, beside those that a user is seeded with.
+enum Result : int {
+    kAccepted = 0,
+    kUnknownUser = 2,
+    kElsewhere = 3,  // checked in on another connector
+    kTermOver = 4,
+    kNoMinutes = 6,
+    kNoUserNamed = 7,
+    kNotRegistered = 8,  // the connector has to register first
+    kStoreFailed = 9,
+    kNotCheckedIn = 10,
+};
+
+// Results of refused registrations.
+enum ConnectResult : int {
+    kNoGID = 1,
+    kTooLong = 2,
+    kOtherConnector = 3,  // the link belongs to another one
+    kTooMany = 4,
+};
+
+// Success, with the extra flag for the game.
+inline constexpr int kAcceptedExtra = 90006;
+
+// Thrown by a handler: what it has changed is undone, and the answer carries this.
+class Refusal : public std::runtime_error {
+public:
+    Refusal(int nResult, const std::string& strText) : std::runtime_error(strText), m_nResult(nResult) {}
+    int GetResult() const { return m_nResult; }
+
+private:
+    int m_nResult;
+};
+
+// Whatever head an answer has: nResult or nState or bSuccess, strErrorMsg or strMessage.
+template <class Ans>
+void SetRefusal([[maybe_unused]] Ans& ans, [[maybe_unused]] int nResult, [[maybe_unused]] const char* pszText)
+{
+    if constexpr (requires { ans.nResult; })
+        ans.nResult = nResult;
+    if constexpr (requires { ans.nState; })
+        ans.nState = nResult;
+    if constexpr (requires { ans.bSuccess; })
+        ans.bSuccess = false;
+    if constexpr (requires { ans.strErrorMsg; })
+        ans.strErrorMsg = pszText;
+    if constexpr (requires { ans.strMessage; })
+        ans.strMessage = pszText;
+}
+
+// What an answer repeats of its request.
+template <class Req, class Ans>
+void Echo([[maybe_unused]] const Req& req, [[maybe_unused]] Ans& ans)
+{
+    if constexpr (requires { ans.nReqID = req.nReqID; })
+        ans.nReqID = req.nReqID;
+    if constexpr (requires { ans.strUserID = req.strUserID; })
+        ans.strUserID = req.strUserID;
+    if constexpr (requires { ans.strUserNo = req.strUserNo; })
+        ans.strUserNo = req.strUserNo;
+    if constexpr (requires { ans.strUserIP = req.strUserIP; })
+        ans.strUserIP = req.strUserIP;
+}
+
+}  // namespace Sandbox

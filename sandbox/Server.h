@@ -1,0 +1,93 @@
+// The sandbox as a whole: accepts connectors, owns every piece, and runs it all on one thread.
+#pragma once
+
+#include <asio.hpp>
+#include <future>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <type_traits>
+
+#include "sandbox/Clock.h"
+#include "sandbox/Console.h"
+#include "sandbox/Link.h"
+#include "sandbox/MessageLog.h"
+#include "sandbox/Options.h"
+#include "sandbox/Registry.h"
+#include "sandbox/Service.h"
+#include "sandbox/Store.h"
+
+namespace Sandbox {
+
+// The text says what could not be had and why.
+class StartError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+class Server final : private Link::IOwner {
+public:
+    static constexpr std::size_t kMaxLinks = 1000;  // fewer if the system allows the process fewer files
+
+    // Opens the database, seeds it and listens. The clock and the console must outlive the server.
+    // Throws StartError.
+    Server(const Options& options, const IClock& clock, const Console& console);
+
+    unsigned short GetPort() const { return m_nPort; }  // the bound one; any thread
+
+    // Serves on the calling thread until Stop. Once.
+    void Run();
+    void Stop();           // from any thread; Run then returns soon
+    void StopOnSignals();  // SIGINT and SIGTERM stop it; before Run
+
+    // What runs by time, at once instead of a little later. Any thread.
+    void SweepNow()
+    {
+        Invoke([this] { Sweep(); });
+    }
+
+    // Runs work() on the thread of Run, waits for it and returns its result. Any other thread, while
+    // Run runs.
+    template <class Work>
+    auto Invoke(Work work) -> std::invoke_result_t<Work>
+    {
+        auto pTask = std::make_shared<std::packaged_task<std::invoke_result_t<Work>()>>(std::move(work));
+        auto result = pTask->get_future();
+        asio::post(m_context, [pTask] { (*pTask)(); });
+        return result.get();
+    }
+
+    // Only within Invoke.
+    Store& GetStore() { return *m_pStore; }
+    Registry& GetRegistry() { return m_registry; }
+    const MessageLog& GetMessageLog() const { return m_log; }
+    std::size_t CountLinks() const { return m_setLinks.size(); }
+
+private:
+    void Accept();
+    void ScheduleSweep();
+    void Sweep();
+    void CloseAll();
+    void OnFrame(Link& link, Wirova::Stream* body) override;
+    void OnClosed(Link& link, const std::string& strWhy) override;
+
+    const IClock& m_clock;
+    const Console& m_console;
+    std::unique_ptr<Store> m_pStore;
+    Registry m_registry;
+    MessageLog m_log;
+    Service m_service;
+
+    asio::io_context m_context{1};
+    asio::ip::tcp::acceptor m_acceptor{m_context};
+    asio::steady_timer m_acceptTimer{m_context};  // a pause after an accept that failed
+    asio::steady_timer m_sweepTimer{m_context};
+    std::optional<asio::signal_set> m_signals;
+    std::set<std::shared_ptr<Link>> m_setLinks;
+    std::size_t m_nMaxLinks;
+    bool m_bFullShown = false;  // the line about it, since there was room last
+    unsigned short m_nPort = 0;
+    bool m_bStopped = false;
+};
+
+}  // namespace Sandbox

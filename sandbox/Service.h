@@ -1,0 +1,138 @@
+// What the stand-in does: a table of handlers over the message classes, and the rules that run by time.
+// Belongs to the server's thread.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sandbox/Clock.h"
+#include "sandbox/Console.h"
+#include "sandbox/Frames.h"
+#include "sandbox/MessageLog.h"
+#include "sandbox/Registry.h"
+#include "sandbox/Results.h"
+#include "sandbox/Store.h"
+#include "wirova/messages/AllMessages.h"
+
+namespace Sandbox {
+
+class Service {
+public:
+    // Times that no connector sets; seconds of the calendar, milliseconds of the clock.
+    static constexpr std::time_t kMoveSeconds = 60;             // from UserMoveTo until UserMoveFrom
+    static constexpr std::int64_t kAwayMilliseconds = 300'000;  // then a connector is forgotten
+    static constexpr std::int64_t kRegisterMilliseconds = 10'000;
+    static constexpr int kConfirmCycles = 2;
+    static constexpr int kSilentCycles = 3;
+
+    Service(Store& store, Registry& registry, MessageLog& log, const Console& console, const IClock& clock,
+            std::chrono::milliseconds answerDelay);
+
+    // One frame being served. pConnector is null for what may come before the registration.
+    struct Call {
+        Link& link;
+        Connector* pConnector;
+        std::vector<std::function<void()>> vecAfter;  // run in order, once the changes are committed
+    };
+
+    // Serves one frame: loads it, runs its handler in a transaction, sends the answer. Throws ProtocolError.
+    void Handle(Link& link, Wirova::Stream* body);
+    // Why the link has to go now; nothing if it may stay.
+    std::optional<std::string> GetOverdue(const Link& link) const;
+    // Ends what has run out: users that nobody confirmed, moves, connectors that stay away.
+    void Sweep();
+
+private:
+    struct Row {
+        Wirova::int32 nMsgID;
+        void (*run)(Service& service, Call& call, Wirova::Stream* body);
+    };
+    template <auto Handler>
+    struct RowOf;  // makes the row of a handler from its signature
+    static const Row kRows[];
+
+    // Handlers. A request with an answer: fill it or throw Refusal. Without one: no Answer argument.
+    void Heartbeat(Call& call, const XC2S_Heartbeat& req);
+    void VelkarConnect(Call& call, const XC2S_VelkarConnectReq& req, XS2C_VelkarConnectAns& ans);
+    void FailedCheckOut(Call& call, const XC2S_FailedCheckOutReq& req);
+    void UserListSync(Call& call, const XC2S_UserListSyncReq& req);
+    void CheckIn(Call& call, const XC2S_CheckInReq& req, XS2C_CheckInAns& ans);
+    void CheckInEx(Call& call, const XC2S_CheckInExReq& req, XS2C_CheckInExAns& ans);
+    void CheckOut(Call& call, const XC2S_CheckOutReq& req, XS2C_CheckOutAns& ans);
+    void QueryBillingInfo(Call& call, const XC2S_QueryBillingInfoReq& req, XS2C_QueryBillingInfoAns& ans);
+    void QueryBillingInfoEx(Call& call, const XC2S_QueryBillingInfoExReq& req,
+                            XS2C_QueryBillingInfoExAns& ans);
+    void UserMoveTo(Call& call, const XC2S_UserMoveToReq& req, XS2C_UserMoveToAns& ans);
+    void UserMoveFrom(Call& call, const XC2S_UserMoveFromReq& req, XS2C_UserMoveFromAns& ans);
+    void Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns& ans);
+
+    // The one place where frames are served and answered.
+    template <class Req>
+    void Receive(Call& call, Req& req, Wirova::Stream* body);
+    template <class Work>
+    void Commit(Call& call, const Work& work);
+    void Send(Link& link, const Wirova::IMessage& msg, std::chrono::milliseconds delay);
+    void NotServed(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body);
+
+    // Pieces of the session rules. All throw Refusal.
+    User RequireUser(const UserKey& key);
+    void RequireTime(const User& user, const std::string& strEndDate) const;
+    // The session that a request or record means: that of the Seq No, or the user's if that is empty; it
+    // must be the user's and on this connector, or on the move.
+    Session RequireSession(const Call& call, const UserKey& key, const std::string& strSeqNo);
+    Session StartSession(const Call& call, const User& user, const UserKey& key, const std::string& strUserIP,
+                         std::int64_t nSeqNo);
+    std::string EndDateOf(const User& user) const;
+    template <class Req, class Ans>
+    void CheckInUser(Call& call, const Req& req, Ans& ans);
+    template <class Req, class Ans>
+    void QueryBilling(const Req& req, Ans& ans);
+    template <class Ans>
+    void FillBilling(Ans& ans, const User& user, const std::string& strEndDate);
+    template <class Rec>
+    void FillTerms(Rec& rec, const Billing& billing, const std::string& strEndDate) const;
+    enum class Synced { Confirmed, Restored };
+    Synced SyncUser(const Call& call, const UserKey& key, const XCheckOutInfo& info);
+    void ChargeUser(Call& call, const XChargeInfo& info, int nProductID);
+
+    // Runs each(record) for the list's records; a Refusal is counted, the first few are shown.
+    template <class Records, class Each>
+    int CountRefused(const Call& call, const char* pszWhat, const Records& vecRecords, const Each& each);
+    std::string NameOf(std::int64_t nConnector);
+    void Dropped(const std::vector<Session>& vecSessions, const char* pszWhy);
+
+    Store& m_store;
+    Registry& m_registry;
+    MessageLog& m_log;
+    const Console& m_console;
+    const IClock& m_clock;
+    std::chrono::milliseconds m_answerDelay;
+};
+
+template <class Records, class Each>
+int Service::CountRefused(const Call& call, const char* pszWhat, const Records& vecRecords, const Each& each)
+{
+    constexpr int kMaxShown = 5;
+    int nRefused = 0;
+    for (const auto* pRecord : vecRecords) {
+        try {
+            each(*pRecord);
+        } catch (const Refusal& refusal) {
+            if (++nRefused <= kMaxShown)
+                m_console.Note(call.link.GetName() + ": " + pszWhat + ": " + refusal.what());
+        }
+    }
+    return nRefused;
+}
+
+// How the request or record names its user.
+template <class Named>
+UserKey KeyOf(const Named& named)
+{
+    return named.strUserID.empty() ? UserKey{named.strUserNo, true} : UserKey{named.strUserID, false};
+}
+
+}  // namespace Sandbox

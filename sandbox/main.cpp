@@ -1,0 +1,62 @@
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "sandbox/Server.h"
+
+namespace {
+
+// Whoever waits for the file never sees half of it.
+void WritePortFile(const std::string& strPath, unsigned short nPort)
+{
+    const std::string strNew = strPath + ".new";
+    std::ofstream file(strNew, std::ios::trunc);
+    file << nPort << '\n';
+    file.close();
+    std::error_code error;
+    std::filesystem::rename(strNew, strPath, error);
+    if (!file || error)
+        throw Sandbox::StartError("The port file '" + strPath + "' cannot be written.");
+}
+
+void RemovePortFile(const std::string& strPath)
+{
+    std::error_code ignored;
+    if (!strPath.empty())
+        std::filesystem::remove(strPath, ignored);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    using namespace Sandbox;
+    Options options;
+    if (const auto exitCode = ParseCommandLine(argc, argv, options))
+        return *exitCode;
+    std::signal(SIGPIPE, SIG_IGN);  // a reader of the console that goes away does not end the service
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    const Console console(options.verbosity, [](const std::string& strLine) {
+        std::fwrite(strLine.data(), 1, strLine.size(), stdout);
+        std::fputc('\n', stdout);
+    });
+    const SystemClock clock;
+    RemovePortFile(options.strPortFile);  // of a run that could not tidy up
+    try {
+        Server server(options, clock, console);
+        server.StopOnSignals();
+        if (!options.strPortFile.empty())
+            WritePortFile(options.strPortFile, server.GetPort());
+        server.Run();
+        RemovePortFile(options.strPortFile);
+        console.Say("Ended.");
+        return kEnded;
+    } catch (const StartError& e) {
+        std::fprintf(stderr, "velkar-sandbox: %s\n", e.what());
+        return kCannotStart;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "velkar-sandbox: unexpected failure: %s\n", e.what());
+        return kFailed;
+    }
+}

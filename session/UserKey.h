@@ -1,0 +1,25 @@
+// How a user is named on the wire.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "config/ConfigReader.h"
+#include "platform/KernovaXtl.h"
+
+// The key travels as the user number or as the user id, as USE_USER_NUMBER says at this moment; the
+// other field is empty. Both are fields of every message and record that names a user.
+template <class Record>
+void PutUserKey(Record& record, std::string_view key)
+{
+    const bool bNumber = Kernova::XTL::Singleton<CConfigReader>::Instance().IsUseUserNumber();
+    (bNumber ? record.strUserNo : record.strUserID) = key;
+    (bNumber ? record.strUserID : record.strUserNo).clear();
+}
+
+// The key in a message of the service: the user id if it has one, otherwise the user number.
+template <class Message>
+const std::string& TakeUserKey(const Message& msg)
+{
+    return msg.strUserID.empty() ? msg.strUserNo : msg.strUserID;
+}

@@ -1,0 +1,75 @@
+#include "comm/FirstConnectWait.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+void Answer(CFirstConnectWait& wait, int nResult, const char* pszMessage)
+{
+    wait.SetConnectResult(nResult);
+    wait.SetConnectMessage(pszMessage);
+    wait.ReleaseConnectWait();
+}
+
+// The answer is there long before, or only just before, anybody waits for it.
+TEST(FirstConnectWait, AFastAnswerIsNeverLost)
+{
+    CFirstConnectWait wait;
+    wait.Open();
+    for (int i = 0; i < 1000; ++i) {
+        wait.ExpectAnswer();
+        std::thread handler([&] { Answer(wait, i % 2, "welcome"); });
+        if (i % 3 == 0)
+            std::this_thread::yield();
+        wait.WaitForConnectAnswer();
+        handler.join();
+        ASSERT_EQ(wait.GetConnectResult(), i % 2);
+        ASSERT_EQ(wait.GetConnectMessage(), "welcome");
+    }
+}
+
+TEST(FirstConnectWait, WithoutAnAnswerTheResultIsAFailure)
+{
+    CFirstConnectWait wait;
+    wait.Open();
+    wait.ExpectAnswer();
+    wait.WaitForConnectAnswer();
+    EXPECT_EQ(wait.GetConnectResult(), -1);
+    EXPECT_EQ(wait.GetConnectMessage(), "Failed to add connector to Velkar server.");
+}
+
+TEST(FirstConnectWait, AnAnswerThatNobodyExpectsHoldsNobodyAndChangesNothing)
+{
+    CFirstConnectWait wait;
+    wait.Open();
+    wait.ExpectAnswer();
+    std::thread handler([&] { Answer(wait, 0, "welcome"); });
+    wait.WaitForConnectAnswer();
+    handler.join();
+    Answer(wait, 7, "once more");  // returns, or the test runs into its limit
+    EXPECT_EQ(wait.GetConnectResult(), 0);
+    EXPECT_EQ(wait.GetConnectMessage(), "welcome");
+
+    wait.ExpectAnswer();
+    wait.ForgetAnswer();  // the connection has failed
+    Answer(wait, 7, "late");
+}
+
+TEST(FirstConnectWait, TheStopEndsAHeldHandlerAndAWait)
+{
+    CFirstConnectWait wait;
+    wait.Open();
+    wait.ExpectAnswer();
+    std::thread handler([&] { Answer(wait, 0, "welcome"); });
+    wait.Cancel();
+    handler.join();
+    const auto begin = std::chrono::steady_clock::now();
+    wait.WaitForConnectAnswer();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_EQ(wait.GetConnectResult(), -1);
+}
+
+}  // namespace

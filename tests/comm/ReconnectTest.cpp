@@ -1,0 +1,180 @@
+// The life of the connection.
+#include "session/FailedCheckOutVector.h"
+#include "session/UserInfoMap.h"
+#include "tests/fakeplatform/LogicTest.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+using Kernova::XTL::Singleton;
+
+class ReconnectTest : public LogicTest {
+protected:
+    // Started with a quick reconnect, and the users in.
+    void Play(std::initializer_list<const char*> listUsers)
+    {
+        SetSecond(std::chrono::milliseconds(100));
+        Game().settings.nReconnectCycle = 1;
+        Service().SayYes();
+        ASSERT_TRUE(Game().Start());
+        for (const char* pszUser : listUsers)
+            ASSERT_EQ(Game().Checkin(pszUser).nResult, 0);
+        Service().SayNothing();
+    }
+};
+
+TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
+{
+    Play({"alice", "bob", "carol"});
+    Service().Down();
+    Service().WaitForDisconnect();
+    while (Game().Checkout("bob").szError != std::string("Failed to send a 'XC2S_CheckOutReq' msg."))
+        ASSERT_TRUE(Singleton<CUserInfoMap>::Instance().HasUserInfo("bob"));
+    EXPECT_FALSE(Singleton<CUserInfoMap>::Instance().HasUserInfo("bob"));
+    Service().Forget();
+    Service().Up();
+    const auto failed = Service().Expect<XC2S_FailedCheckOutReq>();
+    const auto sync = Service().Expect<XC2S_UserListSyncReq>();
+    ASSERT_EQ(failed->vecCheckOutInfo.size(), 1u);
+    EXPECT_EQ(failed->vecCheckOutInfo[0]->strUserID, "bob");
+    EXPECT_EQ(failed->vecCheckOutInfo[0]->strSeqNo, "1");
+    ASSERT_EQ(sync->vecCheckOutInfo.size(), 2u);
+    EXPECT_EQ(sync->vecCheckOutInfo[0]->strUserID, "alice");
+    EXPECT_EQ(sync->vecCheckOutInfo[1]->nProductID, kProductID);
+    EXPECT_EQ(Service().Names(), (Names{"XC2S_VelkarConnectReq", "XC2S_FailedCheckOutReq", "XC2S_UserListSyncReq"}));
+    EXPECT_TRUE(Journal::WaitFor(Journal::Level::Info, "\tUser ID: bob\r\n\tUser IP: 10.0.0.1\r\n"));
+    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
+}
+
+TEST_F(ReconnectTest, EmptyListsSendNothing)
+{
+    Play({});
+    Service().Forget();
+    Service().Drop();
+    Service().WaitForConnection(2);
+    Service().Expect<XC2S_VelkarConnectReq>();
+    Service().ExpectNothing();
+}
+
+TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
+{
+    Play({"alice"});
+    Singleton<CFailedCheckOutVector>::Instance().AddFailedUser([] {
+        CUserInfo info;
+        info.SetKey("bob");
+        info.SetUserIP("10.0.0.2");
+        return info;
+    }());
+    Service().IgnoreRegistration();
+    Service().Forget();
+    SetSecond(std::chrono::milliseconds(500));  // the answer has to come within five of these
+    Service().Drop();
+    Service().WaitForConnection(2);
+    Service().Expect<XC2S_VelkarConnectReq>();
+    Fail(Op::LinkSend, 2);
+    Service().Send(XS2C_VelkarConnectAns());
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_UserListSyncReq' msg."));
+    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+}
+
+TEST_F(ReconnectTest, ARefusalDropsTheLinkAndIsTriedAgain)
+{
+    Play({});
+    Service().RefuseRegistration(3, "not now");
+    Service().Drop();
+    Service().WaitForConnection(3);
+    Service().AcceptRegistration();
+    Service().SayYes();
+    while (Game().Checkin("abc").nResult != 0) {
+    }
+    EXPECT_GE(Service().Connections(), 3);
+}
+
+TEST_F(ReconnectTest, ASecondUnaskedAnswerHoldsNobody)
+{
+    Service().AnswerRegistrationTwice();
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
+    XS2C_VelkarConnectAns unasked;
+    unasked.nResult = 7;
+    Service().Send(unasked);
+    EXPECT_EQ(Game().Checkin("def").nResult, 0);
+    EXPECT_EQ(Service().Connections(), 1);
+}
+
+TEST_F(ReconnectTest, TwoHundredReconnectsInARowAreAllAccepted)
+{
+    Play({"abc"});
+    SetSecond(std::chrono::milliseconds(40));
+    for (int i = 2; i <= 201; ++i) {
+        Service().Drop();
+        Service().WaitForConnection(i);
+        Service().Expect<XC2S_UserListSyncReq>();
+    }
+    // None was refused: a refusal would have closed its link and made one connection more.
+    EXPECT_EQ(Service().Connections(), 201);
+    EXPECT_EQ(Journal::Count(Journal::Level::Info, "Add connector GID"), 201);
+}
+
+TEST_F(ReconnectTest, ACycleBelowOneIsNoFlood)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    Game().settings.overrides["HEARTBEAT_CYCLE"] = "-5";
+    Game().settings.overrides["RECONNECT_CYCLE"] = "-1";
+    ASSERT_TRUE(Game().Start());
+    Service().Down();
+    Service().WaitForDisconnect();
+    const int nBefore = Calls(Op::Connect);
+    std::this_thread::sleep_for(std::chrono::seconds(1));  // ten seconds of the library
+    EXPECT_LE(Calls(Op::Connect) - nBefore, 12);
+    Service().Up();
+    Service().WaitForConnection(2);
+    Service().Forget();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    EXPECT_LE(Service().Count<XC2S_Heartbeat>(), 12);
+    EXPECT_GE(Service().Count<XC2S_Heartbeat>(), 1);
+}
+
+TEST_F(ReconnectTest, ALinkWithABodyBeyondAllBoundsIsGivenUp)
+{
+    Play({});
+    Service().SendRaw(std::string("\x7F\xFF\xFF\xFF\x01\x58\x65\xAA", 8));
+    Service().WaitForConnection(2);
+    EXPECT_TRUE(Journal::WaitFor(Journal::Level::Error, "holds no msg of the protocol"));
+}
+
+TEST_F(ReconnectTest, WithoutAReadStreamOneReceiveIsGoneAndTheNextOneWorks)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    Fail(Op::LockReadStream);
+    Service().Send(XS2C_ChargeAns());
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to get a recv stream. [Error code: 4711]"));
+    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
+}
+
+TEST_F(ReconnectTest, AHeaderThatCannotBeTakenOffIsTriedAgainButNotForEver)
+{
+    Play({});
+    Fail(Op::StreamRemoveLeft, 2);
+    Service().SayYes();
+    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
+    Fail(Op::StreamRemoveLeft, kAlways);
+    Service().Send(XS2C_ChargeAns());
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "holds no msg of the protocol"));
+    Fail(Op::StreamRemoveLeft, 0);
+    Service().WaitForConnection(2);
+}
+
+TEST_F(ReconnectTest, ARegistrationThatCannotBeSentLeavesTheLinkUnread)
+{
+    Fail(Op::LinkSend);
+    SetSecond(std::chrono::milliseconds(100));
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "Failed to add connector to Velkar server.");
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "Failed to send a 'XC2S_VelkarConnectReq' msg."));
+    EXPECT_EQ(Calls(Op::LinkRecv), 0);
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+#include "comm/ResWaiter.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "comm/ReqIdGenerator.h"
+#include "connector/ModuleFlags.h"
+#include "connector/VelkarConnector.h"
+#include "wirova/messages/SessionMessages.h"
+
+namespace {
+
+using CheckinWait = ResponseWait<_CHECKIN_RES>;
+CResWaiterMap& Waiters() { return Kernova::XTL::Singleton<CResWaiterMap>::Instance(); }
+
+TEST(ResWaiter, AnAnswerReachesItsOwnWaiterOnly)
+{
+    CheckinWait one(TagOf<XS2C_CheckInAns, _CHECKIN_RES>()), two(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
+    one.nReqID = 1, two.nReqID = 2;
+    const WaiterAutoRemover removeOne(one), removeTwo(two);
+    ASSERT_TRUE(Waiters().AddWaiter(&one) && Waiters().AddWaiter(&two));
+    _CHECKIN_RES res{};
+    res.nProductID = 7;
+    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckInAns>(3, res));
+    EXPECT_TRUE(Waiters().CompleteWaiter<XS2C_CheckInAns>(2, res));
+    EXPECT_FALSE(one.hEvent.Wait(0));
+    EXPECT_TRUE(two.hEvent.Wait(0));
+    EXPECT_EQ(CopyResponse(two).nProductID, 7);
+    res.nProductID = 8;  // a second answer overwrites the first
+    EXPECT_TRUE(Waiters().CompleteWaiter<XS2C_CheckInAns>(2, res));
+    EXPECT_EQ(CopyResponse(two).nProductID, 8);
+}
+
+TEST(ResWaiter, AnAnswerOfAnotherKindIsNoAnswer)
+{
+    CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
+    wait.nReqID = 5;
+    const WaiterAutoRemover remover(wait);
+    ASSERT_TRUE(Waiters().AddWaiter(&wait));
+    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckOutAns>(5, _RESULT_RES{}));          // another record
+    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_QueryBillingInfoAns>(5, _CHECKIN_RES{}));  // another message
+    EXPECT_FALSE(wait.hEvent.Wait(0));
+}
+
+TEST(ResWaiter, LeavesTheMapByAnyWayOut)
+{
+    const std::size_t nBefore = Waiters().GetCount();
+    try {
+        CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
+        wait.nReqID = 6;
+        const WaiterAutoRemover remover(wait);
+        Waiters().AddWaiter(&wait);
+        throw std::runtime_error("in the middle of a call");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(Waiters().GetCount(), nBefore);
+}
+
+TEST(ResWaiter, IsRefusedDuringTermination)
+{
+    CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
+    wait.nReqID = 9;
+    BeingTerminatedFlag().Set(true);
+    EXPECT_FALSE(Waiters().AddWaiter(&wait));
+    BeingTerminatedFlag().Set(false);
+    EXPECT_EQ(Waiters().GetCount(), 0u);
+}
+
+// Waiters come and go while answers for them are stored: nothing is written into a stack frame that has
+// gone (ThreadSanitizer and AddressSanitizer watch).
+TEST(ResWaiter, NeverOutlivesItsCaller)
+{
+    std::atomic<bool> bEnd{false};
+    std::thread completer([&] {
+        while (!bEnd.load())
+            Waiters().CompleteWaiter<XS2C_CheckInAns>(77, _CHECKIN_RES{});
+    });
+    int nAnswered = 0;
+    for (int i = 0; i < 20000; ++i) {
+        CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
+        wait.nReqID = 77;
+        const WaiterAutoRemover remover(wait);
+        Waiters().AddWaiter(&wait);
+        PresetResponse(wait, [](_CHECKIN_RES& res) { res.nResult = -1; });
+        nAnswered += CopyResponse(wait).nResult == 0 ? 1 : 0;
+    }
+    bEnd = true;
+    completer.join();
+    EXPECT_EQ(Waiters().GetCount(), 0u);
+}
+
+TEST(ReqIdGenerator, WrapsToOneAndNeverGivesZero)
+{
+    CReqIdGenerator ids;
+    EXPECT_EQ(ids.GetNextReqId(), 1u);
+    EXPECT_EQ(ids.NextHandleID(), 1u);  // a counter of its own
+    ids.SetLastReqId(0xFFFFFFFE);
+    EXPECT_EQ(ids.GetNextReqId(), 0xFFFFFFFFu);
+    EXPECT_EQ(ids.GetNextReqId(), 1u);
+    ids.SetLastHandleId(0xFFFFFFFF);
+    EXPECT_EQ(ids.NextHandleID(), 1u);
+}
+
+}  // namespace

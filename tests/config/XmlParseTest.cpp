@@ -1,0 +1,255 @@
+// What the parser makes of a text: faults and their places, entities, quotes, declarations, clear sections,
+// unwinding end tags.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "config/proj/TarvoXmlParser/src/xmlParser.h"
+
+using namespace Tarvo::XmlParser;
+
+namespace {
+
+// Puts the process-wide options back.
+class Xml : public testing::Test {
+protected:
+    void TearDown() override { XMLNode::setGlobalOptions(char_encoding_UTF8); }
+    static XMLNode Parse(const std::string& strXml, const char* pszTag = nullptr)
+    {
+        return XMLNode::parseString(strXml.c_str(), pszTag);
+    }
+    static int ErrorOf(const std::string& strXml, const char* pszTag = nullptr)
+    {
+        XMLResults results;
+        XMLNode::parseString(strXml.c_str(), pszTag, &results);
+        return results.error;
+    }
+    static std::string TextOf(const std::string& strXml)
+    {
+        const XMLNode node = Parse(strXml);
+        return node.getText() == nullptr ? "(none)" : node.getText();
+    }
+};
+
+TEST_F(Xml, EveryFaultHasItsCodeAndPlace)
+{
+    const struct {
+        const char* pszXml;
+        const char* pszTag;
+        int nError, nLine, nColumn;
+    } kTable[] = {
+        {"<a>x</a>", "a", 0, 1, 9},
+        {"<a><b></a>", "a", 1, 1, 7},             // an enclosing element's end tag comes first
+        {"<a>\n<b></b>\n ", "a", 1, 3, 2},        // the input ends
+        {"<a>\n<b></a>\n<c>", nullptr, 1, 2, 4},  // both: the first place counts
+        {"<a/></b>", nullptr, 1, 1, 5},           // outside every element
+        {"<a></b>", nullptr, 6, 1, 4},            // fits nothing that is open
+        {"<a><b></c></a>", nullptr, 6, 1, 7},     // the same two levels down
+        {"no element", nullptr, 2, 1, 11},
+        {"", nullptr, 2, 1, 1},
+        {"&foo;", nullptr, 2, 1, 1},  // no element wins over the fault
+        {"<a/><=>", nullptr, 4, 1, 6},
+        {"<a/>< \"b\">", nullptr, 4, 1, 7},
+        {"<a></>", nullptr, 5, 1, 6},
+        {"<a></a b>", nullptr, 5, 1, 8},
+        {"<a>\n<!-- open</a>", nullptr, 7, 2, 1},
+        {"<a><![CDATA[x]></a>", nullptr, 7, 1, 4},
+        {"<a/><!DOCTYPE a [ <!ENTITY b> ", nullptr, 7, 1, 5},
+        {"<a =\"b\"/>", nullptr, 8, 1, 4},
+        {"<a \"b\"/>", nullptr, 8, 1, 4},
+        {"<a b \"c\"/>", nullptr, 8, 1, 6},
+        {"<a b=/>", nullptr, 8, 1, 6},
+        {"<a b==c/>", nullptr, 8, 1, 6},
+        {"<a <b/></a>", nullptr, 8, 1, 4},
+        {"<a <!-- c --> b=\"c\"/>", nullptr, 8, 1, 4},
+        {"<a/>", "b", 11, 0, 0},
+        {"no element", "a", 11, 0, 0},
+        {"<a>x &foo; y</a>", nullptr, 12, 1, 6},
+        {"<a b=\"1\" c=\"&foo;\"/>", nullptr, 12, 1, 13},
+        {"<a>&#65</a>", nullptr, 12, 1, 4},
+        {"<a>&#;</a>", nullptr, 12, 1, 4},
+        {"<a>&#x4G;</a>", nullptr, 12, 1, 4},
+        {"<a>&#6A;</a>", nullptr, 12, 1, 4},
+        {"<a>&#0;</a>", nullptr, 12, 1, 4},  // would end the text for its readers
+        {"<a>\xC3\xA9&#300;</a>", nullptr, 13, 1, 5},
+        {"<a>&#x100;</a>", nullptr, 13, 1, 4},
+        {"<a>&#99999999999999999999;</a>", nullptr, 13, 1, 4},
+        {"<a>&#300; &foo;</a>", nullptr, 12, 1, 11},
+    };
+    for (const auto& row : kTable) {
+        SCOPED_TRACE(row.pszXml);
+        XMLResults results;
+        const XMLNode node = XMLNode::parseString(row.pszXml, row.pszTag, &results);
+        EXPECT_EQ(results.error, row.nError);
+        EXPECT_EQ(results.nLine, row.nLine);
+        EXPECT_EQ(results.nColumn, row.nColumn);
+        EXPECT_EQ(node.isEmpty(), row.nError > 2) << "only warnings return the tree";
+    }
+    XMLResults results;
+    EXPECT_TRUE(XMLNode::parseString(nullptr, "a", &results).isEmpty());
+    EXPECT_EQ(results.error, 9);
+    EXPECT_EQ(results.nLine, 0);
+}
+
+TEST_F(Xml, ErrorTexts)
+{
+    EXPECT_STREQ(XMLNode::getError(0), "No error");
+    EXPECT_STREQ(XMLNode::getError(1), "Warning: Unmatched end tag");
+    EXPECT_STREQ(XMLNode::getError(6), "Error: Unmatched end tag");
+    EXPECT_STREQ(XMLNode::getError(13),
+                 "Error: Character code above 255 is forbidden in MultiByte char mode.");
+    EXPECT_STREQ(XMLNode::getError(20), "Error: Base64 decode output buffer is too small");
+    EXPECT_STREQ(XMLNode::getError(21), "Unknown");
+    EXPECT_STREQ(XMLNode::getError(-1), "Unknown");
+    EXPECT_STREQ(XMLNode::getVersion(), "v2.41");
+}
+
+TEST_F(Xml, Entities)
+{
+    EXPECT_EQ(TextOf("<a>&amp;&lt;&gt;&quot;&apos;</a>"), "&<>\"'");
+    EXPECT_EQ(TextOf("<a>&AMP;&Lt;</a>"), "&<");
+    EXPECT_EQ(TextOf("<a>&#x41;&#X4a;&#65;&#0000065;&#255;</a>"), "AJAA\xFF");
+    EXPECT_EQ(TextOf("<a>&amp;lt;</a>"), "&lt;") << "decoded once";
+    EXPECT_STREQ(Parse("<a b='&quot;&#10;'/>").getAttribute("b"), "\"\n");
+    EXPECT_STREQ(Parse("<a><![CDATA[&amp;<b>]]></a>").getClear()->value.get(), "&amp;<b>");
+}
+
+TEST_F(Xml, AttributesAndQuotes)
+{
+    const XMLNode node = Parse("<a one='it \"is\" > /> fine' two = plain\n three=\"\" four five=5/>");
+    EXPECT_STREQ(node.getAttribute("one"), "it \"is\" > /> fine");
+    EXPECT_STREQ(node.getAttribute("TWO"), "plain");
+    EXPECT_STREQ(node.getAttribute("three"), "");
+    EXPECT_EQ(node.getAttribute("four"), nullptr);
+    EXPECT_STREQ(node.getAttribute("five"), "5");
+    EXPECT_EQ(node.nAttribute(), 5) << "one without a value is there all the same";
+
+    // A quote that is not closed before the next tag is text.
+    const XMLNode open = Parse("<a b='x ><c d='y'/></a>");
+    EXPECT_STREQ(open.getAttribute("b"), "'x");
+    EXPECT_STREQ(open.getChildNode("c").getAttribute("d"), "y");
+    EXPECT_EQ(TextOf("<a>\"tis <!---->'t was</a>"), "\"tis't was");
+
+    const XMLNode twice = Parse("<a b='1' B='2'/>");
+    EXPECT_STREQ(twice.getAttribute("b"), "1") << "the first one";
+    EXPECT_STREQ(twice.getAttribute("b", 1), "2");
+    EXPECT_EQ(twice.getAttribute("b", 2), nullptr);
+    EXPECT_STREQ(Parse("<a b=c/d></a>").getAttribute("b"), "c/d");
+}
+
+TEST_F(Xml, TextAndBlanks)
+{
+    EXPECT_EQ(TextOf("<a> \t\r\n x  y \n</a>"), "x  y");
+    EXPECT_EQ(Parse("<a> \n </a>").nText(), 0);
+    EXPECT_EQ(TextOf("<a>x = \"y\" > z/></a>"), "x = \"y\" > z/>");
+
+    XMLNode::setGlobalOptions(char_encoding_UTF8, true, false, true);
+    EXPECT_EQ(TextOf("<a> x </a>"), " x ");
+    EXPECT_EQ(TextOf("<a> </a>"), " ");
+    EXPECT_EQ(Parse("<a></a>").nText(), 0);
+}
+
+TEST_F(Xml, CommentsInText)
+{
+    const XMLNode joined = Parse("<a>one <!-- 1 --> two<!-- 2 -->three<b/>four</a>");
+    EXPECT_EQ(joined.nText(), 2);
+    EXPECT_EQ(joined.nClear(), 0);
+    EXPECT_STREQ(joined.getText(0), "onetwothree");
+    EXPECT_STREQ(joined.getText(1), "four");
+
+    const XMLNode apart = Parse("<a>one<!-- 1 --><!-- 2 -->two<![CDATA[3]]>three</a>");
+    EXPECT_EQ(apart.nText(), 3) << "two comments, and other sections, stay where they are";
+    EXPECT_EQ(apart.nClear(), 3);
+
+    XMLNode::setGlobalOptions(char_encoding_UTF8, true, true, false);
+    EXPECT_EQ(Parse("<a>one<!-- 1 -->two</a>").nText(), 2);
+}
+
+TEST_F(Xml, ClearSections)
+{
+    const XMLNode root = Parse("<!DOCTYPE a [ <!ENTITY b \"c>\"> ]><!DOCTYPE d><a><PRE><b></PRE><pre/></a>");
+    ASSERT_EQ(root.nClear(), 2);
+    EXPECT_STREQ(root.getClear(0)->value.get(), " a [ <!ENTITY b \"c>\"> ");
+    EXPECT_STREQ(root.getClear(0)->pszCloseTag, "]>");
+    EXPECT_STREQ(root.getClear(1)->value.get(), " d");
+    EXPECT_STREQ(root.getClear(1)->pszCloseTag, ">");
+    const XMLNode a = root.getChildNode("a");
+    EXPECT_STREQ(a.getClear()->value.get(), "<b>");
+    EXPECT_STREQ(a.getChildNode(0).getName(), "pre") << "openings have one case";
+    EXPECT_EQ(a.getClear(1), nullptr);
+    EXPECT_EQ(a.getClear(-1), nullptr);
+    EXPECT_STREQ(Parse("<a><![CDATA[x]]]></a>").getClear()->value.get(), "x]");
+}
+
+TEST_F(Xml, EndTagsUnwind)
+{
+    XMLResults results;
+    const XMLNode a = XMLNode::parseString("<a><b><c><d></b><e/></a>", "a", &results);
+    EXPECT_EQ(results.error, 1);
+    EXPECT_EQ(a.nChildNode(), 2);
+    EXPECT_STREQ(a.getChildNode(1).getName(), "e")
+        << "goes on in the element that holds the one that was fitted";
+    EXPECT_STREQ(a.getChildNode("b").getChildNode("c").getChildNode("d").getName(), "d");
+
+    EXPECT_EQ(ErrorOf("<Tag></tAG>"), 0);
+    EXPECT_EQ(Parse("<a><a><a/></a></a>").getChildNode("a").nChildNode(), 1);
+    const XMLNode kept = Parse("<a/></b><c/>", "a");
+    EXPECT_FALSE(kept.isEmpty()) << "an end tag outside everything only ends the reading";
+}
+
+TEST_F(Xml, Declarations)
+{
+    const char* const pszDeclared =
+        "<?xml version=\"1.0\" encoding='utf-8' ?>\n<!-- c -->\n<TARVO><m/></TARVO>\n";
+    XMLResults results;
+    XMLNode node = XMLNode::parseString(pszDeclared, "TARVO", &results);
+    EXPECT_EQ(results.error, 0);
+    EXPECT_STREQ(node.getName(), "TARVO");
+    EXPECT_EQ(node.nChildNode(), 1);
+
+    node = Parse(pszDeclared);
+    EXPECT_TRUE(node.isDeclaration());
+    EXPECT_STREQ(node.getAttribute("version"), "1.0");
+    EXPECT_EQ(node.nAttribute(), 2) << "the question mark is no attribute";
+
+    for (const char* pszXml :
+         {"<?xml version=1.0?><TARVO/>", "<?xml version='1.0'/><TARVO/>",
+          "<!-- c --><?xml version='1.0'?><TARVO/>", "<?xml?><?style a='b'?><tarvo/>", "text <TARVO/>"}) {
+        EXPECT_FALSE(Parse(pszXml, "TARVO").isEmpty()) << pszXml;
+        EXPECT_EQ(ErrorOf(pszXml, "TARVO"), 0) << pszXml;
+    }
+    EXPECT_STREQ(Parse("<?xml version=1.0?><a/>").getAttribute("version"), "1.0");
+
+    const XMLNode inner = Parse("<a><?pi x=\"1?\" y ?><b/></a>");
+    EXPECT_EQ(inner.nChildNode(), 2) << "inside an element it closes itself";
+    EXPECT_STREQ(inner.getChildNode(0).getAttribute("x"), "1?");
+    EXPECT_EQ(inner.getChildNode(0).nAttribute(), 2);
+}
+
+TEST_F(Xml, CharactersOfSeveralBytes)
+{
+    // The second byte 0x5D looks like a bracket.
+    const std::string strClear = "<a><![CDATA[\x83]]>x]]></a>";
+    XMLNode::setGlobalOptions(char_encoding_ShiftJIS);
+    EXPECT_STREQ(Parse(strClear).getClear()->value.get(), "\x83]]>x");
+    XMLNode::setGlobalOptions(char_encoding_legacy);
+    EXPECT_STREQ(Parse(strClear).getClear()->value.get(), "\x83");
+    // Neither is the second byte of such a character a quote or an ampersand.
+    XMLNode::setGlobalOptions(char_encoding_Big5);
+    EXPECT_STREQ(Parse("<a b=\"\x81\"\x81&\"/>").getAttribute("b"), "\x81\"\x81&");
+    // An unknown encoding, and 0, are not taken over.
+    XMLNode::setGlobalOptions(7);
+    XMLNode::setGlobalOptions(char_encoding_error);
+    EXPECT_STREQ(Parse("<a b=\"\x81\"\x81&\"/>").getAttribute("b"), "\x81\"\x81&");
+
+    XMLNode::setGlobalOptions(char_encoding_UTF8);
+    XMLResults results;
+    XMLNode::parseString("<a>\n\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80&foo;</a>", nullptr, &results);
+    EXPECT_EQ(results.nLine, 2);
+    EXPECT_EQ(results.nColumn, 4) << "columns are characters";
+    for (const char* pszCut :
+         {"<a>\xC3", "<a>\xE2\x82", "<a b=\"\xF0", "\xE2", "<a><!--\xF0\x9F", "<a>&#\xE2"})
+        Parse(pszCut);  // nothing behind the text is read
+}
+
+}  // namespace

@@ -1,0 +1,145 @@
+// The tree: counted handles, look-ups, additions, and the way back to text.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "config/proj/TarvoXmlParser/src/xmlParser.h"
+
+using namespace Tarvo::XmlParser;
+
+namespace {
+
+std::string Written(const XMLNode& node, int nFormat = 0)
+{
+    int nSize = -1;
+    const std::unique_ptr<char[]> text(node.createXMLString(nFormat, &nSize));
+    if (!text)
+        return "(null)";
+    EXPECT_EQ(std::string(text.get()).size(), static_cast<std::size_t>(nSize));
+    return text.get();
+}
+
+TEST(XmlTree, HandlesKeepWhatTheyHold)
+{
+    XMLNode child;
+    {
+        XMLNode top = XMLNode::parseString("<a><b><c x='1'/></b><d/></a>");
+        child = top.getChildNode("b");
+        XMLNode& self = top;
+        top = self;
+        EXPECT_EQ(top.nChildNode(), 2);
+        XMLNode moved = std::move(top);
+        top = moved.getChildNode("d");  // the parent goes while the child stays
+    }
+    EXPECT_STREQ(child.getChildNode("c").getAttribute("x"), "1");
+    child = child.getChildNode("c");  // from the last handle of its parent to a part of it
+    EXPECT_STREQ(child.getName(), "c");
+    child = XMLNode();
+    EXPECT_TRUE(child.isEmpty());
+}
+
+TEST(XmlTree, EmptyNodesAnswerNothing)
+{
+    XMLNode empty;
+    EXPECT_EQ(empty.getName(), nullptr);
+    EXPECT_EQ(empty.getText(), nullptr);
+    EXPECT_EQ(empty.getAttribute("a"), nullptr);
+    EXPECT_EQ(empty.getClear(), nullptr);
+    EXPECT_EQ(empty.nElement() + empty.nChildNode("a"), 0);
+    EXPECT_TRUE(empty.getChildNode(0).isEmpty() && empty.getChildNode("a", -1).isEmpty());
+    EXPECT_EQ(empty.findNamedChild("a", "b"), -1);
+    EXPECT_TRUE(empty.addChild("a").isEmpty());
+    EXPECT_TRUE(empty.addText("a") == nullptr && empty.addClear("a") == nullptr &&
+                empty.addAttribute("a", "b") == nullptr);
+    EXPECT_EQ(Written(empty), "(null)");
+    EXPECT_TRUE(XMLNode::createXMLTopNode(nullptr).isEmpty());
+    XMLNode node = XMLNode::createXMLTopNode("a");
+    EXPECT_TRUE(node.addChild(nullptr).isEmpty() && node.getChildNode(nullptr, 0).isEmpty());
+    EXPECT_EQ(node.getAttribute(nullptr), nullptr);
+    EXPECT_EQ(node.nElement(), 0);
+}
+
+// The same answers with few children, which are walked, and with many, which are indexed.
+TEST(XmlTree, ChildrenByNameAndIndex)
+{
+    for (const int nCount : {3, 60}) {
+        XMLNode top = XMLNode::createXMLTopNode("top");
+        for (int n = 0; n < nCount; ++n) {
+            top.addChild(n % 3 == 1 ? "Odd" : "even").addAttribute("n", std::to_string(n).c_str());
+        }
+        const int nOdd = nCount / 3;
+        EXPECT_EQ(top.nChildNode("ODD"), nOdd);
+        EXPECT_EQ(top.nChildNode("even"), nCount - nOdd);
+        EXPECT_EQ(top.nChildNode("none"), 0);
+        for (int n = 0; n < nOdd; ++n)
+            EXPECT_EQ(top.getChildNode("odd", n).getAttribute("n"), std::to_string(3 * n + 1));
+        EXPECT_EQ(top.getChildNode("odd", -1).getAttribute("n"), std::to_string(nCount - 2));
+        EXPECT_TRUE(top.getChildNode("odd", nOdd).isEmpty());
+        EXPECT_TRUE(top.getChildNode("none", -1).isEmpty());
+        EXPECT_TRUE(top.getChildNode(nCount).isEmpty());
+
+        top.addChild("odd", false, 0);  // what has been looked up before must not be remembered
+        EXPECT_EQ(top.nChildNode("odd"), nOdd + 1);
+        EXPECT_EQ(top.getChildNode("odd", 0).nAttribute(), 0);
+        EXPECT_EQ(top.nElement(), nCount + 1);
+    }
+}
+
+TEST(XmlTree, ChildrenByTheirNameAttribute)
+{
+    XMLNode top =
+        XMLNode::parseString("<g><p name='a'/><q name='b'/><p name='B' v='1'/><p NAME='b' v='2'/></g>");
+    EXPECT_EQ(top.findNamedChild("P", "b"), 1) << "the first, counted among its own kind";
+    EXPECT_EQ(top.findNamedChild("p", "c"), -1);
+    EXPECT_EQ(top.findNamedChild("x", "a"), -1);
+    XMLNode added = top.addChild("p");
+    EXPECT_EQ(top.findNamedChild("p", "c"), -1);
+    added.addAttribute("name", "c");
+    EXPECT_EQ(top.findNamedChild("p", "c"), 3) << "a name given later counts";
+    top.addChild("p", false, 0);
+    EXPECT_EQ(top.findNamedChild("p", "a"), -1) << "a child without a name ends the search";
+}
+
+TEST(XmlTree, AdditionsTakeTheirPlace)
+{
+    XMLNode top = XMLNode::createXMLTopNode("t");
+    top.addText("1");
+    top.addChild("b");
+    top.addText("3");
+    top.addClear("4");
+    top.addText("0", 0);
+    top.addChild("a", false, 2);
+    top.addClear("c", "<!--", "-->", 1);
+    EXPECT_EQ(Written(top), "<t>0<!--c-->1<a/><b/>3<![CDATA[4]]></t>");
+    EXPECT_STREQ(top.getText(2), "3");
+    EXPECT_STREQ(top.getClear(0)->value.get(), "c");
+    const char* const pszText = top.getText(0);
+    for (int n = 0; n < 100; ++n)
+        top.addText("more", 0);
+    EXPECT_STREQ(pszText, "0") << "texts stay where they are";
+}
+
+TEST(XmlTree, WrittenAndReadAgain)
+{
+    const std::string kTexts[] = {
+        "<a b=\"&quot;&lt;&amp;&gt;&apos;\" c d=\"\">x &amp; &lt;y&gt;</a>",
+        "<?xml version=\"1.0\"?><!DOCTYPE a [ <!ENTITY b> ]><a><![CDATA[<&]]><b/><!-- c --><b><PRE> <x> "
+        "</PRE></b></a>",
+        "<a><?pi x=\"1\" ?><b/></a>",
+    };
+    for (const std::string& strText : kTexts) {
+        const std::string strWritten = Written(XMLNode::parseString(strText.c_str()));
+        for (const int nFormat : {0, 1}) {
+            const std::string strAgain = Written(XMLNode::parseString(strText.c_str()), nFormat);
+            EXPECT_EQ(Written(XMLNode::parseString(strAgain.c_str())), strWritten) << strAgain;
+        }
+    }
+    EXPECT_EQ(Written(XMLNode::parseString(kTexts[0].c_str())), kTexts[0]);
+    EXPECT_EQ(Written(XMLNode::parseString("<a b?></a>")), "<a b?/>")
+        << "only in a declaration it is its end";
+    EXPECT_EQ(Written(XMLNode::parseString("<a><b>x</b><c><d/></c></a>"), 1),
+              "<a>\n\t<b>x</b>\n\t<c>\n\t\t<d/>\n\t</c>\n</a>");
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+// The settings on a platform whose operations fail on order: log lines, the dialog, no spinning.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "config/ConfigReader.h"
+#include "connector/Logger.h"
+#include "tests/config/SettingsText.h"
+#include "tests/fakeplatform/Fake.h"
+#include "tests/fakeplatform/FakeHost.h"
+#include "tests/fakeplatform/FakeLog.h"
+
+using Fake::Op;
+using Fake::Journal::Level;
+
+namespace {
+
+class ReloadFaults : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Fake::Reset();
+        m_file = std::make_unique<Settings::File>();
+        m_log = std::make_unique<Settings::File>();
+        m_log->Write("");
+        ASSERT_TRUE(Logger().Init("service", m_log->Path(), "logger"));
+        m_file->Write(Port(1000));
+    }
+    void TearDown() override
+    {
+        m_reader.Shutdown();
+        Logger().Uninit();
+        EXPECT_TRUE(Fake::Alive() == Fake::Counts()) << Fake::Describe(Fake::Alive());
+        EXPECT_TRUE(Fake::Violations().empty());
+    }
+    static CLogger& Logger() { return Kernova::XTL::Singleton<CLogger>::Instance(); }
+    static Settings::Text Port(int nPort)
+    {
+        return Settings::Text().Set("SERVER_PORT", std::to_string(nPort));
+    }
+    bool Open() { return m_reader.Open(m_file->Path()); }
+    template <class Predicate>
+    static bool WaitFor(Predicate predicate)
+    {
+        for (int n = 0; n < 5000 && !predicate(); ++n)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return predicate();
+    }
+    bool WaitForPort(int nPort)
+    {
+        return WaitFor([&] { return m_reader.GetServerPort() == nPort; });
+    }
+    // To the first wait of the thread.
+    void Watch()
+    {
+        ASSERT_TRUE(Open());
+        ASSERT_TRUE(WaitFor([] { return Fake::Calls(Op::WaitForChange) > 0; }));
+    }
+    // Until the thread has dealt with a change and is ready for the next one.
+    void Notify()
+    {
+        const int nArmed = Fake::Calls(Op::FindNextChange);
+        Fake::HostProcess::NotifyChange();
+        ASSERT_TRUE(WaitFor([&] { return Fake::Calls(Op::FindNextChange) > nArmed; }));
+    }
+    static bool IsLogged(Level level, const std::string& strText, bool bFormatted)
+    {
+        for (const auto& line : Fake::Journal::Lines()) {
+            if (line.level == level && line.strText == strText && line.bFormatted == bFormatted)
+                return true;
+        }
+        return false;
+    }
+
+    std::unique_ptr<Settings::File> m_file;
+    std::unique_ptr<Settings::File> m_log;
+    CConfigReader m_reader;
+};
+
+TEST_F(ReloadFaults, AThreadThatCannotWatchEndsWithALine)
+{
+    const std::string strPrefix = "[Config reader::Reload thread] Failed to ";
+    const struct {
+        Op op;
+        std::string strLine;
+    } kTable[] = {
+        {Op::LastWriteTime, "get attribute of a TL2 file. FILE: " + m_file->Path() + "."},
+        {Op::CreateStopEvent, "create a handle for a TL2 file reload thread. ErrorCode: 4711"},
+        {Op::FindFirstChange, "create a handle for a TL2 file modify notification. ErrorCode: 4711"},
+    };
+    for (const auto& row : kTable) {
+        Fake::Fail(row.op, Fake::kAlways);
+        EXPECT_TRUE(Open()) << "the settings are there all the same";
+        EXPECT_TRUE(Fake::Journal::WaitFor(Level::Warning, strPrefix + row.strLine));
+        EXPECT_TRUE(IsLogged(Level::Warning, strPrefix + row.strLine, true));
+        m_reader.Shutdown();
+        Fake::Fail(row.op, 0);
+    }
+    Fake::Fail(Op::ThreadStart);
+    EXPECT_TRUE(Open());
+    m_reader.Shutdown();
+    EXPECT_TRUE(Open());
+    m_file->Write(Port(1001));
+    EXPECT_TRUE(WaitForPort(1001)) << "a later start watches again";
+}
+
+TEST_F(ReloadFaults, AFailingWaitDoesNotSpin)
+{
+    Fake::Fail(Op::WaitForChange, Fake::kAlways);
+    Watch();
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // two seconds of the library
+    EXPECT_LT(Fake::Calls(Op::WaitForChange), 100);
+    Fake::Fail(Op::WaitForChange, 0);
+    m_file->Write(Port(1001));
+    EXPECT_TRUE(WaitForPort(1001)) << "the thread has not given up";
+    Fake::Fail(Op::WaitForChange, Fake::kAlways);
+    m_reader.Shutdown();
+}
+
+TEST_F(ReloadFaults, ANotificationThatCannotBeArmedDoesNotSpin)
+{
+    Fake::Fail(Op::FindNextChange, Fake::kAlways);
+    Watch();
+    Notify();
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    EXPECT_LT(Fake::Calls(Op::FindNextChange), 20);
+    m_file->Write(Port(1001));
+    EXPECT_TRUE(WaitForPort(1001)) << "it still looks now and then";
+}
+
+TEST_F(ReloadFaults, OnlyAMovedTimeReloads)
+{
+    Watch();
+    Notify();
+    Notify();
+    EXPECT_EQ(Fake::Journal::Count(Level::Info), 0);
+    Fake::Fail(Op::LastWriteTime);
+    Notify();
+    EXPECT_TRUE(IsLogged(Level::Warning,
+                         "[Config reader::Reload thread] Reload TL2 contents. GetFileAttributesEx() failed. "
+                         "ErrorCode: 4711",
+                         true));
+    EXPECT_EQ(Fake::Journal::Count(Level::Warning), 1);
+    m_file->Write(Port(1001));
+    ASSERT_TRUE(WaitForPort(1001));
+    m_reader.Shutdown();
+    EXPECT_EQ(Fake::Journal::Count(Level::Info), 1);
+    EXPECT_TRUE(IsLogged(Level::Info, "[Config reader::Reload thread] Reload TL2 contents.", false));
+}
+
+// A dialog may hold up the caller of the first load, never the thread that the stop waits for.
+TEST_F(ReloadFaults, OnlyTheFirstLoadShowsADialog)
+{
+    const std::string strReport = "XML Parsing error inside file '" + m_file->Path() +
+                                  "'.\nError: First Tag not found\nAt line 0, column 0.\n"
+                                  "First Tag should be 'TARVO'.\n";
+    m_file->Write("<OTHER/>");
+    EXPECT_FALSE(Open());
+    ASSERT_EQ(Fake::HostProcess::Boxes().size(), 1U);
+    EXPECT_EQ(Fake::HostProcess::Boxes()[0].strTitle, "XML Parsing error");
+    EXPECT_EQ(Fake::HostProcess::Boxes()[0].strText, strReport);
+    EXPECT_EQ(Fake::Journal::Count(Level::Error), 0);
+
+    Fake::HostProcess::SetBoxAnswer(false);
+    EXPECT_FALSE(Open());
+    EXPECT_EQ(Fake::HostProcess::Boxes().size(), 2U);
+    EXPECT_TRUE(Fake::Journal::Logged(Level::Error, strReport)) << "nobody has seen it";
+
+    Fake::HostProcess::SetBoxAnswer(true);
+    m_file->Write(Port(1000));
+    ASSERT_TRUE(Open());
+    m_file->Write("<OTHER/>");
+    ASSERT_TRUE(WaitFor([] { return Fake::Journal::Count(Level::Error) == 2; }));
+    m_reader.Shutdown();
+    EXPECT_FALSE(m_reader.Load());
+    EXPECT_EQ(Fake::HostProcess::Boxes().size(), 2U);
+}
+
+TEST_F(ReloadFaults, FailedLoadsInTheLog)
+{
+    const std::string strPrefix = "[Config reader]Failed to ";
+    m_file->Write(Port(1).Remove("VELKAR"));
+    EXPECT_FALSE(Open());
+    EXPECT_TRUE(IsLogged(Level::Fatal, strPrefix + "move to 'VELKAR' module.", false));
+    m_file->Write("");
+    EXPECT_FALSE(m_reader.Load());
+    EXPECT_TRUE(
+        IsLogged(Level::Fatal, strPrefix + "open and parse a TL2 file. FileName : " + m_file->Path(), true));
+    EXPECT_FALSE(m_reader.Open("100%s%n.tl2"));
+    EXPECT_TRUE(IsLogged(Level::Fatal, strPrefix + "find a TL2 file. FileName : 100%s%n.tl2", true));
+    EXPECT_EQ(Fake::Journal::Count(Level::Fatal), 3);
+}
+
+}  // namespace

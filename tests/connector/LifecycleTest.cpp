@@ -1,0 +1,227 @@
+// Start and stop, from every state and with every step failing.
+#include <future>
+#include <thread>
+
+#include "connector/Logger.h"
+#include "connector/ModuleFlags.h"
+#include "tests/fakeplatform/LogicTest.h"
+
+namespace {
+
+TEST_F(LogicTest, StartsOnceAndSaysSo)
+{
+    ASSERT_TRUE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "");
+    EXPECT_TRUE(Game().Init());
+    EXPECT_EQ(Game().LastError(), "Velkar Connector is already initialized.");
+    EXPECT_EQ(Service().Connections(), 1);
+}
+
+TEST_F(LogicTest, RegistersWithItsIdentityBeforeAnythingElse)
+{
+    Game().settings.nHeartbeatCycle = 7;
+    HostProcess::SetLocalTime({2026, 3, 4, 5, 6, 7, 89});
+    std::memset(Game().id.WID, 'W', sizeof(Game().id.WID));  // no NUL: read to its end
+    ASSERT_TRUE(Game().Start());
+    const auto req = Service().Expect<XC2S_VelkarConnectReq>();
+    EXPECT_EQ(req->strGID, std::string(Game().id.GID));
+    EXPECT_EQ(req->strWID, std::string(20, 'W'));
+    EXPECT_EQ(req->nHeartbeatCycle, 7);
+    EXPECT_EQ(req->strConnectTime, "2026/03/04 05:06:07.089");
+    EXPECT_EQ(Service().Received().front().strName, "XC2S_VelkarConnectReq");
+}
+
+TEST_F(LogicTest, ARefusalIsTheServicesOwnText)
+{
+    Service().RefuseRegistration(5, "server is full");
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "server is full");
+    EXPECT_TRUE(Alive() == Counts());
+    Service().AcceptRegistration();
+    EXPECT_TRUE(Game().Start());
+}
+
+TEST_F(LogicTest, AServiceThatDoesNotAnswerIsNotWaitedForLongerThanFiveSeconds)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    Service().IgnoreRegistration();
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "Failed to add connector to Velkar server.");
+    EXPECT_TRUE(Alive() == Counts());
+}
+
+TEST_F(LogicTest, AServiceThatIsDownFailsTheStartAtOnce)
+{
+    Service().Down();
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "[Comm Handler] Failed to connect to Velkar server. IP: 127.0.0.1, Port: " +
+                                      std::to_string(Service().Port()) +
+                                      ", ErrorCode: " + std::to_string(kRefusedCode));
+    EXPECT_EQ(Calls(Op::ThreadStart), 1);  // the settings' thread: the comm thread was never started
+}
+
+struct StartFailure {
+    Op op;
+    int nAfter;
+    const char* pszError;
+};
+class LogicStartTest : public LogicTest, public testing::WithParamInterface<StartFailure> {};
+
+TEST_P(LogicStartTest, EveryStepMayFailAndLeavesNothing)
+{
+    Fail(GetParam().op, 1, GetParam().nAfter);
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), GetParam().pszError);
+    EXPECT_TRUE(Alive() == Counts()) << Describe(Alive());
+    EXPECT_FALSE(BeingTerminatedFlag().IsSet());
+    EXPECT_TRUE(Game().Start());  // and the next start works
+}
+
+constexpr const char* kNoPool = "[Comm Handler] Failed to create a thread pool or connector.";
+constexpr const char* kNoCallbacks = "[Comm Handler] Failed to set callback functions for socket operations.";
+INSTANTIATE_TEST_SUITE_P(Steps, LogicStartTest,
+                         testing::Values(StartFailure{Op::PoolCreate, 0, kNoPool},
+                                         StartFailure{Op::ConnectorCreate, 0, kNoPool},
+                                         StartFailure{Op::SetOnConnected, 0, kNoCallbacks},
+                                         StartFailure{Op::SetOnDisconnected, 0, kNoCallbacks},
+                                         StartFailure{Op::SetOnTimeout, 0, kNoCallbacks},
+                                         StartFailure{Op::SetOnReceived, 0, kNoCallbacks},
+                                         StartFailure{Op::ThreadStart, 1,
+                                                      "[Comm Handler] Failed to start a comm thread."}));
+
+TEST_F(LogicTest, ALoggerThatFailsLeavesTheLibraryRunningSilently)
+{
+    Fail(Op::LogInitialize);
+    ASSERT_TRUE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "Failed to initialize a logger.");
+    Service().SayYes();
+    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
+    EXPECT_TRUE(Journal::Lines().empty());
+}
+
+TEST_F(LogicTest, ALogCallThatThrowsSilencesTheLogAndNothingElse)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    Journal::ThrowOnWrite(true);
+    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
+    Journal::ThrowOnWrite(false);
+    Journal::Clear();
+    EXPECT_EQ(Game().Checkout("abc").bSuccess, 1);
+    EXPECT_TRUE(Journal::Lines().empty());
+    Kernova::XTL::Singleton<CLogger>::Instance().Mend();
+}
+
+TEST_F(LogicTest, TheErrorTextFitsItsBuffer)
+{
+    ASSERT_TRUE(Game().Start());
+    const std::string strText = "Velkar Connector is already initialized.";
+    char szError[64];
+    for (const int nSize : {static_cast<int>(strText.size()) + 1, static_cast<int>(strText.size()), 2, 1}) {
+        std::memset(szError, 'x', sizeof(szError));
+        EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, szError, nSize));
+        EXPECT_EQ(std::string(szError), strText.substr(0, static_cast<std::size_t>(nSize) - 1));
+        EXPECT_EQ(szError[nSize], 'x');
+    }
+    for (const int nSize : {0, -1}) {
+        std::memset(szError, 'x', sizeof(szError));
+        EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, szError, nSize));
+        EXPECT_EQ(szError[0], 'x');
+    }
+    EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, nullptr, 64));
+}
+
+TEST_F(LogicTest, NullArgumentsAreRefused)
+{
+    char szError[128];
+    EXPECT_FALSE(InitModule(nullptr, &Game().callbacks, szError, sizeof(szError)));
+    EXPECT_STREQ(szError, "Connector id or callbacks arg is NULL.");
+    EXPECT_FALSE(InitModule(&Game().id, nullptr, szError, sizeof(szError)));
+}
+
+TEST_F(LogicTest, StoppingWhatIsNotRunningDoesNothing)
+{
+    UninitModule();
+    ASSERT_TRUE(Game().Start());
+    Game().Stop();
+    UninitModule();
+    EXPECT_STREQ(Game().Checkin("abc").szError, "Velkar Connector is not initialized.");
+}
+
+TEST_F(LogicTest, CallsDuringStartAndStopSayWhatIsGoingOn)
+{
+    Service().IgnoreRegistration();
+    auto start = Game().Later([&] { return static_cast<bool>(Game().Start()); });
+    Service().Expect<XC2S_VelkarConnectReq>();
+    EXPECT_STREQ(Game().Checkin("abc").szError, "Velkar Connector is not initialized.");
+    UninitModule();  // nothing is initialised yet
+    EXPECT_FALSE(start.get());
+
+    Service().AcceptRegistration();
+    ASSERT_TRUE(Game().Start());
+    HoldPools(true);  // the stop has to wait for the disconnected callback
+    auto stop = Game().Later([] { UninitModule(); });
+    while (!BeingTerminatedFlag().IsSet())
+        std::this_thread::yield();
+    EXPECT_STREQ(Game().Checkin("abc").szError, "Velkar Connector is being terminated.");
+    EXPECT_TRUE(Game().Init());  // still initialised, until the last step of the stop
+    EXPECT_EQ(Game().LastError(), "Velkar Connector is already initialized.");
+    HoldPools(false);
+    stop.get();
+}
+
+TEST_F(LogicTest, ManyThreadsStartAndStopAtOnce)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    Game().settings.nServerPort = Service().Port();
+    Game().WriteSettings();
+    std::vector<std::future<void>> vecThreads;
+    for (int i = 0; i < 4; ++i) {
+        vecThreads.push_back(Game().Later([&, i] {
+            char szError[256];
+            for (int n = 0; n < 25; ++n) {
+                InitModule(&Game().id, &Game().callbacks, szError, sizeof(szError));
+                if ((n + i) % 2 == 0)
+                    UninitModule();
+            }
+        }));
+    }
+    for (auto& thread : vecThreads)
+        thread.get();
+    UninitModule();
+    EXPECT_TRUE(Alive() == Counts()) << Describe(Alive());
+    EXPECT_TRUE(Game().Init()) << Game().LastError();
+}
+
+TEST_F(LogicTest, StopsPromptlyWhileReconnecting)
+{
+    ASSERT_TRUE(Game().Start());
+    Service().Down();  // a reconnect cycle is an hour
+    Service().WaitForDisconnect();
+    const auto begin = std::chrono::steady_clock::now();
+    Game().Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST_F(LogicTest, StopsWhileTheReconnectWaitsForItsAnswer)
+{
+    SetSecond(std::chrono::milliseconds(200));
+    Game().settings.nReconnectCycle = 1;
+    ASSERT_TRUE(Game().Start());
+    Service().IgnoreRegistration();
+    Service().Drop();
+    Service().WaitForConnection(2);
+    SetSecond(std::chrono::hours(1));  // neither the answer's limit nor anything else passes now
+    Game().Stop();
+}
+
+TEST_F(LogicTest, CallersThatWaitEndByTheirOwnTimeout)
+{
+    ASSERT_TRUE(Game().Start());
+    auto checkin = Game().Later([&] { return Game().Checkin("abc"); });
+    Service().Expect<XC2S_CheckInReq>();
+    Game().Stop();
+    EXPECT_STREQ(checkin.get().szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
+}
+
+}  // namespace

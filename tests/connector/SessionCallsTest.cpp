@@ -1,0 +1,260 @@
+// Checkin and Checkout against a service that does what a test wants.
+#include <thread>
+
+#include "comm/ResWaiter.h"
+#include "session/FailedCheckOutVector.h"
+#include "session/UserInfoMap.h"
+#include "tests/fakeplatform/LogicTest.h"
+
+namespace {
+
+using Kernova::XTL::Singleton;
+
+class SessionCallsTest : public LogicTest {
+protected:
+    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
+    static CUserInfo InfoOf(const char* pszUser)
+    {
+        CUserInfo info;
+        EXPECT_TRUE(Singleton<CUserInfoMap>::Instance().FindUserInfo(pszUser, info));
+        return info;
+    }
+    _CHECKIN_RES CheckinAnsweredWith(int nCode)
+    {
+        Service().On<XC2S_CheckInReq>([nCode](const auto&, auto& ans) { ans.nResult = nCode; });
+        return Game().Checkin("abc");
+    }
+};
+
+TEST_F(SessionCallsTest, ACheckinFillsTheRecordAndTheMap)
+{
+    Game().settings.products = {{7, "Gold", 3}};
+    ASSERT_TRUE(Game().Start());
+    Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) {
+        ans.nBillType = 9;
+        ans.nRemainMinutes = -1;
+        ans.strCRMCode = "0123456789ABCDEFG";
+        ans.strEndDate = "20991231235959999";
+        ans.strErrorMsg = std::string(2000, 'm');
+        ans.cFree = 'Y';
+        ans.strSeqNo = "4711";
+    });
+    const auto res = Game().Checkin("abc");
+    EXPECT_EQ(res.nResult, 0);
+    EXPECT_EQ(res.nBillingID, 3);  // the settings' word, not the service's
+    EXPECT_EQ(res.nProductID, 7);
+    EXPECT_EQ(res.nRemainMinutes, 0xFFFFFFFFll);
+    EXPECT_STREQ(res.szCRMCode, "0123456789ABCDE");
+    EXPECT_STREQ(res.szEndDate, "20991231235959");
+    EXPECT_EQ(std::strlen(res.szError), 1024u);
+    const CUserInfo info = InfoOf("abc");
+    EXPECT_EQ(info.GetSeqNo(), "4711");
+    EXPECT_EQ(info.GetUserIP(), "10.0.0.1");
+    EXPECT_EQ(info.GetFree(), 'Y');
+    EXPECT_EQ(info.GetBillingID(), 3);
+    EXPECT_EQ(info.GetEndDate(), "20991231235959");
+}
+
+TEST_F(SessionCallsTest, CodesOfTheService)
+{
+    ASSERT_TRUE(Game().Start());
+    struct {
+        int nCode, nResult;
+        bool bExtra;
+    } constexpr kRows[] = {{0, 0, false},      {90006, 0, true},  {30006, -1, true}, {30005, -1, false}, {2, -1, false},
+                           {1, 1, false},      {-7, -7, false},   {30007, 30007, false}, {90005, 90005, false}};
+    for (const auto& row : kRows) {
+        const auto res = CheckinAnsweredWith(row.nCode);
+        EXPECT_EQ(res.nResult, row.nResult) << row.nCode;
+        EXPECT_EQ(res.bExtra, row.bExtra ? 1 : 0) << row.nCode;
+        EXPECT_EQ(IsIn("abc"), row.nResult == 0) << row.nCode;
+        Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+    }
+}
+
+TEST_F(SessionCallsTest, TheKeyOfAnAnswerIsTheUserIdOrElseTheNumber)
+{
+    ASSERT_TRUE(Game().Start());
+    Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) { ans.strUserNo = "555"; });
+    Game().Checkin("abc");
+    EXPECT_TRUE(IsIn("abc") && !IsIn("555"));
+    Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) { ans.strUserID.clear(), ans.strUserNo = "555"; });
+    Game().Checkin("abc");
+    EXPECT_TRUE(IsIn("555"));
+}
+
+TEST_F(SessionCallsTest, WhatTravels)
+{
+    for (const bool bNumber : {false, true}) {
+        Game().settings.bUseUserNumber = bNumber;
+        Service().SayYes();
+        ASSERT_TRUE(Game().Start());
+        _USER_REQ req;
+        std::memset(&req, '7', sizeof(req));  // no NUL anywhere: each text is read to its field's end
+        Game().Call(&Checkin, req);
+        const auto checkin = Service().Expect<XC2S_CheckInReq>();
+        EXPECT_EQ(checkin->strUserID, bNumber ? "" : std::string(22, '7'));
+        EXPECT_EQ(checkin->strUserNo, bNumber ? std::string(22, '7') : "");
+        EXPECT_EQ(checkin->strUserIP, std::string(15, '7'));
+
+        Game().Checkin("abc");
+        Game().Checkout("abc");
+        const auto checkout = Service().Expect<XC2S_CheckOutReq>();
+        EXPECT_EQ(bNumber ? checkout->strUserNo : checkout->strUserID, "abc");
+        EXPECT_EQ(checkout->strSeqNo, "1");
+        Service().SayNothing();
+        Service().Forget();
+        Game().Stop();
+    }
+}
+
+TEST_F(SessionCallsTest, ACheckoutOfAnUnknownUserAsksNobody)
+{
+    ASSERT_TRUE(Game().Start());
+    EXPECT_STREQ(Game().Checkout("abc").szError, "This user is not checkined.");
+    // The look-up takes the whole field: 23 characters are another user than 22.
+    Service().SayYes();
+    Game().Checkin(std::string(22, 'x'));
+    _USER_REQ req = Game().User("");
+    std::memset(req.szUserID, 'x', sizeof(req.szUserID));
+    EXPECT_STREQ(Game().Call(&Checkout, req).szError, "This user is not checkined.");
+    EXPECT_EQ(Service().Count<XC2S_CheckOutReq>(), 0);
+}
+
+TEST_F(SessionCallsTest, AUserIsGoneAfterCheckoutWhateverTheAnswer)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    Game().Checkin("abc");
+    Service().On<XC2S_CheckOutReq>([](const auto&, auto& ans) {
+        ans.bSuccess = false;
+        ans.strErrorMsg = "no";
+    });
+    EXPECT_STREQ(Game().Checkout("abc").szError, "no");
+    EXPECT_FALSE(IsIn("abc"));
+
+    Game().Checkin("abc");
+    Service().On<XC2S_CheckOutReq>([](const auto&, auto&) { return false; });
+    EXPECT_STREQ(Game().Checkout("abc").szError, "Failed to receive a 'XS2C_CheckOutAns' msg because of timeout.");
+    EXPECT_FALSE(IsIn("abc"));
+}
+
+TEST_F(SessionCallsTest, ACheckoutThatCannotBeSentIsKept)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    for (const Op op : {Op::LockActiveLinks, Op::GetLink, Op::StreamCreate, Op::StreamWrite, Op::LinkSend}) {
+        Game().Checkin("abc");
+        Fail(op);
+        EXPECT_STREQ(Game().Checkout("abc").szError, "Failed to send a 'XC2S_CheckOutReq' msg.");
+        EXPECT_FALSE(IsIn("abc"));
+        auto& failed = Singleton<CFailedCheckOutVector>::Instance();
+        EXPECT_EQ(failed.GetCount(), 1u);
+        failed.RemoveAll();
+    }
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "[Velkar Connector] Failed to send a 'XC2S_CheckOutReq' msg(Req ID: "));
+}
+
+TEST_F(SessionCallsTest, ALateCheckinIsUndoneByExactlyOneCheckout)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    EXPECT_STREQ(Game().Checkin("abc").szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
+    const auto req = Service().Expect<XC2S_CheckInReq>();
+    Service().Reply(*req, [](auto& ans) { ans.nResult = 5; });  // a failure needs no undoing
+    Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "99"; });
+    const auto undo = Service().Expect<XC2S_CheckOutReq>();
+    EXPECT_EQ(undo->nReqID, -1);
+    EXPECT_EQ(undo->strUserID, "abc");
+    EXPECT_EQ(undo->strSeqNo, "");  // the user has never been in the map
+    EXPECT_FALSE(IsIn("abc"));
+    Service().ExpectNothing();
+}
+
+TEST_F(SessionCallsTest, ALateCheckinThatCannotBeUndoneIsKeptWithItsSeqNo)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    Game().Checkin("abc");
+    const auto req = Service().Expect<XC2S_CheckInReq>();
+    Fail(Op::LinkSend);
+    Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "99"; });
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "for checkin timeout."));
+    while (Singleton<CFailedCheckOutVector>::Instance().GetCount() == 0)
+        std::this_thread::yield();
+    Wirova::RecordVector<XCheckOutInfo> list;
+    Singleton<CFailedCheckOutVector>::Instance().GetFailedCheckOutList(list);
+    EXPECT_EQ(list[0]->strSeqNo, "99");
+}
+
+TEST_F(SessionCallsTest, AnswersOfOtherKindsAndNumbersReachNobody)
+{
+    ASSERT_TRUE(Game().Start());
+    auto checkin = Game().Later([&] { return Game().Checkin("abc"); });
+    const auto req = Service().Expect<XC2S_CheckInReq>();
+    XS2C_CheckOutAns other;
+    other.nReqID = req->nReqID;
+    other.bSuccess = true;
+    XS2C_QueryBillingInfoAns sameRecord;
+    sameRecord.nReqID = req->nReqID;
+    Service().Send(other, sameRecord);
+    Service().Reply(*req, [](auto& ans) { ans.nReqID += 1000, ans.nResult = 5; });
+    Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "7"; });
+    EXPECT_EQ(checkin.get().nResult, 0);
+    EXPECT_EQ(InfoOf("abc").GetSeqNo(), "7");
+}
+
+TEST_F(SessionCallsTest, NullArguments)
+{
+    ASSERT_TRUE(Game().Start());
+    _CHECKIN_RES res;
+    std::memset(&res, 0x5A, sizeof(res));
+    Checkin(nullptr, &res);
+    EXPECT_EQ(res.nResult, -1);
+    EXPECT_STREQ(res.szError, "Request or response arg is NULL.");
+    const _USER_REQ req = Game().User("abc");
+    Checkin(&req, nullptr);
+    Checkout(&req, nullptr);
+    EXPECT_EQ(Journal::Count(Journal::Level::Error, "[Velkar Connector] Checkin request or response arg is NULL."), 2);
+    Service().ExpectNothing();
+}
+
+TEST_F(SessionCallsTest, EveryAnswerCutAtEveryByteReachesItsCaller)
+{
+    ASSERT_TRUE(Game().Start());
+    const std::size_t nLength = FrameOf(XS2C_CheckInAns()).size() + 40;
+    for (std::size_t nCut = 1; nCut < nLength; nCut += 7) {
+        auto checkin = Game().Later([&] { return Game().Checkin("abc"); });
+        const auto req = Service().Expect<XC2S_CheckInReq>();
+        XS2C_CheckInAns ans;
+        FillSuccess(*req, ans);
+        Service().SendCut(std::min(nCut, FrameOf(ans).size() - 1), ans);
+        EXPECT_EQ(checkin.get().nResult, 0);
+    }
+}
+
+// A caller that checks its user out right behind the checkin is never told that there is no such user.
+TEST_F(SessionCallsTest, ACheckoutRightBehindTheCheckinFindsItsUser)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    std::vector<std::future<int>> vecCallers;
+    for (int n = 0; n < 8; ++n) {
+        vecCallers.push_back(Game().Later([&, n] {
+            int nNotFound = 0;
+            const std::string strUser = "user" + std::to_string(n);
+            for (int i = 0; i < 100; ++i) {
+                // A caller that was told of a timeout at once has no claim.
+                if (Game().Checkin(strUser).nResult == 0)
+                    nNotFound += Game().Checkout(strUser).szError == std::string("This user is not checkined.");
+            }
+            return nNotFound;
+        }));
+    }
+    for (auto& caller : vecCallers)
+        EXPECT_EQ(caller.get(), 0);
+    EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+}
+
+}  // namespace

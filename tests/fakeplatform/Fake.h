@@ -1,0 +1,107 @@
+// The platform of the tests: every contract of platform/ a second time, linked in place of the real one.
+//
+//   Threads     are real. Waits and sleeps run by a clock of their own: Fake::SetSecond says how long one
+//               second of the library takes; it counts for waits that have begun, too.
+//   Failures    come on order:  Fake::Fail(Op::LinkSend);                the next Send fails
+//                               Fake::Fail(Op::StreamWrite, 1, 5);       the sixth write from now fails
+//                               Fake::Fail(Op::Connect, Fake::kAlways, 0, 10061);   all, with that code
+//               Platova::GetLastError gives the code. Work of the test itself (Support::Outside) is
+//               passed over.
+//   Network     in memory: fakeplatform/MemoryTransport.h.
+//   Log         in memory: fakeplatform/FakeLog.h.
+//   Host        fakeplatform/FakeHost.h: executable directory, local time, error box, change notification.
+//   Violations  of the contracts by the library are noted, not punished: Fake::Violations() must be
+//               empty at the end of a test.
+//
+// Fake::Reset() at the start of each test puts all of it back. See fakeplatform/LogicTest.h for the
+// fixture that does this.
+#pragma once
+
+#include <chrono>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace Fake {
+
+enum class Op {
+    PoolCreate,
+    ThreadStart,
+    ConnectorCreate,
+    SetOnConnected,
+    SetOnDisconnected,
+    SetOnTimeout,
+    SetOnReceived,
+    Connect,
+    LockActiveLinks,
+    GetLink,
+    LinkSend,
+    LinkRecv,
+    LockReadStream,
+    StreamCreate,
+    StreamWrite,
+    StreamRead,
+    StreamPeek,
+    StreamRemoveLeft,
+    LogInitialize,
+    GetLogger,
+    ExecutableDirectory,
+    FileExists,
+    LastWriteTime,
+    CreateStopEvent,
+    FindFirstChange,
+    FindNextChange,
+    WaitForChange,
+    Count_
+};
+
+inline constexpr int kAlways = std::numeric_limits<int>::max();
+inline constexpr unsigned int kOrderedCode = 4711;
+
+// After nAfter further calls that work, the next nTimes calls of that operation fail with that code.
+// Replaces an earlier order for the same operation.
+void Fail(Op op, int nTimes = 1, int nAfter = 0, unsigned int nCode = kOrderedCode);
+// How often the library has called the operation since Reset, failures included.
+int Calls(Op op);
+
+// How long one second of the library's waits takes. 200 ms unless set: a limit of 5000 ms is then one
+// second, which a loaded machine does not miss.
+void SetSecond(std::chrono::milliseconds real);
+inline void FastClock() { SetSecond(std::chrono::milliseconds(20)); }
+// Takes the library's clock forward at once; waits that are due end.
+void Advance(std::chrono::milliseconds system);
+
+// Objects of the platform that the library holds now; all zero when it is stopped.
+struct Counts {
+    int nPools = 0, nConnectors = 0, nLinks = 0, nStreams = 0;
+    int nStopEvents = 0, nChanges = 0, nLibraryHolds = 0;
+    friend bool operator==(const Counts&, const Counts&) = default;
+};
+Counts Alive();
+std::string Describe(const Counts& counts);
+
+// While held, no callback and nothing else starts on the threads of any pool; what runs goes on.
+void HoldPools(bool bHold);
+// While set, Connect returns only after the connected callback has returned.
+void ConnectReturnsLate(bool bLate);
+// While set, a Send of a thread that is not the pool's returns only after the next received callback of
+// its link (at most two seconds later): the answer overtakes the caller's preparations for its wait.
+// Otherwise an answer is held back until the caller waits for it.
+void SendReturnsLate(bool bLate);
+// While blocked, Connect blocks until its time is over (then fails, code kTimedOutCode) or until
+// unblocked (then connects).
+void BlockConnect(bool bBlock);
+inline constexpr unsigned int kTimedOutCode = 10060;
+inline constexpr unsigned int kRefusedCode = 10061;
+// The host name of the last Connect.
+std::string LastHost();
+
+void SetProcessorCount(unsigned int nCount);
+
+// Breaches of the platform's contracts by the library, in words.
+std::vector<std::string> Violations();
+
+// Everything above, the log and the host's orders as in a new process. The library must be stopped.
+void Reset();
+
+}  // namespace Fake

@@ -1,0 +1,49 @@
+// Fixture of the tests of the library on the fake platform:
+//
+//     #include "tests/fakeplatform/LogicTest.h"
+//     TEST_F(LogicTest, CheckinWithoutAnAnswerTimesOut) {
+//         ASSERT_TRUE(Game().Start());
+//         FastClock();
+//         const auto res = Game().Checkin("abc");
+//         EXPECT_STREQ(res.szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
+//     }
+//
+// Verbs:
+//   Service()   support/ServiceScript.h        Game()      support/GameServer.h
+//   Fail(Op::LinkSend), FastClock(), SetSecond, Advance, BlockConnect, HoldPools, ConnectReturnsLate,
+//   SendReturnsLate, Calls(Op::...), Alive()   fakeplatform/Fake.h
+//   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor, Journal::LoggedInOrder
+//                                              fakeplatform/FakeLog.h
+//   HostProcess::SetLocalTime, Boxes, NotifyChange, SetDirectory            fakeplatform/FakeHost.h
+//
+// The settings' directory is a new and empty one. Waits run by the library's clock: a limit of 5000 ms
+// takes a second, after FastClock() a tenth of one. At the end of each test the library is stopped and
+// everything that it held has to be given back.
+#pragma once
+
+#include <cstdio>
+
+#include "tests/fakeplatform/Fake.h"
+#include "tests/fakeplatform/FakeHost.h"
+#include "tests/fakeplatform/FakeLog.h"
+#include "tests/fakeplatform/MemoryTransport.h"
+#include "tests/support/LibraryTest.h"
+
+class LogicTest : public Support::LibraryTest<Fake::MemoryTransport> {
+protected:
+    void SetUp() override { Fake::Reset(); }
+    void TearDown() override
+    {
+        Fake::HoldPools(false);
+        Fake::BlockConnect(false);
+        LibraryTest::TearDown();
+        EXPECT_TRUE(Fake::Alive() == Fake::Counts()) << "left behind: " << Fake::Describe(Fake::Alive());
+        for (const std::string& strViolation : Fake::Violations())
+            ADD_FAILURE() << "The library has broken a contract: " << strViolation;
+        if (HasFailure())
+            std::fprintf(stderr, "---- log ----\n%s-------------\n", Fake::Journal::Text().c_str());
+    }
+};
+
+using namespace Support;
+using namespace Fake;

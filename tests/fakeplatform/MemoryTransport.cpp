@@ -1,0 +1,163 @@
+#include "tests/fakeplatform/MemoryTransport.h"
+
+#include "tests/fakeplatform/Net.h"
+
+namespace Fake {
+namespace {
+
+struct Listeners {
+    std::mutex mutex;
+    std::map<unsigned short, std::shared_ptr<Inbox>> mapByPort;
+    unsigned short nLastPort = 40000;
+};
+
+Listeners& TheListeners()
+{
+    static Listeners* const s_pListeners = new Listeners;
+    return *s_pListeners;
+}
+
+// The open connection of that number with a reference to it, or null.
+Netrova::Link::_THandle* Take(Inbox& inbox, int nConnection)
+{
+    const std::lock_guard lock(inbox.mutex);
+    const auto it = inbox.mapLinks.find(nConnection);
+    if (it == inbox.mapLinks.end())
+        return nullptr;
+    Netrova::Link::AddRef(it->second);
+    return it->second;
+}
+
+void Tell(Inbox& inbox, const Inbox::Event& event, Support::Transport::Sink& sink)
+{
+    if (event.what == Inbox::What::Opened) {
+        sink.OnOpen(event.nConnection);
+        return;
+    }
+    Netrova::Link::_THandle* const pLink = Take(inbox, event.nConnection);
+    if (event.what == Inbox::What::Bytes) {
+        if (pLink != nullptr)
+            pLink->OnTaken(event.strBytes.size());
+        sink.OnBytes(event.nConnection, event.strBytes);
+    } else {
+        sink.OnClose(event.nConnection);
+        bool bErased = false;
+        {
+            const std::lock_guard lock(inbox.mutex);
+            bErased = inbox.mapLinks.erase(event.nConnection) != 0;
+        }
+        if (bErased)
+            Netrova::Link::Release(pLink);
+    }
+    if (pLink != nullptr)
+        Netrova::Link::Release(pLink);
+}
+
+}  // namespace
+
+std::shared_ptr<Inbox> FindListener(unsigned short nPort)
+{
+    const std::lock_guard lock(TheListeners().mutex);
+    const auto it = TheListeners().mapByPort.find(nPort);
+    return it == TheListeners().mapByPort.end() ? nullptr : it->second;
+}
+
+MemoryTransport::MemoryTransport() : m_pInbox(std::make_shared<Inbox>())
+{
+    const std::lock_guard lock(TheListeners().mutex);
+    m_nPort = ++TheListeners().nLastPort;
+    TheListeners().mapByPort[m_nPort] = m_pInbox;
+}
+
+MemoryTransport::~MemoryTransport()
+{
+    Stop();
+}
+
+void MemoryTransport::Start(Sink& sink)
+{
+    m_thread = std::thread([this, &sink] { Run(sink); });
+}
+
+void MemoryTransport::Stop()
+{
+    {
+        const std::lock_guard lock(TheListeners().mutex);
+        TheListeners().mapByPort.erase(m_nPort);
+    }
+    std::map<int, Netrova::Link::_THandle*> mapLinks;
+    {
+        const std::lock_guard lock(m_pInbox->mutex);
+        m_pInbox->bEnd = true;
+        m_pInbox->cond.notify_all();
+    }
+    if (m_thread.joinable())
+        m_thread.join();
+    {
+        const std::lock_guard lock(m_pInbox->mutex);
+        mapLinks.swap(m_pInbox->mapLinks);
+    }
+    for (const auto& [nConnection, pLink] : mapLinks) {
+        pLink->OnPeerClose(true);
+        Netrova::Link::Release(pLink);
+    }
+}
+
+void MemoryTransport::Run(Sink& sink)
+{
+    Inbox& inbox = *m_pInbox;
+    std::unique_lock lock(inbox.mutex);
+    for (;;) {
+        inbox.cond.wait(lock, [&] { return inbox.bEnd || inbox.HasWork(); });
+        if (inbox.bEnd)
+            return;
+        const Inbox::Event event = std::move(inbox.deqEvents.front());
+        inbox.deqEvents.pop_front();
+        inbox.bTelling = true;
+        lock.unlock();
+        Tell(inbox, event, sink);
+        lock.lock();
+        inbox.bTelling = false;
+        inbox.cond.notify_all();
+    }
+}
+
+void MemoryTransport::Send(int nConnection, const std::string& strBytes)
+{
+    if (Netrova::Link::_THandle* const pLink = Take(*m_pInbox, nConnection)) {
+        pLink->OnPeerBytes(strBytes);
+        Netrova::Link::Release(pLink);
+    }
+}
+
+void MemoryTransport::Close(int nConnection, bool bAbruptly)
+{
+    if (Netrova::Link::_THandle* const pLink = Take(*m_pInbox, nConnection)) {
+        pLink->OnPeerClose(bAbruptly);
+        Netrova::Link::Release(pLink);
+    }
+}
+
+void MemoryTransport::Accept(bool bAccept)
+{
+    const std::lock_guard lock(m_pInbox->mutex);
+    m_pInbox->bAccept = bAccept;
+}
+
+void MemoryTransport::HoldReading(bool bHold)
+{
+    const std::lock_guard lock(m_pInbox->mutex);
+    m_pInbox->bHoldReading = bHold;
+    m_pInbox->cond.notify_all();
+}
+
+void MemoryTransport::Settle()
+{
+    Inbox& inbox = *m_pInbox;
+    std::unique_lock lock(inbox.mutex);
+    inbox.cond.wait(lock, [&] {
+        return inbox.bEnd || inbox.bHoldReading || (inbox.deqEvents.empty() && !inbox.bTelling);
+    });
+}
+
+}  // namespace Fake

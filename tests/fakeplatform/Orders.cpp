@@ -1,0 +1,167 @@
+// Failures on order, violations, counters; and Platova.
+#include <array>
+
+#include "platform/Platova.h"
+#include "platform/common/LastError.h"
+#include "tests/fakeplatform/FakeHost.h"
+#include "tests/fakeplatform/FakeLog.h"
+#include "tests/fakeplatform/Parts.h"
+#include "tests/support/Outside.h"
+
+namespace Fake {
+namespace {
+
+struct Order {
+    int nAfter = 0;
+    int nTimes = 0;
+    unsigned int nCode = 0;
+    int nCalls = 0;
+};
+
+struct State {
+    std::mutex mutex;
+    std::array<Order, static_cast<std::size_t>(Op::Count_)> orders;
+    std::vector<std::string> vecViolations;
+    std::atomic<unsigned int> nProcessors{2};
+};
+
+// Never destroyed: threads of the library may run while the process exits.
+State& TheState()
+{
+    static State* const s_pState = new State;
+    return *s_pState;
+}
+
+thread_local unsigned int t_nLastError = 0;
+
+Order& OrderOf(Op op)
+{
+    return TheState().orders.at(static_cast<std::size_t>(op));
+}
+
+}  // namespace
+
+void Fail(Op op, int nTimes, int nAfter, unsigned int nCode)
+{
+    const std::lock_guard lock(TheState().mutex);
+    Order& order = OrderOf(op);
+    order.nTimes = nTimes;
+    order.nAfter = nAfter;
+    order.nCode = nCode;
+}
+
+int Calls(Op op)
+{
+    const std::lock_guard lock(TheState().mutex);
+    return OrderOf(op).nCalls;
+}
+
+bool MustFail(Op op)
+{
+    if (Support::Outside::IsHere())
+        return false;
+    unsigned int nCode = 0;
+    {
+        const std::lock_guard lock(TheState().mutex);
+        Order& order = OrderOf(op);
+        ++order.nCalls;
+        if (order.nTimes == 0)
+            return false;
+        if (order.nAfter > 0) {
+            --order.nAfter;
+            return false;
+        }
+        if (order.nTimes != kAlways)
+            --order.nTimes;
+        nCode = order.nCode;
+    }
+    SetLastError(nCode);
+    return true;
+}
+
+void SetLastError(unsigned int nCode)
+{
+    t_nLastError = nCode;
+}
+
+void Violation(const std::string& strText)
+{
+    const std::lock_guard lock(TheState().mutex);
+    TheState().vecViolations.push_back(strText);
+}
+
+std::vector<std::string> Violations()
+{
+    const std::lock_guard lock(TheState().mutex);
+    return TheState().vecViolations;
+}
+
+void SetProcessorCount(unsigned int nCount)
+{
+    TheState().nProcessors.store(nCount);
+}
+
+AtomicCounts& Counters()
+{
+    static AtomicCounts* const s_pCounts = new AtomicCounts;
+    return *s_pCounts;
+}
+
+Counts Alive()
+{
+    const AtomicCounts& now = Counters();
+    return {now.nPools,       now.nConnectors, now.nLinks,       now.nStreams,
+            now.nStopEvents, now.nChanges,    now.nLibraryHolds};
+}
+
+std::string Describe(const Counts& counts)
+{
+    std::string out;
+    const auto add = [&](const char* pszName, int nCount) {
+        out += std::string(pszName) + ' ' + std::to_string(nCount) + ' ';
+    };
+    add("pools", counts.nPools);
+    add("connectors", counts.nConnectors);
+    add("links", counts.nLinks);
+    add("streams", counts.nStreams);
+    add("stop events", counts.nStopEvents);
+    add("change notifications", counts.nChanges);
+    add("library holds", counts.nLibraryHolds);
+    return out;
+}
+
+void Reset()
+{
+    HoldPools(false);
+    BlockConnect(false);
+    ConnectReturnsLate(false);
+    SendReturnsLate(false);
+    SetSecond(std::chrono::milliseconds(200));
+    Journal::Reset();
+    HostProcess::Reset();
+    TheState().nProcessors.store(2);
+    const std::lock_guard lock(TheState().mutex);
+    TheState().orders.fill({});
+    TheState().vecViolations.clear();
+}
+
+}  // namespace Fake
+
+namespace Platova {
+
+unsigned int GetLastError()
+{
+    return Fake::t_nLastError;
+}
+
+void SetLastError(unsigned int nCode)
+{
+    Fake::SetLastError(nCode);
+}
+
+unsigned int GetProcessorCount()
+{
+    return Fake::TheState().nProcessors.load();
+}
+
+}  // namespace Platova

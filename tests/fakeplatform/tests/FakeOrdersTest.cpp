@@ -1,0 +1,141 @@
+// Failures on order, the clock, the log, the change notification and the violations.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
+
+#include "platform/Host.h"
+#include "platform/KernovaXtl.h"
+#include "platform/Logova.h"
+#include "platform/Netrova.h"
+#include "platform/Platova.h"
+#include "tests/fakeplatform/Fake.h"
+#include "tests/fakeplatform/FakeHost.h"
+#include "tests/fakeplatform/FakeLog.h"
+#include "tests/support/Outside.h"
+
+namespace {
+
+using Fake::Fail;
+using Fake::Op;
+using std::chrono::steady_clock;
+
+class FakeOrdersTest : public testing::Test {
+protected:
+    void SetUp() override { Fake::Reset(); }
+    void TearDown() override { Fake::Reset(); }
+};
+
+TEST_F(FakeOrdersTest, AnOrderSkipsCallsFailsSoManyAndEnds)
+{
+    Strova::_THandle* const pStream = Strova::CreateHandle();
+    Fail(Op::StreamWrite, 2, 1, 77);
+    const auto write = [&] { return Strova::Write(pStream, "ab", 2); };
+    EXPECT_EQ(write(), 2);
+    EXPECT_EQ(write(), -1);
+    EXPECT_EQ(Platova::GetLastError(), 77u);
+    {
+        const Support::Outside outside;
+        EXPECT_EQ(write(), 2);
+    }
+    EXPECT_EQ(write(), -1);
+    EXPECT_EQ(write(), 2);
+    EXPECT_EQ(Fake::Calls(Op::StreamWrite), 4);
+    EXPECT_EQ(Strova::GetLength(pStream), 6);
+    Strova::DestroyHandle(pStream);
+
+    Fail(Op::PoolCreate, Fake::kAlways);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Kernova::ThreadPool::CreateHandle(1), nullptr);
+    Fake::Reset();
+    Kernova::ThreadPool::DestroyHandle(Kernova::ThreadPool::CreateHandle(1));
+}
+
+TEST_F(FakeOrdersTest, TheClockChangesWaitsThatHaveBegun)
+{
+    Kernova::Threading::ManualResetEvent event(false);
+    const auto begin = steady_clock::now();
+    auto advanced = std::async(std::launch::async, [&] { return event.Wait(3600u * 1000); });
+    auto hurried = std::async(std::launch::async, [&] { Host::Sleep(3900u * 1000); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    Fake::Advance(std::chrono::hours(1));
+    EXPECT_FALSE(advanced.get());
+    EXPECT_EQ(hurried.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    Fake::SetSecond(std::chrono::milliseconds(1));
+    hurried.get();
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(60));
+}
+
+TEST_F(FakeOrdersTest, AWaitTakesItsTimeByTheClock)
+{
+    Fake::SetSecond(std::chrono::milliseconds(20));
+    Kernova::Threading::ManualResetEvent event(false);
+    const auto begin = steady_clock::now();
+    EXPECT_FALSE(event.Wait(5000));
+    EXPECT_GE(steady_clock::now() - begin, std::chrono::milliseconds(99));
+}
+
+TEST_F(FakeOrdersTest, BreachesOfTheContractsAreNoted)
+{
+    Strova::_THandle* const pStream = Strova::CreateHandle();
+    Kernova::ThreadPool::_THandle* const pPool = Kernova::ThreadPool::CreateHandle(1);
+    Netrova::Connector::_THandle* const pConnector = Netrova::Connector::CreateHandle(pPool);
+    Kernova::ThreadPool::DestroyHandle(pPool);
+    EXPECT_EQ(Fake::Violations().size(), 1u);
+    Netrova::Connector::DestroyHandle(pConnector);
+    Kernova::ThreadPool::DestroyHandle(pPool);
+    EXPECT_EQ(Fake::Violations().size(), 1u);
+    EXPECT_EQ(Fake::Alive().nStreams, 1);
+    Strova::DestroyHandle(pStream);
+}
+
+TEST_F(FakeOrdersTest, TheLogKeepsLinesInOrderAndThrowsWhenToldTo)
+{
+    using namespace Fake::Journal;
+    const std::string strFile = Fake::HostProcess::Directory() + "/log.conf";
+    EXPECT_FALSE(Logova::Initialize("service", strFile.c_str()));
+    std::ofstream(strFile) << "";
+    ASSERT_TRUE(Logova::Initialize("service", strFile.c_str()));
+    EXPECT_FALSE(Logova::Initialize("service", strFile.c_str()));
+    Logova::_THandle* const pLogger = Logova::GetLogger("service", "logger");
+    Logova::Info(pLogger, "100%d");
+    Logova::ErrorFmt(pLogger, "%s %I64d", "big", 1LL << 40);
+    EXPECT_TRUE(Logged(Level::Info, "100%d"));
+    EXPECT_TRUE(Logged(Level::Error, "big 1099511627776"));
+    EXPECT_FALSE(Logged(Level::Info, "big"));
+    EXPECT_TRUE(LoggedInOrder({"100", "big"}));
+    EXPECT_FALSE(LoggedInOrder({"big", "100"}));
+    ThrowOnWrite(true);
+    EXPECT_ANY_THROW(Logova::Debug(pLogger, "text"));
+    ThrowOnWrite(false);
+    EXPECT_TRUE(Logova::Uninitialize("service"));
+    EXPECT_FALSE(Logova::Uninitialize("service"));
+    Logova::Debug(pLogger, "late");
+    EXPECT_EQ(Fake::Violations().size(), 1u);
+}
+
+TEST_F(FakeOrdersTest, AChangeComesFromFilesOrFromAnOrderAndTheStopComesFirst)
+{
+    using Host::WaitResult;
+    const std::string strDirectory = Host::GetExecutableDirectory();
+    Host::StopEvent* const pStop = Host::CreateStopEvent();
+    Host::ChangeNotification* const pChange = Host::FindFirstChange(strDirectory);
+    auto waiting = std::async(std::launch::async, [&] { return Host::WaitForStopOrChange(pStop, pChange); });
+    std::ofstream(std::filesystem::path(strDirectory) / "file") << "text";
+    EXPECT_EQ(waiting.get(), WaitResult::Changed);
+    EXPECT_EQ(Host::WaitForStopOrChange(pStop, pChange), WaitResult::Changed);  // until it is armed again
+    Fake::HostProcess::NotifyChange();
+    EXPECT_TRUE(Host::FindNextChange(pChange));
+    EXPECT_EQ(Host::WaitForStopOrChange(pStop, pChange), WaitResult::Changed);
+    Host::SetStopEvent(pStop);
+    EXPECT_EQ(Host::WaitForStopOrChange(pStop, pChange), WaitResult::Stopped);
+    Fail(Op::WaitForChange);
+    EXPECT_EQ(Host::WaitForStopOrChange(pStop, pChange), WaitResult::Failed);
+    Host::CloseChange(pChange);
+    Host::CloseStopEvent(pStop);
+    EXPECT_EQ(Fake::Alive(), Fake::Counts()) << Fake::Describe(Fake::Alive());
+}
+
+}  // namespace

@@ -1,0 +1,58 @@
+// A stream of received bytes into the frame loop and the whole set of handlers.
+#include <cstddef>
+#include <cstdint>
+
+#include "comm/FrameLoop.h"
+#include "comm/HandlerTable.h"
+#include "comm/ResWaiter.h"
+#include "connector/VelkarConnector.h"
+#include "platform/KernovaXtl.h"
+#include "session/FailedCheckOutVector.h"
+#include "session/UserInfoMap.h"
+#include "wirova/messages/SessionMessages.h"
+
+namespace {
+
+const Wirova::CMsgHandlerTable& Table()
+{
+    static const auto s_table = [] {
+        Wirova::CMsgHandlerTable table;
+        RegisterHandlers(table);
+        return table;
+    }();
+    return s_table;
+}
+
+// Callers under the small Req IDs that the corpus uses, one for each kind of answer.
+template <class Answer, class Response>
+struct Waiting {
+    explicit Waiting(int nReqID) : waiter(TagOf<Answer, Response>())
+    {
+        waiter.nReqID = nReqID;
+        Kernova::XTL::Singleton<CResWaiterMap>::Instance().AddWaiter(&waiter);
+    }
+    ResponseWait<Response> waiter;
+    WaiterAutoRemover remover{waiter};
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    using Kernova::XTL::Singleton;
+    const Waiting<XS2C_CheckInAns, _CHECKIN_RES> checkin(1);
+    const Waiting<XS2C_CheckOutAns, _RESULT_RES> checkout(2);
+
+    // The bytes arrive in two pieces, the first byte says where the cut is.
+    Strova::_THandle* const pStream = Strova::CreateHandle();
+    const std::size_t nCut = nSize == 0 ? 0 : pData[0] % (nSize + 1);
+    Strova::Write(pStream, pData, static_cast<int>(nCut));
+    if (HandleFrames(Table(), pStream, nullptr)) {
+        Strova::Write(pStream, pData + nCut, static_cast<int>(nSize - nCut));
+        HandleFrames(Table(), pStream, nullptr);
+    }
+    Strova::DestroyHandle(pStream);
+    Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+    Singleton<CFailedCheckOutVector>::Instance().RemoveAll();
+    return 0;
+}

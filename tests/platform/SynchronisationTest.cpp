@@ -1,0 +1,107 @@
+// Locks and events. No test relies on how long a millisecond is: an implementation may have a clock of its
+// own. Long waits stand for "until signalled".
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "platform/KernovaXtl.h"
+#include "tests/platform/Waiting.h"
+
+using namespace Kernova;
+using namespace Kernova::Threading;
+
+namespace {
+constexpr unsigned int kLong = 3'600'000;
+}
+
+TEST(CriticalSection, LetsOneThreadInAtATime)
+{
+    CriticalSection lock(XTL::kSpinCount);
+    int nInside = 0;
+    int nTotal = 0;
+    bool bOverlap = false;
+    std::vector<std::thread> vecThreads;
+    for (int n = 0; n < 4; ++n) {
+        vecThreads.emplace_back([&] {
+            for (int i = 0; i < 2000; ++i) {
+                const XTL::ScopedLock scope(lock);
+                bOverlap |= ++nInside != 1;
+                ++nTotal;
+                if (i % 100 == 0)
+                    std::this_thread::yield();
+                --nInside;
+            }
+        });
+    }
+    for (std::thread& thread : vecThreads) thread.join();
+    EXPECT_FALSE(bOverlap);
+    EXPECT_EQ(8000, nTotal);
+}
+
+TEST(CriticalSection, IsHeldUntilTheOutermostUnlock) NO_THREAD_SAFETY_ANALYSIS
+{
+    for (const unsigned int nSpinCount : {0u, XTL::kSpinCount}) {
+        CriticalSection lock(nSpinCount);
+        for (int n = 0; n < 3; ++n) lock.Lock();
+        lock.Unlock();
+        lock.Unlock();
+        std::atomic<bool> bIn{false};
+        std::thread other([&]() NO_THREAD_SAFETY_ANALYSIS {
+            lock.Lock();
+            bIn.store(true);
+            lock.Unlock();
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_FALSE(bIn.load());
+        lock.Unlock();
+        other.join();
+        EXPECT_TRUE(bIn.load());
+    }
+}
+
+TEST(ManualResetEvent, StaysSignalledForEverybodyUntilReset)
+{
+    ManualResetEvent event(false);
+    EXPECT_FALSE(event.Wait(0));
+    EXPECT_FALSE(event.Wait(20));
+    EXPECT_TRUE(event.Set());
+    EXPECT_TRUE(event.Wait(0));
+    EXPECT_TRUE(event.Wait(kLong));
+    EXPECT_TRUE(event.Reset());
+    EXPECT_FALSE(event.Wait(0));
+    EXPECT_TRUE(ManualResetEvent(true).Wait(0));
+}
+
+TEST(ManualResetEvent, WakesAllThatWait)
+{
+    ManualResetEvent event(false);
+    std::atomic<int> nWoken{0};
+    std::vector<std::thread> vecThreads;
+    for (int n = 0; n < 3; ++n) vecThreads.emplace_back([&] { nWoken += event.Wait(kLong) ? 1 : 0; });
+    event.Set();
+    for (std::thread& thread : vecThreads) thread.join();
+    EXPECT_EQ(3, nWoken.load());
+}
+
+// A waiter of a request lives on the stack of the call that waits.
+TEST(ManualResetEvent, MayBeDestroyedAsSoonAsTheWaitIsOver)
+{
+    for (int n = 0; n < 500; ++n) {
+        auto pEvent = std::make_unique<ManualResetEvent>(false);
+        std::thread setter([p = pEvent.get()] { p->Set(); });
+        EXPECT_TRUE(pEvent->Wait(kLong));
+        pEvent.reset();
+        setter.join();
+    }
+}
+
+TEST(AutoResetEvent, GivesItsSignalToOneWaitOnly)
+{
+    AutoResetEvent event(true);
+    EXPECT_TRUE(event.Wait(0));
+    EXPECT_FALSE(event.Wait(0));
+    EXPECT_FALSE(AutoResetEvent(false).Wait(20));
+}

@@ -1,0 +1,243 @@
+// The order of a link's callbacks, its credits, and what a slow handler may and may not hold up.
+#include "tests/platform_real/Loopback.h"
+
+using namespace Loopback;
+using Events = std::vector<std::string>;
+
+TEST(Callbacks, ConnectedReturnsBeforeAnythingElseOfItsLink)
+{
+    Server server;
+    Gate gate;
+    std::atomic<bool> bReturned{false};
+    std::atomic<int> nEarly{0};
+    Client client;
+    client.m_onConnected = [&](LinkHandle* pLink) {
+        Link::Recv(pLink, 1024);
+        Link::Recv(pLink, 1024);
+        gate.Wait();
+        bReturned.store(true);
+    };
+    client.m_onReceived = client.m_onDisconnected = [&](LinkHandle*) { nEarly += bReturned.load() ? 0 : 1; };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    peer.Write("hello");
+    peer.Close();
+    ASSERT_TRUE(client.WaitFor("connected"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the other two have every chance
+    EXPECT_EQ(Events{"connected"}, client.Events());
+    gate.Open();
+    EXPECT_TRUE(client.WaitFor("received"));
+    EXPECT_TRUE(client.WaitFor("disconnected"));
+    EXPECT_EQ(0, nEarly.load());
+}
+
+TEST(Callbacks, EveryCreditGivesOneAndNoMoreIsReadThanAskedFor)
+{
+    Server server;
+    Client client;
+    client.m_onConnected = [](LinkHandle* pLink) {
+        for (int n = 0; n < 3; ++n) EXPECT_EQ(0, Link::Recv(pLink, 5));
+    };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    peer.Write("0123456789abcdefghijklmnopqrstuvwxyz");
+    ASSERT_TRUE(client.WaitFor("received", 3));
+    LinkHandle* const pLink = client.Active();
+    EXPECT_EQ("0123456789abcde", TakeAll(pLink));
+    Link::Recv(pLink, 1'000'000);
+    ASSERT_TRUE(client.WaitFor("received", 4));
+    EXPECT_EQ("fghijklmnopqrstuvwxyz", TakeAll(pLink));
+    EXPECT_EQ(4, client.Count("received"));
+}
+
+TEST(Callbacks, WithoutCreditsThePeerIsHeldUpAndNothingIsLost)
+{
+    Server server;
+    Client client;
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    const std::size_t nSent = peer.WriteWhatGoes();
+    EXPECT_LT(nSent, 64u << 20) << "somebody has read it";
+    EXPECT_EQ(0, client.Count("received"));
+    peer.Close();
+    LinkHandle* const pLink = client.Active();
+    Link::AddRef(pLink);
+    std::size_t nTaken = 0;
+    for (int nCalls = 1; nTaken < nSent; ++nCalls) {
+        ASSERT_EQ(0, Link::Recv(pLink, 1 << 20));
+        ASSERT_TRUE(client.WaitFor("received", nCalls));
+        nTaken += TakeAll(pLink).size();
+    }
+    EXPECT_EQ(nSent, nTaken);
+    EXPECT_EQ(0, Link::Recv(pLink, 1));  // finds the end
+    EXPECT_TRUE(client.WaitFor("disconnected"));
+    Link::Release(pLink);
+}
+
+TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
+{
+    Server server;
+    std::atomic<int> nInside{0};
+    std::atomic<bool> bOverlap{false};
+    std::string strAll;  // only touched by the callbacks
+    std::atomic<std::size_t> nAll{0};
+    Client client;
+    client.m_onConnected = [](LinkHandle* pLink) {
+        for (int n = 0; n < 8; ++n) Link::Recv(pLink, 7);
+    };
+    client.m_onReceived = [&](LinkHandle* pLink) {
+        bOverlap = bOverlap || ++nInside != 1;
+        strAll += TakeAll(pLink);
+        nAll.store(strAll.size());
+        --nInside;
+        Link::Recv(pLink, 7);
+    };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    std::string strSent;
+    for (int n = 0; n < 5000; ++n) strSent += std::to_string(n) + ",";
+    peer.Write(strSent);
+    EXPECT_TRUE(Eventually([&] { return nAll.load() == strSent.size(); }));
+    client.Destroy();
+    EXPECT_EQ(strSent, strAll);
+    EXPECT_FALSE(bOverlap.load());
+}
+
+// A game callback that hangs keeps its own link's data waiting and nothing else, even with two threads.
+TEST(Callbacks, OneThatHangsDelaysNeitherTheLossNorANewLink)
+{
+    Server server;
+    Gate gate;
+    std::atomic<LinkHandle*> pFirst{nullptr};
+    std::atomic<int> nOfSecond{0};
+    Client client(2);
+    client.m_onConnected = [&](LinkHandle* pLink) {
+        LinkHandle* pNone = nullptr;
+        pFirst.compare_exchange_strong(pNone, pLink);
+        for (int n = 0; n < 4; ++n) Link::Recv(pLink, 1024);
+    };
+    client.m_onReceived = [&](LinkHandle* pLink) {
+        if (pLink != pFirst.load()) {
+            ++nOfSecond;
+            return;
+        }
+        Link::LockReadStream(pLink);
+        gate.Wait();
+        Link::UnlockReadStream(pLink);
+    };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    peer.Write("one");
+    ASSERT_TRUE(client.WaitFor("received"));
+    peer.Write("two");
+    peer.Close();
+    EXPECT_TRUE(client.WaitFor("disconnected"));
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer second = server.Accept();
+    second.Write("three");
+    EXPECT_TRUE(Eventually([&] { return nOfSecond.load() > 0; }));
+    gate.Open();
+}
+
+TEST(Callbacks, LossRunsOnceWithTheLinkOffTheListAndStillValid)
+{
+    for (const bool bReset : {false, true}) {
+        Server server;
+        std::atomic<bool> bListed{false};
+        LinkHandle* pKept = nullptr;
+        Client client;
+        client.m_onConnected = [&](LinkHandle* pLink) {
+            EXPECT_EQ(2, Link::AddRef(pLink));
+            EXPECT_EQ(3, Link::AddRef(pLink));
+            EXPECT_EQ(2, Link::Release(pLink));
+            EXPECT_EQ(pLink, client.Active());
+            pKept = pLink;
+            Link::Recv(pLink, 1024);
+            Link::Recv(pLink, 1024);
+        };
+        client.m_onDisconnected = [&](LinkHandle*) { bListed.store(client.Active() != nullptr); };
+        ASSERT_TRUE(client.Connect(server.Port()));
+        Peer peer = server.Accept();
+        peer.Write("last words");
+        ASSERT_TRUE(client.WaitFor("received"));
+        bReset ? peer.Reset() : peer.ShutdownSend();
+        ASSERT_TRUE(client.WaitFor("disconnected"));
+        EXPECT_FALSE(bListed.load());
+        EXPECT_EQ(-1, Send(pKept, "x"));
+        EXPECT_EQ(Code(asio::error::not_connected), Platova::GetLastError());
+        EXPECT_EQ(-1, Link::Recv(pKept, 1));
+        EXPECT_FALSE(Link::Close(pKept));
+        client.Destroy();
+        EXPECT_EQ(1, client.Count("disconnected"));
+        EXPECT_EQ("last words", TakeAll(pKept)) << "gone with the connector";
+        EXPECT_EQ(0, Link::Release(pKept));
+    }
+}
+
+TEST(Callbacks, MayThrowWithoutHarm)
+{
+    Server server;
+    Client client;
+    client.m_onConnected = [](LinkHandle* pLink) {
+        Link::Recv(pLink, 1);
+        throw 1;
+    };
+    client.m_onReceived = [](LinkHandle* pLink) {
+        Link::Recv(pLink, 1);
+        throw std::runtime_error("two");
+    };
+    client.m_onDisconnected = [](LinkHandle*) { throw 3; };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    peer.Write("ab");
+    EXPECT_TRUE(client.WaitFor("received", 2));
+    peer.Close();
+    EXPECT_TRUE(client.WaitFor("disconnected"));
+}
+
+TEST(ReadStream, IsReentrantAndGivenBackByItsHolderOnly)
+{
+    Server server;
+    Client client;
+    ASSERT_TRUE(client.Connect(server.Port()));
+    LinkHandle* const pLink = client.Active();
+    Strova::_THandle* const pStream = Link::LockReadStream(pLink);
+    ASSERT_NE(nullptr, pStream);
+    EXPECT_EQ(pStream, Link::LockReadStream(pLink));
+    EXPECT_TRUE(Link::UnlockReadStream(pLink));
+    std::thread([&] { EXPECT_FALSE(Link::UnlockReadStream(pLink)); }).join();
+    std::atomic<bool> bIn{false};
+    std::thread other([&] {
+        TakeAll(pLink);
+        bIn.store(true);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(bIn.load());
+    EXPECT_TRUE(Link::UnlockReadStream(pLink));
+    other.join();
+    EXPECT_FALSE(Link::UnlockReadStream(pLink));
+}
+
+TEST(ActiveLinks, AreReentrantAndGivenBackByTheirHolderOnly)
+{
+    Server server;
+    Client client;
+    EXPECT_EQ(nullptr, client.Active());
+    EXPECT_FALSE(Connector::UnlockActiveLinks(client.Get())) << "was not locked";
+    ASSERT_TRUE(client.Connect(server.Port()));
+    auto* const pList = Connector::LockActiveLinks(client.Get());
+    ASSERT_NE(nullptr, pList);
+    EXPECT_EQ(pList, Connector::LockActiveLinks(client.Get()));
+    EXPECT_NE(nullptr, Netrova::ActiveLinkList::GetLink(pList, 0));
+    EXPECT_EQ(nullptr, Netrova::ActiveLinkList::GetLink(pList, 1));
+    EXPECT_TRUE(Connector::UnlockActiveLinks(client.Get()));
+    std::thread([&] { EXPECT_FALSE(Connector::UnlockActiveLinks(client.Get())); }).join();
+    // A link that is closed meanwhile stays for whoever holds the list.
+    EXPECT_TRUE(Link::Close(Netrova::ActiveLinkList::GetLink(pList, 0)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_NE(nullptr, Netrova::ActiveLinkList::GetLink(pList, 0));
+    EXPECT_EQ(0, client.Count("disconnected"));
+    EXPECT_TRUE(Connector::UnlockActiveLinks(client.Get()));
+    EXPECT_TRUE(client.WaitFor("disconnected"));
+    EXPECT_EQ(nullptr, client.Active());
+}

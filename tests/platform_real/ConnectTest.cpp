@@ -1,0 +1,238 @@
+// Opening a connection: what it blocks on, how it fails, and what it may meet on the way.
+#include "platform/common/NetConnectCall.h"
+#include "tests/platform_real/Loopback.h"
+
+using namespace Loopback;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+// A port of this machine that answers nobody: its queue of connections is full.
+class Blackhole {
+public:
+    Blackhole() : m_server("127.0.0.1", 0)
+    {
+        // A connection that does not stand soon stands in front of a full queue.
+        for (int n = 0; n < 16; ++n) {
+            m_vecFillers.emplace_back(m_context);
+            auto& socket = m_vecFillers.back();
+            const auto pDone = std::make_shared<bool>(false);
+            socket.async_connect({asio::ip::address_v4::loopback(), m_server.Port()},
+                                 [pDone](const std::error_code&) { *pDone = true; });
+            m_context.restart();
+            m_context.run_for(milliseconds(200));
+            if (!*pDone)
+                return;
+        }
+        ADD_FAILURE() << "the queue never became full";
+    }
+    ~Blackhole()
+    {
+        m_vecFillers.clear();
+        m_context.restart();
+        m_context.run();
+    }
+    unsigned short Port() const { return m_server.Port(); }
+
+private:
+    Server m_server;
+    asio::io_context m_context;
+    std::vector<asio::ip::tcp::socket> m_vecFillers;
+};
+
+}  // namespace
+
+TEST(Connect, RefusedFailsAtOnceWithTheSystemsCode)
+{
+    Server server;
+    const unsigned short nPort = server.Port();
+    server.Close();
+    Client client;
+    const auto begin = steady_clock::now();
+    EXPECT_FALSE(client.Connect(nPort, "127.0.0.1", 20'000));
+    EXPECT_EQ(Code(asio::error::connection_refused), Platova::GetLastError());
+    EXPECT_LT(steady_clock::now() - begin, seconds(10));
+    EXPECT_TRUE(client.Events().empty());
+    EXPECT_EQ(nullptr, client.Active());
+}
+
+TEST(Connect, WithoutAnswerEndsWithTheTime)
+{
+    const Blackhole hole;
+    Client client;
+    const auto begin = steady_clock::now();
+    EXPECT_FALSE(client.Connect(hole.Port(), "127.0.0.1", 300));
+    EXPECT_EQ(Code(asio::error::timed_out), Platova::GetLastError());
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(290));
+    EXPECT_LT(steady_clock::now() - begin, seconds(5));
+    EXPECT_FALSE(client.Connect(hole.Port(), "127.0.0.1", -1));
+    EXPECT_TRUE(client.Events().empty());
+}
+
+TEST(Connect, TakesNamesAndBothKindsOfAddresses)
+{
+    Server server;
+    Client client;
+    EXPECT_TRUE(client.Connect(server.Port(), "localhost"));
+    server.Accept();
+    EXPECT_TRUE(client.Connect(server.Port(), "::ffff:127.0.0.1") ||
+                client.Connect(server.Port(), "127.0.0.1"));
+    server.Accept();
+    EXPECT_TRUE(client.WaitFor("connected", 2));
+}
+
+TEST(Connect, RefusesHostsThatAreNone)
+{
+    Server server;
+    Client client;
+    const std::string strLong(5000, 'a');
+    for (const std::string& strHost : {std::string(), strLong, std::string("256.1.1.1"),
+                                       std::string("no-such-host.invalid"), std::string("two words")}) {
+        const auto begin = steady_clock::now();
+        EXPECT_FALSE(client.Connect(server.Port(), strHost, 3000)) << strHost;
+        EXPECT_NE(0u, Platova::GetLastError()) << strHost;
+        EXPECT_LT(steady_clock::now() - begin, seconds(8)) << strHost;
+    }
+    EXPECT_FALSE(Connector::Connect(client.Get(), nullptr, 1, 100));
+    EXPECT_FALSE(Connector::Connect(nullptr, "127.0.0.1", 1, 100));
+}
+
+TEST(Connect, FromSeveralThreadsGivesALinkEach)
+{
+    Server server;
+    Client client;
+    std::vector<std::thread> vecThreads;
+    std::atomic<int> nStanding{0};
+    for (int n = 0; n < 8; ++n)
+        vecThreads.emplace_back([&] { nStanding += client.Connect(server.Port()) ? 1 : 0; });
+    for (std::thread& thread : vecThreads) thread.join();
+    EXPECT_EQ(8, nStanding.load());
+    EXPECT_NE(nullptr, client.Active(7));
+    EXPECT_EQ(nullptr, client.Active(8));
+    EXPECT_TRUE(client.WaitFor("connected", 8));
+    client.Destroy();
+    EXPECT_EQ(8, client.Count("disconnected"));
+}
+
+TEST(Connect, EndsWhenTheConnectorIsDestroyedUnderIt)
+{
+    const Blackhole hole;
+    Client client;
+    std::atomic<bool> bResult{true};
+    std::atomic<bool> bInside{false};
+    std::thread caller([&] {
+        bInside.store(true);
+        bResult.store(client.Connect(hole.Port(), "127.0.0.1", 60'000));
+    });
+    ASSERT_TRUE(Eventually([&] { return bInside.load(); }));
+    std::this_thread::sleep_for(milliseconds(50));  // into the wait
+    const auto begin = steady_clock::now();
+    client.Destroy();
+    caller.join();
+    EXPECT_LT(steady_clock::now() - begin, seconds(10));
+    EXPECT_FALSE(bResult.load());
+}
+
+TEST(Connect, WorksInsideACallbackEvenOnThePoolsOnlyThread)
+{
+    Server server;
+    std::atomic<int> nDepth{0};
+    std::atomic<bool> bInner{false};
+    Client client(1);
+    client.m_onConnected = [&](LinkHandle*) {
+        if (nDepth++ == 0)
+            bInner.store(client.Connect(server.Port()));
+    };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    EXPECT_TRUE(client.WaitFor("connected", 2));
+    EXPECT_TRUE(Eventually([&] { return bInner.load(); }));
+}
+
+// ---- a resolver that hangs ----
+
+namespace {
+
+Gate* g_pResolverGate = nullptr;
+std::atomic<int> g_nResolving{0};
+
+std::error_code HangingResolver(const std::string&, std::vector<Netrova::Endpoint>& vecEndpoints)
+{
+    ++g_nResolving;
+    g_pResolverGate->Wait();
+    vecEndpoints.emplace_back(asio::ip::address_v4::loopback(), 0);
+    --g_nResolving;
+    return {};
+}
+
+std::error_code Find(milliseconds timeout, std::vector<Netrova::Endpoint>& vecEndpoints,
+                     std::shared_ptr<Netrova::ConnectCall>* ppCall = nullptr)
+{
+    const auto pCall = std::make_shared<Netrova::ConnectCall>(steady_clock::now() + timeout);
+    if (ppCall != nullptr)
+        *ppCall = pCall;
+    return Netrova::FindEndpoints(pCall, "hanging.example", 5, vecEndpoints, &HangingResolver);
+}
+
+}  // namespace
+
+TEST(Resolver, ThatHangsIsLeftBehindAndDoesNotGatherThreads)
+{
+    Gate gate;
+    g_pResolverGate = &gate;
+    std::vector<Netrova::Endpoint> vecEndpoints;
+    int nStarted = 0;
+    std::error_code failed;
+    while ((failed = Find(milliseconds(10), vecEndpoints)) == asio::error::timed_out) {
+        ++nStarted;
+        ASSERT_LE(nStarted, 100) << "a thread for every try";
+    }
+    EXPECT_EQ(asio::error::host_not_found_try_again, failed);
+    EXPECT_TRUE(vecEndpoints.empty());
+    gate.Open();
+    ASSERT_TRUE(Eventually([] { return g_nResolving.load() == 0; }));
+    ASSERT_TRUE(Eventually([&] { return !Find(seconds(10), vecEndpoints); })) << "never recovers";
+    ASSERT_EQ(1u, vecEndpoints.size());
+    EXPECT_EQ(5, vecEndpoints[0].port());
+}
+
+TEST(Resolver, ThatHangsDoesNotHoldUpTheEndOfTheConnector)
+{
+    Gate gate;
+    g_pResolverGate = &gate;
+    std::vector<Netrova::Endpoint> vecEndpoints;
+    const auto pCall = std::make_shared<Netrova::ConnectCall>(steady_clock::now() + std::chrono::hours(1));
+    std::error_code failed;
+    std::thread caller([&] {
+        failed = Netrova::FindEndpoints(pCall, "hanging.example", 5, vecEndpoints, &HangingResolver);
+    });
+    ASSERT_TRUE(Eventually([] { return g_nResolving.load() == 1; }));
+    pCall->Abort();  // what the end of the connector does
+    caller.join();
+    EXPECT_EQ(asio::error::operation_aborted, failed);
+    gate.Open();
+    EXPECT_TRUE(Eventually([] { return g_nResolving.load() == 0; }));
+}
+
+TEST(Dial, TriesAllAddressesAndGivesEachItsShare)
+{
+    const Blackhole hole;
+    Server server;
+    asio::io_context context;
+    auto work = asio::make_work_guard(context);
+    std::thread worker([&] { context.run(); });
+    {
+        asio::ip::tcp::socket socket(context);
+        const auto pCall = std::make_shared<Netrova::ConnectCall>(steady_clock::now() + seconds(2));
+        const auto loopback = asio::ip::address_v4::loopback();
+        EXPECT_FALSE(
+            Netrova::Dial(pCall, context, {{loopback, hole.Port()}, {loopback, server.Port()}}, socket));
+        EXPECT_TRUE(socket.is_open());
+        EXPECT_EQ(server.Port(), socket.remote_endpoint().port());
+        asio::ip::tcp::socket none(context);
+        EXPECT_EQ(asio::error::timed_out, Netrova::Dial(pCall, context, {}, none));
+    }
+    work.reset();
+    worker.join();
+}

@@ -1,0 +1,173 @@
+// Pools, connectors and links from the beginning to the end, in and out of the usual order.
+#include <cstdlib>
+
+#include "platform/Kernova.h"
+#include "tests/platform_real/Loopback.h"
+
+using namespace Loopback;
+
+TEST(Life, StartsAndEndsAHundredTimes)
+{
+    Server server;
+    for (int n = 0; n < 100; ++n) {
+        Client client(2);
+        client.m_onConnected = [](LinkHandle* pLink) { Link::Recv(pLink, 16); };
+        ASSERT_TRUE(client.Connect(server.Port()));
+        Peer peer = server.Accept();
+        ASSERT_EQ(4, Send(client.Active(), "ping"));
+        ASSERT_EQ("ping", peer.Read(4));
+        peer.Write("pong");
+        ASSERT_TRUE(client.WaitFor("received"));
+        client.Destroy();
+        ASSERT_EQ((std::vector<std::string>{"connected", "received", "disconnected"}), client.Events());
+    }
+}
+
+TEST(Life, ConnectedAndDisconnectedComeEvenIfTheEndFollowsAtOnce)
+{
+    Server server;
+    for (int n = 0; n < 50; ++n) {
+        Client client;
+        ASSERT_TRUE(client.Connect(server.Port()));
+        client.DestroyConnector();
+        ASSERT_EQ((std::vector<std::string>{"connected", "disconnected"}), client.Events());
+    }
+}
+
+TEST(Life, DestroyWaitsForTheCallbackThatRuns)
+{
+    Server server;
+    Gate gate;
+    std::atomic<bool> bEnded{false};
+    Client client(2);
+    client.m_onConnected = [](LinkHandle* pLink) { Link::Recv(pLink, 16); };
+    client.m_onReceived = [&](LinkHandle* pLink) {
+        gate.Wait();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(-1, Send(pLink, "too late")) << "the link is closed first";
+        EXPECT_EQ(nullptr, Connector::LockActiveLinks(client.Get())) << "nothing can be sent on the way out";
+        bEnded.store(true);
+    };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    Peer peer = server.Accept();
+    peer.Write("x");
+    ASSERT_TRUE(client.WaitFor("received"));
+    std::thread opener([&] {
+        EXPECT_TRUE(client.WaitFor("disconnected"));  // does not wait for the other callback
+        gate.Open();
+    });
+    client.DestroyConnector();
+    EXPECT_TRUE(bEnded.load());
+    opener.join();
+}
+
+TEST(Life, ALinkOutlivesItsConnectorForWhoeverHoldsIt)
+{
+    Server server;
+    LinkHandle* pKept = nullptr;
+    {
+        Client client;
+        client.m_onConnected = [&](LinkHandle* pLink) {
+            Link::AddRef(pLink);
+            pKept = pLink;
+        };
+        ASSERT_TRUE(client.Connect(server.Port()));
+    }
+    EXPECT_EQ(-1, Send(pKept, "x"));
+    EXPECT_EQ(-1, Link::Recv(pKept, 1));
+    EXPECT_FALSE(Link::Close(pKept));
+    EXPECT_EQ("", TakeAll(pKept));
+    EXPECT_EQ(2, Link::AddRef(pKept));
+    EXPECT_EQ(1, Link::Release(pKept));
+    EXPECT_EQ(0, Link::Release(pKept));
+}
+
+TEST(Life, NullHandlesAreRefused)
+{
+    EXPECT_EQ(nullptr, Connector::CreateHandle(nullptr));
+    EXPECT_EQ(nullptr, Kernova::ThreadPool::CreateHandle(0));
+    EXPECT_NE(0u, Platova::GetLastError());
+    EXPECT_EQ(nullptr, Connector::LockActiveLinks(nullptr));
+    EXPECT_FALSE(Connector::SetOnConnected(nullptr, nullptr, nullptr));
+    EXPECT_EQ(-1, Link::Recv(nullptr, 1));
+    EXPECT_EQ(nullptr, Link::LockReadStream(nullptr));
+    Connector::DestroyHandle(nullptr);
+    Kernova::ThreadPool::DestroyHandle(nullptr);
+}
+
+TEST(Pool, ServesSeveralConnectorsUpToOneForEachThread)
+{
+    Server server;
+    Gate gate;
+    Client client(2);
+    Connector::_THandle* const pSecond = Connector::CreateHandle(client.Pool());
+    ASSERT_NE(nullptr, pSecond);
+    EXPECT_EQ(nullptr, Connector::CreateHandle(client.Pool())) << "would never get a thread";
+    // A callback of the first that hangs leaves the second its thread.
+    client.m_onConnected = [&](LinkHandle*) { gate.Wait(); };
+    ASSERT_TRUE(client.Connect(server.Port()));
+    ASSERT_TRUE(client.WaitFor("connected"));
+    static std::atomic<int> s_nConnected;
+    s_nConnected = 0;
+    Connector::SetOnConnected(
+        pSecond, [](auto*, auto*, void*) { ++s_nConnected; }, nullptr);
+    EXPECT_TRUE(Connector::Connect(pSecond, "127.0.0.1", server.Port(), 10'000));
+    EXPECT_TRUE(Eventually([] { return s_nConnected.load() == 1; }));
+    gate.Open();
+    Connector::DestroyHandle(pSecond);
+    Connector::_THandle* const pThird = Connector::CreateHandle(client.Pool());
+    EXPECT_NE(nullptr, pThird);
+    Connector::DestroyHandle(pThird);
+}
+
+// A thread that has come to its end by itself, an exception included, may be started again.
+TEST(ThreadOfTheSystem, StartsAgainAfterItsBodyHasEnded)
+{
+    class Body final : public Kernova::Threading::Thread {
+    public:
+        ~Body() override { Stop(); }
+        void Execute() override
+        {
+            if (++m_nRuns % 2 == 0)
+                throw std::runtime_error("must not end the process");
+        }
+        std::atomic<int> m_nRuns{0};
+    };
+    Body body;
+    for (int n = 1; n <= 4; ++n) {
+        ASSERT_TRUE(Eventually([&] { return body.Start(); }));
+        ASSERT_TRUE(Eventually([&] { return body.m_nRuns == n; }));
+    }
+}
+
+namespace {
+
+// A host that returns from main without a word, with callbacks on their way and threads at work.
+[[noreturn]] void ExitInTheMiddle()
+{
+    static Server* const s_pServer = new Server;
+    static Client* const s_pClient = new Client(4);
+    s_pClient->m_onConnected = [](LinkHandle* pLink) { Link::Recv(pLink, 1); };
+    s_pClient->m_onReceived = [](LinkHandle* pLink) {
+        Link::Recv(pLink, 1);
+        Send(pLink, "y");
+    };
+    bool bReady = s_pClient->Connect(s_pServer->Port());
+    static Peer* const s_pPeer = new Peer(s_pServer->Accept());
+    std::thread([] {
+        try {
+            for (;;) s_pPeer->Write("x");
+        } catch (const std::exception&) {
+        }
+    }).detach();
+    bReady = bReady && s_pClient->WaitFor("received", 10);
+    std::exit(bReady ? 0 : 1);
+}
+
+}  // namespace
+
+TEST(LifeDeathTest, ExitWithoutStoppingEndsTheProcessQuietly)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (int n = 0; n < 3; ++n) EXPECT_EXIT(ExitInTheMiddle(), testing::ExitedWithCode(0), "");
+}

@@ -1,0 +1,321 @@
+// Log services on real files.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/Logova.h"
+#include "platform/Platova.h"
+#include "tests/platform/Waiting.h"
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Log : public testing::Test {
+protected:
+    Log()
+    {
+        const auto nNow = std::chrono::steady_clock::now().time_since_epoch().count();
+        m_dir = fs::temp_directory_path() / ("velkar-log-" + std::to_string(nNow));
+        fs::create_directories(m_dir);
+    }
+    ~Log() override
+    {
+        Logova::Uninitialize("Svc");
+        std::error_code ignored;
+        fs::remove_all(m_dir, ignored);
+    }
+
+    bool Initialize(const std::string& strConfig, const std::string& strService = "Svc")
+    {
+        const fs::path path = m_dir / (strService + ".conf");
+        std::ofstream(path, std::ios::binary) << strConfig;
+        return Logova::Initialize(strService.c_str(), path.string().c_str());
+    }
+    // The logger "Main" of a service with that configuration.
+    Logova::_THandle* Start(const std::string& strConfig, const std::string& strService = "Svc")
+    {
+        EXPECT_TRUE(Initialize(strConfig, strService));
+        Logova::_THandle* const pLogger = Logova::GetLogger(strService.c_str(), "Main");
+        EXPECT_NE(nullptr, pLogger);
+        return pLogger;
+    }
+    static void Stop(const std::string& strService = "Svc")
+    {
+        EXPECT_TRUE(Logova::Uninitialize(strService.c_str()));
+    }
+    std::string Read(const std::string& strFile) const
+    {
+        std::ifstream file(m_dir / strFile, std::ios::binary);
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+    std::vector<std::string> Lines(const std::string& strFile) const
+    {
+        std::istringstream text(Read(strFile));
+        std::vector<std::string> vecLines;
+        for (std::string strLine; std::getline(text, strLine);) {
+            if (!strLine.empty() && strLine.back() == '\r')
+                strLine.pop_back();
+            vecLines.push_back(strLine);
+        }
+        return vecLines;
+    }
+    bool Contains(const std::string& strFile, const std::string& strText) const
+    {
+        return Read(strFile).find(strText) != std::string::npos;
+    }
+
+    fs::path m_dir;
+};
+
+}  // namespace
+
+TEST_F(Log, WritesTheNineLevelsUpToItsOwn)
+{
+    using Write = void (*)(Logova::_THandle*, const char*);
+    using Format = void (*)(Logova::_THandle*, const char*, ...);
+    const std::vector<std::pair<Write, Format>> vecLevels{
+        {&Logova::Emerg, &Logova::EmergFmt},     {&Logova::Alert, &Logova::AlertFmt},
+        {&Logova::Fatal, &Logova::FatalFmt},     {&Logova::Error, &Logova::ErrorFmt},
+        {&Logova::Warning, &Logova::WarningFmt}, {&Logova::Notice, &Logova::NoticeFmt},
+        {&Logova::Info, &Logova::InfoFmt},       {&Logova::Debug, &Logova::DebugFmt},
+        {&Logova::Trace, &Logova::TraceFmt}};
+    const std::vector<std::string> vecNames{"Emerg",  "Alert", "Fatal", "Error", "Warning",
+                                            "Notice", "Info",  "Debug", "Trace"};
+    for (std::size_t nLevel = 0; nLevel < vecNames.size(); ++nLevel) {
+        const std::string strFile = vecNames[nLevel] + ".log";
+        auto* const pLogger = Start("level = " + vecNames[nLevel] + "\nfile = " + strFile);
+        for (const auto& [write, format] : vecLevels) {
+            write(pLogger, "plain 100% %s %n");
+            format(pLogger, "number %I64d", -5'000'000'000LL);
+        }
+        Stop();
+        const std::vector<std::string> vecLines = Lines(strFile);
+        ASSERT_EQ(2 * (nLevel + 1), vecLines.size()) << vecNames[nLevel];
+        for (std::size_t n = 0; n < vecLines.size(); ++n) {
+            const std::string strText = n % 2 == 0 ? "plain 100% %s %n" : "number -5000000000";
+            const std::regex line(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[)" + vecNames[n / 2] +
+                                  R"(\] \[\d+\] )" + strText);
+            EXPECT_TRUE(std::regex_match(vecLines[n], line)) << vecLines[n];
+        }
+    }
+}
+
+TEST_F(Log, StartsFromAnEmptyFileAndMakesItsDirectory)
+{
+    Logova::Info(Start(""), "hello");
+    Stop();
+    EXPECT_TRUE(Contains("log/Svc.Main.log", "[Info]")) << "not where the defaults put it";
+    Logova::Info(Start("file = a/b/c/{logger}.txt"), "hello");
+    Stop();
+    EXPECT_TRUE(Contains("a/b/c/Main.txt", "hello"));
+}
+
+TEST_F(Log, DoesNotStartWithoutAFileOrTwice)
+{
+    EXPECT_FALSE(Logova::Initialize("Svc", (m_dir / "missing.conf").string().c_str()));
+    EXPECT_NE(0u, Platova::GetLastError());
+    EXPECT_FALSE(Logova::Initialize("Svc", m_dir.string().c_str())) << "a directory";
+    EXPECT_FALSE(Initialize(std::string(1 << 20, '#'))) << "no configuration is that long";
+    EXPECT_EQ(nullptr, Logova::GetLogger("Svc", "Main"));
+    EXPECT_FALSE(Logova::Uninitialize("Svc"));
+    Logova::Info(nullptr, "nobody hears this");
+    Logova::InfoFmt(nullptr, "%d", 1);
+    auto* const pLogger = Start("file = x.log");
+    EXPECT_FALSE(Initialize(""));
+    EXPECT_EQ(pLogger, Logova::GetLogger("Svc", "Main"));
+    Stop();
+    EXPECT_FALSE(Logova::Uninitialize("Svc"));
+}
+
+TEST_F(Log, StartsAgainAndAppends)
+{
+    for (int n = 0; n < 20; ++n) {
+        auto* const pLogger = Start("file = x.log\nflush = Emerg, 3600");
+        Logova::InfoFmt(pLogger, "round %d", n);
+        Stop();
+        ASSERT_EQ(static_cast<std::size_t>(n + 1), Lines("x.log").size()) << "not written out at the end";
+    }
+    EXPECT_TRUE(Contains("x.log", "round 0"));
+}
+
+TEST_F(Log, ReportsTheMistakesOfItsConfigurationInTheLogItself)
+{
+    auto* const pLogger = Start("level = Error\ncolour = red\nfile = x.log\nmax_size = huge\n");
+    Logova::Warning(pLogger, "below the level");
+    Stop();
+    const std::vector<std::string> vecLines = Lines("x.log");
+    ASSERT_EQ(2u, vecLines.size());
+    EXPECT_NE(std::string::npos, vecLines[0].find("[Warning]"));
+    EXPECT_NE(std::string::npos, vecLines[0].find("Svc.conf, line 2: the key \"colour\" is unknown."));
+    EXPECT_NE(std::string::npos,
+              vecLines[1].find("line 4: max_size takes a size from 1K to 1G, not \"huge\""));
+}
+
+TEST_F(Log, IsRotatedWithoutLosingALineBeforeItsTime)
+{
+    auto* const pLogger = Start("file = x.log\nmax_size = 4K\nmax_files = 3");
+    for (int n = 0; n < 400; ++n) Logova::InfoFmt(pLogger, "line %d", n);
+    Stop();
+    EXPECT_FALSE(fs::exists(m_dir / "x.4.log"));
+    int nNext = -1;
+    for (const char* pszFile : {"x.3.log", "x.2.log", "x.1.log", "x.log"}) {
+        EXPECT_LE(Read(pszFile).size(), 4096u);
+        const std::vector<std::string> vecLines = Lines(pszFile);
+        ASSERT_FALSE(vecLines.empty()) << pszFile;
+        for (const std::string& strLine : vecLines) {
+            const int nLine = std::stoi(strLine.substr(strLine.rfind(' ')));
+            ASSERT_TRUE(nNext == -1 || nLine == nNext) << strLine;
+            nNext = nLine + 1;
+        }
+    }
+    EXPECT_EQ(400, nNext);
+}
+
+TEST_F(Log, TakesLinesOfAnyLength)
+{
+    auto* const pLogger = Start("file = x.log\nmax_size = 1K\nmax_files = 1");
+    const std::string strLong(2'000'000, 'l');
+    Logova::Info(pLogger, strLong.c_str());
+    Logova::Info(pLogger, "two\r\nlines");
+    Stop();
+    EXPECT_TRUE(Contains("x.1.log", strLong));
+    EXPECT_TRUE(Contains("x.log", "two\r\nlines"));
+}
+
+TEST_F(Log, FlushesFromItsLevelOnAtOnceAndTheRestInTime)
+{
+    auto* const pLogger = Start("file = x.log\nflush = Error, 3600");
+    Logova::Info(pLogger, "first");
+    Logova::Error(pLogger, "second");
+    EXPECT_TRUE(Eventually([&] { return Contains("x.log", "first") && Contains("x.log", "second"); }));
+    Stop();
+    auto* const pAgain = Start("file = y.log\nflush = Emerg, 1");
+    Logova::Info(pAgain, "third");
+    EXPECT_TRUE(Eventually([&] { return Contains("y.log", "third"); }));
+}
+
+TEST_F(Log, SeveralServicesAndLoggersMayShareAFile)
+{
+    ASSERT_TRUE(Initialize("file = shared.log", "A"));
+    ASSERT_TRUE(Initialize("file = shared.log", "B"));
+    ASSERT_TRUE(Initialize("file = {service}-{logger}.log", "C"));
+    std::vector<std::thread> vecThreads;
+    for (const char* pszService : {"A", "B", "C"}) {
+        for (const char* pszLogger : {"one", "two"}) {
+            vecThreads.emplace_back([=] {
+                auto* const pLogger = Logova::GetLogger(pszService, pszLogger);
+                for (int n = 0; n < 500; ++n)
+                    Logova::InfoFmt(pLogger, "<%s.%s %d>", pszService, pszLogger, n);
+            });
+        }
+    }
+    for (std::thread& thread : vecThreads) thread.join();
+    for (const char* pszService : {"A", "B", "C"}) Stop(pszService);
+    const std::vector<std::string> vecLines = Lines("shared.log");
+    EXPECT_EQ(2000u, vecLines.size());
+    const std::regex whole(R"([^<>]*<[AB]\.(one|two) \d+>)");
+    for (const std::string& strLine : vecLines) ASSERT_TRUE(std::regex_match(strLine, whole)) << strLine;
+    EXPECT_EQ(500u, Lines("C-one.log").size());
+    EXPECT_EQ(500u, Lines("C-two.log").size());
+}
+
+// The directory's name is taken by a file at first. The end of the one service tells that its lines have
+// been tried; the other one has the same file.
+TEST_F(Log, ComesBackWhenItsFileCanBeWrittenAgain)
+{
+    std::ofstream(m_dir / "logs") << "in the way";
+    testing::internal::CaptureStderr();
+    auto* const pLost = Start("file = logs/x.log", "Lost");
+    auto* const pBack = Start("file = logs/x.log\nflush = Info");
+    for (int n = 0; n < 100; ++n) Logova::Info(pLost, "lost");
+    Stop("Lost");
+    fs::remove(m_dir / "logs");
+    EXPECT_TRUE(Eventually([&] {
+        Logova::Info(pBack, "back");
+        return Contains("logs/x.log", "back");
+    }));
+    Stop();
+    EXPECT_TRUE(Contains("logs/x.log", "lines could not be written."));
+    const std::string strComplaint = testing::internal::GetCapturedStderr();
+    EXPECT_NE(std::string::npos, strComplaint.find("Log service \"Lost\": Cannot open ")) << strComplaint;
+    EXPECT_EQ(strComplaint.find("\"Lost\""), strComplaint.rfind("\"Lost\"")) << "more than once";
+}
+
+#ifndef _WIN32
+
+TEST_F(Log, OnAFullDiskSlowsNobody)
+{
+    fs::create_symlink("/dev/full", m_dir / "full.log");
+    testing::internal::CaptureStderr();
+    auto* const pFull = Start("file = full.log");
+    auto* const pGood = Start("file = good.log", "Good");
+    const auto begin = std::chrono::steady_clock::now();
+    for (int n = 0; n < 20'000; ++n) Logova::ErrorFmt(pFull, "nowhere to go %d", n);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    Logova::Info(pGood, "not concerned");
+    Stop();
+    Stop("Good");
+    EXPECT_TRUE(Contains("good.log", "not concerned"));
+    const std::string strComplaint = testing::internal::GetCapturedStderr();
+    EXPECT_NE(std::string::npos, strComplaint.find("Log service \"Svc\": Cannot write to ")) << strComplaint;
+    EXPECT_EQ(strComplaint.find("Log service"), strComplaint.rfind("Log service")) << "more than once";
+}
+
+// A pipe that nobody reads from stands for a disk that hangs.
+TEST_F(Log, OnADiskThatHangsNobodyWaitsAndTheOldestGo)
+{
+    const std::string strPipe = (m_dir / "pipe").string();
+    ASSERT_EQ(0, mkfifo(strPipe.c_str(), 0600));
+    auto* const pLogger = Start("file = pipe\nmax_size = 1G");
+    const std::string strDump(100'000, 'd');
+    for (int n = 0; n < 2000; ++n) Logova::Info(pLogger, strDump.c_str());
+    const int kLines = 20'000;
+    for (int n = 0; n < kLines; ++n) Logova::InfoFmt(pLogger, "line %d", n);
+    std::string strAll;
+    std::thread disk([&] {
+        std::ifstream pipe(strPipe, std::ios::binary);
+        strAll.assign(std::istreambuf_iterator<char>(pipe), {});
+    });
+    Stop();
+    disk.join();
+    EXPECT_NE(std::string::npos, strAll.find("line " + std::to_string(kLines - 1) + "\n"))
+        << "the newest went";
+    EXPECT_EQ(std::string::npos, strAll.find("line 1\n")) << "the queue has no bound";
+    EXPECT_NE(std::string::npos, strAll.find("lines were lost because the file was too slow."));
+}
+
+// Long lines may not fill the memory while the disk hangs.
+TEST_F(Log, OnADiskThatHangsLongLinesAreCut)
+{
+    const std::string strPipe = (m_dir / "pipe").string();
+    ASSERT_EQ(0, mkfifo(strPipe.c_str(), 0600));
+    auto* const pLogger = Start("file = pipe\nmax_size = 1G");
+    const std::string strDump(100'000, 'd');
+    for (int n = 0; n < 2000; ++n) Logova::Info(pLogger, strDump.c_str());
+    std::size_t nAll = 0;
+    std::thread disk([&] {
+        std::ifstream pipe(strPipe, std::ios::binary);
+        for (char sz[4096]; pipe.read(sz, sizeof(sz)) || pipe.gcount() > 0;)
+            nAll += static_cast<std::size_t>(pipe.gcount());
+    });
+    Stop();
+    disk.join();
+    EXPECT_GT(nAll, 2000u * 4096u);
+    EXPECT_LT(nAll, 64u << 20);
+}
+
+#endif

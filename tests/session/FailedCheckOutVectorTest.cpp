@@ -1,0 +1,68 @@
+#include "session/FailedCheckOutVector.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+CUserInfo User(const char* pszKey, const char* pszIP, const char* pszSeqNo = "1")
+{
+    CUserInfo info;
+    info.SetKey(pszKey);
+    info.SetUserIP(pszIP);
+    info.SetSeqNo(pszSeqNo);
+    return info;
+}
+
+using List = Wirova::RecordVector<XCheckOutInfo>;
+
+TEST(FailedCheckOutVector, KeepsTheFirstOfEachKeyAndAddress)
+{
+    CFailedCheckOutVector failed;
+    failed.AddFailedUser(User("abc", "10.0.0.1", "1"));
+    failed.AddFailedUser(User("abc", "10.0.0.1", "2"));
+    failed.AddFailedUser(User("abc", "10.0.0.2", "3"));
+    failed.AddFailedUser(User("", "10.0.0.3"));
+    failed.AddFailedUser(User("nowhere", ""));
+    List list;
+    ASSERT_TRUE(failed.GetFailedCheckOutList(list));
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0]->strSeqNo, "1");
+    EXPECT_EQ(list[1]->strUserIP, "10.0.0.2");
+}
+
+TEST(FailedCheckOutVector, ADeliveryTakesOnlyWhatItHasListed)
+{
+    CFailedCheckOutVector failed;
+    failed.AddFailedUser(User("abc", "10.0.0.1"));
+    List list;
+    ASSERT_TRUE(failed.GetFailedCheckOutList(list));
+    failed.AddFailedUser(User("late", "10.0.0.2"));
+    std::string strDump;
+    ASSERT_TRUE(failed.DumpFailedUsers(strDump));
+    EXPECT_EQ(strDump,
+              "[Failed Checkout Vector] Failed checkout user list start.\r\n"
+              "\tUser ID: abc\r\n\tUser IP: 10.0.0.1\r\n"
+              "[Failed Checkout Vector] Failed checkout user list end.");
+    failed.ClearFailedUsers();
+
+    List next;
+    ASSERT_TRUE(failed.GetFailedCheckOutList(next));
+    ASSERT_EQ(next.size(), 1u);
+    EXPECT_EQ(next[0]->strUserID, "late");
+    failed.ClearFailedUsers();
+    failed.AddFailedUser(User("abc", "10.0.0.1"));  // delivered and gone, so it counts as new
+    EXPECT_EQ(failed.GetCount(), 1u);
+}
+
+TEST(FailedCheckOutVector, AnEmptyListLeavesTheTextAlone)
+{
+    CFailedCheckOutVector failed;
+    List list;
+    std::string strDump = "untouched";
+    EXPECT_FALSE(failed.GetFailedCheckOutList(list));
+    EXPECT_FALSE(failed.DumpFailedUsers(strDump));
+    EXPECT_EQ(strDump, "untouched");
+    failed.ClearFailedUsers();
+}
+
+}  // namespace

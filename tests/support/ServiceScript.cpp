@@ -1,0 +1,392 @@
+#include "tests/support/ServiceScript.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/support/Outside.h"
+#include "wirova/Frame.h"
+#include "wirova/MessageCatalog.h"
+
+namespace Support {
+
+namespace {
+
+struct TestStream {
+    TestStream() : p(Strova::CreateHandle()) {}
+    ~TestStream() { Strova::DestroyHandle(p); }
+    TestStream(const TestStream&) = delete;
+    TestStream& operator=(const TestStream&) = delete;
+
+    std::string TakeAll() const
+    {
+        std::string out(static_cast<std::size_t>(Strova::GetLength(p)), '\0');
+        Strova::Read(p, out.data(), static_cast<int>(out.size()));
+        return out;
+    }
+
+    const Outside outside;
+    Strova::_THandle* const p;
+};
+
+// 4 bytes, the most significant first.
+std::int64_t LengthAt(const std::string& strBytes)
+{
+    std::int64_t n = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        n = (n << 8) | static_cast<unsigned char>(strBytes[i]);
+    return n;
+}
+
+constexpr std::int64_t kLongestFrame = 64 << 20;
+
+template <class Request>
+std::string SayYesTo(const std::string& strBody)
+{
+    Request req;
+    if (!LoadBody(strBody, req))
+        return {};
+    AnswerTo<Request> ans;
+    FillSuccess(req, ans);
+    return FrameOf(ans);
+}
+
+using YesFunction = std::string (*)(const std::string&);
+YesFunction FindYes(int nMsgID)
+{
+#define YES(name) {XC2S_##name##Req::kMsgID, &SayYesTo<XC2S_##name##Req>},
+    static const std::map<int, YesFunction> s_map{SUPPORT_ASKED_BY_CONNECTOR(YES) YES(RequestUseStorage)};
+#undef YES
+    const auto it = s_map.find(nMsgID);
+    return it == s_map.end() ? nullptr : it->second;
+}
+
+}  // namespace
+
+std::string BodyOf(const Wirova::IMessage& msg)
+{
+    const TestStream stream;
+    if (!msg.Save(stream.p))
+        throw std::runtime_error("a message cannot be saved");
+    return stream.TakeAll();
+}
+
+std::string FrameOf(const Wirova::IMessage& msg)
+{
+    const std::string strBody = BodyOf(msg);
+    std::string out;
+    for (int nShift = 24; nShift >= 0; nShift -= 8)
+        out += static_cast<char>(strBody.size() >> nShift & 0xFF);
+    return out + strBody;
+}
+
+bool LoadBody(const std::string& strBody, Wirova::IMessage& msg)
+{
+    const TestStream stream;
+    Strova::Write(stream.p, strBody.data(), static_cast<int>(strBody.size()));
+    try {
+        return msg.Load(stream.p) && Strova::GetLength(stream.p) == 0;
+    } catch (const std::length_error&) {
+        return false;
+    }
+}
+
+ServiceScript::ServiceScript(std::unique_ptr<Transport> pTransport) : m_pTransport(std::move(pTransport))
+{
+    m_pTransport->Start(*this);
+}
+
+ServiceScript::~ServiceScript()
+{
+    m_pTransport->Stop();
+}
+
+// ---- the transport's thread ----
+
+void ServiceScript::OnOpen(int nConnection)
+{
+    const std::lock_guard lock(m_mutex);
+    m_mapUnread[nConnection];
+    ++m_nConnections;
+    m_cond.notify_all();
+}
+
+void ServiceScript::OnClose(int nConnection)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto it = m_mapUnread.find(nConnection);
+    if (it == m_mapUnread.end())
+        return;
+    if (!it->second.empty() && m_setClosedHere.count(nConnection) == 0)
+        m_vecFaults.push_back("the connection ends inside a frame");
+    m_mapUnread.erase(it);
+    m_cond.notify_all();
+}
+
+void ServiceScript::OnBytes(int nConnection, std::string strBytes)
+{
+    std::vector<std::string> vecBodies;
+    {
+        const std::lock_guard lock(m_mutex);
+        std::string& strUnread = m_mapUnread[nConnection];
+        strUnread += strBytes;
+        std::size_t nAt = 0;
+        while (strUnread.size() - nAt >= 4) {
+            const std::int64_t nLength = LengthAt(strUnread.substr(nAt, 4));
+            if (nLength > kLongestFrame) {
+                m_vecFaults.push_back("a frame of " + std::to_string(nLength) + " bytes");
+                nAt = strUnread.size();
+                break;
+            }
+            const auto nBody = static_cast<std::size_t>(nLength);
+            if (strUnread.size() - nAt - 4 < nBody)
+                break;
+            vecBodies.push_back(strUnread.substr(nAt + 4, nBody));
+            nAt += 4 + nBody;
+        }
+        strUnread.erase(0, nAt);
+    }
+    for (std::string& strBody : vecBodies)
+        OnFrame(nConnection, std::move(strBody));
+}
+
+void ServiceScript::OnFrame(int nConnection, std::string strBody)
+{
+    const int nMsgID = strBody.size() < 4 ? 0 : static_cast<int>(LengthAt(strBody));
+    const auto pMessage = Wirova::MakeMessage(nMsgID);
+    const bool bGood = pMessage && LoadBody(strBody, *pMessage);
+    Responder responder;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!bGood)
+            m_vecFaults.push_back("a frame that is no message: id " + std::to_string(nMsgID));
+        const auto it = m_mapResponders.find(nMsgID);
+        if (it != m_mapResponders.end())
+            responder = it->second;
+        else if (m_bSayYes && FindYes(nMsgID) != nullptr)
+            responder = FindYes(nMsgID);
+        const bool bAnswered = responder || nMsgID == XC2S_VelkarConnectReq::kMsgID;
+        m_vecReceived.push_back(
+            {nConnection, nMsgID, pMessage ? pMessage->GetMsgName() : "?", strBody, bAnswered, false});
+        m_cond.notify_all();
+    }
+    if (!bGood)
+        return;
+    if (nMsgID == XC2S_VelkarConnectReq::kMsgID) {
+        AnswerRegistration(nConnection);
+    } else if (responder) {
+        const std::string strAnswer = responder(strBody);
+        if (!strAnswer.empty())
+            m_pTransport->Send(nConnection, strAnswer);
+    }
+}
+
+void ServiceScript::AnswerRegistration(int nConnection)
+{
+    Registration registration;
+    {
+        const std::lock_guard lock(m_mutex);
+        registration = m_registration;
+    }
+    std::this_thread::sleep_for(registration.delay);
+    XS2C_VelkarConnectAns ans;
+    ans.nResult = registration.nResult;
+    ans.strMessage = registration.strText;
+    for (int i = 0; i < registration.nAnswers; ++i)
+        m_pTransport->Send(nConnection, FrameOf(ans));
+}
+
+// ---- the test's threads ----
+
+void ServiceScript::SetResponder(int nMsgID, Responder responder)
+{
+    const std::lock_guard lock(m_mutex);
+    m_mapResponders[nMsgID] = std::move(responder);
+}
+
+void ServiceScript::SayYes()
+{
+    const std::lock_guard lock(m_mutex);
+    m_bSayYes = true;
+}
+
+void ServiceScript::SayNothing()
+{
+    const std::lock_guard lock(m_mutex);
+    m_bSayYes = false;
+    m_mapResponders.clear();
+}
+
+void ServiceScript::SetRegistration(const Registration& registration)
+{
+    const std::lock_guard lock(m_mutex);
+    m_registration = registration;
+}
+
+void ServiceScript::WaitUntil(const std::string& strWhat, const std::function<bool()>& condition)
+{
+    std::unique_lock lock(m_mutex);
+    if (!m_cond.wait_for(lock, kPatience, condition))
+        throw std::runtime_error("The service has waited in vain for " + strWhat +
+                                 "; it has received:" + DescribeLog());
+}
+
+void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&)>& accept)
+{
+    WaitUntil(Wirova::MessageName(nMsgID), [&] {
+        for (ReceivedFrame& frame : m_vecReceived) {
+            if (frame.nMsgID == nMsgID && !frame.bTaken && accept(frame.strBody))
+                return frame.bTaken = true;
+        }
+        return false;
+    });
+}
+
+void ServiceScript::ExpectNothing()
+{
+    m_pTransport->WaitForSilence();
+    const std::lock_guard lock(m_mutex);
+    for (const ReceivedFrame& frame : m_vecReceived) {
+        if (!frame.bTaken && !frame.bAnswered && frame.nMsgID != XC2S_Heartbeat::kMsgID)
+            ADD_FAILURE() << "The service has received a frame that nobody expected: " << frame.strName;
+    }
+}
+
+int ServiceScript::CountOf(int nMsgID) const
+{
+    m_pTransport->Settle();
+    const std::lock_guard lock(m_mutex);
+    int nCount = 0;
+    for (const ReceivedFrame& frame : m_vecReceived)
+        nCount += frame.nMsgID == nMsgID;
+    return nCount;
+}
+
+std::vector<ReceivedFrame> ServiceScript::Received() const
+{
+    m_pTransport->Settle();
+    const std::lock_guard lock(m_mutex);
+    return m_vecReceived;
+}
+
+std::vector<std::string> ServiceScript::Names() const
+{
+    std::vector<std::string> vecNames;
+    for (const ReceivedFrame& frame : Received()) {
+        if (frame.nMsgID != XC2S_Heartbeat::kMsgID)
+            vecNames.push_back(frame.strName);
+    }
+    return vecNames;
+}
+
+void ServiceScript::Forget()
+{
+    m_pTransport->WaitForSilence();
+    const std::lock_guard lock(m_mutex);
+    m_vecReceived.clear();
+}
+
+std::string ServiceScript::DescribeLog() const
+{
+    std::string out;
+    for (const ReceivedFrame& frame : m_vecReceived)
+        out += ' ' + frame.strName + (frame.bTaken ? "(taken)" : "");
+    for (const std::string& strFault : m_vecFaults)
+        out += "; fault: " + strFault;
+    return out;
+}
+
+int ServiceScript::NewestConnection() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_mapUnread.empty())
+        throw std::logic_error("The service has no connection to send on");
+    return m_mapUnread.rbegin()->first;
+}
+
+void ServiceScript::SendRaw(const std::string& strBytes)
+{
+    m_pTransport->Send(NewestConnection(), strBytes);
+}
+
+void ServiceScript::SendCut(std::size_t nFirst, const Wirova::IMessage& msg)
+{
+    const std::string strFrame = FrameOf(msg);
+    SendRaw(strFrame.substr(0, nFirst));
+    SendRaw(strFrame.substr(nFirst));
+}
+
+void ServiceScript::SendBytewise(const Wirova::IMessage& msg)
+{
+    for (const char c : FrameOf(msg))
+        SendRaw(std::string(1, c));
+}
+
+void ServiceScript::CloseConnection(int nConnection, bool bAbruptly)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_setClosedHere.insert(nConnection);
+    }
+    m_pTransport->Close(nConnection, bAbruptly);
+}
+
+void ServiceScript::Drop()
+{
+    CloseConnection(NewestConnection(), false);
+}
+
+void ServiceScript::Cut()
+{
+    CloseConnection(NewestConnection(), true);
+}
+
+void ServiceScript::Down()
+{
+    m_pTransport->Accept(false);
+    std::vector<int> vecOpen;
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const auto& [nConnection, strUnread] : m_mapUnread)
+            vecOpen.push_back(nConnection);
+    }
+    for (const int nConnection : vecOpen)
+        CloseConnection(nConnection, false);
+}
+
+void ServiceScript::Up()
+{
+    m_pTransport->Accept(true);
+}
+
+void ServiceScript::WaitForConnection(int nNumber)
+{
+    WaitUntil("connection " + std::to_string(nNumber), [&] { return m_nConnections >= nNumber; });
+}
+
+void ServiceScript::WaitForDisconnect()
+{
+    WaitUntil("the end of all connections", [&] { return m_mapUnread.empty(); });
+}
+
+int ServiceScript::Connections() const
+{
+    m_pTransport->Settle();
+    const std::lock_guard lock(m_mutex);
+    return m_nConnections;
+}
+
+bool ServiceScript::IsConnected() const
+{
+    m_pTransport->Settle();
+    const std::lock_guard lock(m_mutex);
+    return !m_mapUnread.empty();
+}
+
+std::vector<std::string> ServiceScript::Faults() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_vecFaults;
+}
+
+}  // namespace Support

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include "tests/wirova/Filling.h"
+#include "wirova/messages/AllMessages.h"
+
+namespace {
+
+using namespace Wirova;
+
+TEST(Catalog, KnowsNothingOfOtherIds)
+{
+    for (const int32 nMsgID : {0, -1, 0x0A, XS2C_ChargeAns::kMsgID + 1}) {
+        EXPECT_EQ(nullptr, MakeMessage(nMsgID));
+        EXPECT_EQ(nullptr, FindClass(nMsgID));
+        EXPECT_STREQ("unknown message", MessageName(nMsgID));
+    }
+}
+
+TEST(Catalog, DescribesAMessageInOneLine)
+{
+    XS2C_CheckInExAns ans;
+    ans.nReqID = 7;
+    ans.strUserID = "a\"b\\c\n\x7F";
+    ans.cFree = 'Y';
+    ans.nRemainMinutes = -5;
+    ans.vecOtherBilling.Add().strCRMCode = "x";
+    EXPECT_EQ(
+        "XS2C_CheckInExAns { nReqID: 7 strUserID: \"a\\\"b\\\\c\\x0A\\x7F\" strUserNo: \"\" strUserIP: \"\""
+        " nResult: 0 cFree: 'Y' nBillType: 0 nProductID: 0 nRemainMinutes: -5 strCRMCode: \"\""
+        " strEndDate: \"\" strSeqNo: \"\" vecOtherBilling: [ XUserBillingInfo { nBillType: 0 nProductID: 0"
+        " nRemainMinutes: 0 strCRMCode: \"x\" strEndDate: \"\" } ] strErrorMsg: \"\" }",
+        DescribeMessage(ans));
+
+    XS2C_UserMoveToAns bytes;
+    bytes.bSuccess = boolean::FromByte(255);
+    EXPECT_NE(std::string::npos, DescribeMessage(bytes).find(" bSuccess: 255 "));
+    XC2S_ConfirmUseStorageReq numbers;
+    numbers.vecStorageSeq = {1, -2};
+    EXPECT_NE(std::string::npos, DescribeMessage(numbers).find(" vecStorageSeq: [ 1 -2 ]"));
+}
+
+TEST(Catalog, DescriptionsAreBounded)
+{
+    XS2C_QueryTagAns tags;
+    tags.strMessage = std::string(200, 'm');
+    tags.vecTag.assign(20, "t");
+    const std::string whole = DescribeMessage(tags);
+    EXPECT_NE(std::string::npos, whole.find("\"" + std::string(200, 'm') + "\" "));
+    EXPECT_EQ(std::string::npos, whole.find("..."));
+
+    tags.strMessage += 'm';
+    tags.vecTag.assign(10000, std::string(300, '\x01'));
+    const std::string cut = DescribeMessage(tags);
+    EXPECT_NE(std::string::npos, cut.find("\"" + std::string(200, 'm') + "\"... (201 bytes) "));
+    EXPECT_NE(std::string::npos, cut.find(" ... (10000 elements) ]"));
+    EXPECT_LT(cut.size(), 20000U);
+}
+
+TEST(Catalog, PasswordsAreShownOnlyOnDemand)
+{
+    XC2S_PurchaseProductReq req;
+    req.strPassWD = "hunter2";
+    EXPECT_EQ(std::string::npos, DescribeMessage(req).find("hunter2"));
+    EXPECT_NE(std::string::npos, DescribeMessage(req).find(" strPassWD: (blanked) "));
+    EXPECT_NE(std::string::npos, DescribeMessage(req, Secrets::Show).find(" strPassWD: \"hunter2\" "));
+}
+
+// Finds a field by its name and sets it.
+struct SetText {
+    void operator()(const char* pszName, std::string& v) const
+    {
+        if (pszName == strName)
+            v = "set";
+    }
+    void operator()(const char*, RecordList& v) const
+    {
+        for (std::size_t i = 0; i < v.size(); ++i)
+            VisitMessage(v[i], *this);
+    }
+    template <class T>
+    void operator()(const char*, T&) const
+    {
+    }
+    std::string strName;
+};
+
+TEST(Catalog, FieldsAreReachedByName)
+{
+    const auto msg = MakeMessage(XC2S_UserListSyncReq::kMsgID);
+    auto& sync = dynamic_cast<XC2S_UserListSyncReq&>(*msg);
+    sync.vecCheckOutInfo.Add();
+    EXPECT_TRUE(VisitMessage(*msg, [](const char* pszName, auto& v) {
+        EXPECT_STREQ("vecCheckOutInfo", pszName);
+        if constexpr (std::is_same_v<decltype(v), RecordList&>)
+            dynamic_cast<XCheckOutInfo&>(v.Add()).strSeqNo = "added";
+    }));
+    EXPECT_TRUE(VisitMessage(*msg, SetText{"strCRMCode"}));
+    ASSERT_EQ(2U, sync.vecCheckOutInfo.size());
+    EXPECT_EQ("set", sync.vecCheckOutInfo[0]->strCRMCode);
+    EXPECT_EQ("set", sync.vecCheckOutInfo[1]->strCRMCode);
+    EXPECT_EQ("", sync.vecCheckOutInfo[0]->strSeqNo);
+    EXPECT_EQ("added", sync.vecCheckOutInfo[1]->strSeqNo);
+}
+
+TEST(Catalog, AConstMessageShowsConstFields)
+{
+    const XC2S_CheckInReq req;
+    std::string names;
+    EXPECT_TRUE(VisitMessage(req, [&](const char* pszName, auto& v) {
+        static_assert(std::is_const_v<std::remove_reference_t<decltype(v)>>);
+        names += std::string(pszName) + ' ';
+    }));
+    EXPECT_EQ("nReqID strUserID strUserNo strUserIP ", names);
+}
+
+// Has the id of another class.
+struct XImpostor final : IMessage {
+    WIROVA_MESSAGE(XImpostor, XC2S_CheckInReq::kMsgID, (int32, nReqID))
+};
+
+TEST(Catalog, AClassThatIsNotInTheListIsNotTouched)
+{
+    XImpostor msg;
+    EXPECT_FALSE(VisitMessage(msg, [](const char*, auto&) { ADD_FAILURE(); }));
+    EXPECT_EQ("XImpostor { ? }", DescribeMessage(msg));
+}
+
+}  // namespace

@@ -1,0 +1,259 @@
+// The encoding of the field types, and what bytes of bad will can do with it.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "tests/wirova/AllocationCount.h"
+#include "tests/wirova/ByteStream.h"
+#include "tests/wirova/Filling.h"
+#include "wirova/Frame.h"
+#include "wirova/messages/AllMessages.h"
+
+namespace {
+
+using namespace Wirova;
+
+// One of every field type; not a message of the protocol.
+// clang-format off
+struct XEveryType final : IMessage {
+    WIROVA_MESSAGE(XEveryType, 0x0ABCDEFA,
+        (int32,                  nSmall)
+        (int64,                  nLarge)
+        (char,                   cMark)
+        (boolean,                bFlag)
+        (string,                 strText)
+        (vector<int32>,          vecNumber)
+        (vector<string>,         vecText)
+        (vector<XUseCouponInfo>, vecRecord))
+};
+// clang-format on
+
+TEST(Codec, EncodesEachFieldType)
+{
+    XEveryType msg;
+    msg.nSmall = -2;
+    msg.nLarge = std::numeric_limits<int64>::min();
+    msg.cMark = '\x80';
+    msg.bFlag = boolean::FromByte(2);
+    msg.strText = std::string("a\0b", 3);
+    msg.vecNumber = {std::numeric_limits<int32>::max(), 1};
+    msg.vecText = {"", "z"};
+    msg.vecRecord.Add().strCouponCode = "k";
+    const std::string golden =
+        Wire("0ABCDEFA FFFFFFFE 8000000000000000 80 02 00000003 610062 00000002 7FFFFFFF 00000001"
+             "00000002 00000000 00000001 'z' 00000001 00000000 00000001 'k'");
+    ByteStream out;
+    ASSERT_TRUE(msg.Save(out));
+    EXPECT_EQ(Hex(golden), Hex(out.Bytes()));
+    EXPECT_EQ(static_cast<int32>(golden.size()), msg.GetSize());
+
+    XEveryType in;
+    ASSERT_TRUE(in.Load(out));
+    EXPECT_EQ(0, out.Length());
+    EXPECT_EQ(-2, in.nSmall);
+    EXPECT_EQ(std::numeric_limits<int64>::min(), in.nLarge);
+    EXPECT_EQ('\x80', in.cMark);
+    EXPECT_EQ(2, in.bFlag.nByte);
+    EXPECT_TRUE(in.bFlag);
+    EXPECT_EQ(std::string("a\0b", 3), in.strText);
+    EXPECT_EQ((std::vector<int32>{std::numeric_limits<int32>::max(), 1}), in.vecNumber);
+    EXPECT_EQ((std::vector<std::string>{"", "z"}), in.vecText);
+    ASSERT_EQ(1U, in.vecRecord.size());
+    EXPECT_EQ("k", in.vecRecord[0]->strCouponCode);
+    EXPECT_EQ(XUseCouponInfo::kMsgID, in.vecRecord[0]->nMsgID) << "a record's id is not on the wire";
+}
+
+TEST(Codec, LoadTakesTheIdAsItComes)
+{
+    ByteStream stream(Wire("00000001"));
+    XC2S_Heartbeat msg;
+    EXPECT_TRUE(msg.Load(stream));
+    EXPECT_EQ(1, msg.nMsgID);
+    EXPECT_EQ(XC2S_Heartbeat::kMsgID, msg.GetMsgID());
+    ByteStream out;
+    EXPECT_TRUE(msg.Save(out));
+    EXPECT_EQ(Wire("00000001"), out.Bytes()) << "Save writes the member";
+}
+
+TEST(Codec, TextOfNoOrNegativeSizeLeavesTheTextAsItStands)
+{
+    for (const char* pszSize : {"00000000", "FFFFFFFF", "80000000"}) {
+        ByteStream stream(Wire(pszSize) + "rest");
+        std::string text = "before";
+        EXPECT_TRUE(Codec<std::string>::Load(stream, text));
+        EXPECT_EQ("before", text);
+        EXPECT_EQ("rest", stream.Bytes());
+    }
+}
+
+TEST(Codec, VectorsAreAppendedToAndKeepWhatCameBeforeAFailure)
+{
+    std::vector<int32> vec = {1};
+    ByteStream good(Wire("00000001 00000002"));
+    EXPECT_TRUE(Codec<std::vector<int32>>::Load(good, vec));
+    ByteStream cut(Wire("00000003 00000003 000000"));
+    EXPECT_FALSE(Codec<std::vector<int32>>::Load(cut, vec));
+    EXPECT_EQ((std::vector<int32>{1, 2, 3}), vec);
+
+    RecordVector<XUseCouponInfo> records;
+    ByteStream cutRecord(Wire("00000002 00000001 'a' 00000001 'b' 00000001 'c' 00000009"));
+    EXPECT_FALSE(Codec<RecordVector<XUseCouponInfo>>::Load(cutRecord, records));
+    ASSERT_EQ(1U, records.size()) << "the half record is not appended";
+    EXPECT_EQ("b", records[0]->strCouponCode);
+}
+
+// A record that can be made to fail, and that looks at itself while it is in use.
+struct XStubborn final : IMessage {
+    [[maybe_unused]] static constexpr int32 kMinSize = 1;
+    void Clear() override {}
+    int32 GetMsgID() const override { return 0; }
+    const char* GetMsgName() const override { return "XStubborn"; }
+    int32 GetSize() const override { return bNested ? 1 : 1000; }
+    bool Save(Stream*) const override
+    {
+        nNestedSaves += bNested;
+        return bSaves;
+    }
+    bool Load(Stream*) override
+    {
+        if (!bNested)
+            return false;
+        throw std::bad_alloc();
+    }
+    void SetNested(bool b) override { bNested = b; }
+    bool IsNested() const override { return bNested; }
+
+    bool bNested = false;
+    bool bSaves = true;
+    mutable int nNestedSaves = 0;
+};
+
+TEST(Codec, NestingIsAsBeforeAfterSuccessAndFailure)
+{
+    using Records = Codec<RecordVector<XStubborn>>;
+    for (const bool bWas : {false, true}) {
+        RecordVector<XStubborn> records;
+        XStubborn& good = records.Add();
+        XStubborn& bad = records.Add();
+        XStubborn& last = records.Add();
+        for (XStubborn* rec : records)
+            rec->SetNested(bWas);
+
+        EXPECT_EQ(4 + 3, Records::Size(records)) << "all of them nested";
+        bad.bSaves = false;
+        ByteStream stream;
+        EXPECT_FALSE(Records::Save(stream, records));
+        EXPECT_EQ(1, good.nNestedSaves);
+        EXPECT_EQ(1, bad.nNestedSaves);
+        EXPECT_EQ(0, last.nNestedSaves) << "the first failure ends it";
+        EXPECT_THROW(Codec<XStubborn>::Load(stream, good), std::bad_alloc);
+        for (const XStubborn* rec : records)
+            EXPECT_EQ(bWas, rec->IsNested());
+    }
+}
+
+TEST(Codec, RecordsAreDeletedLastFirst)
+{
+    static std::string s_order;
+    struct Noisy {
+        char c = '?';
+        ~Noisy() { s_order += c; }
+    };
+    s_order.clear();
+    {
+        RecordVector<Noisy> records;
+        for (const char c : {'1', '2', '3'})
+            records.Add().c = c;
+        records.clear();
+        EXPECT_EQ("321", s_order);
+        EXPECT_TRUE(records.empty());
+        for (const char c : {'4', '5'})
+            records.Add().c = c;
+    }
+    EXPECT_EQ("32154", s_order);
+}
+
+TEST(Codec, ALengthIsAClaim)
+{
+    // A text and each kind of vector, which claim 2^31 - 1 and have next to nothing.
+    const auto expectCheapFailure = [](auto field, std::string_view golden) {
+        ByteStream stream(Wire(golden));
+        AllocationCount count;
+        EXPECT_FALSE(Codec<decltype(field)>::Load(stream, field));
+        EXPECT_LT(count.Total(), 1000U) << golden;
+    };
+    expectCheapFailure(std::string(), "7FFFFFFF");
+    expectCheapFailure(std::string(), "7FFFFFFF 'abc'");
+    expectCheapFailure(std::vector<int32>(), "7FFFFFFF 00000001 0000");
+    expectCheapFailure(std::vector<std::string>(), "7FFFFFFF 00000000 7FFFFFFF");
+    ByteStream stream(Wire("7FFFFFFF 00000000 00000000 00000001"));
+    RecordVector<XUseCouponInfo> records;
+    AllocationCount count;
+    EXPECT_FALSE(Codec<RecordVector<XUseCouponInfo>>::Load(stream, records));
+    EXPECT_LT(count.Total(), 1000U);
+}
+
+TEST(Codec, NegativeCountsThrowForTheGuardOfTheHandler)
+{
+    for (const char* pszCount : {"FFFFFFFF", "80000000"}) {
+        ByteStream stream(Wire(pszCount) + std::string(100, '\0'));
+        std::vector<std::string> vec;
+        EXPECT_THROW(Codec<std::vector<std::string>>::Load(stream, vec), std::length_error);
+        EXPECT_TRUE(vec.empty());
+    }
+}
+
+// Every 4 bytes of every message become a huge or negative number in turn: whichever of them is a
+// length or a count, loading ends soon and takes memory only in proportion to the bytes.
+TEST(Codec, NoNumberInAnyMessageMakesItCostly)
+{
+    std::size_t nFailed = 0;
+    std::size_t nThrown = 0;
+    for (const ClassInfo& info : AllClasses()) {
+        ByteStream whole;
+        ASSERT_TRUE(MakeFilled(info)->Save(whole));
+        const std::string bytes = whole.Bytes();
+        for (std::size_t i = 4; i + 4 <= bytes.size(); ++i) {
+            for (const char* pszNumber : {"7FFFFFFF", "80000000", "FFFFFFFF", "00010000"}) {
+                std::string hostile = bytes;
+                hostile.replace(i, 4, Wire(pszNumber));
+                ByteStream stream(hostile);
+                const auto msg = info.pfnMake();
+                AllocationCount count;
+                try {
+                    nFailed += !msg->Load(stream);
+                } catch (const std::length_error&) {
+                    ++nThrown;
+                }
+                EXPECT_LT(count.Largest(), 16 * bytes.size() + 1000) << info.pszName << " at " << i;
+                EXPECT_LT(count.Total(), 64 * bytes.size() + 4000) << info.pszName << " at " << i;
+            }
+        }
+    }
+    EXPECT_GT(nFailed, 1000U);
+    EXPECT_GT(nThrown, 30U);
+}
+
+TEST(Codec, AMegabyteOfNothingCostsNoMoreThanItsRecords)
+{
+    // 2^31 - 1 texts are claimed, and a quarter of a million empty ones have arrived.
+    ByteStream stream(Wire("7FFFFFFF") + std::string(1 << 20, '\0'));
+    std::vector<std::string> vec;
+    EXPECT_FALSE(Codec<std::vector<std::string>>::Load(stream, vec));
+    EXPECT_EQ((1U << 20) / 4, vec.size());
+    EXPECT_EQ(0, stream.Length());
+}
+
+TEST(Frame, LengthStaysInTheStreamAndMayBeAnything)
+{
+    int32 nLen = 5;
+    ByteStream stream(Wire("FFFFFF"));
+    EXPECT_FALSE(PeekFrameLength(stream, nLen));
+    EXPECT_EQ(5, nLen);
+    stream.Append(Wire("FE 00"));
+    EXPECT_TRUE(PeekFrameLength(stream, nLen));
+    EXPECT_EQ(-2, nLen);
+    EXPECT_EQ(5, stream.Length());
+}
+
+}  // namespace

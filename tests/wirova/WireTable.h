@@ -1,0 +1,100 @@
+// The wire's classes a second time, kept apart from the classes: whoever changes one of them by mistake
+// meets this table.
+#pragma once
+
+struct WireClass {
+    const char* pszName;
+    int nMsgID;
+    int nHex;  // the same number once more
+    // Its fields: i int32, q int64, c char, b bool, s string; I, S and R vectors of int32, string, records.
+    const char* pszShape;
+};
+
+// clang-format off
+inline constexpr WireClass kTopLevelClasses[] = {
+    {"XC2S_Heartbeat", 238751658, 0x0E3B0FAA, ""},
+    {"XC2S_VelkarConnectReq", 86194762, 0x05233A4A, "sssis"},
+    {"XS2C_VelkarConnectAns", 121030634, 0x0736C7EA, "ssis"},
+    {"XC2S_CheckInReq", 4143642, 0x003F3A1A, "isss"},
+    {"XS2C_CheckInAns", 22570410, 0x015865AA, "isssiciiqssss"},
+    {"XC2S_CheckInExReq", 201716410, 0x0C05F2BA, "isss"},
+    {"XS2C_CheckInExAns", 61855834, 0x03AFD85A, "isssiciiqsssRs"},
+    {"XC2S_CheckOutReq", 122321946, 0x074A7C1A, "isss"},
+    {"XS2C_CheckOutAns", 185515018, 0x0B0EBC0A, "issbs"},
+    {"XC2S_QueryBillingInfoReq", 262398778, 0x0FA3E33A, "isss"},
+    {"XS2C_QueryBillingInfoAns", 5307722, 0x0050FD4A, "isssibiiqsss"},
+    {"XC2S_QueryBillingInfoExReq", 212310618, 0x0CA79A5A, "isss"},
+    {"XS2C_QueryBillingInfoExAns", 4848138, 0x0049FA0A, "isssiiiqssRs"},
+    {"XC2S_UserMoveToReq", 115543738, 0x06E30EBA, "isss"},
+    {"XS2C_UserMoveToAns", 249247962, 0x0EDB38DA, "isssbs"},
+    {"XC2S_UserMoveFromReq", 41234506, 0x0275304A, "isss"},
+    {"XS2C_UserMoveFromAns", 247883946, 0x0EC668AA, "isssbs"},
+    {"XC2S_ChargeReq", 92393370, 0x0581CF9A, "iR"},
+    {"XS2C_ChargeAns", 239781594, 0x0E4AC6DA, ""},
+    {"XC2S_QueryMenuListReq", 245851546, 0x0EA7659A, "is"},
+    {"XS2C_QueryMenuListAns", 234979642, 0x0E01813A, "iisR"},
+    {"XC2S_QueryProductListReq", 21416394, 0x0146C9CA, "isscsii"},
+    {"XS2C_QueryProductListAns", 81169322, 0x04D68BAA, "iisiiiR"},
+    {"XC2S_QueryProductDetailReq", 23482570, 0x016650CA, "iss"},
+    {"XS2C_QueryProductDetailAns", 131635818, 0x07D89A6A, "iissssssssccRRR"},
+    {"XC2S_QueryDiscountReq", 27000890, 0x019C003A, "isssssssi"},
+    {"XS2C_QueryDiscountAns", 221803962, 0x0D3875BA, "iisiR"},
+    {"XC2S_QueryTagReq", 96085786, 0x05BA271A, "is"},
+    {"XS2C_QueryTagAns", 11690938, 0x00B263BA, "iisS"},
+    {"XC2S_QueryCoupontReq", 99717930, 0x05F1932A, "isssssssi"},
+    {"XS2C_QueryCoupontAns", 266909882, 0x0FE8B8BA, "iisR"},
+    {"XC2S_QuerySpecialProductListReq", 187895594, 0x0B330F2A, "is"},
+    {"XS2C_QuerySpecialProductListAns", 190885514, 0x0B60AE8A, "iisR"},
+    {"XC2S_QuerySpecialProductReq", 31599018, 0x01E229AA, "iss"},
+    {"XS2C_QuerySpecialProductAns", 248695786, 0x0ED2CBEA, "iisR"},
+    {"XC2S_QueryRuvcoinReq", 252211162, 0x0F086FDA, "iss"},
+    {"XS2C_QueryRuvcoinAns", 35975882, 0x0224F2CA, "iisi"},
+    {"XC2S_SearchStorageReq", 79808954, 0x04C1C9BA, "issssscs"},
+    {"XS2C_SearchStorageAns", 169331290, 0x0A17CA5A, "iisR"},
+    {"XC2S_ConfirmReadStorageReq", 114115994, 0x06CD459A, "isssssib"},
+    {"XS2C_ConfirmReadStorageAns", 34848986, 0x0213C0DA, "iis"},
+    {"XC2S_RequestUseStorageReq", 215876218, 0x0CDE027A, "isssssR"},
+    {"XC2S_RequestUseStorageAns", 265459162, 0x0FD295DA, "iis"},
+    {"XC2S_ConfirmUseStorageReq", 176611130, 0x0A86DF3A, "isssssI"},
+    {"XS2C_ConfirmUseStorageAns", 111378682, 0x06A380FA, "iis"},
+    {"XC2S_CancelUseStorageReq", 202931658, 0x0C187DCA, "isssssI"},
+    {"XS2C_CancelUseStorageAns", 81647098, 0x04DDD5FA, "iis"},
+    {"XC2S_PurchaseProductReq", 114099850, 0x06CD068A, "issssssssssiisssRR"},
+    {"XS2C_PurchaseProductAns", 60035162, 0x0394105A, "iisii"},
+    {"XC2S_FailedCheckOutReq", 107326394, 0x0665ABBA, "R"},
+    {"XC2S_UserListSyncReq", 4853066, 0x004A0D4A, "R"},
+    {"XS2C_BillingEventNotice", 156677770, 0x0956B68A, "sssiis"},
+    {"XS2C_NotifyStorageInfo", 208709978, 0x0C70A95A, "isssssi"},
+    {"XS2C_QueryGameMoneyReq", 157047530, 0x095C5AEA, "isssss"},
+    {"XC2S_QueryGameMoneyAns", 34245194, 0x020A8A4A, "iisi"},
+    {"XS2C_SpendGameMoneyReq", 57242298, 0x036972BA, "isssssi"},
+    {"XC2S_SpendGameMoneyAns", 148033274, 0x08D2CEFA, "iisi"},
+    {"XS2C_QueryInventoryReq", 116373210, 0x06EFB6DA, "isssss"},
+    {"XC2S_QueryInventoryAns", 216951130, 0x0CEE695A, "iisR"},
+    {"XS2C_QueryCharacterReq", 251465082, 0x0EFD0D7A, "isscs"},
+    {"XC2S_QueryCharacterAns", 202184522, 0x0C0D174A, "iisR"},
+    {"XS2C_SaveInventoryReq", 39436058, 0x0259BF1A, "isisssssssssiR"},
+    {"XC2S_SaveInventoryAns", 87132490, 0x0531894A, "iis"},
+};
+
+inline constexpr WireClass kRecordClasses[] = {
+    {"XChargeInfo", 83358938, 0x04F7F4DA, "ssssb"},
+    {"XCheckOutInfo", 21462938, 0x01477F9A, "sssciss"},
+    {"XUserBillingInfo", 131151258, 0x07D1359A, "iiqss"},
+    {"XMenuContents", 65693226, 0x03EA662A, "sssiii"},
+    {"XProductListContents", 148199786, 0x08D5596A, "ssssiissssbsiibssiss"},
+    {"XChildProduct", 128141322, 0x07A3480A, "sisiiiiiis"},
+    {"XProductCondition", 211792154, 0x0C9FB11A, "cs"},
+    {"XProductOption", 52412426, 0x031FC00A, "sss"},
+    {"XDiscountInfo", 87820698, 0x053C099A, "siib"},
+    {"XCouponInfo", 66253610, 0x03F2F32A, "sssiis"},
+    {"XSpecialProductListContent", 59108586, 0x0385ECEA, "ssss"},
+    {"XSpecialProduct", 55136282, 0x0349501A, "sssi"},
+    {"XStorageInfo", 41670522, 0x027BD77A, "iissbsssssssiisiiisssssssssbb"},
+    {"XStorageUseInfo", 252135210, 0x0F07472A, "iis"},
+    {"XUseCouponInfo", 7506970, 0x00728C1A, "ss"},
+    {"XUseOptionInfo", 244079178, 0x0E8C5A4A, "ss"},
+    {"XInventory", 33982202, 0x020686FA, "siiiiscss"},
+    {"XCharacter", 120529066, 0x072F20AA, "ssssi"},
+};
+// clang-format on
