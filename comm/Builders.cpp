@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "connector/Logger.h"
 #include "connector/VelkarConnector.h"
 #include "platform/Host.h"
 #include "session/FailedCheckOutVector.h"
@@ -30,6 +31,18 @@ Built Build(XC2S_UserListSyncReq& msg)
 {
     const bool bAny = Singleton<CUserInfoMap>::Instance().GetUserCheckOutList(msg.vecCheckOutInfo);
     return bAny ? Built::Ready : Built::Nothing;
+}
+
+Built Build(XC2S_ChargeReq& msg, const int& nProductId)
+{
+    const int nCount = Singleton<CUserInfoMap>::Instance().ScanUsersForCharge(msg.vecChargeInfo, nProductId);
+    if (nCount < 1) {
+        Log::InfoFmt("[Comm Handler] There is no user list for PID: %d charge.", nProductId);
+        return Built::Nothing;
+    }
+    msg.nPID = nProductId;
+    Log::InfoFmt("[Comm Handler] There is(are) %d user(s) for PID: %d charge.", nCount, nProductId);
+    return Built::Ready;
 }
 
 Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id)

@@ -6,6 +6,7 @@
 #include "connector/TextField.h"
 #include "session/UserKey.h"
 #include "wirova/messages/BaseMessages.h"
+#include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
 
 enum class Built {
@@ -34,4 +35,16 @@ Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record);
 Built Build(XC2S_FailedCheckOutReq& msg);
 Built Build(XC2S_UserListSyncReq& msg);
 Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id);
+
+// All users of one product who are to be charged. Filling it checks users out whose term has ended, tells the
+// game, and marks who is in it as charged before, sent or not.
+Built Build(XC2S_ChargeReq& msg, const int& nProductId);
+
+// The game's answers. A failed spend is told by its money of -1; its state stays 0.
+Built Build(XC2S_QueryGameMoneyAns& msg, const _MONEY_SEND& record);
+Built Build(XC2S_SpendGameMoneyAns& msg, const _MONEY_SEND& record);
+Built Build(XC2S_SaveInventoryAns& msg, const _SAVE_SEND& record);
+Built Build(XC2S_QueryInventoryAns& msg, const _LIST_SEND& record);
+Built Build(XC2S_QueryCharacterAns& msg, const _LIST_SEND& record);
+
 inline Built Build(XC2S_Heartbeat&) { return Built::Ready; }

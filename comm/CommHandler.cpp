@@ -3,13 +3,13 @@
 
 #include <cstdio>
 
-#include "comm/Cycle.h"
 #include "comm/FirstConnectWait.h"
 #include "config/ConfigReader.h"
 #include "connector/Logger.h"
 #include "connector/ModuleFlags.h"
 #include "platform/Host.h"
 #include "platform/Platova.h"
+#include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
 using Kernova::XTL::Singleton;
@@ -37,6 +37,10 @@ bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& ca
     Singleton<CFirstConnectWait>::Instance().Open();
     if (!CreateConnector() || !SetConnectorCallbacks() || !ConnectFirst())
         return false;
+    if (!Singleton<CChargeGen>::Instance().Start()) {
+        StartFailed("[Comm Handler] Failed to start a charge gen thread.");
+        return false;
+    }
     m_bRunning.store(true);
     if (!Thread::Start()) {
         m_bRunning.store(false);
@@ -113,6 +117,8 @@ void CCommHandler::Stop()
     BeingTerminatedFlag().Set(true);
     SetCallbacks({});
     Singleton<CFirstConnectWait>::Instance().Cancel();
+    Log::Debug("[Comm Handler] Charge thread stop.");
+    Singleton<CChargeGen>::Instance().Stop();
     Log::Debug("[Comm Handler] Session thread stop.");
     m_bStop.store(true);
     m_wakeHeartbeat.Set();
@@ -176,14 +182,6 @@ void CCommHandler::Reconnect()
     wait.WaitForConnectAnswer();
     if (wait.GetConnectResult() != 0)
         CloseActiveLink();
-}
-
-void CCommHandler::ResetWake(Kernova::Threading::ManualResetEvent& event)
-{
-    // Stop raises its flag first and sets the events second, so one of the two is seen here.
-    event.Reset();
-    if (m_bStop.load())
-        event.Set();
 }
 
 std::string CCommHandler::GetLastErrorText() const

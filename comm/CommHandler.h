@@ -5,6 +5,7 @@
 #include <string>
 
 #include "comm/Builders.h"
+#include "comm/Cycle.h"
 #include "connector/VelkarConnector.h"
 #include "platform/Kernova.h"
 #include "platform/KernovaXtl.h"
@@ -73,8 +74,7 @@ private:
     void BeatHeart();
     void Reconnect();
     bool Register();
-    // Clears a wake event, but never the one that Stop has set.
-    void ResetWake(Kernova::Threading::ManualResetEvent& event);
+    void ResetWake(Kernova::Threading::ManualResetEvent& event) { ResetUnlessStopping(event, m_bStop); }
     void SetCallbacks(const _CONNECTOR_CALLBACKS& callbacks);
     void SetLastErrorText(std::string str);
 

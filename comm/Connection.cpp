@@ -4,6 +4,7 @@
 #include "comm/HandlerTable.h"
 #include "connector/Logger.h"
 #include "platform/Platova.h"
+#include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
 using Kernova::XTL::Singleton;
@@ -73,6 +74,7 @@ bool CCommHandler::Register()
     m_bFirstConnect.store(false);
     ResetWake(m_wakeHeartbeat);
     m_wakeReconnect.Set();
+    Singleton<CChargeGen>::Instance().SetDisconnected(false);
     if (!m_bHandlersRegistered.exchange(true))
         RegisterHandlers(m_table);
     _CONNECTOR_ID id;
@@ -92,6 +94,7 @@ void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::
     self.m_bConnected.store(false);
     self.ResetWake(self.m_wakeReconnect);
     self.m_wakeHeartbeat.Set();
+    Singleton<CChargeGen>::Instance().SetDisconnected(true);
 }
 
 void CCommHandler::OnTimeout(Netrova::Connector::_THandle*, Netrova::Link::_THandle*, void*) {}

@@ -4,8 +4,27 @@
 #pragma once
 
 #include "wirova/messages/BaseMessages.h"
+#include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
 
 bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg);
+
+// ---- notices ----
+bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg);
+bool OnStorageInfoNotice(const XS2C_NotifyStorageInfo& msg);
+
+// ---- answers to the session calls ----
 bool OnCheckinRes(const XS2C_CheckInAns& msg);
 bool OnCheckOutRes(const XS2C_CheckOutAns& msg);
+bool OnCheckInExAns(const XS2C_CheckInExAns& msg);
+bool OnQueryBillingInfoRes(const XS2C_QueryBillingInfoAns& msg);
+bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg);
+bool OnUserMoveToRes(const XS2C_UserMoveToAns& msg);
+bool OnUserMoveFromRes(const XS2C_UserMoveFromAns& msg);
+
+// ---- requests of the service to the game ----
+bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg);
+bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg);
+bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg);
+bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg);
+bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg);

@@ -1,9 +1,46 @@
-// What the exports hand to the senders: plain records with the Req ID, zeroed before they are filled.
+// What the exports and the handlers hand to the senders: plain records with the Req ID, zeroed before they
+// are filled.
 #pragma once
+
+#include <string_view>
+
+#include "connector/TextField.h"
+#include "connector/VelkarConnector.h"
 
 // Every request that names one user.
 struct _USER_SEND {
     char szUserKey[23];
     char szUserIP[16];
     int nReqID;  // -1: nobody waits for the answer
+};
+
+// A checkout that no caller of the game waits for.
+inline _USER_SEND UnaskedCheckout(std::string_view key)
+{
+    _USER_SEND record{};
+    record.nReqID = -1;
+    CopyText(record.szUserKey, key);
+    return record;
+}
+
+// The game's answer to a request for money.
+struct _MONEY_SEND {
+    unsigned char bSuccess;  // done if exactly 1
+    char szMessage[1025];
+    int nGameMoney;
+    int nReqID;
+};
+
+// The game's answer to an order to save items.
+struct _SAVE_SEND {
+    unsigned char bSuccess;  // done if exactly 1
+    char szMessage[1025];
+    int nReqID;
+};
+
+// The game's answer to a request for a list.
+struct _LIST_SEND {
+    char szMessage[1025];
+    const _DATA_HANDLE* pHandle;  // null: failed, with the message
+    int nReqID;
 };

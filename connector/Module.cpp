@@ -10,6 +10,7 @@
 #include "connector/Logger.h"
 #include "connector/ModuleFlags.h"
 #include "connector/VelkarConnector.h"
+#include "datapool/DataPool.h"
 #include "platform/Host.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
@@ -166,6 +167,7 @@ void UninitGuarded()
     Singleton<CEventCodeMap>::Instance().Clear();
     Singleton<CFailedCheckOutVector>::Instance().RemoveAll();
     Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+    Singleton<CDataPool>::Instance().Clear();
 }
 
 }  // namespace

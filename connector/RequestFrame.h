@@ -28,6 +28,21 @@ void SetFailure(Response& res, std::string_view text)
     CopyText(res.szError, text);
 }
 
+// The lists that a response record brings. They are null in every response of failure.
+template <class Response>
+void ForgetLists(Response& res)
+{
+    if constexpr (requires { res.hBillingData; })
+        res.hBillingData = nullptr;
+}
+template <class Response>
+void DestroyLists(Response& res)
+{
+    if constexpr (requires { res.hBillingData; })
+        DestroyHandle(res.hBillingData);
+    ForgetLists(res);
+}
+
 // What an export adds to the frame; a call overrides what it needs.
 struct CallBase {
     static constexpr const char* kNullLog = "[Velkar Connector] %s request or response arg is NULL.";
@@ -70,9 +85,14 @@ void RunInside(Call& call, Response& res)
         return;
     }
     // Behind the send on purpose: an answer that has overtaken this line is lost to the caller, who then
-    // hears of a timeout at once.
-    PresetResponse(waiter, [](Response& preset) { SetFailure(preset, Call::kTimeout); });
+    // hears of a timeout at once; a list that it brought is nobody's then.
+    PresetResponse(waiter, [](Response& preset) {
+        DestroyLists(preset);
+        SetFailure(preset, Call::kTimeout);
+    });
     waiter.hEvent.Wait(kAnswerTimeout);
+    // From here on an answer is late, and its handler knows it: nothing can be stored behind the copy.
+    waiters.RemoveWaiter(waiter.nReqID);
     res = CopyResponse(waiter);
     call.OnEnd(res);
 }
@@ -82,11 +102,14 @@ void RunRequest(Call call, Response* pRes) noexcept
 {
     if (pRes == nullptr || call.HasNullArg()) {
         Log::ErrorFmt(Call::kNullLog, Call::kLabel);
-        if (pRes != nullptr)
+        if (pRes != nullptr) {
             SetFailure(*pRes, Call::kNullText);
+            ForgetLists(*pRes);
+        }
         return;
     }
     SetFailure(*pRes);
+    ForgetLists(*pRes);
     Guarded([&] { RunInside(call, *pRes); },
             [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
 }

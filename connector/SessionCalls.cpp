@@ -1,6 +1,12 @@
 // The session calls of the interface.
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "config/EventCodeMap.h"
 #include "connector/RequestFrame.h"
 #include "connector/VelkarConnector.h"
+#include "session/ChargePass.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 
@@ -54,14 +60,29 @@ void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND
                  pszLabel, pszReqID, record.nReqID, record.szUserKey, pszUserIP);
 }
 
-struct CheckinCall : UserCall {
-    using UserCall::UserCall;
-    using Request = XC2S_CheckInReq;
-    using Answer = XS2C_CheckInAns;
-    static constexpr const char* kLabel = "Checkin";
-    static constexpr const char* kTimeout = "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.";
-    void LogRequest(const _USER_SEND& record) const { LogUserRequest(kLabel, "ReqID", record, record.szUserIP); }
-};
+// A call that changes nothing in the frame but its words.
+#define PLAIN_CALL(call, request, answer, label, requestLabel, reqID, timeout)         \
+    struct call : UserCall {                                                           \
+        using UserCall::UserCall;                                                      \
+        using Request = request;                                                       \
+        using Answer = answer;                                                         \
+        static constexpr const char* kLabel = label;                                   \
+        static constexpr const char* kTimeout = timeout;                               \
+        void LogRequest(const _USER_SEND& record) const                                \
+        {                                                                              \
+            LogUserRequest(requestLabel, reqID, record, record.szUserIP);              \
+        }                                                                              \
+    };
+PLAIN_CALL(CheckinCall, XC2S_CheckInReq, XS2C_CheckInAns, "Checkin", "Checkin", "ReqID",
+           "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.")
+PLAIN_CALL(CheckinExCall, XC2S_CheckInExReq, XS2C_CheckInExAns, "CheckinEx", "CheckinEx", "ReqID",
+           "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout.")
+PLAIN_CALL(QueryBillingInfoCall, XC2S_QueryBillingInfoReq, XS2C_QueryBillingInfoAns, "QueryBillingInfo",
+           "QueryBillingInfo", "Req ID", "Failed to recieve a 'XS2C_QueryBillingInfoAns' msg because of timeout.")
+PLAIN_CALL(QueryBillingInfoExCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBillingInfoExAns, "QueryBillingInfoEx",
+           "QueryAllBillingInfoEx", "Req ID",
+           "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.")
+#undef PLAIN_CALL
 
 struct CheckoutCall : LeavingCall {
     using LeavingCall::LeavingCall;
@@ -75,7 +96,153 @@ struct CheckoutCall : LeavingCall {
     }
 };
 
+struct UserMoveToCall : LeavingCall {
+    using LeavingCall::LeavingCall;
+    using Request = XC2S_UserMoveToReq;
+    using Answer = XS2C_UserMoveToAns;
+    static constexpr const char* kLabel = "UserMoveTo";
+    static constexpr const char* kTimeout = "Failed to receive a 'XS2C_UserMoveToAns' msg because of timeout.";
+    void LogRequest(const _USER_SEND& record) const { LogUserRequest(kLabel, "Req ID", record, record.szUserIP); }
+};
+
+// The user as the other game server knew it, to be entered here if the service agrees.
+CUserInfo MakeMovedUser(const _USER_SEND& record, const _USER_MOVE_INFO& move)
+{
+    CUserInfo info;
+    info.SetKey(record.szUserKey);
+    info.SetUserIP(record.szUserIP);
+    info.SetBillingID(move.nBillType);
+    info.SetProductID(move.nProductID);
+    info.SetFirst(move.bFirst != 0);
+    info.SetFree(static_cast<char>(move.bFree));
+    info.SetCRMCode(std::string(FieldText(move.szCRMCode)));
+    info.SetEndDate(std::string(FieldText(move.szEndDate)));
+    info.SetSeqNo(move.nSeqNo == 0 ? "" : std::to_string(move.nSeqNo));
+    return info;
+}
+
+struct UserMoveFromCall : UserCall {
+    UserMoveFromCall(const _USER_REQ* p, const _USER_MOVE_INFO* pInfo) : UserCall(p), pMove(pInfo) {}
+
+    using Request = XC2S_UserMoveFromReq;
+    using Answer = XS2C_UserMoveFromAns;
+    static constexpr const char* kLabel = "UserMoveFrom";
+    static constexpr const char* kTimeout = "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.";
+    static constexpr const char* kNullLog = "[Velkar Connector] %s request or response or billingo arg is NULL.";
+    static constexpr const char* kNullText = "Request or response or billinfo arg is NULL.";
+
+    bool HasNullArg() const { return UserCall::HasNullArg() || pMove == nullptr; }
+    _USER_SEND MakeRecord(int nReqID)
+    {
+        const _USER_SEND record = UserCall::MakeRecord(nReqID);
+        info = MakeMovedUser(record, *pMove);
+        return record;
+    }
+    void LogRequest(const _USER_SEND& record) const
+    {
+        Log::InfoFmt("[Velkar Connector] UserMoveFrom request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+                     "\tUser IP: %s\r\n\tBilltype: %d\r\n\tProduct ID: %d\r\n\tSeq No: %d\r\n\tCRM: %s\r\n"
+                     "\tEnd date: %s\r\n\tFirst: %c\r\n\tFree: %c",
+                     record.nReqID, record.szUserKey, record.szUserIP, info.GetBillingID(), info.GetProductID(),
+                     pMove->nSeqNo, info.GetCRMCode().c_str(), info.GetEndDate().c_str(), info.IsFirst() ? 'Y' : 'N',
+                     info.GetFree() == 'Y' ? 'Y' : 'N');
+    }
+    // The other game server has let the user go already.
+    void OnSendFailed() { Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info); }
+    void OnEnd(const _RESULT_RES& res)
+    {
+        if (res.bSuccess == 1)
+            Singleton<CUserInfoMap>::Instance().AddUserInfo(info.GetKey(), info);
+    }
+
+    const _USER_MOVE_INFO* pMove;
+    CUserInfo info;
+};
+
+// What is no number counts as far as it is one; what is too large becomes the largest.
+int SeqNoOf(const std::string& str)
+{
+    const long long n = std::strtoll(str.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long long>(n, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+_USER_MOVE_INFO MakeMoveInfo(const CUserInfo& info)
+{
+    _USER_MOVE_INFO move{};
+    move.nBillType = info.GetBillingID();
+    move.nProductID = info.GetProductID();
+    move.nSeqNo = SeqNoOf(info.GetSeqNo());
+    move.bFirst = info.IsFirst() ? 1 : 0;
+    CopyText(move.szCRMCode, info.GetCRMCode());
+    CopyText(move.szEndDate, info.GetEndDate());
+    move.bFree = static_cast<unsigned char>(info.GetFree());
+    return move;
+}
+
+void ChargeNow(_RESULT_RES& res)
+{
+    if (!InitializedFlag().IsSet())
+        return SetFailure(res, "Velkar Connector is not initialized.");
+    if (BeingTerminatedFlag().IsSet())
+        return SetFailure(res, "Velkar Connector is being terminated.");
+    Log::Info("[Velkar Connector] Charge request");
+    if (SendChargePass([](int) {}) > 0) {
+        res.bSuccess = 1;
+        return;
+    }
+    Log::Error("[Velkar Connector] Failed to send a 'XC2S_ChargeReq' msg.");
+    SetFailure(res, "Failed to send a 'XC2S_ChargeReq' msg.");
+}
+
+// A name that lives as long as the library.
+template <class Map>
+const char* NameOf(int nNumber) noexcept
+{
+    const char* pszName = "";
+    Guarded([&] { pszName = Singleton<Map>::Instance().InternName(nNumber); }, [] {});
+    return pszName;
+}
+
 }  // namespace
 
 void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes) { RunRequest(CheckinCall(pReq), pRes); }
 void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(CheckoutCall(pReq), pRes); }
+void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes) { RunRequest(CheckinExCall(pReq), pRes); }
+void QueryBillingInfo(const _USER_REQ* pReq, _CHECKIN_RES* pRes) { RunRequest(QueryBillingInfoCall(pReq), pRes); }
+void QueryBillingInfoEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes)
+{
+    RunRequest(QueryBillingInfoExCall(pReq), pRes);
+}
+void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(UserMoveToCall(pReq), pRes); }
+void UserMoveFrom(const _USER_REQ* pReq, const _USER_MOVE_INFO* pInfo, _RESULT_RES* pRes)
+{
+    RunRequest(UserMoveFromCall(pReq, pInfo), pRes);
+}
+
+bool GetBillingInfoForUserMove(const char* pszUserKey, _USER_MOVE_INFO* pInfo)
+{
+    bool bFound = false;
+    if (pszUserKey == nullptr || pInfo == nullptr)
+        return bFound;
+    Guarded(
+        [&] {
+            CUserInfo info;
+            bFound = Singleton<CUserInfoMap>::Instance().FindUserInfo(pszUserKey, info);
+            if (bFound)
+                *pInfo = MakeMoveInfo(info);
+        },
+        [&] { bFound = false; });
+    return bFound;
+}
+
+void Charge(_RESULT_RES* pRes)
+{
+    if (pRes == nullptr)
+        return Log::Error("[Velkar Connector] Charge response arg is NULL.");
+    SetFailure(*pRes);
+    Guarded([&] { ChargeNow(*pRes); },
+            [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
+}
+
+const char* GetBillingName(int nProductID) { return NameOf<CBillingIdMap>(nProductID); }
+const char* GetEventName(int nEventCode) { return NameOf<CEventCodeMap>(nEventCode); }

@@ -36,6 +36,7 @@
 #ifndef VELKAR_CONNECTOR_H
 #define VELKAR_CONNECTOR_H
 
+#include <stddef.h>
 #ifndef __cplusplus
 #include <stdbool.h>
 #endif
@@ -52,6 +53,13 @@
 #define VELKAR_API __attribute__((visibility("default")))
 #else
 #define VELKAR_API
+#endif
+
+/* A record that may not be null: a reference in C++ and a pointer in C, which is the same to the linker. */
+#if defined(__cplusplus) && !defined(VELKAR_CONNECTOR_BUILD)
+#define VELKAR_BY_REFERENCE(record) const record&
+#else
+#define VELKAR_BY_REFERENCE(record) const record*
 #endif
 
 #ifdef __cplusplus
@@ -213,6 +221,32 @@ typedef struct _CHECKIN_RES {
     unsigned char bPCCafe; /* QueryBillingInfo only */
 } _CHECKIN_RES;
 
+/* Response of CheckinEx and QueryBillingInfoEx: _CHECKIN_RES and the user's other billings. */
+typedef struct _CHECKIN_EX_RES {
+    int nResult;
+    unsigned char bExtra;
+    char szError[1025];
+    int nBillingID;
+    int nProductID;
+    long long nRemainMinutes;
+    char szCRMCode[16];
+    char szEndDate[15];
+    unsigned char bPCCafe;       /* not filled */
+    _DATA_HANDLE* hBillingData;  /* _BILL_INFO rows, for GetBillingData; null on failure. The caller's to destroy */
+} _CHECKIN_EX_RES;
+
+/* What a user takes along to another game server: filled by GetBillingInfoForUserMove there, carried by the
+ * game, given to UserMoveFrom here. */
+typedef struct _USER_MOVE_INFO {
+    int nBillType; /* billing id */
+    int nProductID;
+    int nSeqNo;           /* 0: none */
+    unsigned char bFirst; /* 1: has not been charged yet */
+    char szCRMCode[16];
+    char szEndDate[15];
+    unsigned char bFree; /* the Free mark, a character */
+} _USER_MOVE_INFO;
+
 /* Checks the user in. On nResult 0 the user is known to this library until Checkout, UserMoveTo, an
  * event that ends the session, or UninitModule. A later Checkin of the same user replaces the record.
  * Blocks up to 5000 milliseconds; a success that arrives after that is undone by a checkout. */
@@ -223,6 +257,298 @@ VELKAR_API void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes);
  * answer, also after a timeout; a checkout that could not be sent is kept and delivered right after the
  * next connection. Only szUserID is used. Blocks up to 5000 milliseconds. */
 VELKAR_API void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes);
+
+/* As Checkin, with the user's other billings behind hBillingData. */
+VELKAR_API void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes);
+
+/* What the user may play, without checking in; the users known here do not change. nBillingID is the
+ * service's bill type as it came. Both block up to 5000 milliseconds. */
+VELKAR_API void QueryBillingInfo(const _USER_REQ* pReq, _CHECKIN_RES* pRes);
+VELKAR_API void QueryBillingInfoEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes);
+
+/*
+ * A user goes to another game server in three steps. Here: GetBillingInfoForUserMove for the record, then
+ * UserMoveTo, after which the user is gone from this library, whatever the answer (as with Checkout). There:
+ * UserMoveFrom with the record; the user is known there once bSuccess is 1. Both block up to 5000
+ * milliseconds. A UserMoveFrom that timed out leaves the user unknown although the service may have done it;
+ * one that could not be sent is delivered as a failed checkout at the next connection.
+ */
+VELKAR_API void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes);
+VELKAR_API void UserMoveFrom(const _USER_REQ* pReq, const _USER_MOVE_INFO* pInfo, _RESULT_RES* pRes);
+
+/* The record of a user who is known here; blocks on nothing and does not ask whether the library is
+ * initialised. False, with the record left alone, if the user is not known, or if one of the two is null. */
+VELKAR_API bool GetBillingInfoForUserMove(const char* pszUserKey, _USER_MOVE_INFO* pInfo);
+
+/*
+ * Charges all products at once, as the library does by itself at each CHARGE_CYCLE: users whose term has
+ * ended are checked out and told to pfnBillingEvent on this thread, the others who run on metered billing
+ * are reported to the service. Waits for no answer. bSuccess is 1 if at least one product went out (or had
+ * nobody to charge); without a configured product it is 0. A null pRes does nothing but log an error.
+ */
+VELKAR_API void Charge(_RESULT_RES* pRes);
+
+/* The settings' name of a product and of an event code; an empty text if there is none. The text stays good
+ * and unchanged as long as the library is loaded, also across a reload of the settings and UninitModule. */
+VELKAR_API const char* GetBillingName(int nProductID);
+VELKAR_API const char* GetEventName(int nEventCode);
+
+/* ---- records of result lists --------------------------------------------------------------------- */
+/* What stands behind a handle: any number of records of one of these kinds. */
+
+/* A billing of a user. */
+typedef struct _BILL_INFO {
+    int nBillingID; /* CheckinEx and the list entries: as the settings file gives it for the product */
+    int nProductID;
+    long long nRemainMinutes;
+    char szCRMCode[16];
+    char szEndDate[15]; /* 14 digits: YYYYMMDDhhmmss */
+} _BILL_INFO;
+
+/* A branch of the shop's menu tree. */
+typedef struct _MENU_INFO {
+    char szBranchID[21];
+    char szBranchName[41];
+    char szSuperBranchID[21]; /* the parent */
+    int nBranchDepth;
+    int nSortOrder;
+    int nProductCount; /* products under the branch */
+} _MENU_INFO;
+
+typedef struct _PROD_LIST_INFO {
+    char szBranchID[21];
+    char szProductID[21];
+    char szProductName[41];
+    char szMoneyCode[21];
+    int nPrice;
+    int nDiscountRate;
+    char szRegDate[15];   /* of entry */
+    char szStartDate[15]; /* of sale */
+    char szEndDate[15];   /* of sale */
+    char szProductDesc[501];
+    unsigned char bGift; /* may be given as a gift */
+    char szImageURL[101];
+    int nTotalSellingCount; /* copies sold so far */
+    int nLevel;
+    unsigned char bDuplicateSell; /* may be bought more than once */
+    char szUnitName[51];
+    char szIconImageURL[101];
+    int nDisplayOrder;
+    char szDiscountInfo[21];
+    char szClassName[41];
+} _PROD_LIST_INFO;
+
+/* What a product consists of. */
+typedef struct _CHILDPROD_INFO {
+    char szChildProductID[21];
+    int nPrice;
+    char szUnitName[51];
+    int nValidTerm;
+    int nPossibleLevel; /* usable from this level */
+    int nUseCount;
+    int nPeriod;
+    int nRuvCoinPrice;
+    int nGameMoneyPrice;
+    char szClassName[41];
+} _CHILDPROD_INFO;
+
+typedef struct _CONDITION_INFO {
+    char cConditionType; /* one character */
+    char szConditionValue[101];
+} _CONDITION_INFO;
+
+typedef struct _OPTION_INFO {
+    char szOptionCode[21];
+    char szOptionValue[21];
+    char szOptionName[21];
+} _OPTION_INFO;
+
+typedef struct _DISCOUNT_INFO {
+    char szCondition[101];
+    int nDiscountRate;
+    int nDiscountAmt;
+    unsigned char bUse;
+} _DISCOUNT_INFO;
+
+typedef struct _TAG_INFO {
+    char szTag[101];
+} _TAG_INFO;
+
+typedef struct _COUPON_INFO {
+    char szCouponUseID[21];
+    char szCouponCode[21];
+    char szCouponName[41];
+    int nDiscountRate;
+    int nDiscountAmt;
+    char szUseEndDate[9]; /* last day of use, 8 digits: YYYYMMDD */
+} _COUPON_INFO;
+
+typedef struct _SPECIAL_PRODUCT_LIST_INFO {
+    char szExposeCode[21];
+    char szExposeName[41];
+    char szIconUrl[101];
+    char szBannerUrl[101];
+} _SPECIAL_PRODUCT_LIST_INFO;
+
+typedef struct _SPECIAL_PRODUCT_INFO {
+    char szExposeCode[21];
+    char szProductID[21];
+    char szImageUrl[101];
+    int nSortOrder;
+} _SPECIAL_PRODUCT_INFO;
+
+/* An entry of a storage box. */
+typedef struct _STORAGE_INFO {
+    int nStorageSeq;
+    int nOrderSeq;
+    char szItemID[21];
+    char szItemName[41];
+    unsigned char bBonus;
+    char szSenderUserID[23]; /* the user id, or the number if the id is empty */
+    char szUserID[23];       /* the owner; the user id, or the number if the id is empty */
+    char szServerID[21];
+    char szCharacterID[21];
+    char szGiftMessage[201];
+    int nCount;
+    int nRemainCount;
+    char szValidTerm[15];
+    int nPossibleLevel; /* usable from this level */
+    int nUseCount;
+    int nPeriod;
+    char szOptionCode[101];
+    char szOptionValue[101];
+    char szUseStartDate[15];
+    char szValidDate[15];
+    char szBuyDate[15];
+    char szSetName[41];
+    char szListImageUrl[101];
+    char szIconImageUrl[101];
+    char szDirection[201];
+    unsigned char bRead; /* has been read */
+    unsigned char bNew;
+} _STORAGE_INFO;
+
+/* An item of a character's inventory. */
+typedef struct _INVENTORY_ITEM_INFO {
+    char szItemID[21];
+    int nCount;
+    int nUseCount;
+    int nPeriod;
+    int nPossibleLevel; /* usable from this level */
+    char szValidTerm[15];
+    char cUseStatus; /* one character; always 0 in an item to be saved */
+    char szOptionCode[101];
+    char szOptionValue[101];
+} _INVENTORY_ITEM_INFO;
+
+typedef struct _CHARACTER_INFO {
+    char szUserID[23]; /* the user's key: id or number, as USE_USER_NUMBER decides */
+    char szServerID[21];
+    char szCharacterID[21];
+    int nCharacterValue; /* between the game and the service, passed on unread */
+} _CHARACTER_INFO;
+
+typedef struct _USE_COUPON_INFO {
+    char szCouponUseID[21];
+    char szCouponCode[21];
+} _USE_COUPON_INFO;
+
+typedef struct _USE_OPTION_INFO {
+    char szOptionCode[21];
+    char szOptionValue[21];
+} _USE_OPTION_INFO;
+
+typedef struct _USE_STORAGE_INFO {
+    int nStorageSeq;
+    int nOrderSeq;
+    char szItemID[21];
+} _USE_STORAGE_INFO;
+
+typedef struct _CONFIRM_USE_STORAGE_INFO {
+    int nStorageSeq;
+} _CONFIRM_USE_STORAGE_INFO;
+
+/* ---- result lists --------------------------------------------------------------------------------- */
+/*
+ * The usual order for a list that an answer brings: GetDataSize, the Get function of its records for each
+ * index from 0, DestroyHandle. For a list that a request takes: a GetHandleFor function, its Set function
+ * for each record, the request, DestroyHandle. In callbacks the handle is in the record that comes, and it
+ * is not the game's to destroy or to keep.
+ *
+ * None of these consults whether the library is initialised, blocks, or writes to the log. Each failure
+ * copies at most errorSize - 1 bytes of its text into errorText and ends it with a NUL; on success the
+ * buffer is left alone. Nothing is written with a null errorText or an errorSize of 0.
+ *
+ * A handle whose list is gone (UninitModule has emptied the tables) is an unknown one: it reads as "There
+ * is no data.", "Failed to find a data node for getting data." or "... for setting data.". A handle that
+ * has been destroyed, or a pointer that never was a handle, is the caller's fault and cannot be
+ * recognised: its use is undefined, as with any freed memory.
+ */
+
+/* The number of records; 0 with "Data handle is NULL." for a null handle and "There is no data." for an
+ * unknown or an empty one. */
+VELKAR_API size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, size_t errorSize);
+
+/* Frees the list and its handle. Null does nothing. Call it once for each handle, also for those that
+ * UninitModule has emptied. */
+VELKAR_API void DestroyHandle(_DATA_HANDLE* handle);
+
+/* The Get functions copy the record at index, counted from 0, and return true; on false the record is left
+ * as it was. They refuse a null handle or record, a handle of another kind of list ("Data handle type
+ * doesn't refer to ..."), an unknown handle, and an index at or past the size ("The index number is not
+ * valid."). Reading allocates nothing. */
+VELKAR_API bool GetBillingData(const _DATA_HANDLE* handle, size_t index, _BILL_INFO* record, char* errorText,
+                               size_t errorSize);
+VELKAR_API bool GetMenuData(const _DATA_HANDLE* handle, size_t index, _MENU_INFO* record, char* errorText,
+                            size_t errorSize);
+VELKAR_API bool GetProductData(const _DATA_HANDLE* handle, size_t index, _PROD_LIST_INFO* record, char* errorText,
+                               size_t errorSize);
+VELKAR_API bool GetChildProductData(const _DATA_HANDLE* handle, size_t index, _CHILDPROD_INFO* record,
+                                    char* errorText, size_t errorSize);
+VELKAR_API bool GetConditionData(const _DATA_HANDLE* handle, size_t index, _CONDITION_INFO* record, char* errorText,
+                                 size_t errorSize);
+VELKAR_API bool GetOptionData(const _DATA_HANDLE* handle, size_t index, _OPTION_INFO* record, char* errorText,
+                              size_t errorSize);
+VELKAR_API bool GetDiscountData(const _DATA_HANDLE* handle, size_t index, _DISCOUNT_INFO* record, char* errorText,
+                                size_t errorSize);
+VELKAR_API bool GetTagData(const _DATA_HANDLE* handle, size_t index, _TAG_INFO* record, char* errorText,
+                           size_t errorSize);
+VELKAR_API bool GetCouponData(const _DATA_HANDLE* handle, size_t index, _COUPON_INFO* record, char* errorText,
+                              size_t errorSize);
+VELKAR_API bool GetSpecialProductData(const _DATA_HANDLE* handle, size_t index, _SPECIAL_PRODUCT_LIST_INFO* record,
+                                      char* errorText, size_t errorSize);
+VELKAR_API bool GetSpecialProductDetailData(const _DATA_HANDLE* handle, size_t index, _SPECIAL_PRODUCT_INFO* record,
+                                            char* errorText, size_t errorSize);
+VELKAR_API bool GetStorageItemData(const _DATA_HANDLE* handle, size_t index, _STORAGE_INFO* record, char* errorText,
+                                   size_t errorSize);
+/* For the list of pfnSaveInventory. */
+VELKAR_API bool GetSaveItemData(const _DATA_HANDLE* handle, size_t index, _INVENTORY_ITEM_INFO* record,
+                                char* errorText, size_t errorSize);
+
+/* The GetHandleFor functions make an empty list for a request and return its handle, which is the caller's
+ * to destroy. Null on failure; without a text if memory has run out. */
+VELKAR_API _DATA_HANDLE* GetHandleForUseCouponInfo(char* errorText, size_t errorSize);
+VELKAR_API _DATA_HANDLE* GetHandleForUseOptionInfo(char* errorText, size_t errorSize);
+VELKAR_API _DATA_HANDLE* GetHandleForUseStorageItemInfo(char* errorText, size_t errorSize);
+VELKAR_API _DATA_HANDLE* GetHandleForConfirmUseStorageItemInfo(char* errorText, size_t errorSize);
+VELKAR_API _DATA_HANDLE* GetHandleForCancelUseStorageItemInfo(char* errorText, size_t errorSize);
+
+/* The Set functions append a copy of the record and return true. They refuse a null handle, a handle of
+ * another kind of list, an unknown one, and a null record ("Data record is NULL.", possible from C only). */
+VELKAR_API bool SetInventoryItemData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_INVENTORY_ITEM_INFO) record,
+                                     char* errorText, size_t errorSize); /* list of pfnQueryInventory */
+VELKAR_API bool SetCharacterData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_CHARACTER_INFO) record,
+                                 char* errorText, size_t errorSize); /* list of pfnQueryCharacter */
+VELKAR_API bool SetUseCouponData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_COUPON_INFO) record,
+                                 char* errorText, size_t errorSize);
+VELKAR_API bool SetUseOptionData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_OPTION_INFO) record,
+                                 char* errorText, size_t errorSize);
+VELKAR_API bool SetUseStorageItemData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_STORAGE_INFO) record,
+                                      char* errorText, size_t errorSize);
+VELKAR_API bool SetConfirmUseStorageItemData(const _DATA_HANDLE* handle, int nStorageSeq, char* errorText,
+                                             size_t errorSize);
+VELKAR_API bool SetCancelUseStorageItemData(const _DATA_HANDLE* handle, int nStorageSeq, char* errorText,
+                                            size_t errorSize);
 
 #ifdef __cplusplus
 }

@@ -3,6 +3,15 @@
 
 #include <string>
 
+#include "platform/Host.h"
+
+// What the charge scan does with a user.
+enum class ChargeState {
+    Expired = -1,  // the term has ended
+    Nothing = 0,
+    Charge = 1,
+};
+
 class CUserInfo {
 public:
     CUserInfo() = default;
@@ -25,6 +34,14 @@ public:
     int GetBillingID() const { return m_nBillingID; }
     char GetFree() const { return m_cFree; }
     bool IsFirst() const { return m_bFirst; }
+
+    // By billing id: 1 is a fixed term, 2 a running charge, 3 both; any other id has neither.
+    ChargeState GetChargeState(const Host::LocalTime& now) const;
+    ChargeState GetChargeState() const { return GetChargeState(Host::GetLocalTime()); }
+    // Whether the end date's second is over. Digits that are missing count as 0, so that an empty date has
+    // passed.
+    bool IsEndDatePassed(const Host::LocalTime& now) const;
+    bool IsEndDatePassed() const { return IsEndDatePassed(Host::GetLocalTime()); }
 
     void SetKey(const std::string& str) { m_strKey = str; }
     void SetUserIP(const std::string& str) { m_strUserIP = str; }

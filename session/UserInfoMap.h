@@ -4,7 +4,9 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "connector/VelkarConnector.h"
 #include "platform/KernovaXtl.h"
 #include "session/UserInfo.h"
 #include "wirova/messages/SessionMessages.h"
@@ -39,9 +41,20 @@ public:
 
     // One record for each user, in ascending order of the key. False for an empty map or when memory
     // has run out; what was appended stays.
+    // One pass over all users for the charge of one product, with the active links locked by the caller.
+    // Users of any product whose term has ended are checked out at the service, told to the game and removed;
+    // the users of this product that are to be charged are appended, and are not first any more. Returns how
+    // many were appended; 0, with nobody told or removed, when memory has run out. The game is called without
+    // the map's lock.
+    int ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId);
+
     bool GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list);
 
 private:
+    // Charges one user or checks the user out; what the game has to be told goes into vecNotiInfos.
+    static void ScanUser(CUserInfo& info, ChargeState state, int nProductId,
+                         Wirova::RecordVector<XChargeInfo>& list, std::vector<_BILLING_NOTI_INFO>& vecNotiInfos);
+
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
     std::map<std::string, std::unique_ptr<CUserInfo>> m_mapUsers GUARDED_BY(m_lock);
 };

@@ -9,5 +9,9 @@ void CallFromC(const _USER_REQ* pReq, _CHECKIN_RES* pRes, bool* pStarted)
     char szError[1025];
     *pStarted = InitModule(&id, &callbacks, szError, (int)sizeof(szError));
     Checkin(pReq, pRes);
+    _USE_COUPON_INFO coupon = {{0}, {0}};
+    _DATA_HANDLE* pHandle = GetHandleForUseCouponInfo(szError, sizeof(szError));
+    *pStarted = *pStarted && SetUseCouponData(pHandle, &coupon, szError, sizeof(szError));
+    DestroyHandle(pHandle);
     UninitModule();
 }

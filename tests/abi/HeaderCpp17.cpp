@@ -8,5 +8,6 @@ _RESULT_RES CallFromCpp17(const _USER_REQ& req)
 {
     _RESULT_RES res{};
     Checkout(&req, &res);
+    res.bSuccess = SetCharacterData(nullptr, _CHARACTER_INFO{}, res.szError, sizeof(res.szError));
     return res;
 }

@@ -1,0 +1,68 @@
+#include "datapool/DataPool.h"
+
+#include <utility>
+
+using Kernova::XTL::ScopedLock;
+using Kernova::XTL::Singleton;
+
+bool CDataPool::Insert(std::uint32_t nHandleID, Node pNode)
+{
+    if (pNode == nullptr)
+        return false;
+    const ScopedLock lock(m_lock);
+    return m_mapNodes.try_emplace(nHandleID, std::move(pNode)).second;
+}
+
+bool CDataPool::Erase(std::uint32_t nHandleID)
+{
+    Node pErased;  // a long list is freed after the lock has gone
+    const ScopedLock lock(m_lock);
+    const auto it = m_mapNodes.find(nHandleID);
+    if (it == m_mapNodes.end())
+        return false;
+    pErased = std::move(it->second);
+    m_mapNodes.erase(it);
+    return true;
+}
+
+CDataPool::Node CDataPool::Find(std::uint32_t nHandleID)
+{
+    const ScopedLock lock(m_lock);
+    const auto it = m_mapNodes.find(nHandleID);
+    return it == m_mapNodes.end() ? nullptr : it->second;
+}
+
+std::size_t CDataPool::GetDataSizeOf(std::uint32_t nHandleID)
+{
+    const Node pNode = Find(nHandleID);
+    return pNode == nullptr ? 0 : pNode->GetSize();
+}
+
+void CDataPool::Clear()
+{
+    std::map<std::uint32_t, Node> mapCleared;
+    const ScopedLock lock(m_lock);
+    m_mapNodes.swap(mapCleared);
+}
+
+std::size_t CDataPool::GetCount()
+{
+    const ScopedLock lock(m_lock);
+    return m_mapNodes.size();
+}
+
+CDataAutoDestroyer::~CDataAutoDestroyer()
+{
+    if (!m_bArmed || m_pHandle == nullptr)
+        return;
+    try {
+        Singleton<CDataPool>::Instance().Erase(m_pHandle->nHandleID);
+    } catch (...) {  // no pool any more, so it is not in it
+    }
+    delete m_pHandle;
+}
+
+bool CDataAutoDestroyer::InsertNode()
+{
+    return Singleton<CDataPool>::Instance().Insert(m_pHandle->nHandleID, m_pNode);
+}

@@ -1,0 +1,106 @@
+// The handles of result lists and what stands behind them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <new>
+
+#include "comm/ReqIdGenerator.h"
+#include "connector/VelkarConnector.h"
+#include "datapool/DataNode.h"
+#include "platform/KernovaXtl.h"
+
+// What the game holds. On the heap, alone; its list is in the pool, or nowhere any more.
+struct _DATA_HANDLE {
+    explicit _DATA_HANDLE(std::uint32_t nTag)
+        : nHandleID(Kernova::XTL::Singleton<CReqIdGenerator>::Instance().NextHandleID()), nType(nTag)
+    {
+    }
+    std::uint32_t nHandleID;  // key in the pool
+    std::uint32_t nType;      // a DataTag
+};
+
+// What a handle's list consists of and where it comes from. The numbers are fixed.
+namespace DataTag {
+inline constexpr std::uint32_t kCheckinBilling = 0;
+inline constexpr std::uint32_t kQueryBilling = 4;
+inline constexpr std::uint32_t kMenu = 7;
+inline constexpr std::uint32_t kProductList = 8;
+inline constexpr std::uint32_t kChildProduct = 9;
+inline constexpr std::uint32_t kCondition = 10;
+inline constexpr std::uint32_t kOption = 11;
+inline constexpr std::uint32_t kDiscount = 12;
+inline constexpr std::uint32_t kTag = 13;
+inline constexpr std::uint32_t kCoupon = 14;
+inline constexpr std::uint32_t kSpecialProductList = 15;
+inline constexpr std::uint32_t kSpecialProduct = 16;
+inline constexpr std::uint32_t kStorage = 17;
+inline constexpr std::uint32_t kUseStorage = 18;
+inline constexpr std::uint32_t kConfirmUseStorage = 19;
+inline constexpr std::uint32_t kCancelUseStorage = 20;
+inline constexpr std::uint32_t kUseCoupon = 21;
+inline constexpr std::uint32_t kUseOption = 22;
+inline constexpr std::uint32_t kInventory = 26;      // filled by pfnQueryInventory
+inline constexpr std::uint32_t kSaveInventory = 27;  // read by pfnSaveInventory
+inline constexpr std::uint32_t kCharacter = 28;      // filled by pfnQueryCharacter
+}  // namespace DataTag
+
+// Any thread. The lock covers the map alone and is a leaf. A node that has been found lives as long as its
+// finder keeps it, also when the pool is emptied meanwhile.
+class CDataPool {
+public:
+    using Node = std::shared_ptr<CDataBaseNode>;
+
+    bool Insert(std::uint32_t nHandleID, Node pNode);  // false for a null node or an id that is there
+    bool Erase(std::uint32_t nHandleID);
+    Node Find(std::uint32_t nHandleID);  // null if there is none
+    // Null also for a list of other records.
+    template <class T>
+    std::shared_ptr<CDataNode<T>> FindListOf(std::uint32_t nHandleID)
+    {
+        return std::dynamic_pointer_cast<CDataNode<T>>(Find(nHandleID));
+    }
+    std::size_t GetDataSizeOf(std::uint32_t nHandleID);
+    void Clear();
+    std::size_t GetCount();
+
+private:
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    std::map<std::uint32_t, Node> m_mapNodes GUARDED_BY(m_lock);
+};
+
+// The handle and the list that a handler or an export is making: taken out of the pool and freed at the end
+// of the scope, unless they have been handed on.
+class CDataAutoDestroyer {
+public:
+    CDataAutoDestroyer() = default;
+    ~CDataAutoDestroyer();
+    CDataAutoDestroyer(const CDataAutoDestroyer&) = delete;
+    CDataAutoDestroyer& operator=(const CDataAutoDestroyer&) = delete;
+
+    void SetHandle(_DATA_HANDLE* pHandle) { m_pHandle = pHandle; }
+    void SetNode(CDataPool::Node pNode) { m_pNode = std::move(pNode); }
+    void Disarm() { m_bArmed = false; }
+
+    // Makes both; null when memory has run out.
+    template <class T>
+    CDataNode<T>* Make(std::uint32_t nTag)
+    try {
+        SetHandle(new _DATA_HANDLE(nTag));
+        auto pNode = std::make_shared<CDataNode<T>>();
+        SetNode(pNode);
+        return pNode.get();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    // Files the list in the pool under the handle's id. False if that fails.
+    bool InsertNode();
+    _DATA_HANDLE* GetHandle() const { return m_pHandle; }
+
+private:
+    _DATA_HANDLE* m_pHandle = nullptr;
+    CDataPool::Node m_pNode;
+    bool m_bArmed = true;
+};

@@ -1,0 +1,255 @@
+// The calls that bring a list of billings, and the moves between game servers.
+#include "datapool/DataPool.h"
+#include "session/FailedCheckOutVector.h"
+#include "session/UserInfoMap.h"
+#include "tests/fakeplatform/LogicTest.h"
+
+namespace {
+
+using Kernova::XTL::Singleton;
+
+class BillingCallsTest : public LogicTest {
+protected:
+    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
+    static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+    static _USER_MOVE_INFO MoveInfo()
+    {
+        _USER_MOVE_INFO info{};
+        info.nBillType = 3;
+        info.nProductID = 9;
+        info.nSeqNo = 77;
+        info.bFree = 'Y';
+        std::memset(info.szCRMCode, 'c', sizeof(info.szCRMCode));  // no NUL: read to its end
+        Put(info.szEndDate, "20300102030405");
+        return info;
+    }
+    _RESULT_RES MoveFrom(const char* pszUser, const _USER_MOVE_INFO& info)
+    {
+        const _USER_REQ req = Game().User(pszUser);
+        _RESULT_RES res;
+        std::memset(&res, 0x5A, sizeof(res));
+        UserMoveFrom(&req, &info, &res);
+        return res;
+    }
+};
+
+// Both answers look alike to the game; where the ids come from differs.
+TEST_F(BillingCallsTest, ListsOfOtherBillings)
+{
+    Game().settings.products = {{7, "Gold", 3}, {8, "Silver", 1}};
+    ASSERT_TRUE(Game().Start());
+    const auto answer = [](const auto&, auto& ans) {
+        ans.nBillType = 44;
+        ans.nResult = 90006;
+        ans.strErrorMsg = "fine";
+        for (int n = 0; n < 2; ++n) {
+            auto& other = ans.vecOtherBilling.Add();
+            other.nBillType = 5;
+            other.nProductID = 8 + n;  // the second one is not configured
+            other.nRemainMinutes = 0x1234567890;
+            other.strCRMCode = "0123456789ABCDEFG";
+            other.strEndDate = "20300102030405";
+        }
+    };
+    Service().On<XC2S_CheckInExReq>(answer);
+    Service().On<XC2S_QueryBillingInfoExReq>(answer);
+    for (const bool bCheckin : {true, false}) {
+        const auto res = Game().Call(bCheckin ? &CheckinEx : &QueryBillingInfoEx, Game().User("abc"));
+        EXPECT_EQ(res.nResult, 0);
+        EXPECT_EQ(res.bExtra, 1);
+        EXPECT_EQ(res.nBillingID, bCheckin ? 3 : 44);
+        EXPECT_STREQ(res.szError, "fine");
+        EXPECT_EQ(IsIn("abc"), bCheckin);
+        char szError[64];
+        ASSERT_EQ(GetDataSize(res.hBillingData, szError, sizeof(szError)), 2u);
+        _BILL_INFO info;
+        ASSERT_TRUE(GetBillingData(res.hBillingData, 0, &info, szError, sizeof(szError)));
+        EXPECT_EQ(info.nBillingID, 1);
+        EXPECT_EQ(info.nProductID, 8);
+        EXPECT_EQ(info.nRemainMinutes, 0x1234567890);
+        EXPECT_STREQ(info.szCRMCode, "0123456789ABCDE");
+        ASSERT_TRUE(GetBillingData(res.hBillingData, 1, &info, szError, sizeof(szError)));
+        EXPECT_EQ(info.nBillingID, 0);
+        DestroyHandle(res.hBillingData);
+        EXPECT_EQ(Lists(), 0u);
+        Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+    }
+}
+
+TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    for (const auto pfnCall : {&CheckinEx, &QueryBillingInfoEx}) {
+        const auto refuse = [](const auto&, auto& ans) {
+            ans.nResult = 30006;
+            ans.strErrorMsg = "no";
+            ans.vecOtherBilling.Add();
+        };
+        Service().On<XC2S_CheckInExReq>(refuse);
+        Service().On<XC2S_QueryBillingInfoExReq>(refuse);
+        auto res = Game().Call(pfnCall, Game().User("abc"));
+        EXPECT_EQ(res.nResult, -1);
+        EXPECT_EQ(res.bExtra, 1);
+        EXPECT_EQ(res.hBillingData, nullptr);
+        EXPECT_STREQ(res.szError, "no");
+        Service().SayNothing();
+        res = Game().Call(pfnCall, Game().User("abc"));
+        EXPECT_EQ(res.nResult, -1);
+        EXPECT_EQ(res.hBillingData, nullptr);
+        EXPECT_EQ(std::string(res.szError), pfnCall == &CheckinEx
+                                                ? "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout."
+                                                : "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.");
+    }
+    EXPECT_FALSE(IsIn("abc"));
+    EXPECT_EQ(Lists(), 0u);
+}
+
+TEST_F(BillingCallsTest, ALateListLeavesNothingAndALateUserIsUndone)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    Game().Call(&CheckinEx, Game().User("abc"));
+    Game().Call(&QueryBillingInfoEx, Game().User("abc"));
+    Service().Reply(*Service().Expect<XC2S_QueryBillingInfoExReq>(), [](auto& ans) { ans.vecOtherBilling.Add(); });
+    Service().Reply(*Service().Expect<XC2S_CheckInExReq>(), [](auto& ans) { ans.vecOtherBilling.Add(); });
+    EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->nReqID, -1);
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "A'XC2S_CheckOutReq' msg is sent for checkinex timeout."));
+    Service().ExpectNothing();
+    Game().Stop();  // the handler is done then
+    EXPECT_EQ(Lists(), 0u);
+    EXPECT_FALSE(IsIn("abc"));
+}
+
+// An answer that comes before its caller waits is lost to the caller, and its list must be lost to nobody.
+TEST_F(BillingCallsTest, AnOvertakenListIsNotLeftInThePool)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    SendReturnsLate(true);
+    Service().On<XC2S_QueryBillingInfoExReq>([](const auto&, auto& ans) { ans.vecOtherBilling.Add(); });
+    const auto res = Game().Call(&QueryBillingInfoEx, Game().User("abc"));
+    EXPECT_EQ(res.nResult, -1);
+    EXPECT_EQ(res.hBillingData, nullptr);
+    EXPECT_EQ(Lists(), 0u);
+}
+
+TEST_F(BillingCallsTest, ABillingQueryChangesNobody)
+{
+    Game().settings.products = {{7, "Gold", 3}};
+    ASSERT_TRUE(Game().Start());
+    Service().On<XC2S_QueryBillingInfoReq>([](const auto&, auto& ans) {
+        ans.nBillType = 2;
+        ans.bPCCafe = true;
+        ans.nRemainMinutes = 0x100000005;
+    });
+    const auto res = Game().Call(&QueryBillingInfo, Game().User("abc"));
+    EXPECT_EQ(res.nResult, 0);
+    EXPECT_EQ(res.nBillingID, 2);  // as it came
+    EXPECT_EQ(res.bPCCafe, 1);
+    EXPECT_EQ(res.nRemainMinutes, 5);
+    EXPECT_FALSE(IsIn("abc"));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Debug, "\r\n\tRemain Minutes: 4294967301\r\n\tPC Cafe: Y\r\n\tCRM Code: CRM"));
+}
+
+TEST_F(BillingCallsTest, AUserMovesAway)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    _USER_MOVE_INFO info;
+    std::memset(&info, 0x5A, sizeof(info));
+    const _USER_MOVE_INFO untouched = info;
+    EXPECT_FALSE(GetBillingInfoForUserMove("abc", &info));
+    EXPECT_EQ(std::memcmp(&info, &untouched, sizeof(info)), 0);
+    EXPECT_FALSE(GetBillingInfoForUserMove(nullptr, &info));
+    EXPECT_FALSE(GetBillingInfoForUserMove("abc", nullptr));
+
+    Game().Checkin("abc");
+    ASSERT_TRUE(GetBillingInfoForUserMove("abc", &info));
+    EXPECT_EQ(info.nBillType, 2);
+    EXPECT_EQ(info.nProductID, kProductID);
+    EXPECT_EQ(info.nSeqNo, 1);
+    EXPECT_EQ(info.bFirst, 1);
+    EXPECT_EQ(info.bFree, 'N');
+    EXPECT_STREQ(info.szCRMCode, "CRM");
+    EXPECT_STREQ(info.szEndDate, "20991231235959");
+    Service().Forget();
+    EXPECT_EQ(Game().Call(&UserMoveTo, Game().User("abc", "1.2.3.4")).bSuccess, 1);
+    EXPECT_EQ(Service().Expect<XC2S_UserMoveToReq>()->strUserIP, "1.2.3.4");
+    EXPECT_FALSE(IsIn("abc"));
+    EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError, "This user is not checkined.");
+
+    Game().Checkin("abc");
+    Fail(Op::LinkSend);
+    EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError, "Failed to send a 'XC2S_UserMoveToReq' msg.");
+    EXPECT_FALSE(IsIn("abc"));
+    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+}
+
+TEST_F(BillingCallsTest, AUserArrives)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    EXPECT_EQ(MoveFrom("abc", MoveInfo()).bSuccess, 1);
+    CUserInfo info;
+    ASSERT_TRUE(Singleton<CUserInfoMap>::Instance().FindUserInfo("abc", info));
+    EXPECT_EQ(info.GetSeqNo(), "77");
+    EXPECT_EQ(info.GetBillingID(), 3);
+    EXPECT_EQ(info.GetCRMCode(), std::string(16, 'c'));
+    EXPECT_EQ(info.GetFree(), 'Y');
+    EXPECT_FALSE(info.IsFirst());
+    _USER_MOVE_INFO again{};
+    GetBillingInfoForUserMove("abc", &again);
+    EXPECT_STREQ(again.szCRMCode, std::string(15, 'c').c_str());
+
+    _USER_MOVE_INFO withoutNumber = MoveInfo();
+    withoutNumber.nSeqNo = 0;
+    MoveFrom("def", withoutNumber);
+    GetBillingInfoForUserMove("def", &again);
+    EXPECT_EQ(again.nSeqNo, 0);
+    Service().Forget();
+    Game().Checkout("def");
+    EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->strSeqNo, "");
+}
+
+TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
+{
+    SetSecond(std::chrono::milliseconds(100));
+    ASSERT_TRUE(Game().Start());
+    Service().On<XC2S_UserMoveFromReq>([](const auto&, auto& ans) { ans.bSuccess = false, ans.strErrorMsg = "no"; });
+    EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "no");
+    Service().SayNothing();
+    EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
+                 "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.");
+    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
+    Fail(Op::LinkSend);
+    EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "Failed to send a 'XC2S_UserMoveFromReq' msg.");
+    EXPECT_FALSE(IsIn("abc"));
+    Wirova::RecordVector<XCheckOutInfo> list;
+    ASSERT_TRUE(Singleton<CFailedCheckOutVector>::Instance().GetFailedCheckOutList(list));
+    EXPECT_EQ(list[0]->strSeqNo, "77");
+
+    const _USER_REQ req = Game().User("abc");
+    _RESULT_RES res{};
+    UserMoveFrom(&req, nullptr, &res);
+    EXPECT_STREQ(res.szError, "Request or response or billinfo arg is NULL.");
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
+                                "[Velkar Connector] UserMoveFrom request or response or billingo arg is NULL."));
+}
+
+TEST_F(BillingCallsTest, NamesStayGood)
+{
+    Game().settings.products = {{7, "Gold", 2}};
+    Game().settings.events = {"BILLING_EXPIRE", "WARNING"};
+    ASSERT_TRUE(Game().Start());
+    const char* const pszProduct = GetBillingName(7);
+    const char* const pszEvent = GetEventName(1);
+    EXPECT_STREQ(GetBillingName(8), "");
+    EXPECT_STREQ(GetEventName(-1), "");
+    Game().Stop();
+    EXPECT_STREQ(GetBillingName(7), "");
+    EXPECT_STREQ(pszProduct, "Gold");
+    EXPECT_STREQ(pszEvent, "WARNING");
+}
+
+}  // namespace

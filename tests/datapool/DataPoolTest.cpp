@@ -1,0 +1,98 @@
+#include "datapool/DataPool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <limits>
+#include <thread>
+
+namespace {
+
+using Kernova::XTL::Singleton;
+using Tags = CDataNode<_TAG_INFO>;
+
+TEST(DataPool, KeepsTheFirstNodeOfAnId)
+{
+    CDataPool pool;
+    const auto pFirst = std::make_shared<Tags>();
+    pFirst->Add({"first"});
+    EXPECT_TRUE(pool.Insert(1, pFirst));
+    EXPECT_FALSE(pool.Insert(1, std::make_shared<Tags>()));
+    EXPECT_FALSE(pool.Insert(2, nullptr));
+    EXPECT_EQ(pool.GetDataSizeOf(1), 1u);
+    EXPECT_EQ(pool.GetDataSizeOf(2), 0u);
+    EXPECT_EQ(pool.FindListOf<_COUPON_INFO>(1), nullptr);  // a list of other records
+    EXPECT_TRUE(pool.Erase(1));
+    EXPECT_FALSE(pool.Erase(1));
+}
+
+// What the game holds when the library is stopped must not be pulled from under its reader.
+TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
+{
+    CDataPool pool;
+    for (std::uint32_t n = 0; n < 200; ++n) {
+        auto pNode = std::make_shared<Tags>();
+        for (int i = 0; i < 100; ++i)
+            pNode->Add({"0123456789"});
+        pool.Insert(n, pNode);
+    }
+    std::atomic<bool> bReading{false};
+    std::thread reader([&] {
+        for (std::uint32_t n = 0; n < 200; ++n) {
+            const auto pNode = pool.FindListOf<_TAG_INFO>(n);
+            bReading = true;
+            _TAG_INFO tag{};
+            if (pNode != nullptr && pNode->Get(tag, 99)) {
+                EXPECT_STREQ(tag.szTag, "0123456789");
+            }
+        }
+    });
+    while (!bReading)
+        std::this_thread::yield();
+    pool.Clear();
+    reader.join();
+    EXPECT_EQ(pool.GetCount(), 0u);
+}
+
+TEST(DataPool, HandleIdsWrapToOneAndNeverToZero)
+{
+    auto& ids = Singleton<CReqIdGenerator>::Instance();
+    ids.SetLastHandleId(0xFFFFFFFE);
+    EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 0xFFFFFFFFu);
+    EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 1u);
+}
+
+// Leaks are the sanitizer's to find.
+TEST(DataAutoDestroyer, FreesWhatHasNotBeenHandedOn)
+{
+    auto& pool = Singleton<CDataPool>::Instance();
+    const std::size_t nBefore = pool.GetCount();
+    {
+        CDataAutoDestroyer neverInserted;
+        neverInserted.Make<_TAG_INFO>(DataTag::kTag)->Add({"x"});
+    }
+    {
+        CDataAutoDestroyer inserted;
+        inserted.Make<_TAG_INFO>(DataTag::kTag);
+        EXPECT_TRUE(inserted.InsertNode());
+        EXPECT_EQ(pool.GetCount(), nBefore + 1);
+    }
+    {
+        CDataAutoDestroyer nodeAlone;
+        nodeAlone.SetNode(std::make_shared<Tags>());
+    }
+    EXPECT_EQ(pool.GetCount(), nBefore);
+    _DATA_HANDLE* pHandedOn = nullptr;
+    {
+        CDataAutoDestroyer handedOn;
+        handedOn.Make<_TAG_INFO>(DataTag::kTag);
+        handedOn.InsertNode();
+        handedOn.Disarm();
+        pHandedOn = handedOn.GetHandle();
+    }
+    EXPECT_EQ(pool.GetCount(), nBefore + 1);
+    DestroyHandle(pHandedOn);
+    EXPECT_EQ(pool.GetCount(), nBefore);
+}
+
+}  // namespace
