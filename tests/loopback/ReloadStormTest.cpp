@@ -1,0 +1,78 @@
+// A settings file that is saved, spoilt, emptied, deleted and restored all the time, while the game plays on.
+#include <cstdio>
+#include <fstream>
+#include <thread>
+
+#include "platform/Host.h"
+#include "tests/support/LoopbackTest.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string SettingsPath() { return Host::GetExecutableDirectory() + Host::GetPathSeparator() + kSettingsFile; }
+
+// In place, as an editor does: truncated first, written second.
+void Save(const std::string& strText) { std::ofstream(SettingsPath(), std::ios::binary | std::ios::trunc) << strText; }
+
+// Over the old one in one step. Where a reader keeps the old file open the system may refuse.
+void Replace(const GameServer& game)
+{
+    try {
+        game.WriteSettings();
+    } catch (const std::exception&) {
+    }
+}
+
+void Spoil(int n, const GameServer& game)
+{
+    const std::string strGood = game.settings.Text();
+    switch (n % 6) {
+        case 0: Save(strGood); break;
+        case 1: Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97)); break;
+        case 2: Save(""); break;
+        case 3: std::remove(SettingsPath().c_str()); break;
+        case 4: Replace(game); break;
+        default: Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<')); break;
+    }
+}
+
+TEST_F(LoopbackTest, SettingsSavedAHundredTimesASecond)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    std::atomic<bool> bEnough{false};
+    std::vector<std::future<void>> vecCallers;
+    for (int n = 0; n < 8; ++n) {
+        vecCallers.push_back(Game().Later([&, n] {
+            const std::string strUser = "user" + std::to_string(n);
+            while (!bEnough) {
+                Game().Checkin(strUser);
+                EXPECT_STREQ(GetBillingName(kProductID), "Gold");
+                _RESULT_RES res;
+                Charge(&res);
+                Game().Checkout(strUser);
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        }));
+    }
+    const auto begin = Clock::now();
+    for (int n = 0; n < 200; ++n) {
+        Spoil(n, Game());
+        std::this_thread::sleep_until(begin + std::chrono::milliseconds(10 * (n + 1)));
+    }
+    bEnough = true;
+    for (auto& caller : vecCallers)
+        caller.get();
+    // The file as it stands in the end is in force.
+    for (const int nProductID : {1001, 1002, 1003}) {
+        Game().settings.products.push_back({nProductID, "New", 2});
+        Save(Game().settings.Text());
+        const auto limit = Clock::now() + std::chrono::seconds(20);
+        while (std::string(GetBillingName(nProductID)).empty() && Clock::now() < limit)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_STREQ(GetBillingName(nProductID), "New");
+    }
+}
+
+}  // namespace
