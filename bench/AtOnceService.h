@@ -1,5 +1,6 @@
 // The fastest service there can be: it accepts one connection after the other and answers registrations,
-// checkins and checkouts as soon as their bytes have arrived, or a set time later. Nothing is remembered.
+// checkins and checkouts as soon as their bytes have arrived, or a set time later. Of what arrives it only
+// remembers how often, how much, and when the last one was there.
 #pragma once
 
 #include <asio.hpp>
@@ -7,9 +8,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "wirova/Frame.h"
 #include "wirova/messages/BaseMessages.h"
@@ -36,8 +39,34 @@ public:
 
     unsigned short Port() const { return m_acceptor.local_endpoint().port(); }
 
-private:
     using Clock = std::chrono::steady_clock;
+    struct Arrivals {
+        int nFrames = 0;
+        std::size_t nBytes = 0;
+        Clock::time_point last;  // when the newest one had arrived to its last byte
+    };
+    // Blocks until so many of that message have arrived since the last Forget.
+    template <class Message>
+    Arrivals WaitFor(int nFrames)
+    {
+        std::unique_lock lock(m_mutex);
+        m_arrived.wait(lock, [&] { return m_mapArrivals[Message::kMsgID].nFrames >= nFrames; });
+        return m_mapArrivals[Message::kMsgID];
+    }
+    void Forget()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_mapArrivals.clear();
+    }
+    void Drop()
+    {
+        const std::lock_guard lock(m_mutex);
+        asio::error_code ignored;
+        if (m_pSocket != nullptr)
+            m_pSocket->shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
+    }
+
+private:
 
     // Answers that are not due yet, and the thread that writes them when they are.
     class DelayedWriter {
@@ -98,18 +127,36 @@ private:
             if (m_bEnd || error)
                 return;
             socket.set_option(asio::ip::tcp::no_delay(true));
+            Use(&socket);
             Serve(socket);
+            Use(nullptr);
         }
+    }
+
+    void Use(asio::ip::tcp::socket* pSocket)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pSocket = pSocket;
+    }
+
+    void Note(Wirova::int32 nMsgID, std::size_t nBytes)
+    {
+        const std::lock_guard lock(m_mutex);
+        auto& arrivals = m_mapArrivals[nMsgID];
+        ++arrivals.nFrames;
+        arrivals.nBytes += nBytes;
+        arrivals.last = Clock::now();
+        m_arrived.notify_all();
     }
 
     void Serve(asio::ip::tcp::socket& socket)
     {
         DelayedWriter writer(socket);
         std::string strIn;
-        char szBuffer[65536];
+        std::vector<char> szBuffer(1 << 18);
         asio::error_code error;
         while (const std::size_t n = socket.read_some(asio::buffer(szBuffer), error)) {
-            strIn.append(szBuffer, n);
+            strIn.append(szBuffer.data(), n);
             const std::string strOut = AnswerAll(strIn);
             if (strOut.empty())
                 continue;
@@ -121,7 +168,7 @@ private:
     }
 
     // Takes whole frames off the front and returns the answers to them.
-    static std::string AnswerAll(std::string& strIn)
+    std::string AnswerAll(std::string& strIn)
     {
         std::string strOut;
         std::size_t nDone = 0;
@@ -133,6 +180,7 @@ private:
             const auto nLength = static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(length));
             if (strIn.size() - nDone - 4 < nLength)
                 break;
+            Note(Wirova::GetBigEndian<Wirova::int32>(id), nLength + 4);
             Strova::Write(pStream, strIn.data() + nDone + 4, static_cast<int>(nLength));
             Answer(pStream, Wirova::GetBigEndian<Wirova::int32>(id), strOut);
             Strova::RemoveLeft(pStream, Strova::GetLength(pStream));
@@ -177,6 +225,10 @@ private:
     }
 
     const std::chrono::microseconds m_delay;
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    std::map<Wirova::int32, Arrivals> m_mapArrivals;
+    asio::ip::tcp::socket* m_pSocket = nullptr;
     std::atomic<bool> m_bEnd{false};
     asio::io_context m_context;
     asio::ip::tcp::acceptor m_acceptor;

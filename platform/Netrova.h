@@ -37,7 +37,7 @@ bool UnlockReadStream(_THandle*);
 bool Close(_THandle*);
 
 // A link refuses further blocks while more than this is waiting to be written.
-inline constexpr std::size_t kMaxQueuedBytes = 16u << 20;
+inline constexpr std::size_t kMaxQueuedBytes = 32u << 20;
 }  // namespace Link
 
 // A locked view of a connector's live links.

@@ -4,6 +4,7 @@
 #include "comm/CommHandler.h"
 #include "comm/ResWaiter.h"
 #include "platform/KernovaXtl.h"
+#include "session/FailedCheckOutVector.h"
 
 namespace {
 
@@ -74,12 +75,18 @@ TEST_F(LoopbackTest, ACallerNeverWaitsForAPeerThatDoesNotRead)
     ASSERT_TRUE(Game().Start());
     Service().HoldReading(true);
     auto& comm = Kernova::XTL::Singleton<CCommHandler>::Instance();
-    _USER_SEND record{};
+    auto& failed = Kernova::XTL::Singleton<CFailedCheckOutVector>::Instance();
+    for (int n = 0; n < 1000; ++n) {
+        CUserInfo info;
+        info.SetKey("user" + std::to_string(n));
+        info.SetUserIP("10.0.0.1");
+        failed.AddFailedUser(info);
+    }
     const auto begin = std::chrono::steady_clock::now();
     bool bRefused = false;
-    // The queue takes some 16 MB beyond what the sockets hold; then a send is refused, not held up.
-    for (int i = 0; i < 2'000'000 && !bRefused; ++i)
-        bRefused = !comm.SendMessage<XC2S_CheckInReq>(record);
+    // The queue takes some 32 MB beyond what the sockets hold; then a send is refused, not held up.
+    for (int i = 0; i < 20'000 && !bRefused; ++i)
+        bRefused = !comm.SendMessage<XC2S_FailedCheckOutReq>();
     EXPECT_TRUE(bRefused);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(100));
     Service().HoldReading(false);
