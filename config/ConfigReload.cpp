@@ -1,9 +1,4 @@
 // The thread that loads the settings file again when it has changed.
-#include <sys/stat.h>
-
-#include <cstdlib>
-#include <ctime>
-
 #include "config/ConfigReader.h"
 #include "connector/Logger.h"
 #include "platform/Platova.h"
@@ -24,13 +19,6 @@ constexpr unsigned int kWatchAgain = 1000;
 int LastError()
 {
     return static_cast<int>(Platova::GetLastError());
-}
-
-// Whether the file has been written within the last seconds and so may be written again in the same tick.
-bool IsFresh(const std::string& strFileName)
-{
-    struct stat status = {};
-    return ::stat(strFileName.c_str(), &status) == 0 && std::abs(std::time(nullptr) - status.st_mtime) <= 2;
 }
 
 struct CloseChange {
@@ -85,7 +73,7 @@ bool CConfigReader::Open(const std::string& strTL2FileName)
         m_bStopRequested = false;
     }
     std::int64_t nTime = 0;
-    if (Host::GetLastWriteTime(strTL2FileName, nTime) && IsFresh(strTL2FileName))
+    if (Host::GetLastWriteTime(strTL2FileName, nTime) && Host::IsFreshlyWritten(strTL2FileName))
         Settle(strTL2FileName, nTime);
     m_nLastWriteTime.store(nTime);
     if (!LoadFile(true))

@@ -25,6 +25,13 @@ void Sleep(unsigned int milliseconds);
 // ---- files ----
 bool FileExists(const std::string& strPath);
 
+// False for directories, and for pipes and devices, whose opening could block for ever.
+bool IsRegularFile(const std::string& strPath);
+
+// Whether the file's last write lies less than two seconds from now, so that the next one may get the same
+// time. False if the file is not there.
+bool IsFreshlyWritten(const std::string& strPath);
+
 // The last write time in the finest unit that the system keeps; only equality means anything.
 // False if the file is not there; the code is in Platova::GetLastError.
 bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime);

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <chrono>
 #include <thread>
 
@@ -76,6 +77,18 @@ bool FileExists(const std::string& strPath)
 {
     struct stat status {};
     return GetStatus(strPath, status);
+}
+
+bool IsRegularFile(const std::string& strPath)
+{
+    struct stat status {};
+    return GetStatus(strPath, status) && S_ISREG(status.st_mode);
+}
+
+bool IsFreshlyWritten(const std::string& strPath)
+{
+    struct stat status {};
+    return GetStatus(strPath, status) && std::abs(std::time(nullptr) - status.st_mtim.tv_sec) <= 2;
 }
 
 bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 #include "platform/common/LastError.h"
 
 namespace Host {
@@ -50,6 +52,11 @@ HMODULE GetOwnModule(DWORD nFlags)
     return module;
 }
 
+std::int64_t NumberOf(const FILETIME& time)
+{
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime);
+}
+
 }  // namespace
 
 std::string GetExecutableDirectory()
@@ -95,14 +102,37 @@ bool FileExists(const std::string& strPath)
     return GetAttributes(strPath, attributes);
 }
 
+bool IsRegularFile(const std::string& strPath)
+{
+    WIN32_FILE_ATTRIBUTE_DATA attributes{};
+    if (!GetAttributes(strPath, attributes) || (attributes.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return false;
+    const HANDLE hFile = CreateFileA(strPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, 0, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE) {
+        StoreError();
+        return false;
+    }
+    const bool bOnDisk = GetFileType(hFile) == FILE_TYPE_DISK;
+    CloseHandle(hFile);
+    return bOnDisk;
+}
+
+bool IsFreshlyWritten(const std::string& strPath)
+{
+    constexpr std::int64_t kTwoSeconds = 20'000'000;  // in the unit of file times
+    std::int64_t nTime = 0;
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    return GetLastWriteTime(strPath, nTime) && std::abs(NumberOf(now) - nTime) <= kTwoSeconds;
+}
+
 bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
 {
     WIN32_FILE_ATTRIBUTE_DATA attributes{};
     if (!GetAttributes(strPath, attributes))
         return false;
-    nTime = static_cast<std::int64_t>(static_cast<std::uint64_t>(attributes.ftLastWriteTime.dwHighDateTime)
-                                          << 32 |
-                                      attributes.ftLastWriteTime.dwLowDateTime);
+    nTime = NumberOf(attributes.ftLastWriteTime);
     return true;
 }
 

@@ -205,6 +205,19 @@ bool FileExists(const std::string& strPath)
     return !MustFail(Op::FileExists) && fs::exists(strPath, failed);
 }
 
+bool IsRegularFile(const std::string& strPath)
+{
+    std::error_code failed;
+    return fs::is_regular_file(strPath, failed);
+}
+
+bool IsFreshlyWritten(const std::string& strPath)
+{
+    std::error_code failed;
+    const auto time = fs::last_write_time(strPath, failed);
+    return !failed && fs::file_time_type::clock::now() - time < std::chrono::seconds(2);
+}
+
 bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
 {
     if (MustFail(Op::LastWriteTime))

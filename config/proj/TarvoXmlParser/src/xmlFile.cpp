@@ -1,5 +1,4 @@
 // Files, the report of a bad one, and the static operations of XMLNode.
-#include <sys/stat.h>
 
 #include <atomic>
 #include <cstdio>
@@ -18,13 +17,6 @@ std::atomic<ReportSink> g_pfnSink{nullptr};
 struct CloseFile {
     void operator()(std::FILE* pFile) const { std::fclose(pFile); }
 };
-
-// Opening a pipe, or a device such as the console, could block for ever.
-bool IsRegularFile(const char* pszFileName)
-{
-    struct stat status = {};
-    return ::stat(pszFileName, &status) == 0 && S_ISREG(status.st_mode);
-}
 
 void Report(const std::string& strText, bool bMayShowDialog)
 {
@@ -58,7 +50,7 @@ XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const cha
 {
     strBytes.clear();
     pszDetail = "";
-    if (pszFileName == nullptr || !IsRegularFile(pszFileName))
+    if (pszFileName == nullptr || !Host::IsRegularFile(pszFileName))
         return eXMLErrorFileNotFound;
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(pszFileName, "rb"));
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0)
