@@ -2,12 +2,15 @@
 // message. A builder runs with the active link list locked.
 #pragma once
 
+#include "comm/SameNames.h"
 #include "comm/SendRecords.h"
 #include "connector/TextField.h"
 #include "session/UserKey.h"
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
+#include "wirova/messages/ShopMessages.h"
+#include "wirova/messages/StorageMessages.h"
 
 enum class Built {
     Ready = 1,    // the message goes out
@@ -16,6 +19,18 @@ enum class Built {
 };
 
 struct _CONNECTOR_ID;
+
+// The lists of a request; most have none.
+template <class M, class Record>
+Built PutLists(M&, const Record&)
+{
+    return Built::Ready;
+}
+Built PutLists(XC2S_RequestUseStorageReq& msg, const _STORAGE_USE_REQ& record);
+Built PutLists(XC2S_ConfirmUseStorageReq& msg, const _STORAGE_USE_REQ& record);
+Built PutLists(XC2S_CancelUseStorageReq& msg, const _STORAGE_USE_REQ& record);
+// Throws for an option handle without a coupon handle.
+Built PutLists(XC2S_PurchaseProductReq& msg, const _PURCHASE_REQ& record);
 
 // Five user requests have the same fields.
 template <class M>
@@ -35,6 +50,20 @@ Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record);
 Built Build(XC2S_FailedCheckOutReq& msg);
 Built Build(XC2S_UserListSyncReq& msg);
 Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id);
+
+// The shop's and the storage box's requests: the fields that message and record have in common, and the users by
+// USE_USER_NUMBER. Lists are read from the handles of the record; a handle without a list fails the send.
+template <class M, class Record>
+Built Build(M& msg, const RecordSend<Record>& send)
+{
+    msg.nReqID = send.nReqID;
+    CopySameNames(msg, send.record);
+    if constexpr (requires { send.record.szUserID; })
+        PutUserKey(msg, CutText(send.record.szUserID));
+    if constexpr (requires { send.record.szRecvUserID; })
+        PutKey(msg.strRecvUserID, msg.strRecvUserNo, CutText(send.record.szRecvUserID));
+    return PutLists(msg, send.record);
+}
 
 // All users of one product who are to be charged. Filling it checks users out whose term has ended, tells the
 // game, and marks who is in it as charged before, sent or not.

@@ -6,6 +6,8 @@
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
+#include "wirova/messages/ShopMessages.h"
+#include "wirova/messages/StorageMessages.h"
 
 bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg);
 
@@ -28,3 +30,20 @@ bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg);
 bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg);
 bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg);
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg);
+
+// ---- answers of the shop and the storage box ----
+bool OnQueryMenuListAns(const XS2C_QueryMenuListAns& msg);
+bool OnQueryProductListAns(const XS2C_QueryProductListAns& msg);
+bool OnQueryProductDetailInfoAns(const XS2C_QueryProductDetailAns& msg);
+bool OnQueryDiscountListAns(const XS2C_QueryDiscountAns& msg);
+bool OnSearchCouponAns(const XS2C_QueryCoupontAns& msg);
+bool OnQueryTagListAns(const XS2C_QueryTagAns& msg);
+bool OnSearchSpecialProductListAns(const XS2C_QuerySpecialProductListAns& msg);
+bool OnSearchSpecialProductInfoAns(const XS2C_QuerySpecialProductAns& msg);
+bool OnSearchStorageAns(const XS2C_SearchStorageAns& msg);
+bool OnReadStorageAns(const XS2C_ConfirmReadStorageAns& msg);
+bool OnUseStorageAns(const XC2S_RequestUseStorageAns& msg);
+bool OnConfirmUseStorageAns(const XS2C_ConfirmUseStorageAns& msg);
+bool OnCancelUseStorageAns(const XS2C_CancelUseStorageAns& msg);
+bool OnPurchaseProductAns(const XS2C_PurchaseProductAns& msg);
+bool OnQueryRuvCoinInfoAns(const XS2C_QueryRuvcoinAns& msg);

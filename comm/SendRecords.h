@@ -14,6 +14,13 @@ struct _USER_SEND {
     int nReqID;  // -1: nobody waits for the answer
 };
 
+// The requests of the shop and the storage box: the caller's record, each text ending in a NUL.
+template <class Record>
+struct RecordSend {
+    Record record;
+    int nReqID;
+};
+
 // A checkout that no caller of the game waits for.
 inline _USER_SEND UnaskedCheckout(std::string_view key)
 {

@@ -1,5 +1,6 @@
 // How the game's answers to the service are filled.
 #include "comm/Builders.h"
+#include "comm/SameNames.h"
 #include "datapool/DataPool.h"
 #include "session/UserKey.h"
 
@@ -16,28 +17,15 @@ void PutState(Message& msg, const Record& record, bool bDone, const char* pszDon
 {
     msg.nReqID = record.nReqID;
     msg.nState = bDone ? kDone : nFailedState;
-    msg.strMessage = bDone ? std::string_view(pszDone) : FieldText(record.szMessage);
+    msg.strMessage = bDone ? std::string_view(pszDone) : CutText(record.szMessage);
 }
 
-void FillRow(XInventory& row, const _INVENTORY_ITEM_INFO& info)
+template <class Row, class Record>
+void FillRow(Row& row, const Record& info)
 {
-    row.strItemID = FieldText(info.szItemID);
-    row.nCount = info.nCount;
-    row.nUseCount = info.nUseCount;
-    row.nPeriod = info.nPeriod;
-    row.nPossibleLevel = info.nPossibleLevel;
-    row.strValidTerm = FieldText(info.szValidTerm);
-    row.cUseStatus = info.cUseStatus;
-    row.strOptionCode = FieldText(info.szOptionCode);
-    row.strOptionValue = FieldText(info.szOptionValue);
-}
-
-void FillRow(XCharacter& row, const _CHARACTER_INFO& info)
-{
-    PutUserKey(row, FieldText(info.szUserID));
-    row.strServerID = FieldText(info.szServerID);
-    row.strCharacterID = FieldText(info.szCharacterID);
-    row.nCharacterValue = info.nCharacterValue;
+    CopySameNames(row, info);
+    if constexpr (requires { row.strUserNo; })
+        PutUserKey(row, CutText(info.szUserID));
 }
 
 template <class Record, class Message, class Rows>

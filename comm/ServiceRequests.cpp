@@ -1,6 +1,7 @@
 // What the service asks of the game: the callback is called here and its answer sent at once.
 #include "comm/CommHandler.h"
 #include "comm/Handlers.h"
+#include "comm/SameNames.h"
 #include "connector/CallGame.h"
 #include "connector/Logger.h"
 #include "datapool/DataPool.h"
@@ -42,15 +43,16 @@ bool SendAnswer(const Record& arg, const char* pszFormat = "[Comm Handler] Faile
     return false;
 }
 
-// The four texts by which a request names a character.
+// The request as the game reads it.
 template <class Request, class Message>
-Request MakeUserReq(const Message& msg)
+Request MakeReq(const Message& msg)
 {
     Request req{};
-    CopyText(req.szGameID, msg.strGameID);
-    CopyText(req.szServerID, msg.strServerID);
-    CopyText(req.szUserKey, TakeUserKey(msg));
-    CopyText(req.szCharacterID, msg.strCharacterID);
+    CopySameNames(req, msg);
+    if constexpr (requires { req.szUserKey; })
+        CopyText(req.szUserKey, TakeUserKey(msg));
+    if constexpr (requires { req.szRecvUserKey; })
+        CopyText(req.szRecvUserKey, msg.strRecvUserID.empty() ? msg.strRecvUserNo : msg.strRecvUserID);
     return req;
 }
 
@@ -98,15 +100,9 @@ void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq
     node.Reserve(msg.vecInventory.size());
     for (std::size_t n = 0; n < msg.vecInventory.size(); ++n) {
         const XInventory& item = *msg.vecInventory[n];
-        _INVENTORY_ITEM_INFO insert{};  // the use status of an item to be saved is always zero
-        CopyText(insert.szItemID, item.strItemID);
-        CopyText(insert.szValidTerm, item.strValidTerm);
-        CopyText(insert.szOptionCode, item.strOptionCode);
-        CopyText(insert.szOptionValue, item.strOptionValue);
-        insert.nCount = item.nCount;
-        insert.nUseCount = item.nUseCount;
-        insert.nPeriod = item.nPeriod;
-        insert.nPossibleLevel = item.nPossibleLevel;
+        _INVENTORY_ITEM_INFO insert{};
+        CopySameNames(insert, item);
+        insert.cUseStatus = '\0';  // always, in an item to be saved
         node.Add(insert);
         Log::DebugFmt("['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
                       "\tPeriod: %d\r\n\tValid Term: %s\r\n\tUse Status: %c\r\n\tPossible Level: %d\r\n"
@@ -117,18 +113,6 @@ void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq
     }
 }
 
-_SAVE_INVENTORY_REQ MakeSaveReq(const XS2C_SaveInventoryReq& msg)
-{
-    _SAVE_INVENTORY_REQ req = MakeUserReq<_SAVE_INVENTORY_REQ>(msg);
-    req.nOrderSeq = msg.nOrderSeq;
-    CopyText(req.szRecvUserKey, msg.strRecvUserID.empty() ? msg.strRecvUserNo : msg.strRecvUserID);
-    CopyText(req.szRecvServerID, msg.strRecvServerID);
-    CopyText(req.szRecvCharacterID, msg.strRecvCharacterID);
-    CopyText(req.szGiftMessage, msg.strGiftMessage);
-    req.nPrice = msg.nPrice;
-    return req;
-}
-
 }  // namespace
 
 bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
@@ -137,7 +121,7 @@ bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
                   "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
                   msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
                   msg.strUserNo.c_str(), msg.strCharacterID.c_str());
-    return AnswerMoney<XC2S_QueryGameMoneyAns>(msg, MakeUserReq<_GAME_USER_REQ>(msg),
+    return AnswerMoney<XC2S_QueryGameMoneyAns>(msg, MakeReq<_GAME_USER_REQ>(msg),
                                                Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryGameMoney>());
 }
 
@@ -147,9 +131,7 @@ bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg)
                   "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s\r\n\tGame money: %d",
                   msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
                   msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nGameMoney);
-    auto req = MakeUserReq<_SPEND_GAME_MONEY_REQ>(msg);
-    req.nGameMoney = msg.nGameMoney;
-    return AnswerMoney<XC2S_SpendGameMoneyAns>(msg, req,
+    return AnswerMoney<XC2S_SpendGameMoneyAns>(msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
                                                Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnSpendGameMoney>());
 }
 
@@ -165,7 +147,7 @@ bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
                       msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryInventoryAns, _INVENTORY_ITEM_INFO>(
-        msg, MakeUserReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
+        msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
         Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryInventory>(), logFailed,
         "[Comm Handler] Failed to send a '%s' msg(Req ID: d).");  // without the number, as it has always been
 }
@@ -176,18 +158,13 @@ bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)
                   "\tServer ID: %s\r\n\tSearch type: %c\r\n\tSearch value: %s",
                   msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.cSearchType,
                   msg.strSearchValue.c_str());
-    _QUERY_CHARACTER_REQ req{};
-    CopyText(req.szGameID, msg.strGameID);
-    CopyText(req.szServerID, msg.strServerID);
-    req.cSearchType = msg.cSearchType;
-    CopyText(req.szSearchValue, msg.strSearchValue);
     const auto logFailed = [&](const char* pszMessage) {
         Log::DebugFmt("[Comm Handler] Failed to search user's characters.\r\n\tReq ID: %d\r\n"
                       "\tUser ID or User No or Character ID: %s\r\n\tError message: %s",
                       msg.nReqID, msg.strSearchValue.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryCharacterAns, _CHARACTER_INFO>(
-        msg, req, DataTag::kCharacter, Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
+        msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter, Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
         "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).");
 }
 
@@ -207,7 +184,7 @@ bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
         return false;
     AddItems(*pNode, msg);
     autoDestroyer.InsertNode();
-    _SAVE_INVENTORY_REQ req = MakeSaveReq(msg);
+    auto req = MakeReq<_SAVE_INVENTORY_REQ>(msg);
     req.pHandle = autoDestroyer.GetHandle();
     _RESULT_RES res{};
     AskGame(Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnSaveInventory>(), std::as_const(req), res, [&] {

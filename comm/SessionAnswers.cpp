@@ -2,6 +2,7 @@
 #include "comm/CommHandler.h"
 #include "comm/Handlers.h"
 #include "comm/ResWaiter.h"
+#include "comm/SameNames.h"
 #include "config/BillingIdMap.h"
 #include "connector/Logger.h"
 #include "datapool/DataPool.h"
@@ -83,11 +84,9 @@ void LogBilling(const Message& msg)
 template <class Response, class Message>
 void FillBilling(Response& res, const Message& msg, int nBillingID)
 {
+    CopySameNames(res, msg);
     res.nBillingID = nBillingID;
-    res.nProductID = msg.nProductID;
     res.nRemainMinutes = RemainMinutes(msg.nRemainMinutes);
-    CopyText(res.szCRMCode, msg.strCRMCode);
-    CopyText(res.szEndDate, msg.strEndDate);
 }
 
 // The user as the map keeps it; texts as the caller's record has them.
@@ -144,11 +143,8 @@ void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
     for (std::size_t n = 0; n < msg.vecOtherBilling.size(); ++n) {
         const XUserBillingInfo& other = *msg.vecOtherBilling[n];
         _BILL_INFO info{};
+        CopySameNames(info, other);
         info.nBillingID = ConfiguredBillingId(other.nProductID);
-        info.nProductID = other.nProductID;
-        info.nRemainMinutes = static_cast<long long>(other.nRemainMinutes);
-        CopyText(info.szCRMCode, other.strCRMCode);
-        CopyText(info.szEndDate, other.strEndDate);
         node.Add(info);
         Log::DebugFmt("[Other billing info '%d'th]\r\n\tBilling Type: %d\r\n\tProduct ID: %d\r\n"
                       "\tRemain Minutes: %d\r\n\tCRM: %s\r\n\tEnd Date: %s",

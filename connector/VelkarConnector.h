@@ -550,6 +550,175 @@ VELKAR_API bool SetConfirmUseStorageItemData(const _DATA_HANDLE* handle, int nSt
 VELKAR_API bool SetCancelUseStorageItemData(const _DATA_HANDLE* handle, int nStorageSeq, char* errorText,
                                             size_t errorSize);
 
+/* ---- the shop --------------------------------------------------------------------------------------- */
+/*
+ * Queries of the catalogue and of a user's balance. All block up to 5000 milliseconds. A list comes as a
+ * handle in the response, to be read with the Get function named beside the call and given back with
+ * DestroyHandle; it is null on failure. An empty list is a failure with a text that begins with "There is
+ * no". Search types and values, page numbers and the three list values pass through unread: they are between
+ * the game and the service.
+ */
+
+typedef struct _GAME_REQ {
+    char szGameID[21];
+} _GAME_REQ;
+
+typedef struct _PRODUCT_LIST_REQ {
+    char szGameID[21];
+    char szBranchID[21];
+    char cSearchType;
+    char szSearchValue[23];
+    int nRow;  /* rows per page */
+    int nPage; /* page number */
+} _PRODUCT_LIST_REQ;
+
+typedef struct _PRODUCT_DETAIL_REQ {
+    char szGameID[21];
+    char szProductID[21];
+} _PRODUCT_DETAIL_REQ;
+
+typedef struct _USER_PRODUCT_REQ {
+    char szGameID[21];
+    char szServerID[21];
+    char szUserID[23];
+    char szUserIP[16];
+    char szCharacterID[21];
+    char szProductID[21];
+    int nLevel; /* the character's */
+} _USER_PRODUCT_REQ;
+
+typedef struct _SPECIAL_PRODUCT_REQ {
+    char szGameID[21];
+    char szExposeCode[21];
+} _SPECIAL_PRODUCT_REQ;
+
+typedef struct _RUVCOIN_REQ {
+    char szUserID[23];
+} _RUVCOIN_REQ;
+
+typedef struct _LIST_RES {
+    unsigned char bSuccess; /* 1 success */
+    char szError[1025];
+    _DATA_HANDLE* hData; /* the rows; null on failure */
+    int nPrice;          /* QueryDiscountList: the product's price. 0 elsewhere */
+} _LIST_RES;
+
+typedef struct _PRODUCT_LIST_RES {
+    unsigned char bSuccess;
+    char szError[1025];
+    int nListValue1; /* numbers of the whole list, as they came */
+    int nListValue2;
+    int nListValue3;
+    _DATA_HANDLE* hData;
+} _PRODUCT_LIST_RES;
+
+typedef struct _PRODUCT_DETAIL_RES {
+    unsigned char bSuccess;
+    char szError[1025];
+    char szBranchID[21];
+    char szProductID[21];
+    char szProductName[41];
+    char szProductDetailDesc[2001];
+    char szImageURL[101];
+    char szMovieURL[201];
+    char szDirection[201];
+    char cCouponUseType;
+    char cDiscountType;
+    _DATA_HANDLE* hChildProduct; /* never null on success */
+    _DATA_HANDLE* hCondition;    /* conditions of sale; null if there are none */
+    _DATA_HANDLE* hOption;       /* null if there are none */
+} _PRODUCT_DETAIL_RES;
+
+typedef struct _RUVCOIN_RES {
+    unsigned char bSuccess;
+    char szError[1025];
+    int nRuvCoin; /* the balance */
+} _RUVCOIN_RES;
+
+VELKAR_API void QueryMenuList(const _GAME_REQ* pReq, _LIST_RES* pRes);                  /* GetMenuData */
+VELKAR_API void QueryProductList(const _PRODUCT_LIST_REQ* pReq, _PRODUCT_LIST_RES* pRes); /* GetProductData */
+/* Three lists: GetChildProductData, GetConditionData, GetOptionData. An answer that comes after the caller's
+ * time is over leaves its lists in the library until UninitModule; ask for details sparingly on a slow link. */
+VELKAR_API void QueryProductDetailInfo(const _PRODUCT_DETAIL_REQ* pReq, _PRODUCT_DETAIL_RES* pRes);
+VELKAR_API void QueryDiscountList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);  /* GetDiscountData */
+VELKAR_API void QueryTagList(const _GAME_REQ* pReq, _LIST_RES* pRes);               /* GetTagData */
+VELKAR_API void QueryCouponList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);    /* GetCouponData */
+VELKAR_API void QuerySpecialProductList(const _GAME_REQ* pReq, _LIST_RES* pRes);    /* GetSpecialProductData */
+VELKAR_API void QuerySpecialProductInfo(const _SPECIAL_PRODUCT_REQ* pReq, _LIST_RES* pRes); /* GetSpecialProductDetailData */
+/* The user's balance in Ruv coin. */
+VELKAR_API void QueryRuvCoinInfo(const _RUVCOIN_REQ* pReq, _RUVCOIN_RES* pRes);
+
+/* ---- storage box and purchase ------------------------------------------------------------------------ */
+/*
+ * What a user buys waits in a storage box at the service. Entries go into a character's inventory in three
+ * steps: StorageToInventory reserves them; the game puts the items into the inventory; then
+ * ConfirmStorageToInventory ends it, or CancelStorageToInventory gives them back. The library keeps nothing
+ * between the steps. Each step has its own kind of handle (GetHandleForUseStorageItemInfo, ...Confirm...,
+ * ...Cancel...), filled before the call, unchanged during it, and the caller's to destroy. A timeout leaves the
+ * fate of a reservation or a purchase open: look it up with QueryStorageInfo before you try again.
+ */
+
+typedef struct _STORAGE_SEARCH_REQ {
+    char szGameID[21];
+    char szServerID[21];
+    char szUserID[23];
+    char szCharacterID[21];
+    char cSearchType;
+    char szSearchValue[23];
+} _STORAGE_SEARCH_REQ;
+
+typedef struct _STORAGE_READ_REQ {
+    char szGameID[21];
+    char szServerID[21];
+    char szUserID[23];
+    char szCharacterID[21];
+    int nStorageSeq;       /* the entry that has been read */
+    unsigned char bDelete; /* not 0: delete it */
+} _STORAGE_READ_REQ;
+
+typedef struct _STORAGE_USE_REQ {
+    char szGameID[21];
+    char szServerID[21];
+    char szUserID[23];
+    char szCharacterID[21];
+    _DATA_HANDLE* hUseStorage; /* the entries */
+} _STORAGE_USE_REQ;
+
+typedef struct _PURCHASE_REQ {
+    char szGameID[21];
+    char szProductID[21];
+    char szUserID[23]; /* the buyer */
+    char szServerID[21];
+    char szCharacterID[21];
+    char szRecvUserID[23]; /* the receiver of a gift */
+    char szRecvServerID[21];
+    char szRecvCharacterID[21];
+    int nLevel;
+    int nCount;
+    char szGiftMessage[201];
+    char szUserIP[16]; /* the buyer's */
+    char szPassWD[21]; /* travels in plain; the log shows it as stars */
+    /* With both handles set, the options are read from the coupon handle's rows too (the use id as the code, the
+     * coupon code as the value), and the option handle's rows are not looked at. An option handle without a coupon
+     * handle is not allowed: the call fails with the text of an exception and nothing is sent. */
+    _DATA_HANDLE* hUseCoupon; /* of GetHandleForUseCouponInfo, or null */
+    _DATA_HANDLE* hUseOption; /* of GetHandleForUseOptionInfo, or null */
+} _PURCHASE_REQ;
+
+typedef struct _PURCHASE_RES {
+    unsigned char bSuccess;
+    char szError[1025];
+    int nOrderSeq; /* the order's number */
+    int nBuyPrice; /* the price paid */
+} _PURCHASE_RES;
+
+VELKAR_API void QueryStorageInfo(const _STORAGE_SEARCH_REQ* pReq, _LIST_RES* pRes); /* GetStorageItemData */
+VELKAR_API void ReadStorageInfo(const _STORAGE_READ_REQ* pReq, _RESULT_RES* pRes);
+VELKAR_API void StorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes);
+VELKAR_API void ConfirmStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes);
+VELKAR_API void CancelStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes);
+VELKAR_API void PurchaseProduct(const _PURCHASE_REQ* pReq, _PURCHASE_RES* pRes);
+
 #ifdef __cplusplus
 }
 #endif

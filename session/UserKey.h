@@ -9,12 +9,16 @@
 
 // The key travels as the user number or as the user id, as USE_USER_NUMBER says at this moment; the
 // other field is empty. Both are fields of every message and record that names a user.
+inline void PutKey(std::string& strID, std::string& strNo, std::string_view key)
+{
+    const bool bNumber = Kernova::XTL::Singleton<CConfigReader>::Instance().IsUseUserNumber();
+    (bNumber ? strNo : strID) = key;
+    (bNumber ? strID : strNo).clear();
+}
 template <class Record>
 void PutUserKey(Record& record, std::string_view key)
 {
-    const bool bNumber = Kernova::XTL::Singleton<CConfigReader>::Instance().IsUseUserNumber();
-    (bNumber ? record.strUserNo : record.strUserID) = key;
-    (bNumber ? record.strUserID : record.strUserNo).clear();
+    PutKey(record.strUserID, record.strUserNo, key);
 }
 
 // The key in a message of the service: the user id if it has one, otherwise the user number.

@@ -67,6 +67,7 @@ protected:
 template <class T>
 class RecordVector {
 public:
+    using value_type = T;
     RecordVector() = default;
     RecordVector(const RecordVector&) = delete;
     RecordVector& operator=(const RecordVector&) = delete;

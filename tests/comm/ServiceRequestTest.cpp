@@ -104,7 +104,7 @@ TEST_F(ServiceRequestTest, ListsThatTheGameFills)
     EXPECT_EQ(row.nCount * 1000 + row.nUseCount * 100 + row.nPeriod * 10 + row.nPossibleLevel, 2345);
     EXPECT_EQ(row.strValidTerm, "20300101000000");
     EXPECT_EQ(row.cUseStatus, 'U');
-    EXPECT_EQ(row.strOptionCode, std::string(101, 'o'));
+    EXPECT_EQ(row.strOptionCode, std::string(100, 'o'));
     EXPECT_EQ(row.strOptionValue, "red");
 
     for (const bool bNumber : {false, true}) {

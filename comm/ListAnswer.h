@@ -1,0 +1,104 @@
+// What the answers with a list have in common: the list goes behind a handle, the handle to the caller.
+#pragma once
+
+#include "comm/ResWaiter.h"
+#include "comm/SameNames.h"
+#include "connector/Logger.h"
+#include "datapool/DataPool.h"
+
+// The words of one kind of answer. Formats take the Req ID; pszRefused of the product list more.
+struct ListWords {
+    const char* pszRefused;
+    const char* pszEmpty;
+    const char* pszContents;
+};
+
+inline const char* YesOrNo(unsigned char b) { return b != 0 ? "Y" : "N"; }
+
+// One record of a list in the log, with its position from 0.
+inline void LogRow(int n, const _TAG_INFO& r) { Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag); }
+void LogRow(int n, const _MENU_INFO& r);
+void LogRow(int n, const _PROD_LIST_INFO& r);
+void LogRow(int n, const _CHILDPROD_INFO& r);
+void LogRow(int n, const _CONDITION_INFO& r);
+void LogRow(int n, const _OPTION_INFO& r);
+void LogRow(int n, const _DISCOUNT_INFO& r);
+void LogRow(int n, const _COUPON_INFO& r);
+void LogRow(int n, const _SPECIAL_PRODUCT_LIST_INFO& r);
+void LogRow(int n, const _SPECIAL_PRODUCT_INFO& r);
+void LogRow(int n, const _STORAGE_INFO& r);
+
+inline void FillRecord(_TAG_INFO& record, const std::string& row) { CopyText(record.szTag, row); }
+template <class Record, class Row>
+void FillRecord(Record& record, const Row& row)
+{
+    CopySameNames(record, row);
+    // A user may be named by id or by number.
+    if constexpr (requires { record.szSenderUserID, row.strSenderUserNo; }) {
+        CopyText(record.szSenderUserID, row.strSenderUserID.empty() ? row.strSenderUserNo : row.strSenderUserID);
+        CopyText(record.szUserID, row.strUserID.empty() ? row.strUserNo : row.strUserID);
+    }
+}
+
+template <class T>
+const T& RowOf(const T& row)
+{
+    return row;
+}
+template <class T>
+const T& RowOf(T* pRow)
+{
+    return *pRow;
+}
+
+// Fills the list and files it.
+template <class Record, class Rows>
+void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, const Rows& rows)
+{
+    node.Reserve(rows.size());
+    int n = 0;
+    for (const auto& row : rows) {
+        Record record{};
+        FillRecord(record, RowOf(row));
+        node.Add(record);
+        LogRow(n++, record);
+    }
+    list.InsertNode();
+}
+
+// A refusal by the service, or an answer without anything in it.
+template <class Response, class Message>
+bool CompleteRefused(const Message& msg, const char* pszEmpty)
+{
+    Response res{};
+    CopyText(res.szError, msg.nState != 0 ? std::string_view(msg.strMessage) : pszEmpty);
+    Kernova::XTL::Singleton<CResWaiterMap>::Instance().CompleteWaiter<Message>(msg.nReqID, res);
+    return false;
+}
+
+template <std::uint32_t kTag, class Record, class Response, class Message, class Rows>
+bool CompleteList(const Message& msg, const Rows& rows, const ListWords& words)
+{
+    CDataAutoDestroyer autoDestroyer;
+    auto* const pNode = autoDestroyer.Make<Record>(kTag);
+    if (pNode == nullptr)
+        return false;
+    if (msg.nState != 0 || rows.empty()) {
+        Log::DebugFmt(words.pszRefused, msg.nReqID, msg.nState, static_cast<int>(rows.size()),
+                      msg.strMessage.c_str());
+        return CompleteRefused<Response>(msg, words.pszEmpty);
+    }
+    if constexpr (requires { msg.nPrice; })
+        Log::DebugFmt(words.pszContents, msg.nReqID, msg.nPrice);
+    else
+        Log::DebugFmt(words.pszContents, msg.nReqID);
+    FileRows(autoDestroyer, *pNode, rows);
+    Response res{};
+    CopySameNames(res, msg);  // the numbers of the whole list
+    res.bSuccess = 1;
+    res.hData = autoDestroyer.GetHandle();
+    if (!Kernova::XTL::Singleton<CResWaiterMap>::Instance().CompleteWaiter<Message>(msg.nReqID, res))
+        return false;
+    autoDestroyer.Disarm();
+    return true;
+}
