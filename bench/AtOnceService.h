@@ -58,6 +58,13 @@ public:
         const std::lock_guard lock(m_mutex);
         m_mapArrivals.clear();
     }
+    // A frame that answers every request of that message, with the request's Req ID put into it. It is kept and
+    // never copied. Before the first request.
+    template <class Message>
+    void SetAnswer(const Wirova::IMessage& answer)
+    {
+        Append(answer, m_mapAnswers[Message::kMsgID]);
+    }
     void Drop()
     {
         const std::lock_guard lock(m_mutex);
@@ -157,7 +164,7 @@ private:
         asio::error_code error;
         while (const std::size_t n = socket.read_some(asio::buffer(szBuffer), error)) {
             strIn.append(szBuffer.data(), n);
-            const std::string strOut = AnswerAll(strIn);
+            const std::string strOut = AnswerAll(strIn, socket);
             if (strOut.empty())
                 continue;
             if (m_delay.count() > 0)
@@ -168,7 +175,7 @@ private:
     }
 
     // Takes whole frames off the front and returns the answers to them.
-    std::string AnswerAll(std::string& strIn)
+    std::string AnswerAll(std::string& strIn, asio::ip::tcp::socket& socket)
     {
         std::string strOut;
         std::size_t nDone = 0;
@@ -181,6 +188,12 @@ private:
             if (strIn.size() - nDone - 4 < nLength)
                 break;
             Note(Wirova::GetBigEndian<Wirova::int32>(id), nLength + 4);
+            const auto itAnswer = m_mapAnswers.find(Wirova::GetBigEndian<Wirova::int32>(id));
+            if (itAnswer != m_mapAnswers.end()) {
+                asio::error_code ignored;
+                itAnswer->second.replace(8, 4, strIn, nDone + 8, 4);
+                asio::write(socket, asio::buffer(itAnswer->second), ignored);
+            }
             Strova::Write(pStream, strIn.data() + nDone + 4, static_cast<int>(nLength));
             Answer(pStream, Wirova::GetBigEndian<Wirova::int32>(id), strOut);
             Strova::RemoveLeft(pStream, Strova::GetLength(pStream));
@@ -228,6 +241,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_arrived;
     std::map<Wirova::int32, Arrivals> m_mapArrivals;
+    std::map<Wirova::int32, std::string> m_mapAnswers;
     asio::ip::tcp::socket* m_pSocket = nullptr;
     std::atomic<bool> m_bEnd{false};
     asio::io_context m_context;

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "bench/AtOnceService.h"
+#include "bench/PlainSocket.h"
 #include "connector/VelkarConnector.h"
 #include "platform/Host.h"
 #include "session/UserInfoMap.h"
@@ -16,6 +17,7 @@
 namespace {
 
 using Bench::AtOnceService;
+using Bench::PlainSocket;
 using Clock = AtOnceService::Clock;
 using Kernova::XTL::Singleton;
 
@@ -57,25 +59,6 @@ double PlainWalk(const std::map<std::string, CUserInfo>& users)
     }
     const double dTaken = Milliseconds(Clock::now() - begin);
     return nFound > 0 ? dTaken : 0;
-}
-
-double PlainSocket(std::size_t nBytes)
-{
-    asio::io_context context;
-    asio::ip::tcp::acceptor acceptor(context, {asio::ip::address_v4::loopback(), 0});
-    asio::ip::tcp::socket out(context);
-    out.connect(acceptor.local_endpoint());
-    asio::ip::tcp::socket in = acceptor.accept();
-    const std::vector<char> vecBytes(nBytes, 'x');
-    std::vector<char> vecRead(1 << 18);
-    const auto begin = Clock::now();
-    std::thread reader([&] {
-        for (std::size_t nRead = 0; nRead < nBytes;)
-            nRead += in.read_some(asio::buffer(vecRead));
-    });
-    asio::write(out, asio::buffer(vecBytes));
-    reader.join();
-    return Milliseconds(Clock::now() - begin);
 }
 
 struct Times {

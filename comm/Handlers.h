@@ -31,16 +31,16 @@ bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg);
 bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg);
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg);
 
-// ---- answers of the shop and the storage box ----
-bool OnQueryMenuListAns(const XS2C_QueryMenuListAns& msg);
-bool OnQueryProductListAns(const XS2C_QueryProductListAns& msg);
-bool OnQueryProductDetailInfoAns(const XS2C_QueryProductDetailAns& msg);
-bool OnQueryDiscountListAns(const XS2C_QueryDiscountAns& msg);
-bool OnSearchCouponAns(const XS2C_QueryCoupontAns& msg);
-bool OnQueryTagListAns(const XS2C_QueryTagAns& msg);
-bool OnSearchSpecialProductListAns(const XS2C_QuerySpecialProductListAns& msg);
-bool OnSearchSpecialProductInfoAns(const XS2C_QuerySpecialProductAns& msg);
-bool OnSearchStorageAns(const XS2C_SearchStorageAns& msg);
+// ---- answers of the shop and the storage box; those with a list take it out of their message ----
+bool OnQueryMenuListAns(XS2C_QueryMenuListAns& msg);
+bool OnQueryProductListAns(XS2C_QueryProductListAns& msg);
+bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg);
+bool OnQueryDiscountListAns(XS2C_QueryDiscountAns& msg);
+bool OnSearchCouponAns(XS2C_QueryCoupontAns& msg);
+bool OnQueryTagListAns(XS2C_QueryTagAns& msg);
+bool OnSearchSpecialProductListAns(XS2C_QuerySpecialProductListAns& msg);
+bool OnSearchSpecialProductInfoAns(XS2C_QuerySpecialProductAns& msg);
+bool OnSearchStorageAns(XS2C_SearchStorageAns& msg);
 bool OnReadStorageAns(const XS2C_ConfirmReadStorageAns& msg);
 bool OnUseStorageAns(const XC2S_RequestUseStorageAns& msg);
 bool OnConfirmUseStorageAns(const XS2C_ConfirmUseStorageAns& msg);

@@ -40,28 +40,21 @@ void FillRecord(Record& record, const Row& row)
     }
 }
 
-template <class T>
-const T& RowOf(const T& row)
-{
-    return row;
-}
-template <class T>
-const T& RowOf(T* pRow)
-{
-    return *pRow;
-}
-
-// Fills the list and files it.
+// Fills the list and files it. Each row of the message goes as soon as its record is there: a long list is never in
+// memory twice.
 template <class Record, class Rows>
-void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, const Rows& rows)
+void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
 {
-    node.Reserve(rows.size());
-    int n = 0;
-    for (const auto& row : rows) {
+    for (std::size_t n = 0; n < rows.size(); ++n) {
         Record record{};
-        FillRecord(record, RowOf(row));
+        if constexpr (requires { rows.Drop(n); }) {
+            FillRecord(record, *rows[n]);
+            rows.Drop(n);
+        } else {
+            FillRecord(record, rows[n]);
+        }
         node.Add(record);
-        LogRow(n++, record);
+        LogRow(static_cast<int>(n), record);
     }
     list.InsertNode();
 }
@@ -77,7 +70,7 @@ bool CompleteRefused(const Message& msg, const char* pszEmpty)
 }
 
 template <std::uint32_t kTag, class Record, class Response, class Message, class Rows>
-bool CompleteList(const Message& msg, const Rows& rows, const ListWords& words)
+bool CompleteList(const Message& msg, Rows& rows, const ListWords& words)
 {
     CDataAutoDestroyer autoDestroyer;
     auto* const pNode = autoDestroyer.Make<Record>(kTag);

@@ -38,8 +38,7 @@ Built BuildList(Message& msg, Rows& rows, const _LIST_SEND& record, const char* 
     const auto pNode = Singleton<CDataPool>::Instance().FindListOf<Record>(record.pHandle->nHandleID);
     if (pNode == nullptr)
         return Built::Failed;
-    for (const Record& info : pNode->GetRecords())
-        FillRow(rows.Add(), info);
+    pNode->ForEach([&](const Record& info) { FillRow(rows.Add(), info); });
     PutState(msg, record, true, pNode->GetSize() == 0 ? pszEmpty : pszDone);
     return Built::Ready;
 }

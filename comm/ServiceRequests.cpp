@@ -97,7 +97,6 @@ bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
 
 void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq& msg)
 {
-    node.Reserve(msg.vecInventory.size());
     for (std::size_t n = 0; n < msg.vecInventory.size(); ++n) {
         const XInventory& item = *msg.vecInventory[n];
         _INVENTORY_ITEM_INFO insert{};

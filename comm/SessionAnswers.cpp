@@ -139,7 +139,6 @@ bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCal
 template <class Message>
 void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
 {
-    node.Reserve(msg.vecOtherBilling.size());
     for (std::size_t n = 0; n < msg.vecOtherBilling.size(); ++n) {
         const XUserBillingInfo& other = *msg.vecOtherBilling[n];
         _BILL_INFO info{};

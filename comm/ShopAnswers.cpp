@@ -7,7 +7,7 @@ using Kernova::XTL::Singleton;
 // handler, message, list, tag, record, response, the call's name, the empty list's text, what follows the
 // refusal's and the contents' lines
 #define LIST_ANSWER(handler, message, list, tag, record, response, call, empty, refusedTail, contentsTail)       \
-    bool handler(const message& msg)                                                                             \
+    bool handler(message& msg)                                                                             \
     {                                                                                                            \
         return CompleteList<tag, record, response>(                                                              \
             msg, msg.list,                                                                                       \
@@ -58,7 +58,7 @@ _DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
 
 // Unlike the others this one gives its lists away before it knows whether anybody waits: those of a late answer
 // stay in the pool until it is emptied.
-bool OnQueryProductDetailInfoAns(const XS2C_QueryProductDetailAns& msg)
+bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
 {
     CDataAutoDestroyer children, conditions, options;
     auto* const pChildren = children.Make<_CHILDPROD_INFO>(DataTag::kChildProduct);

@@ -21,12 +21,12 @@ Built PutRows(Rows& rows, const _DATA_HANDLE* pHandle)
     const auto pNode = ListOf<T>(pHandle);
     if (pNode == nullptr)
         return Built::Failed;
-    for (const T& record : pNode->GetRecords()) {
+    pNode->ForEach([&](const T& record) {
         if constexpr (std::is_same_v<typename Rows::value_type, Wirova::int32>)
             rows.push_back(record.nStorageSeq);
         else
             CopySameNames(rows.Add(), record);
-    }
+    });
     return Built::Ready;
 }
 
@@ -44,8 +44,7 @@ bool ForEachPair(const _DATA_HANDLE* pHandle, Put put)
     const auto putAll = [&](const auto& pNode) {
         if (pNode == nullptr)
             return false;
-        for (const auto& row : pNode->GetRecords())
-            put(PairOf(row));
+        pNode->ForEach([&](const auto& row) { put(PairOf(row)); });
         return true;
     };
     return putAll(ListOf<_USE_COUPON_INFO>(pHandle)) || putAll(ListOf<_USE_OPTION_INFO>(pHandle));

@@ -83,6 +83,12 @@ public:
         for (; !m_vec.empty(); m_vec.pop_back())
             delete m_vec.back();
     }
+    // The record is not needed any more; its place stays, with null in it.
+    void Drop(std::size_t i)
+    {
+        delete m_vec[i];
+        m_vec[i] = nullptr;
+    }
     void reserve(std::size_t n) { m_vec.reserve(n); }
 
     std::size_t size() const { return m_vec.size(); }

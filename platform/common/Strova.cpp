@@ -20,6 +20,7 @@ namespace {
 
 // An emptied stream keeps its block up to this size and gives back a bigger one.
 constexpr std::size_t kKeptBytes = 64u << 10;
+constexpr std::size_t kLargeBytes = 256u << 10;
 
 int Fail(std::errc code)
 {
@@ -33,11 +34,24 @@ std::size_t Available(const _THandle* pStream, int size)
     return std::min(static_cast<std::size_t>(size), pStream->m_memory.GetLength());
 }
 
+// A large stream gives back what has been read of it, half by half: what is made of its bytes needs the memory.
+void GiveBackFront(Kernova::MemoryPool::_XMemory& memory)
+{
+    if (memory.m_nFront < kLargeBytes || memory.m_nFront < memory.m_vecBytes.size() / 2)
+        return;
+    try {
+        std::vector<char> vecRest(memory.GetFront(), memory.GetFront() + memory.GetLength());
+        memory.m_vecBytes.swap(vecRest);
+        memory.m_nFront = 0;
+    } catch (const std::bad_alloc&) {  // it keeps its block
+    }
+}
+
 void DropFront(Kernova::MemoryPool::_XMemory& memory, std::size_t nCount)
 {
     memory.m_nFront += nCount;
     if (memory.GetLength() != 0)
-        return;
+        return GiveBackFront(memory);
     memory.m_nFront = 0;
     memory.m_vecBytes.clear();
     if (memory.m_vecBytes.capacity() > kKeptBytes)
@@ -79,6 +93,9 @@ int Write(_THandle* pStream, const void* data, int size)
     }
     try {
         const auto* const pBytes = static_cast<const char*>(data);
+        const std::size_t nNeeded = vecBytes.size() + static_cast<std::size_t>(size);
+        if (nNeeded > vecBytes.capacity())  // by half: doubling would leave up to half of it unused
+            vecBytes.reserve(std::max(nNeeded, vecBytes.capacity() + vecBytes.capacity() / 2));
         vecBytes.insert(vecBytes.end(), pBytes, pBytes + size);
     } catch (const std::exception&) {
         return Fail(std::errc::not_enough_memory);

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <limits>
+#include <vector>
 #include <thread>
 
 namespace {
@@ -24,6 +27,34 @@ TEST(DataPool, KeepsTheFirstNodeOfAnId)
     EXPECT_EQ(pool.FindListOf<_COUPON_INFO>(1), nullptr);  // a list of other records
     EXPECT_TRUE(pool.Erase(1));
     EXPECT_FALSE(pool.Erase(1));
+}
+
+TEST(DataNode, GivesBackEveryByteWhereverTheZerosStand)
+{
+    CDataNode<_STORAGE_INFO> node;
+    std::vector<_STORAGE_INFO> vecAdded(400);
+    unsigned int nSeed = 1;
+    for (auto& record : vecAdded) {
+        auto* const p = reinterpret_cast<unsigned char*>(&record);
+        std::memset(p, 0, sizeof(record));
+        // Runs of zeros and of others, of any length from one byte to the whole record.
+        for (std::size_t n = 0; n < sizeof(record);) {
+            nSeed = nSeed * 1103515245u + 12345u;
+            const std::size_t nRun = std::min<std::size_t>(1 + (nSeed >> 16) % (1u << (nSeed >> 8) % 12), sizeof(record) - n);
+            std::memset(p + n, (nSeed & 0x40000000u) != 0 ? 0 : static_cast<int>(nSeed >> 24), nRun);
+            n += nRun;
+        }
+        node.Add(record);
+    }
+    ASSERT_EQ(node.GetSize(), vecAdded.size());
+    for (std::size_t n = 0; n < vecAdded.size(); ++n) {
+        _STORAGE_INFO record;
+        std::memset(&record, 0x5A, sizeof(record));
+        ASSERT_TRUE(node.Get(record, n));
+        ASSERT_EQ(std::memcmp(&record, &vecAdded[n], sizeof(record)), 0) << n;
+    }
+    _STORAGE_INFO none;
+    EXPECT_FALSE(node.Get(none, vecAdded.size()));
 }
 
 // What the game holds when the library is stopped must not be pulled from under its reader.
