@@ -1,180 +1,114 @@
 // A small game server that uses the Velkar Connector the way a game would.
 //
 //   game_server              plays the scenario below
-//   game_server --console    takes the same commands from standard input, a line each
+//   game_server --console    takes the same commands from standard input; "help" lists them
+//   --gid, --sid, --wid ID   who this server is; two servers of a game differ in the server or the world id
 //
-// Commands: "in USER IP" checks a user in, "out USER" checks a user out, "wait SECONDS" lets the game run.
-// A "!" in front says that the command is meant to fail. The exit code is 0 only if every command did what
-// it should.
+// A "!" in front of a command says that it is meant to fail. The exit code is 0 only if every command did
+// what it should.
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <iostream>
-#include <mutex>
-#include <queue>
 #include <sstream>
 #include <string>
 #include <thread>
 
-#include "VelkarConnector.h"
+#include "Callbacks.h"
+#include "Commands.h"
+#include "Text.h"
 
 namespace {
 
-// What the library tells us arrives on its own threads, and while we are in there it reads nothing else
-// from the service. So a callback only posts, and the game's own thread does the work.
-class EventQueue {
-public:
-    void Post(std::string strEvent)
-    {
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_events.push(std::move(strEvent));
-        }
-        m_cond.notify_one();
-    }
-    // Shows what comes in until the time is over.
-    void Pump(std::chrono::milliseconds time)
-    {
-        const auto end = std::chrono::steady_clock::now() + time;
-        std::unique_lock<std::mutex> lock(m_mutex);
-        while (m_cond.wait_until(lock, end, [this] { return !m_events.empty(); })) {
-            std::printf("  event: %s\n", m_events.front().c_str());
-            m_events.pop();
-        }
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    std::queue<std::string> m_events;
+struct Options {
+    bool bConsole = false;
+    std::string strGID = "DEMOGAME", strSID = "SERVER01", strWID = "WORLD01";
 };
 
-EventQueue& Events()
+bool ReadOptions(int argc, char** argv, Options& options)
 {
-    static EventQueue s_events;
-    return s_events;
-}
-
-void OnBillingEvent(const _BILLING_NOTI_INFO* pInfo)
-{
-    Events().Post(std::string("billing event ") + std::to_string(pInfo->nEventCode) + " for " + pInfo->szUserKey);
-}
-
-void OnStorageNotice(const _STORAGE_NOTI_INFO* pInfo)
-{
-    Events().Post(std::to_string(pInfo->nItemCount) + " item(s) have arrived for " + pInfo->szUserKey);
-}
-
-// No answer is not a "no": the service may have done what we asked.
-bool IsTimeout(const char* pszError) { return std::strstr(pszError, "because of timeout.") != nullptr; }
-
-template <std::size_t N>
-void Put(char (&szField)[N], const std::string& str)
-{
-    std::snprintf(szField, N, "%s", str.c_str());
-}
-
-_USER_REQ MakeUser(const std::string& strUser, const std::string& strIP)
-{
-    _USER_REQ req{};
-    Put(req.szUserID, strUser);
-    Put(req.szUserIP, strIP);
-    return req;
-}
-
-bool CheckUserIn(const std::string& strUser, const std::string& strIP)
-{
-    const _USER_REQ req = MakeUser(strUser, strIP);
-    _CHECKIN_RES res{};
-    Checkin(&req, &res);
-    if (res.nResult == 0) {
-        std::printf("%s is in: product %d, billing id %d, %lld minutes left, term until %s\n", strUser.c_str(),
-                    res.nProductID, res.nBillingID, res.nRemainMinutes, res.szEndDate[0] ? res.szEndDate : "-");
-        return true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string strName = argv[i];
+        std::string* const pID = strName == "--gid"   ? &options.strGID
+                                 : strName == "--sid" ? &options.strSID
+                                 : strName == "--wid" ? &options.strWID
+                                                      : nullptr;
+        if (strName == "--console") {
+            options.bConsole = true;
+        } else if (pID != nullptr && i + 1 < argc && std::strlen(argv[i + 1]) < sizeof(_CONNECTOR_ID::GID)) {
+            *pID = argv[++i];
+        } else {
+            std::fprintf(
+                stderr,
+                "Not understood: %s\nUsage: game_server [--console] [--gid ID] [--sid ID] [--wid ID], "
+                "ids of at most 20 bytes\n",
+                argv[i]);
+            return false;
+        }
     }
-    if (IsTimeout(res.szError)) {
-        // Unknown. If the service checks the user in after all, the library takes that back by itself, so
-        // the user may simply try again.
-        std::printf("%s: no answer, please try again\n", strUser.c_str());
-        return false;
-    }
-    std::printf("%s may not play: %s (code %d)\n", strUser.c_str(), res.szError, res.nResult);
-    return false;
-}
-
-bool CheckUserOut(const std::string& strUser)
-{
-    const _USER_REQ req = MakeUser(strUser, "");
-    _RESULT_RES res{};
-    Checkout(&req, &res);
-    if (res.bSuccess == 1) {
-        std::printf("%s is out\n", strUser.c_str());
-        return true;
-    }
-    if (IsTimeout(res.szError)) {
-        // Unknown, and the user is no longer in the library's list: the next list sync after a reconnect
-        // settles it with the service.
-        std::printf("%s: no answer to the checkout; gone from this server all the same\n", strUser.c_str());
-        return false;
-    }
-    // "Failed to send" needs nothing from us: the library delivers the checkout after the next connection.
-    std::printf("%s is not out at the service: %s\n", strUser.c_str(), res.szError);
-    return false;
-}
-
-// One command; false if it did not do what it should.
-bool Run(const std::string& strLine)
-{
-    std::istringstream words(strLine);
-    std::string strCommand, strUser, strIP;
-    words >> strCommand;
-    if (strCommand.empty() || strCommand[0] == '#')
-        return true;
-    const bool bMeantToFail = strCommand[0] == '!';
-    if (bMeantToFail)
-        strCommand.erase(0, 1);
-
-    bool bDone = false;
-    if (strCommand == "in" && words >> strUser >> strIP) {
-        bDone = CheckUserIn(strUser, strIP);
-    } else if (strCommand == "out" && words >> strUser) {
-        bDone = CheckUserOut(strUser);
-    } else if (int nSeconds = 0; strCommand == "wait" && words >> nSeconds) {
-        Events().Pump(std::chrono::seconds(nSeconds));
-        bDone = true;
-    } else {
-        std::printf("not understood: %s\n", strLine.c_str());
-        return false;
-    }
-    return bDone != bMeantToFail;
+    return true;
 }
 
 const char* const kScenario[] = {
-    "in alice 10.0.0.1",
-    "in bob 10.0.0.2",
-    "in carol 10.0.0.3",
-    "!in nobody 10.0.0.4",
-    "wait 3",
-    "out alice",
-    "out bob",
-    "out carol",
-    "!out carol",
+    "in alice 10.0.0.1", "in bob 10.0.0.2", "inex carol 10.0.0.3", "!in nobody 10.0.0.4", "who", "wait 3",
+    "out alice",         "out bob",         "out carol",           "!out carol",
 };
 
-bool Play(bool bConsole)
+// Waits on the feeding thread, so that the game goes on meanwhile.
+bool Wait(const std::string& strSeconds)
+{
+    std::istringstream number(strSeconds);
+    int nSeconds = -1;
+    if (!(number >> nSeconds) || nSeconds < 0)
+        return false;
+    std::this_thread::sleep_for(std::chrono::seconds(nSeconds));
+    return true;
+}
+
+// Gives the game's thread one line after the other, each when the one before is done. False if any of them
+// did not do what it should.
+bool Feed(Server& server, const std::function<bool(std::string&)>& nextLine)
 {
     bool bGood = true;
-    if (!bConsole) {
-        for (const char* pszLine : kScenario) {
-            std::printf("> %s\n", pszLine);
-            bGood = Run(pszLine) && bGood;
+    for (std::string strLine; nextLine(strLine);) {
+        std::istringstream words(strLine);
+        std::string strName, strRest;
+        words >> strName >> strRest;
+        if (strName.empty() || strName[0] == '#')
+            continue;
+        if (strName == "wait") {
+            server.tasks.Post([strLine] { std::printf("> %s\n", strLine.c_str()); });
+            bGood = Wait(strRest) && bGood;
+            continue;
         }
-        return bGood;
+        std::promise<bool> done;
+        server.tasks.Post([&] { done.set_value(RunCommand(server, strLine)); });
+        bGood = done.get_future().get() && bGood;
     }
-    for (std::string strLine; std::getline(std::cin, strLine);)
-        bGood = Run(strLine) && bGood;
     return bGood;
+}
+
+// The game, on this thread; the commands come from another one.
+bool Play(Server& server, bool bConsole)
+{
+    std::size_t nNext = 0;
+    const auto nextLine = [&](std::string& strLine) {
+        if (bConsole)
+            return static_cast<bool>(std::getline(std::cin, strLine));
+        if (nNext == sizeof(kScenario) / sizeof(kScenario[0]))
+            return false;
+        strLine = kScenario[nNext++];
+        return true;
+    };
+    auto fed = std::async(std::launch::async, [&] {
+        const bool bGood = Feed(server, nextLine);
+        server.tasks.Stop();
+        return bGood;
+    });
+    server.tasks.Run([&server] { server.sessions.FindForgotten(); });
+    return fed.get();
 }
 
 }  // namespace
@@ -182,26 +116,31 @@ bool Play(bool bConsole)
 int main(int argc, char** argv)
 {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    const bool bConsole = argc > 1 && std::strcmp(argv[1], "--console") == 0;
+    Options options;
+    if (!ReadOptions(argc, argv, options))
+        return 2;
 
     _CONNECTOR_ID id{};
-    Put(id.GID, "DEMOGAME");
-    Put(id.SID, "SERVER01");
-    Put(id.WID, "WORLD01");
-    _CONNECTOR_CALLBACKS callbacks{};  // a null entry is allowed
-    callbacks.pfnBillingEvent = &OnBillingEvent;
-    callbacks.pfnNotifyStorageInfo = &OnStorageNotice;
+    Put(id.GID, options.strGID);
+    Put(id.SID, options.strSID);
+    Put(id.WID, options.strWID);
+    Server server;
+    const _CONNECTOR_CALLBACKS callbacks =
+        MakeCallbacks(server.game, server.sessions, server.tasks, options.strSID);
 
     char szError[1025];
     if (!InitModule(&id, &callbacks, szError, static_cast<int>(sizeof(szError)))) {
         std::printf("The connector does not start: %s\n", szError);
         return 1;
     }
-    std::printf("The connector is registered at the service.%s%s\n", szError[0] ? " Note: " : "", szError);
+    std::printf("%s is registered at the service.%s%s\n", options.strSID.c_str(), szError[0] ? " Note: " : "",
+                szError);
 
-    const bool bGood = Play(bConsole);
+    const bool bGood = Play(server, options.bConsole);
 
-    UninitModule();
+    server.sessions.CheckEveryoneOut();
+    UninitModule();             // no callback starts any more
+    server.tasks.RunPending();  // what they have posted to the last
     std::printf(bGood ? "The connector has stopped; every step did what it should.\n"
                       : "The connector has stopped; at least one step went wrong.\n");
     return bGood ? 0 : 1;
