@@ -13,6 +13,19 @@ std::string FormatDate(std::time_t time)
     return {szDate, std::strftime(szDate, sizeof(szDate), "%Y%m%d%H%M%S", &tm)};
 }
 
+std::string FormatTimestamp(std::chrono::system_clock::time_point time)
+{
+    using namespace std::chrono;
+    const std::time_t seconds = system_clock::to_time_t(time);
+    const auto nMillisecond = duration_cast<milliseconds>(time.time_since_epoch()).count() % 1000;
+    std::tm tm{};
+    gmtime_r(&seconds, &tm);
+    char szDay[32], szAll[48];
+    std::strftime(szDay, sizeof(szDay), "%Y-%m-%dT%H:%M:%S", &tm);
+    std::snprintf(szAll, sizeof(szAll), "%s.%03dZ", szDay, static_cast<int>(nMillisecond));
+    return szAll;
+}
+
 std::optional<std::time_t> ParseDate(const std::string& strDate)
 {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };

@@ -1,5 +1,8 @@
 #include "sandbox/Link.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace Sandbox {
 namespace {
 
@@ -22,7 +25,8 @@ Link::Link(asio::ip::tcp::socket socket, IOwner& owner, const IClock& clock)
       m_strName(AddressOf(m_socket)),
       m_msStarted(clock.Milliseconds()),
       m_msHeard(m_msStarted),
-      m_input(MakeStream())
+      m_input(MakeStream()),
+      m_holdTimer(m_socket.get_executor())
 {
 }
 
@@ -49,6 +53,7 @@ void Link::Close(const std::string& strWhy)
     m_socket.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
     m_socket.close(ignored);
     m_timer.cancel();
+    m_holdTimer.cancel();
     m_mapQueue.clear();
     m_owner.OnClosed(*this, strWhy);
 }
@@ -84,29 +89,57 @@ void Link::OnRead(const asio::error_code& error, int nRead)
 // Also goes on with what a pause has left over.
 void Link::TakeFrames()
 {
-    try {
+    Guard([this] {
         while (m_bOpen && !IsPaused()) {
             const StreamPtr body = TakeBody(m_input.get());
             if (body == nullptr)
                 break;
             m_owner.OnFrame(*this, body.get());
         }
+    });
+    Read();
+}
+
+void Link::Guard(const std::function<void()>& work)
+{
+    try {
+        work();
     } catch (const ProtocolError& e) {
         Close(std::string("protocol broken: ") + e.what());
     } catch (const std::exception& e) {
         Close(std::string("internal failure: ") + e.what());
     }
-    Read();
 }
 
-void Link::Post(std::string strFrame, std::chrono::milliseconds delay)
+void Link::Post(std::string strBytes, const Delivery& delivery)
 {
     if (!m_bOpen)
         return;
-    m_nQueuedBytes += strFrame.size();
+    m_nQueuedBytes += strBytes.size();
     if (m_nQueuedBytes > kMaxQueuedBytes)
         return Close("the peer does not read: " + std::to_string(m_nQueuedBytes) + " bytes wait for it");
-    m_mapQueue.emplace(std::chrono::steady_clock::now() + delay, std::move(strFrame));
+    strBytes.insert(0, std::exchange(m_strHeld, {}));
+    m_holdTimer.cancel();
+    if (delivery.hold.count() == 0)
+        return Enqueue(std::move(strBytes), delivery);
+    m_strHeld = std::move(strBytes);
+    m_holdTimer.expires_after(delivery.hold);
+    m_holdTimer.async_wait([this, self = shared_from_this()](asio::error_code error) {
+        if (!error)
+            ReleaseHeld();
+    });
+}
+
+void Link::ReleaseHeld()
+{
+    if (m_bOpen && !m_strHeld.empty())
+        Enqueue(std::exchange(m_strHeld, {}), {});
+}
+
+void Link::Enqueue(std::string strBytes, const Delivery& delivery)
+{
+    m_mapQueue.emplace(std::chrono::steady_clock::now() + delivery.delay,
+                       Item{std::move(strBytes), delivery.nPiece, delivery.bLast});
     Write();
 }
 
@@ -123,30 +156,56 @@ void Link::Write()
         });
         return;
     }
-    m_strWriting.clear();
-    for (auto it = m_mapQueue.begin(); it != m_mapQueue.end() && it->first <= now;) {
-        if (!m_strWriting.empty() && m_strWriting.size() + it->second.size() > kMaxWrite)
-            break;
-        m_strWriting += it->second;
+    TakeDueItems(now);
+    m_bWriting = true;
+    m_nWritten = m_nPieces = 0;
+    WriteNextPiece();
+}
+
+void Link::TakeDueItems(Due now)
+{
+    auto it = m_mapQueue.begin();
+    m_writing = std::move(it->second);
+    it = m_mapQueue.erase(it);
+    if (!m_writing.IsPlain())
+        return;
+    while (it != m_mapQueue.end() && it->first <= now && it->second.IsPlain() &&
+           m_writing.strBytes.size() + it->second.strBytes.size() <= kMaxWrite) {
+        m_writing.strBytes += it->second.strBytes;
         it = m_mapQueue.erase(it);
     }
-    m_bWriting = true;
-    const auto self = shared_from_this();
-    asio::async_write(m_socket, asio::buffer(m_strWriting),
-                      [this, self](asio::error_code error, std::size_t) {
-                          m_bWriting = false;
-                          if (m_bOpen)
-                              error ? Close(error.message()) : OnWritten();
+}
+
+void Link::WriteNextPiece()
+{
+    std::size_t nBytes = m_writing.strBytes.size() - m_nWritten;
+    if (m_writing.nPiece != 0 && ++m_nPieces < kMaxPieces)
+        nBytes = std::min(nBytes, m_writing.nPiece);
+    asio::async_write(m_socket, asio::buffer(m_writing.strBytes.data() + m_nWritten, nBytes),
+                      [this, self = shared_from_this(), nBytes](asio::error_code error, std::size_t) {
+                          if (!m_bOpen)
+                              return;
+                          if (error)
+                              return Close(error.message());
+                          m_nWritten += nBytes;
+                          if (m_nWritten == m_writing.strBytes.size())
+                              return OnWritten();
+                          m_timer.expires_after(kPiecePause);
+                          m_timer.async_wait([this, self](asio::error_code cancelled) {
+                              if (!cancelled && m_bOpen)
+                                  WriteNextPiece();
+                          });
                       });
 }
 
 void Link::OnWritten()
 {
+    m_bWriting = false;
+    if (m_writing.bLast)
+        return Close("cut off by a fault");
     const bool bWasPaused = IsPaused();
-    m_nQueuedBytes -= m_strWriting.size();
-    m_strWriting.clear();
-    if (m_strWriting.capacity() > kMaxWrite)
-        m_strWriting.shrink_to_fit();
+    m_nQueuedBytes -= m_writing.strBytes.size();
+    m_writing = {};
     Write();
     if (bWasPaused && !IsPaused())
         TakeFrames();

@@ -1,11 +1,15 @@
 #include "sandbox/MessageLog.h"
 
+#include "sandbox/MessageJson.h"
 #include "wirova/MessageCatalog.h"
+#include "wirova/messages/BaseMessages.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr std::size_t kMaxLine = 400;  // bytes, unless the console is verbose
+constexpr std::size_t kMaxLine = 400;      // bytes, unless the console is verbose
+constexpr std::size_t kMaxVerbose = 4000;  // bytes, if it is
+constexpr JsonLimits kRingLimits{1024, 100, MessageLog::kMaxFields};
 
 std::string Cut(std::string strText, std::size_t nMax)
 {
@@ -17,17 +21,19 @@ std::string Cut(std::string strText, std::size_t nMax)
 }  // namespace
 
 void MessageLog::Record(const std::string& strConnector, Direction direction, const Wirova::IMessage& msg,
-                        Importance importance)
+                        std::vector<std::string> vecFaults)
 {
-    std::string strText = Cut(Wirova::DescribeMessage(msg), kMaxText);
-    if (!m_console.IsQuiet() && (importance == Importance::Normal || m_console.IsVerbose())) {
-        m_console.Note(strConnector + (direction == Direction::FromConnector ? " <- " : " -> ") +
-                       (m_console.IsVerbose() ? strText : Cut(strText, kMaxLine)));
+    const bool bRoutine = msg.GetMsgID() == XC2S_Heartbeat::kMsgID;
+    if (!m_console.IsQuiet() && (!bRoutine || m_console.IsVerbose())) {
+        std::string strLine = strConnector + (direction == Direction::FromConnector ? " <- " : " -> ");
+        for (const std::string& strFault : vecFaults) strLine += "[" + strFault + "] ";
+        m_console.Note(strLine +
+                       Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerbose : kMaxLine));
     }
     if (m_messages.size() == kMaxMessages)
         m_messages.pop_front();
-    m_messages.push_back(
-        {++m_nCount, std::chrono::system_clock::now(), strConnector, direction, std::move(strText)});
+    m_messages.push_back({++m_nCount, std::chrono::system_clock::now(), strConnector, direction,
+                          msg.GetMsgName(), DumpJson(FieldsToJson(msg, kRingLimits)), std::move(vecFaults)});
 }
 
 }  // namespace Sandbox

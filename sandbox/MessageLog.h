@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "sandbox/Console.h"
 #include "wirova/WirovaBase.h"
@@ -12,28 +13,31 @@
 namespace Sandbox {
 
 enum class Direction { FromConnector, ToConnector };
-// Routine messages (heartbeats) reach the console only when it is verbose.
-enum class Importance { Routine, Normal };
 
 struct LoggedMessage {
     std::uint64_t nNumber;  // counted from 1
     std::chrono::system_clock::time_point time;
     std::string strConnector;  // its name, or the peer's address before registration
     Direction direction;
-    std::string strText;  // name and fields, cut at kMaxText, secrets blanked
+    const char* pszClass;
+    std::string strFields;               // a JSON object of at most about kMaxFields bytes, secrets blanked
+    std::vector<std::string> vecFaults;  // what faults have done to it
 };
 
 // Belongs to the server's thread.
 class MessageLog {
 public:
     static constexpr std::size_t kMaxMessages = 500;
-    static constexpr std::size_t kMaxText = 4000;  // bytes of one message
+    static constexpr std::size_t kMaxFields = 64 << 10;  // bytes of one message; so the ring has a bound
 
     explicit MessageLog(const Console& console) : m_console(console) {}
 
+    // Heartbeats reach the console only when it is verbose.
     void Record(const std::string& strConnector, Direction direction, const Wirova::IMessage& msg,
-                Importance importance = Importance::Normal);
+                std::vector<std::string> vecFaults = {});
     const std::deque<LoggedMessage>& GetMessages() const { return m_messages; }  // oldest first
+    std::uint64_t GetCount() const { return m_nCount; }                          // of all ever recorded
+    void Clear() { m_messages.clear(); }                                         // the numbers go on
 
 private:
     const Console& m_console;

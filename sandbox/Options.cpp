@@ -25,6 +25,19 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->check(CLI::Range(0, 600'000))
         ->capture_default_str();
     app.add_option("--port-file", options.strPortFile, "File that gets the port once the sandbox listens");
+    auto* const pHttpHost =
+        app.add_option("--http-host", options.strHttpHost, "Address of the HTTP interface")
+            ->capture_default_str();
+    auto* const pHttpPort = app.add_option("--http-port", options.nHttpPort,
+                                           "TCP port of the HTTP interface; 0 takes a free one and prints it")
+                                ->capture_default_str();
+    auto* const pHttpPortFile =
+        app.add_option("--http-port-file", options.strHttpPortFile, "File that gets the HTTP port likewise");
+    bool bNoHttp = false;
+    app.add_flag("--no-http", bNoHttp, "No HTTP interface")
+        ->excludes(pHttpHost)
+        ->excludes(pHttpPort)
+        ->excludes(pHttpPortFile);
     bool bQuiet = false, bVerbose = false;
     auto* const pQuiet = app.add_flag("--quiet", bQuiet, "Only start, end and what goes wrong");
     app.add_flag("--verbose", bVerbose, "Heartbeats too, and messages at length")->excludes(pQuiet);
@@ -34,6 +47,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? kEnded : kBadCommandLine;
     }
+    options.bHttp = !bNoHttp;
     options.answerDelay = std::chrono::milliseconds(nDelay);
     if (bQuiet)
         options.verbosity = Verbosity::Quiet;

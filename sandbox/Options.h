@@ -17,6 +17,10 @@ struct Options {
     std::chrono::milliseconds answerDelay{2};
     Verbosity verbosity = Verbosity::Normal;
     std::string strPortFile;  // empty: none
+    bool bHttp = true;
+    std::string strHttpHost = "127.0.0.1";
+    unsigned short nHttpPort = 12001;  // 0: any free one
+    std::string strHttpPortFile;       // empty: none
 };
 
 // Exit codes of the program.

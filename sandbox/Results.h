@@ -29,6 +29,10 @@ enum ConnectResult : int {
     kTooMany = 4,
 };
 
+// Event codes. Told an expiry, the connector checks the user out; told a forced checkout, it forgets the
+// user, whom the service has checked out already.
+enum BillingEvent : int { kBillingExpire = 0, kWarning = 1, kForceCheckout = 2 };
+
 // Success, with the extra flag for the game.
 inline constexpr int kAcceptedExtra = 90006;
 

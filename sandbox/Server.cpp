@@ -14,21 +14,31 @@ constexpr std::chrono::milliseconds kSweepEvery{200};
 constexpr std::chrono::seconds kLate{1};
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
-// Descriptors are left for the database, the console and a few more.
+// Descriptors are left for the database, the console, the HTTP interface and a few more.
 std::size_t GetMaxLinks()
 {
-    constexpr rlim_t kOthers = 24;
+    constexpr rlim_t kOthers = 24 + HttpServer::kMaxConnections;
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= Server::kMaxLinks + kOthers)
         return Server::kMaxLinks;
     return static_cast<std::size_t>(std::max<rlim_t>(limit.rlim_cur, kOthers + 1) - kOthers);
 }
 
-std::unique_ptr<Store> OpenStore(const Options& options, const IClock& clock)
+std::vector<User> ReadSeed(const Options& options)
+{
+    try {
+        return GetSeedUsers(options.strSeed);
+    } catch (const SeedError& e) {
+        throw StartError(e.what());
+    }
+}
+
+std::unique_ptr<Store> OpenStore(const Options& options, const std::vector<User>& vecSeed,
+                                 const IClock& clock)
 {
     try {
         auto pStore = std::make_unique<Store>(options.strDb, clock.Now());
-        AddUsers(*pStore, GetSeedUsers(options.strSeed));
+        AddUsers(*pStore, vecSeed);
         return pStore;
     } catch (const StoreError& e) {
         throw StartError("The database " + (options.strDb.empty() ? "in memory" : "'" + options.strDb + "'") +
@@ -64,16 +74,22 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
 Server::Server(const Options& options, const IClock& clock, const Console& console)
     : m_clock(clock),
       m_console(console),
-      m_pStore(OpenStore(options, clock)),
+      m_vecSeed(ReadSeed(options)),
+      m_pStore(OpenStore(options, m_vecSeed, clock)),
       m_registry(*m_pStore, clock),
       m_log(console),
-      m_service(*m_pStore, m_registry, m_log, console, clock, options.answerDelay),
+      m_traffic(m_log, m_faults, m_timers, options.answerDelay),
+      m_triggers(*m_pStore, m_registry, m_traffic, m_timers),
+      m_service(*m_pStore, m_registry, m_traffic, m_triggers, m_log, console, clock),
+      m_control(*m_pStore, m_registry, m_log, m_faults, m_triggers, console, m_vecSeed),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_acceptor, options);
     const auto endpoint = m_acceptor.local_endpoint();
     m_nPort = endpoint.port();
     m_console.Say("Listening on " + endpoint.address().to_string() + " port " + std::to_string(m_nPort));
+    if (options.bHttp)
+        StartHttp(options);
     if (!endpoint.address().is_loopback())
         m_console.Say("Other machines can reach it, and there is no authentication: trusted networks only.");
     Accept();
@@ -108,9 +124,26 @@ void Server::CloseAll()
     m_acceptor.close(ignored);
     m_acceptTimer.cancel();
     m_sweepTimer.cancel();
+    m_timers.CancelAll();
     if (m_signals)
         m_signals->cancel(ignored);
+    if (m_pHttp != nullptr)
+        m_pHttp->Stop();
     while (!m_setLinks.empty()) (*m_setLinks.begin())->Close("the sandbox ends");
+}
+
+// The interface's threads only ask; what is asked for happens on the server's own thread.
+void Server::StartHttp(const Options& options)
+{
+    m_pHttp = std::make_unique<HttpServer>(
+        options.strHttpHost, options.nHttpPort, [this](ControlRequest request, Respond respond) {
+            asio::post(m_context, [this, request = std::move(request), respond = std::move(respond)] {
+                m_control.Handle(request, respond);
+            });
+        });
+    m_console.Say("HTTP on " + m_pHttp->GetHost() + " port " + std::to_string(m_pHttp->GetPort()));
+    if (!m_pHttp->IsLoopback())
+        m_console.Say("Other machines can reach the HTTP interface too, and do there whatever they like.");
 }
 
 void Server::Accept()
@@ -178,6 +211,7 @@ void Server::OnFrame(Link& link, Wirova::Stream* body)
 void Server::OnClosed(Link& link, const std::string& strWhy)
 {
     m_console.Say(link.GetName() + ": closed: " + strWhy);
+    m_triggers.OnClosed(link);
     m_registry.Detach(link);
     m_setLinks.erase(link.shared_from_this());
 }

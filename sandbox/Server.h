@@ -6,24 +6,25 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <type_traits>
 
 #include "sandbox/Clock.h"
 #include "sandbox/Console.h"
+#include "sandbox/Control.h"
+#include "sandbox/Faults.h"
+#include "sandbox/HttpServer.h"
 #include "sandbox/Link.h"
 #include "sandbox/MessageLog.h"
 #include "sandbox/Options.h"
 #include "sandbox/Registry.h"
 #include "sandbox/Service.h"
+#include "sandbox/StartError.h"
 #include "sandbox/Store.h"
+#include "sandbox/Timers.h"
+#include "sandbox/Traffic.h"
+#include "sandbox/Triggers.h"
 
 namespace Sandbox {
-
-// The text says what could not be had and why.
-class StartError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 class Server final : private Link::IOwner {
 public:
@@ -33,7 +34,9 @@ public:
     // Throws StartError.
     Server(const Options& options, const IClock& clock, const Console& console);
 
-    unsigned short GetPort() const { return m_nPort; }  // the bound one; any thread
+    // The bound ones; any thread. The HTTP port is 0 without that interface.
+    unsigned short GetPort() const { return m_nPort; }
+    unsigned short GetHttpPort() const { return m_pHttp != nullptr ? m_pHttp->GetPort() : 0; }
 
     // Serves on the calling thread until Stop. Once.
     void Run();
@@ -68,17 +71,24 @@ private:
     void ScheduleSweep();
     void Sweep();
     void CloseAll();
+    void StartHttp(const Options& options);
     void OnFrame(Link& link, Wirova::Stream* body) override;
     void OnClosed(Link& link, const std::string& strWhy) override;
 
     const IClock& m_clock;
     const Console& m_console;
+    asio::io_context m_context{1};
+    const std::vector<User> m_vecSeed;
     std::unique_ptr<Store> m_pStore;
     Registry m_registry;
     MessageLog m_log;
+    Faults m_faults;
+    Timers m_timers{m_context};
+    Traffic m_traffic;
+    Triggers m_triggers;
     Service m_service;
+    Control m_control;
 
-    asio::io_context m_context{1};
     asio::ip::tcp::acceptor m_acceptor{m_context};
     asio::steady_timer m_acceptTimer{m_context};  // a pause after an accept that failed
     asio::steady_timer m_sweepTimer{m_context};
@@ -88,6 +98,7 @@ private:
     bool m_bFullShown = false;  // the line about it, since there was room last
     unsigned short m_nPort = 0;
     bool m_bStopped = false;
+    std::unique_ptr<HttpServer> m_pHttp;  // its threads end before the rest
 };
 
 }  // namespace Sandbox

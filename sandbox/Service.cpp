@@ -1,6 +1,5 @@
 #include "sandbox/Service.h"
 
-#include "wirova/BigEndian.h"
 #include "wirova/MessageCatalog.h"
 
 namespace Sandbox {
@@ -40,7 +39,7 @@ struct Service::RowOf<Handler> {
                 refuse(kStoreFailed, "The sandbox's database has failed.");
             }
         }
-        service.Send(call.link, ans, service.m_answerDelay);
+        service.m_traffic.Send(call.link, ans);
     }
     static constexpr Row kRow{Req::kMsgID, Run};
 };
@@ -81,36 +80,42 @@ const Service::Row Service::kRows[] = {
     RowOf<&Service::Charge>::kRow,
 };
 
-Service::Service(Store& store, Registry& registry, MessageLog& log, const Console& console,
-                 const IClock& clock, std::chrono::milliseconds answerDelay)
+Service::Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
+                 const Console& console, const IClock& clock)
     : m_store(store),
       m_registry(registry),
+      m_traffic(traffic),
+      m_triggers(triggers),
       m_log(log),
       m_console(console),
-      m_clock(clock),
-      m_answerDelay(answerDelay)
+      m_clock(clock)
 {
 }
 
 void Service::Handle(Link& link, Wirova::Stream* body)
 {
-    unsigned char bytes[sizeof(Wirova::int32)] = {};
-    Strova::Peek(body, bytes, sizeof(bytes));
-    const auto nMsgID = Wirova::GetBigEndian<Wirova::int32>(bytes);
-    Call call{link, link.GetConnector(), {}};
+    m_traffic.Receive(link, body,
+                      [this, &link](Wirova::Stream* whole, const std::vector<std::string>& vecFaults) {
+                          Serve(link, whole, vecFaults);
+                      });
+}
+
+void Service::Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults)
+{
+    const Wirova::int32 nMsgID = PeekMsgID(body);
+    Call call{link, link.GetConnector(), vecFaults, {}};
     for (const Row& row : kRows) {
         if (row.nMsgID == nMsgID)
             return row.run(*this, call, body);
     }
-    NotServed(call, nMsgID, body);
+    OtherMessage(call, nMsgID, body);
 }
 
 template <class Req>
 void Service::Receive(Call& call, Req& req, Wirova::Stream* body)
 {
     LoadBody(req, body);
-    m_log.Record(call.link.GetName(), Direction::FromConnector, req,
-                 std::same_as<Req, XC2S_Heartbeat> ? Importance::Routine : Importance::Normal);
+    m_log.Record(call.link.GetName(), Direction::FromConnector, req, call.vecFaults);
 }
 
 template <class Work>
@@ -122,20 +127,20 @@ void Service::Commit(Call& call, const Work& work)
     for (const auto& after : call.vecAfter) after();
 }
 
-void Service::Send(Link& link, const Wirova::IMessage& msg, std::chrono::milliseconds delay)
-{
-    m_log.Record(link.GetName(), Direction::ToConnector, msg);
-    link.Post(FrameOf(msg), delay);
-}
-
-// A message of the protocol that nobody here has a handler for is shown and dropped.
-void Service::NotServed(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body)
+// An answer to a request of the service goes to who waits for it. What nobody here has a handler for is
+// shown and dropped.
+void Service::OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body)
 {
     const auto msg = Wirova::MakeMessage(nMsgID);
     if (msg == nullptr)
         throw ProtocolError("there is no message with the id " + std::to_string(nMsgID));
-    LoadBody(*msg, body);
-    m_log.Record(call.link.GetName(), Direction::FromConnector, *msg);
+    Receive(call, *msg, body);
+    if (m_triggers.OnAnswer(call.link, *msg))
+        return;
+    if (Triggers::IsAnswer(nMsgID)) {
+        m_console.Say(call.link.GetName() + ": nobody waits for this " + msg->GetMsgName());
+        return;
+    }
     m_console.Say(call.link.GetName() + ": a " + msg->GetMsgName() +
                   " is not served here and stays unanswered");
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,10 +12,11 @@
 #include "sandbox/Clock.h"
 #include "sandbox/Console.h"
 #include "sandbox/Frames.h"
-#include "sandbox/MessageLog.h"
 #include "sandbox/Registry.h"
 #include "sandbox/Results.h"
 #include "sandbox/Store.h"
+#include "sandbox/Traffic.h"
+#include "sandbox/Triggers.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace Sandbox {
@@ -27,18 +29,22 @@ public:
     static constexpr std::int64_t kRegisterMilliseconds = 10'000;
     static constexpr int kConfirmCycles = 2;
     static constexpr int kSilentCycles = 3;
+    // A connector ends what has run out by itself, in its charge cycle. After this the service does.
+    static constexpr std::int64_t kOverdueMilliseconds = 180'000;
 
-    Service(Store& store, Registry& registry, MessageLog& log, const Console& console, const IClock& clock,
-            std::chrono::milliseconds answerDelay);
+    Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
+            const Console& console, const IClock& clock);
 
     // One frame being served. pConnector is null for what may come before the registration.
     struct Call {
         Link& link;
         Connector* pConnector;
+        const std::vector<std::string>& vecFaults;    // what has befallen the frame on its way
         std::vector<std::function<void()>> vecAfter;  // run in order, once the changes are committed
     };
 
-    // Serves one frame: loads it, runs its handler in a transaction, sends the answer. Throws ProtocolError.
+    // Serves one frame, unless a fault is in its way: loads it, runs its handler in a transaction, sends the
+    // answer. Throws ProtocolError.
     void Handle(Link& link, Wirova::Stream* body);
     // Why the link has to go now; nothing if it may stay.
     std::optional<std::string> GetOverdue(const Link& link) const;
@@ -53,6 +59,7 @@ private:
     template <auto Handler>
     struct RowOf;  // makes the row of a handler from its signature
     static const Row kRows[];
+    void Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults);
 
     // Handlers. A request with an answer: fill it or throw Refusal. Without one: no Answer argument.
     void Heartbeat(Call& call, const XC2S_Heartbeat& req);
@@ -74,8 +81,7 @@ private:
     void Receive(Call& call, Req& req, Wirova::Stream* body);
     template <class Work>
     void Commit(Call& call, const Work& work);
-    void Send(Link& link, const Wirova::IMessage& msg, std::chrono::milliseconds delay);
-    void NotServed(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body);
+    void OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body);
 
     // Pieces of the session rules. All throw Refusal.
     User RequireUser(const UserKey& key);
@@ -97,6 +103,11 @@ private:
     enum class Synced { Confirmed, Restored };
     Synced SyncUser(const Call& call, const UserKey& key, const XCheckOutInfo& info);
     void ChargeUser(Call& call, const XChargeInfo& info, int nProductID);
+    void Notify(Link& link, const Session& session, int nEventCode, int nSpecificCode,
+                const std::string& strParam);
+    void NotifyForced(const Session& session);  // if its connector is linked
+    // Ends sessions whose time is over and returns them; their connectors are still to be told.
+    std::vector<Session> RemoveOverdue();
 
     // Runs each(record) for the list's records; a Refusal is counted, the first few are shown.
     template <class Records, class Each>
@@ -106,10 +117,12 @@ private:
 
     Store& m_store;
     Registry& m_registry;
+    Traffic& m_traffic;
+    Triggers& m_triggers;
     MessageLog& m_log;
     const Console& m_console;
     const IClock& m_clock;
-    std::chrono::milliseconds m_answerDelay;
+    std::map<std::int64_t, std::int64_t> m_mapOverdue;  // Seq No to the milliseconds at which it was found
 };
 
 template <class Records, class Each>

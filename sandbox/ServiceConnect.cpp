@@ -95,6 +95,7 @@ void Service::Sweep()
             vecGone.push_back(&connector);
         }
     }
+    const std::vector<Session> vecOverdue = RemoveOverdue();
     Dropped(m_store.RemoveMovesBefore(m_clock.Now() - kMoveSeconds), "its move has not ended anywhere");
     transaction.Commit();
     for (Connector* const pConnector : vecConfirmed) pConnector->msConfirmBy.reset();
@@ -102,6 +103,7 @@ void Service::Sweep()
         m_console.Note(pConnector->identity.GetName() + ": is forgotten");
         m_registry.Remove(*pConnector);
     }
+    for (const Session& session : vecOverdue) NotifyForced(session);
 }
 
 void Service::Dropped(const std::vector<Session>& vecSessions, const char* pszWhy)

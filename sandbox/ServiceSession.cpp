@@ -1,6 +1,8 @@
 // The billing sessions of users. docs/sandbox.md tells the same rules in prose.
 #include <algorithm>
 #include <charconv>
+#include <climits>
+#include <iterator>
 
 #include "sandbox/DateText.h"
 #include "sandbox/Service.h"
@@ -8,7 +10,7 @@
 namespace Sandbox {
 namespace {
 
-constexpr int kBillingExpire = 0;  // event code: the user's time is over
+constexpr int kWarnAt[] = {5, 1};  // remaining minutes
 
 // A Seq No as connectors send it back; 0 for anything else. They keep 31 bits of it.
 std::int64_t SeqNoOf(const std::string& strSeqNo)
@@ -261,24 +263,70 @@ void Service::Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns&)
                    std::to_string(nRefused) + " not charged");
 }
 
-// One minute for each charge. At the last one the connector is told that the user's time is over.
+// One minute for each charge. The game is warned before the last one and told when it is used up, and then
+// has to check the user out. If it charges on instead, the service does.
 void Service::ChargeUser(Call& call, const XChargeInfo& info, int nProductID)
 {
     const Session session = RequireSession(call, KeyOf(info), info.strSeqNo);
     const User user = RequireUser({session.strUserID, false});
     if (user.billing.nProductID != nProductID || !HasMinutes(user.billing.nBillType))
         throw Refusal(kNotCheckedIn, Quoted(user.strUserID) + " is not charged for this product.");
-    if (m_store.TakeMinute(user.nID) > 0)
-        return;
-    call.vecAfter.push_back([this, &link = call.link, session] {
-        XS2C_BillingEventNotice notice;
-        (session.bByNumber ? notice.strUserNo : notice.strUserID) =
-            session.bByNumber ? session.strUserNo : session.strUserID;
-        notice.strUserIP = session.strUserIP;
-        notice.nEventCode = kBillingExpire;
-        notice.strParam = "The minutes are used up.";
-        Send(link, notice, m_answerDelay);
-    });
+    if (user.billing.nRemainMinutes < 1) {
+        m_store.RemoveSession(session.nSeqNo);
+        Dropped({session}, "it is charged without a minute left");
+        call.vecAfter.push_back([this, session] { NotifyForced(session); });
+        throw Refusal(kNoMinutes, Quoted(user.strUserID) + " has no minutes left.");
+    }
+    const auto nRemain = static_cast<int>(std::min<std::int64_t>(m_store.TakeMinute(user.nID), INT_MAX));
+    if (nRemain == 0) {
+        call.vecAfter.push_back([this, &link = call.link, session] {
+            Notify(link, session, kBillingExpire, 0, "The minutes are used up.");
+        });
+    } else if (std::find(std::begin(kWarnAt), std::end(kWarnAt), nRemain) != std::end(kWarnAt)) {
+        call.vecAfter.push_back([this, &link = call.link, session, nRemain] {
+            Notify(link, session, kWarning, nRemain, "Minutes left: " + std::to_string(nRemain));
+        });
+    }
+}
+
+void Service::Notify(Link& link, const Session& session, int nEventCode, int nSpecificCode,
+                     const std::string& strParam)
+{
+    XS2C_BillingEventNotice notice;
+    (session.bByNumber ? notice.strUserNo : notice.strUserID) =
+        session.bByNumber ? session.strUserNo : session.strUserID;
+    notice.strUserIP = session.strUserIP;
+    notice.nEventCode = nEventCode;
+    notice.nSpecificCode = nSpecificCode;
+    notice.strParam = strParam;
+    m_traffic.Send(link, notice);
+}
+
+void Service::NotifyForced(const Session& session)
+{
+    const Connector* const pConnector = m_registry.Find(session.nConnector);
+    if (pConnector != nullptr && pConnector->pLink != nullptr)
+        Notify(*pConnector->pLink, session, kForceCheckout, 0, "The time is over.");
+}
+
+std::vector<Session> Service::RemoveOverdue()
+{
+    const std::int64_t msNow = m_clock.Milliseconds();
+    std::vector<Session> vecRemoved;
+    std::map<std::int64_t, std::int64_t> mapStill;
+    for (const Session& session : m_store.GetOverdue(FormatDate(m_clock.Now()))) {
+        const auto it = m_mapOverdue.find(session.nSeqNo);
+        const std::int64_t msSince = it != m_mapOverdue.end() ? it->second : msNow;
+        if (msNow - msSince <= kOverdueMilliseconds) {
+            mapStill.emplace(session.nSeqNo, msSince);
+            continue;
+        }
+        m_store.RemoveSession(session.nSeqNo);
+        vecRemoved.push_back(session);
+    }
+    m_mapOverdue = std::move(mapStill);
+    Dropped(vecRemoved, "its time is over, and its connector has not checked it out");
+    return vecRemoved;
 }
 
 }  // namespace Sandbox

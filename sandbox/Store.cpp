@@ -114,6 +114,12 @@ struct Store::Statements {
     Statement addUser{db,
                       "INSERT INTO user VALUES (NULL, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"
                       " ON CONFLICT (user_id) DO NOTHING"};
+    Statement users{db, SELECT_USER "true ORDER BY id LIMIT ?"};
+    Statement restoreUser{db,
+                          "UPDATE user SET user_no = ?, bill_type = ?, product_id = ?, remain_minutes = ?,"
+                          " crm_code = ?, end_date = ?, term_seconds = ?, free = ?, pc_cafe = ?, result = ?,"
+                          " result_text = ? WHERE user_id = ? RETURNING id"};
+    Statement removeOthers{db, "DELETE FROM other_billing WHERE user = ?"};
     Statement addOther{db, "INSERT INTO other_billing VALUES (?, ?, ?, ?, ?, ?)"};
     Statement userByID{db, SELECT_USER "user_id = ?"};
     Statement userByNo{db, SELECT_USER "user_no = ?"};
@@ -145,6 +151,10 @@ struct Store::Statements {
                           "connector = ? AND confirmed = 0 AND moving_since = 0"
                           " ORDER BY seq_no"};
     Statement movesBefore{db, SELECT_SESSION "moving_since > 0 AND moving_since < ? ORDER BY seq_no"};
+    Statement removeAllSessions{db, "DELETE FROM session"};
+    Statement overdue{db, SELECT_SESSION
+                      "moving_since = 0 AND ((bill_type IN (2, 3) AND remain_minutes < 1) OR"
+                      " (bill_type IN (1, 3) AND session.end_date < ?)) ORDER BY seq_no"};
     Statement confirm{db, "UPDATE session SET confirmed = 1 WHERE seq_no = ?"};
     Statement setUnconfirmed{db, "UPDATE session SET confirmed = 0 WHERE connector = ?"};
 };
@@ -166,33 +176,61 @@ bool Store::AddUser(const User& user)
                        user.strResultText);
     if (m_db.Changes() == 0)
         return false;
-    const std::int64_t nUser = m_db.LastInsertID();
+    AddOthers(m_db.LastInsertID(), user);
+    return true;
+}
+
+void Store::AddOthers(std::int64_t nUser, const User& user)
+{
     for (const Billing& other : user.vecOther) {
         m_sql->addOther.Run(nUser, other.nBillType, other.nProductID, other.nRemainMinutes, other.strCRMCode,
                             other.strEndDate);
     }
-    return true;
+}
+
+void Store::RestoreUser(const User& user)
+{
+    if (AddUser(user))
+        return;
+    const Billing& billing = user.billing;
+    std::int64_t nUser = 0;
+    m_sql->restoreUser.ForEach([&](const Statement& row) { nUser = row.Int(0); }, user.strUserNo,
+                               billing.nBillType, billing.nProductID, billing.nRemainMinutes,
+                               billing.strCRMCode, billing.strEndDate, user.nTermSeconds,
+                               static_cast<unsigned char>(user.cFree), user.bPCCafe, user.nResult,
+                               user.strResultText, user.strUserID);
+    m_sql->removeOthers.Run(nUser);
+    AddOthers(nUser, user);
+}
+
+User Store::UserOf(const Statement& row)
+{
+    User user;
+    user.nID = row.Int(0);
+    user.strUserID = row.Text(1);
+    user.strUserNo = row.Text(2);
+    user.billing = BillingOf(row, 3);
+    user.nTermSeconds = static_cast<int>(row.Int(8));
+    user.cFree = static_cast<char>(row.Int(9));
+    user.bPCCafe = row.Int(10) != 0;
+    user.nResult = static_cast<int>(row.Int(11));
+    user.strResultText = row.Text(12);
+    return user;
 }
 
 std::optional<User> Store::FindUser(const UserKey& key)
 {
     std::optional<User> found;
     (key.bNumber ? m_sql->userByNo : m_sql->userByID)
-        .ForEach(
-            [&](const Statement& row) {
-                User& user = found.emplace();
-                user.nID = row.Int(0);
-                user.strUserID = row.Text(1);
-                user.strUserNo = row.Text(2);
-                user.billing = BillingOf(row, 3);
-                user.nTermSeconds = static_cast<int>(row.Int(8));
-                user.cFree = static_cast<char>(row.Int(9));
-                user.bPCCafe = row.Int(10) != 0;
-                user.nResult = static_cast<int>(row.Int(11));
-                user.strResultText = row.Text(12);
-            },
-            key.strText);
+        .ForEach([&](const Statement& row) { found = UserOf(row); }, key.strText);
     return found;
+}
+
+std::vector<User> Store::GetUsers(std::int64_t nLimit)
+{
+    std::vector<User> vecUsers;
+    m_sql->users.ForEach([&](const Statement& row) { vecUsers.push_back(UserOf(row)); }, nLimit);
+    return vecUsers;
 }
 
 std::vector<Billing> Store::GetOtherBillings(std::int64_t nUser)
@@ -299,6 +337,18 @@ std::vector<Session> Store::RemoveMovesBefore(std::time_t time)
     std::vector<Session> vecRemoved = All(m_sql->movesBefore, time);
     for (const Session& session : vecRemoved) RemoveSession(session.nSeqNo);
     return vecRemoved;
+}
+
+void Store::RemoveAllSessions()
+{
+    m_sql->removeAllSessions.Run();
+}
+
+std::vector<Session> Store::GetOverdue(const std::string& strNow)
+{
+    std::vector<Session> vecFound;
+    m_sql->overdue.ForEach([&](const Statement& row) { vecFound.push_back(SessionOf(row)); }, strNow);
+    return vecFound;
 }
 
 Session Store::SessionOf(const Statement& row)

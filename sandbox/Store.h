@@ -70,6 +70,8 @@ public:
     bool AddUser(const User& user);  // false, and no change, if the user id is there already
     std::optional<User> FindUser(const UserKey& key);  // without the other billings
     std::vector<Billing> GetOtherBillings(std::int64_t nUser);
+    std::vector<User> GetUsers(std::int64_t nLimit);  // the first ones, without the other billings
+    void RestoreUser(const User& user);               // as AddUser, whatever has become of him since
     // Takes one minute off and returns what remains; 0 stays 0.
     std::int64_t TakeMinute(std::int64_t nUser);
 
@@ -99,8 +101,13 @@ public:
     // Remove and return what they have removed.
     std::vector<Session> RemoveUnconfirmed(std::int64_t nConnector);  // not those on the move
     std::vector<Session> RemoveMovesBefore(std::time_t time);
+    void RemoveAllSessions();
+    // Those whose users have no time left: an end date before strNow, or no minutes. Not on the move.
+    std::vector<Session> GetOverdue(const std::string& strNow);
 
 private:
+    void AddOthers(std::int64_t nUser, const User& user);
+    static User UserOf(const Statement& row);
     static Session SessionOf(const Statement& row);
     std::optional<Session> One(Statement& select, std::int64_t nArgument);
     std::vector<Session> All(Statement& select, std::int64_t nArgument);

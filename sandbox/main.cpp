@@ -43,13 +43,17 @@ int main(int argc, char** argv)
     });
     const SystemClock clock;
     RemovePortFile(options.strPortFile);  // of a run that could not tidy up
+    RemovePortFile(options.strHttpPortFile);
     try {
         Server server(options, clock, console);
         server.StopOnSignals();
         if (!options.strPortFile.empty())
             WritePortFile(options.strPortFile, server.GetPort());
+        if (!options.strHttpPortFile.empty())
+            WritePortFile(options.strHttpPortFile, server.GetHttpPort());
         server.Run();
         RemovePortFile(options.strPortFile);
+        RemovePortFile(options.strHttpPortFile);
         console.Say("Ended.");
         return kEnded;
     } catch (const StartError& e) {

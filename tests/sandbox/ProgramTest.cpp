@@ -70,13 +70,16 @@ class ProgramTest : public testing::Test {
 protected:
     std::vector<std::string> Args(std::vector<std::string> vecMore = {})
     {
-        vecMore.insert(vecMore.end(), {"--port", "0", "--port-file", m_strPortFile, "--db", m_dir / "db"});
+        vecMore.insert(vecMore.end(), {"--port", "0", "--port-file", m_strPortFile, "--db", m_dir / "db",
+                                       "--http-port", "0", "--http-port-file", m_strHttpPortFile});
         return vecMore;
     }
-    unsigned short WaitForPort()
+    unsigned short WaitForPort() { return WaitForPort(m_strPortFile); }
+    unsigned short WaitForHttpPort() { return WaitForPort(m_strHttpPortFile); }
+    unsigned short WaitForPort(const std::string& strFile)
     {
         for (int i = 0; i < 4000; ++i, usleep(5000)) {
-            if (const std::string strPort = ReadFile(m_strPortFile); !strPort.empty() && strPort != kStale)
+            if (const std::string strPort = ReadFile(strFile); !strPort.empty() && strPort != kStale)
                 return static_cast<unsigned short>(std::stoi(strPort));
         }
         ADD_FAILURE() << "no port file; the program says:\n" << ReadFile(m_strOutput);
@@ -91,6 +94,7 @@ protected:
 
     TempDir m_dir;
     std::string m_strPortFile = m_dir / "port";
+    std::string m_strHttpPortFile = m_dir / "http-port";
     std::string m_strOutput = m_dir / "output";
 };
 
@@ -130,6 +134,31 @@ TEST_F(ProgramTest, ServesUntilItIsToldToEnd)
     EXPECT_EQ(program.End(SIGINT), 0);
 }
 
+TEST_F(ProgramTest, EndsWhileHttpRequestsWait)
+{
+    WriteFile(m_strHttpPortFile, kStale);
+    Program program(Args(), m_strOutput);
+    Client client(WaitForPort());
+    const unsigned short nHttpPort = WaitForHttpPort();
+    Client stuck(nHttpPort);  // sends half a request and no more
+    stuck.SendBytes("POST /fault HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n{");
+    client.Register("game");
+    auto waiting = std::async(std::launch::async, [&] {
+        return Http(nHttpPort, "POST", "/trigger/query-game-money",
+                    R"({"connector": "game/s/w", "timeoutMs": 60000})");
+    });
+    client.Receive<XS2C_QueryGameMoneyReq>();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(program.End(SIGTERM), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30)) << "not the whole timeout";
+    EXPECT_EQ(waiting.get().nStatus, 503);
+    EXPECT_EQ(ReadFile(m_strHttpPortFile), "");
+    const std::string strOutput = ReadFile(m_strOutput),
+                      strSecond = strOutput.substr(strOutput.find('\n') + 1);
+    EXPECT_EQ(strSecond.find(" HTTP on 127.0.0.1 port " + std::to_string(nHttpPort) + "\n"), 12u)
+        << strOutput;
+}
+
 TEST_F(ProgramTest, AnswersComeNoSoonerThanAsked)
 {
     Program program(Args({"--answer-delay", "300"}), m_strOutput);
@@ -144,26 +173,35 @@ TEST_F(ProgramTest, SaysWhyItDoesNotStart)
     EXPECT_EQ(Run({"--help"}), 0);
     EXPECT_EQ(Run({"--version"}), 0);
     EXPECT_EQ(ReadFile(m_strOutput).rfind("velkar-sandbox ", 0), 0u) << ReadFile(m_strOutput);
-    const std::vector<std::vector<std::string>> kBadLines = {
-        {"--port", "70000"}, {"--port", "-1"},         {"--port", "x"}, {"--answer-delay", "-1"},
-        {"--nonsense"},      {"--quiet", "--verbose"}, {"--db"},        {"stray"}};
+    const std::vector<std::vector<std::string>> kBadLines = {{"--port", "70000"},
+                                                             {"--port", "-1"},
+                                                             {"--port", "x"},
+                                                             {"--answer-delay", "-1"},
+                                                             {"--nonsense"},
+                                                             {"--quiet", "--verbose"},
+                                                             {"--db"},
+                                                             {"stray"},
+                                                             {"--no-http", "--http-port", "0"}};
     for (const auto& vecArgs : kBadLines) EXPECT_EQ(Run(vecArgs), 2) << vecArgs[0] << ' ' << vecArgs.back();
 
     RunningSandbox other;
-    EXPECT_EQ(Run({"--port", std::to_string(other.Port())}), 1);
+    EXPECT_EQ(Run({"--port", std::to_string(other.Port()), "--no-http"}), 1);
     EXPECT_NE(ReadFile(m_strOutput).find("Address already in use"), std::string::npos)
+        << ReadFile(m_strOutput);
+    EXPECT_EQ(Run({"--port", "0", "--http-port", std::to_string(other.Server().GetHttpPort())}), 1);
+    EXPECT_NE(ReadFile(m_strOutput).find("Cannot listen for HTTP"), std::string::npos)
         << ReadFile(m_strOutput);
     WriteFile(m_strPortFile, kStale);
     EXPECT_EQ(Run(Args({"--host", "no such host"})), 1);
     EXPECT_EQ(ReadFile(m_strPortFile), "") << "nobody may take it for this run's";
     EXPECT_EQ(Run(Args({"--seed", m_dir / "missing.json"})), 1);
     EXPECT_NE(ReadFile(m_strOutput).find("missing.json"), std::string::npos) << ReadFile(m_strOutput);
-    EXPECT_EQ(Run({"--port", "0", "--port-file", m_dir / "no/such/port"}), 1);
+    EXPECT_EQ(Run({"--port", "0", "--port-file", m_dir / "no/such/port", "--no-http"}), 1);
 }
 
 TEST_F(ProgramTest, MoreConnectionsThanFilesAreNotTheEnd)
 {
-    Program program(Args(), m_strOutput, 40);
+    Program program(Args(), m_strOutput, 56);
     const unsigned short nPort = WaitForPort();
     {
         std::vector<std::unique_ptr<Client>> vecClients;

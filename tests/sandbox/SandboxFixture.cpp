@@ -1,6 +1,7 @@
 #include "tests/sandbox/SandboxFixture.h"
 
 #include <arpa/inet.h>
+#include <httplib.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -34,6 +35,7 @@ RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strS
 {
     Sandbox::Options options;
     options.nPort = 0;
+    options.nHttpPort = 0;
     options.strDb = strDb;
     options.strSeed = strSeed;
     m_pServer = std::make_unique<Sandbox::Server>(options, m_clock, m_console);
@@ -67,6 +69,45 @@ std::vector<std::string> RunningSandbox::Sessions()
         for (const auto& [nSeqNo, strText] : vecSessions) vecTexts.push_back(strText);
         return vecTexts;
     });
+}
+
+HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::string& strPath,
+                const std::string& strBody, const std::vector<std::string>& vecHeaders)
+{
+    httplib::Client client("127.0.0.1", nPort);
+    client.set_read_timeout(std::chrono::milliseconds(kPatience));
+    httplib::Request req;
+    req.method = strMethod;
+    req.path = strPath;
+    req.body = strBody;
+    for (const std::string& strHeader : vecHeaders) {
+        const std::size_t nColon = strHeader.find(": ");
+        req.set_header(strHeader.substr(0, nColon), strHeader.substr(nColon + 2));
+    }
+    const auto result = client.send(req);
+    if (!result)
+        return {};
+    return {result->status, result->body, Sandbox::Json::parse(result->body, nullptr, false)};
+}
+
+HttpAnswer RunningSandbox::Get(const std::string& strPath)
+{
+    return Http(m_pServer->GetHttpPort(), "GET", strPath);
+}
+
+HttpAnswer RunningSandbox::Post(const std::string& strPath, const std::string& strBody)
+{
+    return Http(m_pServer->GetHttpPort(), "POST", strPath, strBody);
+}
+
+HttpAnswer RunningSandbox::Delete(const std::string& strPath)
+{
+    return Http(m_pServer->GetHttpPort(), "DELETE", strPath);
+}
+
+std::future<HttpAnswer> RunningSandbox::PostLater(const std::string& strPath, const std::string& strBody)
+{
+    return std::async(std::launch::async, [=, this] { return Post(strPath, strBody); });
 }
 
 std::string RunningSandbox::Lines() const
@@ -123,6 +164,11 @@ bool Client::SendBytes(const std::string& strBytes)
     return true;
 }
 
+void Client::EndSending()
+{
+    shutdown(m_fd, SHUT_WR);
+}
+
 bool Client::SendUnlessStuck(const std::string& strBytes)
 {
     for (std::size_t nSent = 0; nSent < strBytes.size();) {
@@ -152,30 +198,62 @@ bool Client::ReadExactly(char* pBytes, std::size_t nSize)
     return true;
 }
 
-void Client::ReceiveInto(Wirova::IMessage& msg)
+Sandbox::StreamPtr Client::ReceiveBody()
 {
     unsigned char bytes[4] = {};
-    ASSERT_TRUE(ReadExactly(reinterpret_cast<char*>(bytes), 4)) << "no " << msg.GetMsgName() << " has come";
+    if (!ReadExactly(reinterpret_cast<char*>(bytes), 4))
+        return nullptr;
     std::string strBody(static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(bytes)), '\0');
-    ASSERT_TRUE(ReadExactly(strBody.data(), strBody.size()));
-    const auto stream = Sandbox::MakeStream();
+    if (!ReadExactly(strBody.data(), strBody.size()))
+        return nullptr;
+    auto stream = Sandbox::MakeStream();
     Strova::Write(stream.get(), strBody.data(), static_cast<int>(strBody.size()));
-    Strova::Peek(stream.get(), bytes, 4);
-    const auto nMsgID = Wirova::GetBigEndian<Wirova::int32>(bytes);
+    return stream;
+}
+
+void Client::ReceiveInto(Wirova::IMessage& msg)
+{
+    const auto stream = ReceiveBody();
+    ASSERT_NE(stream, nullptr) << "no " << msg.GetMsgName() << " has come";
+    const auto nMsgID = Sandbox::PeekMsgID(stream.get());
     ASSERT_EQ(nMsgID, msg.GetMsgID()) << Wirova::MessageName(nMsgID) << " instead of " << msg.GetMsgName();
     ASSERT_TRUE(msg.Load(stream.get()));
     ASSERT_EQ(Strova::GetLength(stream.get()), 0);
 }
 
-bool Client::IsClosed()
+std::unique_ptr<Wirova::IMessage> Client::ReceiveAny()
 {
+    const auto stream = ReceiveBody();
+    auto msg = stream != nullptr ? Wirova::MakeMessage(Sandbox::PeekMsgID(stream.get())) : nullptr;
+    EXPECT_TRUE(msg != nullptr && msg->Load(stream.get()));
+    return msg;
+}
+
+std::size_t Client::ReceiveBytes()
+{
+    char arr[4096];
+    pollfd wait{m_fd, POLLIN, 0};
+    const ssize_t n = poll(&wait, 1, kPatience) == 1 ? recv(m_fd, arr, sizeof(arr), 0) : -1;
+    return static_cast<std::size_t>(std::max<ssize_t>(n, 0));
+}
+
+std::optional<std::string> Client::ReadUntilClosed()
+{
+    std::string strAll;
     for (char arr[4096];;) {
         pollfd wait{m_fd, POLLIN, 0};
         if (poll(&wait, 1, kPatience) != 1)
-            return false;
-        if (recv(m_fd, arr, sizeof(arr), 0) <= 0)
-            return true;
+            return std::nullopt;
+        const ssize_t n = recv(m_fd, arr, sizeof(arr), 0);
+        if (n <= 0)
+            return strAll;
+        strAll.append(arr, static_cast<std::size_t>(n));
     }
+}
+
+bool Client::IsClosed()
+{
+    return ReadUntilClosed().has_value();
 }
 
 std::unique_ptr<XS2C_VelkarConnectAns> Client::Register(const std::string& strGID, int nHeartbeatCycle)

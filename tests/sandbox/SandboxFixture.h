@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "sandbox/JsonObject.h"
 #include "sandbox/Server.h"
 #include "wirova/messages/AllMessages.h"
 
@@ -27,6 +30,15 @@ private:
     const std::time_t m_now = std::time(nullptr);
 };
 
+struct HttpAnswer {
+    int nStatus = 0;  // 0: none has come
+    std::string strBody;
+    Sandbox::Json json;  // null if the body is none
+};
+// vecHeaders: "Name: value", in place of the usual Host if it is one.
+HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::string& strPath,
+                const std::string& strBody = "", const std::vector<std::string>& vecHeaders = {});
+
 class RunningSandbox {
 public:
     explicit RunningSandbox(const std::string& strDb = "", const std::string& strSeed = "demo");
@@ -34,6 +46,10 @@ public:
 
     unsigned short Port() const { return m_pServer->GetPort(); }
     Sandbox::Server& Server() { return *m_pServer; }
+    HttpAnswer Get(const std::string& strPath);
+    HttpAnswer Post(const std::string& strPath, const std::string& strBody = "");
+    HttpAnswer Delete(const std::string& strPath);
+    std::future<HttpAnswer> PostLater(const std::string& strPath, const std::string& strBody);
     void Advance(std::int64_t ms);  // and lets what is due by then happen
     // Who is checked in, by Seq No: "alice on g/s/w", with " moving" behind it.
     std::vector<std::string> Sessions();
@@ -59,6 +75,7 @@ public:
 
     void Send(const Wirova::IMessage& msg);
     bool SendBytes(const std::string& strBytes);  // false if the sandbox has closed the link
+    void EndSending();                            // half a close; the sandbox's bytes still come
     // False, with nothing or a part sent, once the sandbox has not taken a byte for half a second.
     bool SendUnlessStuck(const std::string& strBytes);
     // The next frame, which must be of that class and whole. Fails the test otherwise.
@@ -81,6 +98,10 @@ public:
         }
         return ans;
     }
+    std::unique_ptr<Wirova::IMessage> ReceiveAny();
+    std::size_t ReceiveBytes();  // of one read
+    // All that still comes; nothing if the sandbox does not close the link.
+    std::optional<std::string> ReadUntilClosed();
     bool IsClosed();  // waits for the sandbox to close the link, reading what comes before
 
     // ---- what a game server does ----
@@ -108,6 +129,7 @@ public:
 
 private:
     void ReceiveInto(Wirova::IMessage& msg);
+    Sandbox::StreamPtr ReceiveBody();  // null, and a failed test, if none comes
     bool ReadExactly(char* pBytes, std::size_t nSize);
 
     int m_fd;

@@ -215,6 +215,9 @@ TEST_F(SessionTest, TheLastMinuteBringsANotice)
 {
     const auto user = m_client.CheckIn("two-minutes-left");
     Charge(1002, "two-minutes-left", user->strSeqNo);
+    const auto warning = m_client.Receive<XS2C_BillingEventNotice>();
+    EXPECT_EQ(warning->nEventCode, 1);
+    EXPECT_EQ(warning->nSpecificCode, 1) << "minutes left";
     m_client.Receive<XS2C_ChargeAns>();
     Charge(1002, "two-minutes-left", user->strSeqNo);
     const auto notice = m_client.Receive<XS2C_BillingEventNotice>();
@@ -223,10 +226,38 @@ TEST_F(SessionTest, TheLastMinuteBringsANotice)
     EXPECT_EQ(notice->strUserIP, "10.0.0.1");
     EXPECT_EQ(notice->nEventCode, 0);
     m_client.Receive<XS2C_ChargeAns>();
-    Charge(1002, "two-minutes-left", user->strSeqNo);
-    m_client.Receive<XS2C_BillingEventNotice>();
-    m_client.Receive<XS2C_ChargeAns>();
-    EXPECT_EQ(MinutesOf("two-minutes-left"), 0);
     EXPECT_EQ(m_client.CheckOut("two-minutes-left", user->strSeqNo)->bSuccess.nByte, 1) << "the game's part";
     EXPECT_EQ(m_client.CheckIn("two-minutes-left")->nResult, 6);
+}
+
+TEST_F(SessionTest, WhoIsChargedWithoutAMinuteLeftIsForcedOut)
+{
+    const auto user = m_client.CheckIn("two-minutes-left");
+    for (int i = 0; i < 2; ++i) {
+        Charge(1002, "two-minutes-left", user->strSeqNo);
+        m_client.Receive<XS2C_BillingEventNotice>();
+        m_client.Receive<XS2C_ChargeAns>();
+    }
+    Charge(1002, "two-minutes-left", user->strSeqNo);
+    EXPECT_EQ(m_client.Receive<XS2C_BillingEventNotice>()->nEventCode, 2);
+    m_client.Receive<XS2C_ChargeAns>();
+    EXPECT_TRUE(m_sandbox.Sessions().empty());
+    EXPECT_EQ(MinutesOf("two-minutes-left"), 0);
+}
+
+TEST_F(SessionTest, TimeThatIsOverIsEndedByTheServiceIfTheConnectorDoesNot)
+{
+    const auto stay = [this](std::int64_t ms) {
+        m_client.Heartbeat();
+        m_sandbox.Advance(ms);
+    };
+    m_client.CheckIn("expires-in-20s");
+    m_client.CheckIn("alice");
+    for (int i = 0; i < 10; ++i) stay(20'000);
+    EXPECT_EQ(m_sandbox.Sessions().size(), 2u) << "the connector still may";
+    stay(21'000);
+    const auto notice = m_client.Receive<XS2C_BillingEventNotice>();
+    EXPECT_EQ(notice->strUserID, "expires-in-20s");
+    EXPECT_EQ(notice->nEventCode, 2);
+    EXPECT_EQ(m_sandbox.Sessions(), std::vector<std::string>{"alice on g/s/w"});
 }
