@@ -39,15 +39,21 @@ bool ShowCharacters(const Game& game, const std::string& strUser)
     return !vecCharacters.empty();
 }
 
-bool ShowName(const std::string& strNumber, const char* (*find)(int))
+// run(number), if the text is one.
+template <class Run>
+bool WithNumber(const std::string& strNumber, Run run)
 {
     int nNumber = 0;
     const char* const pEnd = strNumber.data() + strNumber.size();
     const auto [pStop, error] = std::from_chars(strNumber.data(), pEnd, nNumber);
-    if (error != std::errc() || pStop != pEnd) {
-        std::printf("not a number: %s\n", strNumber.c_str());
-        return false;
-    }
+    if (error == std::errc() && pStop == pEnd)
+        return run(nNumber);
+    std::printf("not a number: %s\n", strNumber.c_str());
+    return false;
+}
+
+bool ShowName(int nNumber, const char* (*find)(int))
+{
     const char* const pszName = find(nNumber);
     if (pszName[0] == '\0') {
         std::printf("%d has no name\n", nNumber);
@@ -76,16 +82,52 @@ const Command kCommands[] = {
     {"money", 1, "USER", "money and items of a user's characters",
      [](Server& server, const Args& args) { return ShowCharacters(server.game, args[0]); }},
     {"product", 1, "NUMBER", "a product's name in the settings",
-     [](Server&, const Args& args) { return ShowName(args[0], &GetBillingName); }},
+     [](Server&, const Args& args) { return WithNumber(args[0], [](int n) { return ShowName(n, &GetBillingName); }); }},
     {"event", 1, "NUMBER", "an event code's name in the settings",
-     [](Server&, const Args& args) { return ShowName(args[0], &GetEventName); }},
+     [](Server&, const Args& args) { return WithNumber(args[0], [](int n) { return ShowName(n, &GetEventName); }); }},
+    {"menu", 0, "", "the shop's menu", [](Server& server, const Args&) { return server.shop.ShowMenu(); }},
+    {"products", 2, "BRANCH PAGE", "a page of a branch",
+     [](Server& server, const Args& args) {
+         return WithNumber(args[1], [&](int n) { return server.shop.ShowProducts(args[0], n); });
+     }},
+    {"detail", 1, "PRODUCT", "what a product holds and asks",
+     [](Server& server, const Args& args) { return server.shop.ShowDetail(args[0]); }},
+    {"discount", 2, "USER PRODUCT", "what the user would pay less",
+     [](Server& server, const Args& args) { return server.shop.ShowDiscounts(args[0], args[1]); }},
+    {"coupons", 2, "USER PRODUCT", "the user's coupons for a product",
+     [](Server& server, const Args& args) { return server.shop.ShowCoupons(args[0], args[1]); }},
+    {"tags", 0, "", "the shop's tags", [](Server& server, const Args&) { return server.shop.ShowTags(); }},
+    {"specials", 0, "", "special product groups",
+     [](Server& server, const Args&) { return server.shop.ShowSpecials(); }},
+    {"balance", 1, "USER", "the user's Ruv coin",
+     [](Server& server, const Args& args) { return server.shop.ShowBalance(args[0]); }},
+    {"buy", 5, "USER PRODUCT PASSWORD COUPON OPTION", "a purchase; - for what is not given, A:B for pairs",
+     [](Server& server, const Args& args) {
+         return server.shop.Buy(args[0], args[1], args[2], args[3], args[4]);
+     }},
+    {"give", 4, "USER RECEIVER PRODUCT PASSWORD", "a gift",
+     [](Server& server, const Args& args) { return server.shop.Give(args[0], args[1], args[2], args[3]); }},
+    {"box", 1, "USER", "the user's storage box",
+     [](Server& server, const Args& args) { return server.shop.ShowBox(args[0]); }},
+    {"read", 2, "USER ENTRY", "an entry has been read",
+     [](Server& server, const Args& args) {
+         return WithNumber(args[1], [&](int n) { return server.shop.MarkRead(args[0], n); });
+     }},
+    {"take", 2, "USER ENTRY", "an entry goes into the inventory",
+     [](Server& server, const Args& args) {
+         return WithNumber(args[1], [&](int n) { return server.shop.Take(args[0], n); });
+     }},
+    {"rethink", 2, "USER ENTRY", "an entry is reserved and given back",
+     [](Server& server, const Args& args) {
+         return WithNumber(args[1], [&](int n) { return server.shop.TakeAndGiveBack(args[0], n); });
+     }},
 };
 
 bool ShowHelp()
 {
     for (const Command& command : kCommands)
-        std::printf("%-8s %-13s %s\n", command.pszName, command.pszArgs, command.pszHelp);
-    std::printf("%-8s %-13s %s\n", "wait", "SECONDS", "lets the game run");
+        std::printf("%-8s %-36s %s\n", command.pszName, command.pszArgs, command.pszHelp);
+    std::printf("%-8s %-36s %s\n", "wait", "SECONDS", "lets the game run");
     return true;
 }
 

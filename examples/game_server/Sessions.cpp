@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "List.h"
 #include "MoveLine.h"
 #include "Text.h"
 
@@ -15,15 +16,6 @@ _USER_REQ MakeUser(const std::string& strUser, const std::string& strIP)
     Put(req.szUserIP, strIP);
     return req;
 }
-
-// A list that a response brings is ours to destroy, whatever happens to it.
-struct List {
-    explicit List(_DATA_HANDLE* p) : pHandle(p) {}
-    ~List() { DestroyHandle(pHandle); }
-    List(const List&) = delete;
-    List& operator=(const List&) = delete;
-    _DATA_HANDLE* const pHandle;
-};
 
 std::string NameOf(int nProductID)
 {
@@ -54,15 +46,10 @@ void ShowTerms(const Rec& rec)
 void ShowOtherBillings(_DATA_HANDLE* pHandle)
 {
     const List list(pHandle);
-    char szError[256];
-    const std::size_t nCount = GetDataSize(list.pHandle, szError, sizeof(szError));
-    for (std::size_t i = 0; i < nCount; ++i) {
-        _BILL_INFO info{};
-        if (GetBillingData(list.pHandle, i, &info, szError, sizeof(szError))) {
-            std::printf("  also: ");
-            ShowTerms(info);
-        }
-    }
+    ForEachRecord(list, &GetBillingData, [](const _BILL_INFO& info) {
+        std::printf("  also: ");
+        ShowTerms(info);
+    });
 }
 
 // What Checkin and CheckinEx have in common.

@@ -124,7 +124,7 @@ int main(int argc, char** argv)
     Put(id.GID, options.strGID);
     Put(id.SID, options.strSID);
     Put(id.WID, options.strWID);
-    Server server;
+    Server server(options.strGID, options.strSID);
     const _CONNECTOR_CALLBACKS callbacks =
         MakeCallbacks(server.game, server.sessions, server.tasks, options.strSID);
 
