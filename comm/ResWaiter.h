@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "comm/ResponseLists.h"
 #include "platform/KernovaXtl.h"
 
 // What a waiter waits for: one address for each pair of answer message and response record.
@@ -40,9 +41,23 @@ public:
     void RemoveWaiter(int nReqID);
 
     // Stores the answer and wakes the caller. False if nobody waits under that id for this answer: an
-    // answer of another message or record is treated as not asked for.
+    // answer of another message or record is treated as not asked for. Of two answers the second one counts, and
+    // the first one's lists go.
     template <class Answer, class Response>
     bool CompleteWaiter(int nReqID, const Response& response)
+    {
+        Response replaced{};
+        if (!Store<Answer>(nReqID, response, replaced))
+            return false;
+        DestroyLists(replaced);
+        return true;
+    }
+
+    std::size_t GetCount();  // waiters in flight
+
+private:
+    template <class Answer, class Response>
+    bool Store(int nReqID, const Response& response, Response& replaced)
     {
         const Kernova::XTL::ScopedLock lock(m_lock);
         const auto it = m_mapWaiters.find(nReqID);
@@ -50,14 +65,11 @@ public:
             return false;
         auto& waiter = *static_cast<ResponseWait<Response>*>(it->second);
         const Kernova::XTL::ScopedLock lockWaiter(waiter.lock);
-        waiter.stResponse = response;
+        replaced = std::exchange(waiter.stResponse, response);
         waiter.hEvent.Set();
         return true;
     }
 
-    std::size_t GetCount();  // waiters in flight
-
-private:
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
     std::map<int, _BASE_RESWAIT*> m_mapWaiters GUARDED_BY(m_lock);
 };

@@ -81,7 +81,13 @@ bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
     res.hChildProduct = HandOver(children, msg.vecChildProduct);
     res.hCondition = HandOver(conditions, msg.vecCondition);
     res.hOption = HandOver(options, msg.vecOption);
-    return Singleton<CResWaiterMap>::Instance().CompleteWaiter<XS2C_QueryProductDetailAns>(msg.nReqID, res);
+    if (Singleton<CResWaiterMap>::Instance().CompleteWaiter<XS2C_QueryProductDetailAns>(msg.nReqID, res))
+        return true;
+    ForEachList(res, [](_DATA_HANDLE* pHandle) {
+        if (pHandle != nullptr)
+            Singleton<CDataPool>::Instance().KeepOrphan(pHandle);
+    });
+    return false;
 }
 
 bool OnQueryRuvCoinInfoAns(const XS2C_QueryRuvcoinAns& msg)

@@ -2,8 +2,6 @@
 // texts; the frame does the rest.
 #pragma once
 
-#include <utility>
-
 #include "comm/CommHandler.h"
 #include "comm/ReqIdGenerator.h"
 #include "comm/ResWaiter.h"
@@ -28,31 +26,6 @@ void SetFailure(Response& res, std::string_view text)
 {
     SetFailure(res);
     CopyText(res.szError, text);
-}
-
-// The lists that a response record brings. They are null in every response of failure.
-template <class Response, class Visit>
-void ForEachList(Response& res, Visit visit)
-{
-    if constexpr (requires { res.hBillingData; })
-        visit(res.hBillingData);
-    if constexpr (requires { res.hData; })
-        visit(res.hData);
-    if constexpr (requires { res.hChildProduct; }) {
-        visit(res.hChildProduct);
-        visit(res.hCondition);
-        visit(res.hOption);
-    }
-}
-template <class Response>
-void ForgetLists(Response& res)
-{
-    ForEachList(res, [](_DATA_HANDLE*& hList) { hList = nullptr; });
-}
-template <class Response>
-void DestroyLists(Response& res)
-{
-    ForEachList(res, [](_DATA_HANDLE*& hList) { DestroyHandle(std::exchange(hList, nullptr)); });
 }
 
 // What an export adds to the frame; a call overrides what it needs.

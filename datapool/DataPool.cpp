@@ -38,11 +38,20 @@ std::size_t CDataPool::GetDataSizeOf(std::uint32_t nHandleID)
     return pNode == nullptr ? 0 : pNode->GetSize();
 }
 
+void CDataPool::KeepOrphan(_DATA_HANDLE* pHandle)
+{
+    std::unique_ptr<_DATA_HANDLE> pOrphan(pHandle);
+    const ScopedLock lock(m_lock);
+    m_vecOrphans.push_back(std::move(pOrphan));
+}
+
 void CDataPool::Clear()
 {
     std::map<std::uint32_t, Node> mapCleared;
+    std::vector<std::unique_ptr<_DATA_HANDLE>> vecCleared;
     const ScopedLock lock(m_lock);
     m_mapNodes.swap(mapCleared);
+    m_vecOrphans.swap(vecCleared);
 }
 
 std::size_t CDataPool::GetCount()

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "comm/ReqIdGenerator.h"
 #include "connector/VelkarConnector.h"
@@ -63,12 +64,15 @@ public:
         return std::dynamic_pointer_cast<CDataNode<T>>(Find(nHandleID));
     }
     std::size_t GetDataSizeOf(std::uint32_t nHandleID);
+    // Takes a handle that nobody has any more, to free it when the pool is emptied; its list stays till then, too.
+    void KeepOrphan(_DATA_HANDLE* pHandle);
     void Clear();
     std::size_t GetCount();
 
 private:
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
     std::map<std::uint32_t, Node> m_mapNodes GUARDED_BY(m_lock);
+    std::vector<std::unique_ptr<_DATA_HANDLE>> m_vecOrphans GUARDED_BY(m_lock);
 };
 
 // The handle and the list that a handler or an export is making: taken out of the pool and freed at the end

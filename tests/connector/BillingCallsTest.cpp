@@ -121,6 +121,24 @@ TEST_F(BillingCallsTest, ALateListLeavesNothingAndALateUserIsUndone)
     EXPECT_FALSE(IsIn("abc"));
 }
 
+TEST_F(BillingCallsTest, OfTwoAnswersTogetherOneListIsLeft)
+{
+    ASSERT_TRUE(Game().Start());
+    auto query = Game().Later([&] { return Game().Call(&QueryBillingInfoEx, Game().User("abc")); });
+    const auto req = Service().Expect<XC2S_QueryBillingInfoExReq>();
+    XS2C_QueryBillingInfoExAns ans;
+    FillSuccess(*req, ans);
+    ans.vecOtherBilling.Add();
+    Service().Send(ans, ans);
+    const auto res = query.get();
+    ASSERT_EQ(res.nResult, 0);
+    EXPECT_EQ(GetDataSize(res.hBillingData, nullptr, 0), 1u);
+    XS2C_QueryGameMoneyReq behind;
+    Service().Ask(behind);
+    EXPECT_EQ(Lists(), 1u);
+    DestroyHandle(res.hBillingData);
+}
+
 // An answer that comes before its caller waits is lost to the caller, and its list must be lost to nobody.
 TEST_F(BillingCallsTest, AnOvertakenListIsNotLeftInThePool)
 {

@@ -5,11 +5,15 @@
 #include "comm/FrameLoop.h"
 #include "comm/HandlerTable.h"
 #include "comm/ResWaiter.h"
+#include "connector/RequestFrame.h"
 #include "connector/VelkarConnector.h"
+#include "datapool/DataPool.h"
 #include "platform/KernovaXtl.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "wirova/messages/SessionMessages.h"
+#include "wirova/messages/ShopMessages.h"
+#include "wirova/messages/StorageMessages.h"
 
 namespace {
 
@@ -31,6 +35,7 @@ struct Waiting {
         waiter.nReqID = nReqID;
         Kernova::XTL::Singleton<CResWaiterMap>::Instance().AddWaiter(&waiter);
     }
+    ~Waiting() { ForEachList(waiter.stResponse, [](_DATA_HANDLE* pHandle) { DestroyHandle(pHandle); }); }
     ResponseWait<Response> waiter;
     WaiterAutoRemover remover{waiter};
 };
@@ -42,6 +47,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     using Kernova::XTL::Singleton;
     const Waiting<XS2C_CheckInAns, _CHECKIN_RES> checkin(1);
     const Waiting<XS2C_CheckOutAns, _RESULT_RES> checkout(2);
+    Waiting<XS2C_CheckInExAns, _CHECKIN_EX_RES> checkinEx(3);
+    Waiting<XS2C_QueryBillingInfoExAns, _CHECKIN_EX_RES> billingEx(4);
+    Waiting<XS2C_QueryMenuListAns, _LIST_RES> menu(5);
+    Waiting<XS2C_QueryProductListAns, _PRODUCT_LIST_RES> products(6);
+    Waiting<XS2C_QueryProductDetailAns, _PRODUCT_DETAIL_RES> detail(7);
+    Waiting<XS2C_SearchStorageAns, _LIST_RES> storage(8);
+    Waiting<XS2C_PurchaseProductAns, _PURCHASE_RES> purchase(9);
+    Waiting<XS2C_UserMoveToAns, _RESULT_RES> move(10);
 
     // The bytes arrive in two pieces, the first byte says where the cut is.
     Strova::_THandle* const pStream = Strova::CreateHandle();
@@ -54,5 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     Strova::DestroyHandle(pStream);
     Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
     Singleton<CFailedCheckOutVector>::Instance().RemoveAll();
+    Singleton<CDataPool>::Instance().Clear();  // the lists of late details
     return 0;
 }

@@ -1,0 +1,32 @@
+// The lists that a response record brings.
+#pragma once
+
+#include <utility>
+
+#include "connector/VelkarConnector.h"
+
+template <class Response, class Visit>
+void ForEachList(Response& res, Visit visit)
+{
+    if constexpr (requires { res.hBillingData; })
+        visit(res.hBillingData);
+    if constexpr (requires { res.hData; })
+        visit(res.hData);
+    if constexpr (requires { res.hChildProduct; }) {
+        visit(res.hChildProduct);
+        visit(res.hCondition);
+        visit(res.hOption);
+    }
+}
+
+// They are null in every response of failure.
+template <class Response>
+void ForgetLists(Response& res)
+{
+    ForEachList(res, [](_DATA_HANDLE*& hList) { hList = nullptr; });
+}
+template <class Response>
+void DestroyLists(Response& res)
+{
+    ForEachList(res, [](_DATA_HANDLE*& hList) { DestroyHandle(std::exchange(hList, nullptr)); });
+}
