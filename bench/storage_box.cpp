@@ -1,6 +1,6 @@
-// A full storage box: 10,000 entries, about 5 MB in one frame, asked for, read row by row and given back. The time
-// beside that of the same bytes through a bare socket, and the memory that the library takes meanwhile at its peak,
-// as a multiple of the frame.
+// A full storage box: 10,000 entries, about 5 MB in one frame, asked for, read row by row and given back. The
+// time beside that of the same bytes through a bare socket, and the memory that the library takes meanwhile
+// at its peak, as a multiple of the frame.
 //
 //   bench_storage_box [entries, 10000 unless given]
 #include <algorithm>
@@ -47,7 +47,10 @@ void operator delete(void* p) noexcept
     g_nBytes -= SizeOf(p);
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+void operator delete(void* p, std::size_t) noexcept
+{
+    operator delete(p);
+}
 
 namespace {
 
@@ -103,7 +106,8 @@ bool ReadBox(int nEntries, Times& times)
     QueryStorageInfo(&req, &res);
     const auto arrived = Clock::now();
     char szError[256] = "";
-    bool bGood = res.bSuccess == 1 && GetDataSize(res.hData, szError, sizeof(szError)) == static_cast<std::size_t>(nEntries);
+    bool bGood = res.bSuccess == 1 &&
+                 GetDataSize(res.hData, szError, sizeof(szError)) == static_cast<std::size_t>(nEntries);
     _STORAGE_INFO info;
     for (int n = 0; n < nEntries && bGood; ++n) {
         bGood = GetStorageItemData(res.hData, static_cast<std::size_t>(n), &info, szError, sizeof(szError)) &&
@@ -143,11 +147,10 @@ int main(int argc, char** argv)
         nPeak = std::max(nPeak, g_nPeak - nBefore);
     }
     double dSocket = 1e9;
-    for (int n = 0; n < 5; ++n)
-        dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
+    for (int n = 0; n < 5; ++n) dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
     std::printf("%d entries, a frame of %.2f MB\n", nEntries, static_cast<double>(nFrame) / 1e6);
-    std::printf("the call until the list is there: %8.2f ms, %5.1f times the bare socket (%.2f ms)\n", times.dCall,
-                times.dCall / dSocket, dSocket);
+    std::printf("the call until the list is there: %8.2f ms, %5.1f times the bare socket (%.2f ms)\n",
+                times.dCall, times.dCall / dSocket, dSocket);
     std::printf("reading all rows, giving back:    %8.2f ms, %5.1f times the bare socket\n", times.dRead,
                 times.dRead / dSocket);
     std::printf("memory at its peak: %.2f MB, %.2f times the frame\n", static_cast<double>(nPeak) / 1e6,

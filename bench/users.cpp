@@ -1,6 +1,6 @@
 // What many users cost: one charge pass over five products, and the list of all users after a reconnect, with
-// 5,000, 50,000 and 500,000 users. Each time stands beside two yardsticks of the same run: a plain walk over a
-// std::map of the same records, and the same bytes written to a socket and read at its other end.
+// 5,000, 50,000 and 500,000 users. Each time stands beside two yardsticks of the same run: a plain walk over
+// a std::map of the same records, and the same bytes written to a socket and read at its other end.
 //
 //   bench_users [largest number of users, 500000 unless given]
 #include <cstdio>
@@ -25,13 +25,15 @@ constexpr int kProducts = 5;
 constexpr int kFirstProduct = 101;
 constexpr int kRuns = 3;
 
-double Milliseconds(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
+double Milliseconds(Clock::duration d)
+{
+    return std::chrono::duration<double, std::milli>(d).count();
+}
 
 double BestOf(const std::function<double()>& measure)
 {
     double dBest = measure();
-    for (int n = 1; n < kRuns; ++n)
-        dBest = std::min(dBest, measure());
+    for (int n = 1; n < kRuns; ++n) dBest = std::min(dBest, measure());
     return dBest;
 }
 
@@ -97,8 +99,7 @@ bool StartLibrary(unsigned short nPort)
     settings.nServerPort = nPort;
     settings.nReconnectCycle = 1;
     settings.products.clear();
-    for (int n = 0; n < kProducts; ++n)
-        settings.products.push_back({kFirstProduct + n, "Product", 3});
+    for (int n = 0; n < kProducts; ++n) settings.products.push_back({kFirstProduct + n, "Product", 3});
     settings.WriteTo(Host::GetExecutableDirectory());
     const _CONNECTOR_ID id{"GAME", "SERVER", "WORLD"};
     const _CONNECTOR_CALLBACKS callbacks{};
@@ -117,8 +118,8 @@ int main(int argc, char** argv)
     AtOnceService service;
     if (!StartLibrary(service.Port()))
         return 1;
-    std::printf("%8s %10s | %12s %8s %8s | %12s %8s %8s\n", "users", "walk ms", "charge ms", "/walk", "/socket",
-                "sync ms", "/walk", "/socket");
+    std::printf("%8s %10s | %12s %8s %8s | %12s %8s %8s\n", "users", "walk ms", "charge ms", "/walk",
+                "/socket", "sync ms", "/walk", "/socket");
     std::map<std::string, CUserInfo> users;
     auto& map = Singleton<CUserInfoMap>::Instance();
     for (int nUsers = 5000; nUsers <= nLargest; nUsers *= 10) {
@@ -132,11 +133,11 @@ int main(int argc, char** argv)
         const double dChargeSocket = BestOf([&] { return PlainSocket(times.nChargeBytes); });
         const double dSyncSocket = BestOf([&] { return PlainSocket(times.nSyncBytes); });
         // A charge walks five times and the list once.
-        std::printf("%8d %10.2f | %12.2f %8.1f %8.1f | %12.2f %8.1f %8.1f\n", nUsers, dWalk, times.dChargeArrived,
-                    times.dChargeArrived / dWalk, times.dChargeArrived / dChargeSocket, times.dSync,
-                    times.dSync / (dWalk / kProducts), times.dSync / dSyncSocket);
-        std::printf("%8s %10s | of it inside the call: %.2f ms; %zu bytes | %zu bytes\n", "", "", times.dCharge,
-                    times.nChargeBytes, times.nSyncBytes);
+        std::printf("%8d %10.2f | %12.2f %8.1f %8.1f | %12.2f %8.1f %8.1f\n", nUsers, dWalk,
+                    times.dChargeArrived, times.dChargeArrived / dWalk, times.dChargeArrived / dChargeSocket,
+                    times.dSync, times.dSync / (dWalk / kProducts), times.dSync / dSyncSocket);
+        std::printf("%8s %10s | of it inside the call: %.2f ms; %zu bytes | %zu bytes\n", "", "",
+                    times.dCharge, times.nChargeBytes, times.nSyncBytes);
     }
     UninitModule();
     return 0;

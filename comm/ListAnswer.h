@@ -13,10 +13,16 @@ struct ListWords {
     const char* pszContents;
 };
 
-inline const char* YesOrNo(unsigned char b) { return b != 0 ? "Y" : "N"; }
+inline const char* YesOrNo(unsigned char b)
+{
+    return b != 0 ? "Y" : "N";
+}
 
 // One record of a list in the log, with its position from 0.
-inline void LogRow(int n, const _TAG_INFO& r) { Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag); }
+inline void LogRow(int n, const _TAG_INFO& r)
+{
+    Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag);
+}
 void LogRow(int n, const _MENU_INFO& r);
 void LogRow(int n, const _PROD_LIST_INFO& r);
 void LogRow(int n, const _CHILDPROD_INFO& r);
@@ -28,20 +34,24 @@ void LogRow(int n, const _SPECIAL_PRODUCT_LIST_INFO& r);
 void LogRow(int n, const _SPECIAL_PRODUCT_INFO& r);
 void LogRow(int n, const _STORAGE_INFO& r);
 
-inline void FillRecord(_TAG_INFO& record, const std::string& row) { CopyText(record.szTag, row); }
+inline void FillRecord(_TAG_INFO& record, const std::string& row)
+{
+    CopyText(record.szTag, row);
+}
 template <class Record, class Row>
 void FillRecord(Record& record, const Row& row)
 {
     CopySameNames(record, row);
     // A user may be named by id or by number.
     if constexpr (requires { record.szSenderUserID, row.strSenderUserNo; }) {
-        CopyText(record.szSenderUserID, row.strSenderUserID.empty() ? row.strSenderUserNo : row.strSenderUserID);
+        CopyText(record.szSenderUserID,
+                 row.strSenderUserID.empty() ? row.strSenderUserNo : row.strSenderUserID);
         CopyText(record.szUserID, row.strUserID.empty() ? row.strUserNo : row.strUserID);
     }
 }
 
-// Fills the list and files it. Each row of the message goes as soon as its record is there: a long list is never in
-// memory twice.
+// Fills the list and files it. Each row of the message goes as soon as its record is there: a long list is
+// never in memory twice.
 template <class Record, class Rows>
 void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
 {

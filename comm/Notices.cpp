@@ -31,9 +31,10 @@ int AddressOf(const std::string& str)
 void CheckOutExpired(const XS2C_BillingEventNotice& msg, const std::string& strKey)
 {
     if (Singleton<CCommHandler>::Instance().SendMessage<XC2S_CheckOutReq>(UnaskedCheckout(strKey))) {
-        Log::InfoFmt("[Comm Handler] A'XC2S_CheckOutReq' msg is sent for 'BILLING_EXPIRE' event.\r\n-Contents-\r\n"
-                     "\tUser ID: %s\r\n\tUser No: %s\r\n\tUser IP: %s",
-                     msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strUserIP.c_str());
+        Log::InfoFmt(
+            "[Comm Handler] A'XC2S_CheckOutReq' msg is sent for 'BILLING_EXPIRE' event.\r\n-Contents-\r\n"
+            "\tUser ID: %s\r\n\tUser No: %s\r\n\tUser IP: %s",
+            msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strUserIP.c_str());
     } else {
         Log::Error("[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for 'BILLING_EXPIRE' event.");
         CUserInfo info;
@@ -47,15 +48,17 @@ void CheckOutExpired(const XS2C_BillingEventNotice& msg, const std::string& strK
 
 bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'XS2C_BillingEventNotice' msg contents.\r\n\tUser ID: %s\r\n\tUser No: %s\r\n"
-                  "\tEvent Code: %d\r\n\tSpecific Code: %d\r\n\tParam: %d",
-                  msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.nEventCode, msg.nSpecificCode,
-                  AddressOf(msg.strParam));
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_BillingEventNotice' msg contents.\r\n\tUser ID: %s\r\n\tUser No: %s\r\n"
+        "\tEvent Code: %d\r\n\tSpecific Code: %d\r\n\tParam: %d",
+        msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.nEventCode, msg.nSpecificCode,
+        AddressOf(msg.strParam));
     const std::string& strKey = TakeUserKey(msg);
     if (msg.nEventCode == FORCE_CHECKOUT) {
-        Log::InfoFmt("[Comm Handler] The user info is removed because of 'FORCE_CHECKOUT' event.\r\n-Contents-\r\n"
-                     "\tUser ID: %s\r\n\tUser No: %s\r\n\tUser IP: %s",
-                     msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strUserIP.c_str());
+        Log::InfoFmt(
+            "[Comm Handler] The user info is removed because of 'FORCE_CHECKOUT' event.\r\n-Contents-\r\n"
+            "\tUser ID: %s\r\n\tUser No: %s\r\n\tUser IP: %s",
+            msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strUserIP.c_str());
         Singleton<CUserInfoMap>::Instance().RemoveUserInfo(strKey);
         return true;
     }
@@ -75,9 +78,10 @@ bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg)
 
 bool OnStorageInfoNotice(const XS2C_NotifyStorageInfo& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'XS2C_NotifyStorageInfo' msg contents.\r\n\tUser ID: %s\r\n\tUser No: %s\r\n"
-                  "\tCharacter ID: %s\r\n\tItem cnt: %d",
-                  msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nItemCnt);
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_NotifyStorageInfo' msg contents.\r\n\tUser ID: %s\r\n\tUser No: %s\r\n"
+        "\tCharacter ID: %s\r\n\tItem cnt: %d",
+        msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nItemCnt);
     const std::string& strKey = TakeUserKey(msg);
     if (!strKey.empty() && !Singleton<CUserInfoMap>::Instance().HasUserInfo(strKey))
         return false;

@@ -13,7 +13,10 @@ namespace {
 
 constexpr const char* kNoCallback = "Failed to load function pointer for call back operation.";
 
-CCommHandler& Comm() { return Singleton<CCommHandler>::Instance(); }
+CCommHandler& Comm()
+{
+    return Singleton<CCommHandler>::Instance();
+}
 
 // Calls the game; a null callback is a failure with its own text and no log line. Runs onFailed when the game
 // was called and reports a failure.
@@ -35,7 +38,8 @@ void AskGame(void (*pfnCallback)(const Request*, Result*), const Request& req, R
 
 // pszFormat takes the name of the answer and the Req ID.
 template <class Answer, class Record>
-bool SendAnswer(const Record& arg, const char* pszFormat = "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).")
+bool SendAnswer(const Record& arg,
+                const char* pszFormat = "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).")
 {
     if (Comm().SendMessage<Answer>(arg))
         return true;
@@ -57,14 +61,16 @@ Request MakeReq(const Message& msg)
 }
 
 template <class Answer, class Message, class Request>
-bool AnswerMoney(const Message& msg, const Request& req, void (*pfnCallback)(const Request*, _GAME_MONEY_RES*))
+bool AnswerMoney(const Message& msg, const Request& req,
+                 void (*pfnCallback)(const Request*, _GAME_MONEY_RES*))
 {
     _GAME_MONEY_RES res{};
     AskGame(pfnCallback, req, res, [&] {
-        Log::DebugFmt("[Comm Handler] Failed to reduce user's game money.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
-                      "\tUser No: %s\r\n\tError message: %s",
-                      msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(),
-                      std::string(FieldText(res.szMessage)).c_str());
+        Log::DebugFmt(
+            "[Comm Handler] Failed to reduce user's game money.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+            "\tUser No: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(),
+            std::string(FieldText(res.szMessage)).c_str());
     });
     _MONEY_SEND arg{};
     arg.bSuccess = res.bSuccess;
@@ -77,7 +83,8 @@ bool AnswerMoney(const Message& msg, const Request& req, void (*pfnCallback)(con
 // The game fills a list of T, which lives as long as this.
 template <class Answer, class T, class Message, class Request, class LogFailed>
 bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
-                void (*pfnCallback)(const Request*, _GAME_DATA_RES*), LogFailed logFailed, const char* pszSendFailed)
+                void (*pfnCallback)(const Request*, _GAME_DATA_RES*), LogFailed logFailed,
+                const char* pszSendFailed)
 {
     CDataAutoDestroyer autoDestroyer;
     if (autoDestroyer.Make<T>(nTag) == nullptr)
@@ -103,12 +110,13 @@ void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq
         CopySameNames(insert, item);
         insert.cUseStatus = '\0';  // always, in an item to be saved
         node.Add(insert);
-        Log::DebugFmt("['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
-                      "\tPeriod: %d\r\n\tValid Term: %s\r\n\tUse Status: %c\r\n\tPossible Level: %d\r\n"
-                      "\tOption Code: %s\r\n\tOption Value: %s",
-                      static_cast<int>(n), insert.szItemID, insert.nCount, insert.nUseCount, insert.nPeriod,
-                      insert.szValidTerm, insert.cUseStatus, insert.nPossibleLevel, insert.szOptionCode,
-                      insert.szOptionValue);
+        Log::DebugFmt(
+            "['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
+            "\tPeriod: %d\r\n\tValid Term: %s\r\n\tUse Status: %c\r\n\tPossible Level: %d\r\n"
+            "\tOption Code: %s\r\n\tOption Value: %s",
+            static_cast<int>(n), insert.szItemID, insert.nCount, insert.nUseCount, insert.nPeriod,
+            insert.szValidTerm, insert.cUseStatus, insert.nPossibleLevel, insert.szOptionCode,
+            insert.szOptionValue);
     }
 }
 
@@ -116,34 +124,39 @@ void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq
 
 bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'QueryGameMoneyInfo' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
-                  "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
-                  msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
-                  msg.strUserNo.c_str(), msg.strCharacterID.c_str());
-    return AnswerMoney<XC2S_QueryGameMoneyAns>(msg, MakeReq<_GAME_USER_REQ>(msg),
-                                               Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryGameMoney>());
+    Log::DebugFmt(
+        "[Comm Handler] 'QueryGameMoneyInfo' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str());
+    return AnswerMoney<XC2S_QueryGameMoneyAns>(
+        msg, MakeReq<_GAME_USER_REQ>(msg), Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryGameMoney>());
 }
 
 bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'XS2C_SpendGameMoneyReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
-                  "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s\r\n\tGame money: %d",
-                  msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
-                  msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nGameMoney);
-    return AnswerMoney<XC2S_SpendGameMoneyAns>(msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
-                                               Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnSpendGameMoney>());
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_SpendGameMoneyReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s\r\n\tGame money: %d",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nGameMoney);
+    return AnswerMoney<XC2S_SpendGameMoneyAns>(
+        msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
+        Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnSpendGameMoney>());
 }
 
 bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'XS2C_QueryInventoryReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
-                  "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
-                  msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
-                  msg.strUserNo.c_str(), msg.strCharacterID.c_str());
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_QueryInventoryReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str());
     const auto logFailed = [&](const char* pszMessage) {
-        Log::DebugFmt("[Comm Handler] Failed to search user's inventory.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
-                      "\tUser No: %s\r\n\tError message: %s",
-                      msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), pszMessage);
+        Log::DebugFmt(
+            "[Comm Handler] Failed to search user's inventory.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+            "\tUser No: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryInventoryAns, _INVENTORY_ITEM_INFO>(
         msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
@@ -153,30 +166,34 @@ bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
 
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'XS2C_QueryCharacterReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
-                  "\tServer ID: %s\r\n\tSearch type: %c\r\n\tSearch value: %s",
-                  msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.cSearchType,
-                  msg.strSearchValue.c_str());
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_QueryCharacterReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tSearch type: %c\r\n\tSearch value: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.cSearchType,
+        msg.strSearchValue.c_str());
     const auto logFailed = [&](const char* pszMessage) {
-        Log::DebugFmt("[Comm Handler] Failed to search user's characters.\r\n\tReq ID: %d\r\n"
-                      "\tUser ID or User No or Character ID: %s\r\n\tError message: %s",
-                      msg.nReqID, msg.strSearchValue.c_str(), pszMessage);
+        Log::DebugFmt(
+            "[Comm Handler] Failed to search user's characters.\r\n\tReq ID: %d\r\n"
+            "\tUser ID or User No or Character ID: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strSearchValue.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryCharacterAns, _CHARACTER_INFO>(
-        msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter, Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
+        msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter,
+        Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
         "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).");
 }
 
 bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
 {
-    Log::DebugFmt("[Comm Handler] 'SaveInventory' msg contents.\r\n\tMsg ID: %d\r\n\tGame ID: %s\r\n"
-                  "\tOrder seq: %d\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
-                  "\tRecv user ID: %s\r\n\tRecv user No: %s\r\n\tRecv server ID: %s\r\n\tRecv character ID: %s\r\n"
-                  "\tGift message: %s\r\n\tPrice: %d",
-                  msg.nReqID, msg.strGameID.c_str(), msg.nOrderSeq, msg.strUserID.c_str(), msg.strUserNo.c_str(),
-                  msg.strServerID.c_str(), msg.strCharacterID.c_str(), msg.strRecvUserID.c_str(),
-                  msg.strRecvUserNo.c_str(), msg.strRecvServerID.c_str(), msg.strRecvCharacterID.c_str(),
-                  msg.strGiftMessage.c_str(), msg.nPrice);
+    Log::DebugFmt(
+        "[Comm Handler] 'SaveInventory' msg contents.\r\n\tMsg ID: %d\r\n\tGame ID: %s\r\n"
+        "\tOrder seq: %d\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
+        "\tRecv user ID: %s\r\n\tRecv user No: %s\r\n\tRecv server ID: %s\r\n\tRecv character ID: %s\r\n"
+        "\tGift message: %s\r\n\tPrice: %d",
+        msg.nReqID, msg.strGameID.c_str(), msg.nOrderSeq, msg.strUserID.c_str(), msg.strUserNo.c_str(),
+        msg.strServerID.c_str(), msg.strCharacterID.c_str(), msg.strRecvUserID.c_str(),
+        msg.strRecvUserNo.c_str(), msg.strRecvServerID.c_str(), msg.strRecvCharacterID.c_str(),
+        msg.strGiftMessage.c_str(), msg.nPrice);
     CDataAutoDestroyer autoDestroyer;
     auto* const pNode = autoDestroyer.Make<_INVENTORY_ITEM_INFO>(DataTag::kSaveInventory);
     if (pNode == nullptr)
@@ -187,11 +204,12 @@ bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
     req.pHandle = autoDestroyer.GetHandle();
     _RESULT_RES res{};
     AskGame(Comm().GetCallback<&_CONNECTOR_CALLBACKS::pfnSaveInventory>(), std::as_const(req), res, [&] {
-        Log::DebugFmt("[Comm Handler] Failed to save item info in user's inventory.\r\n\tReq ID: %d\r\n"
-                      "\tUser ID: %s\r\n\tUser No: %s\r\n\tRecv User ID: %s\r\n\tRecv User No: %s\r\n"
-                      "\tError message: %s",
-                      msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strRecvUserID.c_str(),
-                      msg.strRecvUserNo.c_str(), std::string(FieldText(res.szError)).c_str());
+        Log::DebugFmt(
+            "[Comm Handler] Failed to save item info in user's inventory.\r\n\tReq ID: %d\r\n"
+            "\tUser ID: %s\r\n\tUser No: %s\r\n\tRecv User ID: %s\r\n\tRecv User No: %s\r\n"
+            "\tError message: %s",
+            msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strRecvUserID.c_str(),
+            msg.strRecvUserNo.c_str(), std::string(FieldText(res.szError)).c_str());
     });
     _SAVE_SEND arg{};
     arg.bSuccess = res.bSuccess;

@@ -54,33 +54,35 @@ struct LeavingCall : UserCall {
 };
 
 // pszReqID: the calls do not agree on how the number is labelled.
-void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND& record, const char* pszUserIP)
+void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND& record,
+                    const char* pszUserIP)
 {
     Log::InfoFmt("[Velkar Connector] %s request.\r\n-Contents-\r\n\t%s: %d\r\n\tUser ID: %s\r\n\tUser IP: %s",
                  pszLabel, pszReqID, record.nReqID, record.szUserKey, pszUserIP);
 }
 
 // A call that changes nothing in the frame but its words.
-#define PLAIN_CALL(call, request, answer, label, requestLabel, reqID, timeout)         \
-    struct call : UserCall {                                                           \
-        using UserCall::UserCall;                                                      \
-        using Request = request;                                                       \
-        using Answer = answer;                                                         \
-        static constexpr const char* kLabel = label;                                   \
-        static constexpr const char* kTimeout = timeout;                               \
-        void LogRequest(const _USER_SEND& record) const                                \
-        {                                                                              \
-            LogUserRequest(requestLabel, reqID, record, record.szUserIP);              \
-        }                                                                              \
+#define PLAIN_CALL(call, request, answer, label, requestLabel, reqID, timeout) \
+    struct call : UserCall {                                                   \
+        using UserCall::UserCall;                                              \
+        using Request = request;                                               \
+        using Answer = answer;                                                 \
+        static constexpr const char* kLabel = label;                           \
+        static constexpr const char* kTimeout = timeout;                       \
+        void LogRequest(const _USER_SEND& record) const                        \
+        {                                                                      \
+            LogUserRequest(requestLabel, reqID, record, record.szUserIP);      \
+        }                                                                      \
     };
 PLAIN_CALL(CheckinCall, XC2S_CheckInReq, XS2C_CheckInAns, "Checkin", "Checkin", "ReqID",
            "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.")
 PLAIN_CALL(CheckinExCall, XC2S_CheckInExReq, XS2C_CheckInExAns, "CheckinEx", "CheckinEx", "ReqID",
            "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout.")
 PLAIN_CALL(QueryBillingInfoCall, XC2S_QueryBillingInfoReq, XS2C_QueryBillingInfoAns, "QueryBillingInfo",
-           "QueryBillingInfo", "Req ID", "Failed to recieve a 'XS2C_QueryBillingInfoAns' msg because of timeout.")
-PLAIN_CALL(QueryBillingInfoExCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBillingInfoExAns, "QueryBillingInfoEx",
-           "QueryAllBillingInfoEx", "Req ID",
+           "QueryBillingInfo", "Req ID",
+           "Failed to recieve a 'XS2C_QueryBillingInfoAns' msg because of timeout.")
+PLAIN_CALL(QueryBillingInfoExCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBillingInfoExAns,
+           "QueryBillingInfoEx", "QueryAllBillingInfoEx", "Req ID",
            "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.")
 #undef PLAIN_CALL
 
@@ -101,8 +103,12 @@ struct UserMoveToCall : LeavingCall {
     using Request = XC2S_UserMoveToReq;
     using Answer = XS2C_UserMoveToAns;
     static constexpr const char* kLabel = "UserMoveTo";
-    static constexpr const char* kTimeout = "Failed to receive a 'XS2C_UserMoveToAns' msg because of timeout.";
-    void LogRequest(const _USER_SEND& record) const { LogUserRequest(kLabel, "Req ID", record, record.szUserIP); }
+    static constexpr const char* kTimeout =
+        "Failed to receive a 'XS2C_UserMoveToAns' msg because of timeout.";
+    void LogRequest(const _USER_SEND& record) const
+    {
+        LogUserRequest(kLabel, "Req ID", record, record.szUserIP);
+    }
 };
 
 // The user as the other game server knew it, to be entered here if the service agrees.
@@ -127,8 +133,10 @@ struct UserMoveFromCall : UserCall {
     using Request = XC2S_UserMoveFromReq;
     using Answer = XS2C_UserMoveFromAns;
     static constexpr const char* kLabel = "UserMoveFrom";
-    static constexpr const char* kTimeout = "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.";
-    static constexpr const char* kNullLog = "[Velkar Connector] %s request or response or billingo arg is NULL.";
+    static constexpr const char* kTimeout =
+        "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.";
+    static constexpr const char* kNullLog =
+        "[Velkar Connector] %s request or response or billingo arg is NULL.";
     static constexpr const char* kNullText = "Request or response or billinfo arg is NULL.";
 
     bool HasNullArg() const { return UserCall::HasNullArg() || pMove == nullptr; }
@@ -140,12 +148,13 @@ struct UserMoveFromCall : UserCall {
     }
     void LogRequest(const _USER_SEND& record) const
     {
-        Log::InfoFmt("[Velkar Connector] UserMoveFrom request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
-                     "\tUser IP: %s\r\n\tBilltype: %d\r\n\tProduct ID: %d\r\n\tSeq No: %d\r\n\tCRM: %s\r\n"
-                     "\tEnd date: %s\r\n\tFirst: %c\r\n\tFree: %c",
-                     record.nReqID, record.szUserKey, record.szUserIP, info.GetBillingID(), info.GetProductID(),
-                     pMove->nSeqNo, info.GetCRMCode().c_str(), info.GetEndDate().c_str(), info.IsFirst() ? 'Y' : 'N',
-                     info.GetFree() == 'Y' ? 'Y' : 'N');
+        Log::InfoFmt(
+            "[Velkar Connector] UserMoveFrom request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+            "\tUser IP: %s\r\n\tBilltype: %d\r\n\tProduct ID: %d\r\n\tSeq No: %d\r\n\tCRM: %s\r\n"
+            "\tEnd date: %s\r\n\tFirst: %c\r\n\tFree: %c",
+            record.nReqID, record.szUserKey, record.szUserIP, info.GetBillingID(), info.GetProductID(),
+            pMove->nSeqNo, info.GetCRMCode().c_str(), info.GetEndDate().c_str(), info.IsFirst() ? 'Y' : 'N',
+            info.GetFree() == 'Y' ? 'Y' : 'N');
     }
     // The other game server has let the user go already.
     void OnSendFailed() { Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info); }
@@ -163,7 +172,8 @@ struct UserMoveFromCall : UserCall {
 int SeqNoOf(const std::string& str)
 {
     const long long n = std::strtoll(str.c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp<long long>(n, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+    return static_cast<int>(
+        std::clamp<long long>(n, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 _USER_MOVE_INFO MakeMoveInfo(const CUserInfo& info)
@@ -205,15 +215,30 @@ const char* NameOf(int nNumber) noexcept
 
 }  // namespace
 
-void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes) { RunRequest(CheckinCall(pReq), pRes); }
-void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(CheckoutCall(pReq), pRes); }
-void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes) { RunRequest(CheckinExCall(pReq), pRes); }
-void QueryBillingInfo(const _USER_REQ* pReq, _CHECKIN_RES* pRes) { RunRequest(QueryBillingInfoCall(pReq), pRes); }
+void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes)
+{
+    RunRequest(CheckinCall(pReq), pRes);
+}
+void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes)
+{
+    RunRequest(CheckoutCall(pReq), pRes);
+}
+void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes)
+{
+    RunRequest(CheckinExCall(pReq), pRes);
+}
+void QueryBillingInfo(const _USER_REQ* pReq, _CHECKIN_RES* pRes)
+{
+    RunRequest(QueryBillingInfoCall(pReq), pRes);
+}
 void QueryBillingInfoEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes)
 {
     RunRequest(QueryBillingInfoExCall(pReq), pRes);
 }
-void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(UserMoveToCall(pReq), pRes); }
+void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes)
+{
+    RunRequest(UserMoveToCall(pReq), pRes);
+}
 void UserMoveFrom(const _USER_REQ* pReq, const _USER_MOVE_INFO* pInfo, _RESULT_RES* pRes)
 {
     RunRequest(UserMoveFromCall(pReq, pInfo), pRes);
@@ -244,5 +269,11 @@ void Charge(_RESULT_RES* pRes)
             [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
 }
 
-const char* GetBillingName(int nProductID) { return NameOf<CBillingIdMap>(nProductID); }
-const char* GetEventName(int nEventCode) { return NameOf<CEventCodeMap>(nEventCode); }
+const char* GetBillingName(int nProductID)
+{
+    return NameOf<CBillingIdMap>(nProductID);
+}
+const char* GetEventName(int nEventCode)
+{
+    return NameOf<CEventCodeMap>(nEventCode);
+}

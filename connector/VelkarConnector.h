@@ -635,16 +635,23 @@ typedef struct _RUVCOIN_RES {
     int nRuvCoin; /* the balance */
 } _RUVCOIN_RES;
 
-VELKAR_API void QueryMenuList(const _GAME_REQ* pReq, _LIST_RES* pRes);                  /* GetMenuData */
-VELKAR_API void QueryProductList(const _PRODUCT_LIST_REQ* pReq, _PRODUCT_LIST_RES* pRes); /* GetProductData */
+/* GetMenuData. */
+VELKAR_API void QueryMenuList(const _GAME_REQ* pReq, _LIST_RES* pRes);
+/* GetProductData. */
+VELKAR_API void QueryProductList(const _PRODUCT_LIST_REQ* pReq, _PRODUCT_LIST_RES* pRes);
 /* Three lists: GetChildProductData, GetConditionData, GetOptionData. An answer that comes after the caller's
  * time is over leaves its lists in the library until UninitModule; ask for details sparingly on a slow link. */
 VELKAR_API void QueryProductDetailInfo(const _PRODUCT_DETAIL_REQ* pReq, _PRODUCT_DETAIL_RES* pRes);
-VELKAR_API void QueryDiscountList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);  /* GetDiscountData */
-VELKAR_API void QueryTagList(const _GAME_REQ* pReq, _LIST_RES* pRes);               /* GetTagData */
-VELKAR_API void QueryCouponList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);    /* GetCouponData */
-VELKAR_API void QuerySpecialProductList(const _GAME_REQ* pReq, _LIST_RES* pRes);    /* GetSpecialProductData */
-VELKAR_API void QuerySpecialProductInfo(const _SPECIAL_PRODUCT_REQ* pReq, _LIST_RES* pRes); /* GetSpecialProductDetailData */
+/* GetDiscountData; nPrice is the product's price. */
+VELKAR_API void QueryDiscountList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);
+/* GetTagData. */
+VELKAR_API void QueryTagList(const _GAME_REQ* pReq, _LIST_RES* pRes);
+/* GetCouponData. */
+VELKAR_API void QueryCouponList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);
+/* GetSpecialProductData: the groups. */
+VELKAR_API void QuerySpecialProductList(const _GAME_REQ* pReq, _LIST_RES* pRes);
+/* GetSpecialProductDetailData: the products of one group. */
+VELKAR_API void QuerySpecialProductInfo(const _SPECIAL_PRODUCT_REQ* pReq, _LIST_RES* pRes);
 /* The user's balance in Ruv coin. */
 VELKAR_API void QueryRuvCoinInfo(const _RUVCOIN_REQ* pReq, _RUVCOIN_RES* pRes);
 
@@ -712,7 +719,8 @@ typedef struct _PURCHASE_RES {
     int nBuyPrice; /* the price paid */
 } _PURCHASE_RES;
 
-VELKAR_API void QueryStorageInfo(const _STORAGE_SEARCH_REQ* pReq, _LIST_RES* pRes); /* GetStorageItemData */
+/* GetStorageItemData. */
+VELKAR_API void QueryStorageInfo(const _STORAGE_SEARCH_REQ* pReq, _LIST_RES* pRes);
 VELKAR_API void ReadStorageInfo(const _STORAGE_READ_REQ* pReq, _RESULT_RES* pRes);
 VELKAR_API void StorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes);
 VELKAR_API void ConfirmStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes);

@@ -5,15 +5,14 @@
 
 namespace {
 
-// A packed string is a row of pieces: two bytes with the length of what follows as it is, two bytes with the number
-// of zeros behind it. A run shorter than this is not worth a piece.
+// A packed string is a row of pieces: two bytes with the length of what follows as it is, two bytes with the
+// number of zeros behind it. A run shorter than this is not worth a piece.
 constexpr std::size_t kShortestRun = 8;
 constexpr std::size_t kLongestPiece = 0xFFFF;
 
 std::size_t EndOfZeros(const unsigned char* p, std::size_t n, std::size_t nSize)
 {
-    while (n < nSize && p[n] == 0)
-        ++n;
+    while (n < nSize && p[n] == 0) ++n;
     return n;
 }
 
@@ -39,7 +38,10 @@ void PutNumber(std::vector<unsigned char>& vec, std::size_t n)
     vec.push_back(static_cast<unsigned char>(n >> 8));
 }
 
-std::size_t GetNumber(const unsigned char* p) { return p[0] | static_cast<std::size_t>(p[1]) << 8; }
+std::size_t GetNumber(const unsigned char* p)
+{
+    return p[0] | static_cast<std::size_t>(p[1]) << 8;
+}
 
 }  // namespace
 
@@ -64,7 +66,8 @@ void CPackedBytes::Add(const void* pBytes, std::size_t nSize)
         m_nUsed = 0;
     }
     std::memcpy(m_vecBlocks.back().get() + m_nUsed, m_vecPacked.data(), m_vecPacked.size());
-    m_vecPlaces.push_back({static_cast<std::uint32_t>(m_vecBlocks.size() - 1), static_cast<std::uint32_t>(m_nUsed)});
+    m_vecPlaces.push_back(
+        {static_cast<std::uint32_t>(m_vecBlocks.size() - 1), static_cast<std::uint32_t>(m_nUsed)});
     m_nUsed += m_vecPacked.size();
 }
 

@@ -19,21 +19,24 @@ void CheckOutExpired(const CUserInfo& info)
     const std::string strKey = info.GetKey();
     const std::string strUserIP = info.GetUserIP();
     if (Singleton<CCommHandler>::Instance().SendMessage<XC2S_CheckOutReq>(UnaskedCheckout(strKey))) {
-        Log::InfoFmt("[User Info Map] A 'XC2S_CheckOutReq' msg will be sent because of 'BILLING_EXPIRE' event.\r\n"
-                     "\tUser ID: %s\r\n\tUser IP: %s",
-                     strKey.c_str(), strUserIP.c_str());
+        Log::InfoFmt(
+            "[User Info Map] A 'XC2S_CheckOutReq' msg will be sent because of 'BILLING_EXPIRE' event.\r\n"
+            "\tUser ID: %s\r\n\tUser IP: %s",
+            strKey.c_str(), strUserIP.c_str());
         return;
     }
-    Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for 'BILLING_EXPIRE' event.\r\n"
-                  "\tUser ID: %s\r\n\tUser IP: %s",
-                  strKey.c_str(), strUserIP.c_str());
+    Log::ErrorFmt(
+        "[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for 'BILLING_EXPIRE' event.\r\n"
+        "\tUser ID: %s\r\n\tUser IP: %s",
+        strKey.c_str(), strUserIP.c_str());
     Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info);
 }
 
 }  // namespace
 
 void CUserInfoMap::ScanUser(CUserInfo& info, ChargeState state, int nProductId,
-                            Wirova::RecordVector<XChargeInfo>& list, std::vector<_BILLING_NOTI_INFO>& vecNotiInfos)
+                            Wirova::RecordVector<XChargeInfo>& list,
+                            std::vector<_BILLING_NOTI_INFO>& vecNotiInfos)
 {
     if (state == ChargeState::Expired) {
         auto& noti = vecNotiInfos.emplace_back();  // event and specific code 0, no parameter
@@ -61,7 +64,8 @@ int CUserInfoMap::ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, in
     } catch (const std::bad_alloc&) {
         return 0;
     }
-    const auto pfnBillingEvent = Singleton<CCommHandler>::Instance().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>();
+    const auto pfnBillingEvent =
+        Singleton<CCommHandler>::Instance().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>();
     for (const _BILLING_NOTI_INFO& noti : vecNotiInfos) {
         TellGame(pfnBillingEvent, noti);
         RemoveUserInfo(std::string(FieldText(noti.szUserKey)));

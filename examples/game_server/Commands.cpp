@@ -82,9 +82,13 @@ const Command kCommands[] = {
     {"money", 1, "USER", "money and items of a user's characters",
      [](Server& server, const Args& args) { return ShowCharacters(server.game, args[0]); }},
     {"product", 1, "NUMBER", "a product's name in the settings",
-     [](Server&, const Args& args) { return WithNumber(args[0], [](int n) { return ShowName(n, &GetBillingName); }); }},
+     [](Server&, const Args& args) {
+         return WithNumber(args[0], [](int n) { return ShowName(n, &GetBillingName); });
+     }},
     {"event", 1, "NUMBER", "an event code's name in the settings",
-     [](Server&, const Args& args) { return WithNumber(args[0], [](int n) { return ShowName(n, &GetEventName); }); }},
+     [](Server&, const Args& args) {
+         return WithNumber(args[0], [](int n) { return ShowName(n, &GetEventName); });
+     }},
     {"menu", 0, "", "the shop's menu", [](Server& server, const Args&) { return server.shop.ShowMenu(); }},
     {"products", 2, "BRANCH PAGE", "a page of a branch",
      [](Server& server, const Args& args) {

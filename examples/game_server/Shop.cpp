@@ -22,7 +22,10 @@ std::pair<std::string, std::string> SplitPair(const std::string& str)
     return {str.substr(0, nColon), nColon == std::string::npos ? "" : str.substr(nColon + 1)};
 }
 
-const char* YesOrNo(unsigned char b) { return b != 0 ? "yes" : "no"; }
+const char* YesOrNo(unsigned char b)
+{
+    return b != 0 ? "yes" : "no";
+}
 
 }  // namespace
 
@@ -78,8 +81,8 @@ bool Shop::ShowProducts(const std::string& strBranch, int nPage)
         return Refused(res, "products");
     std::printf("  %-12s %-28s %6s %9s %5s\n", "product", "name", "price", "discount", "gift");
     return ForEachRecord(list, &GetProductData, [](const _PROD_LIST_INFO& product) {
-        std::printf("  %-12s %-28s %6d %8d%% %5s\n", product.szProductID, product.szProductName, product.nPrice,
-                    product.nDiscountRate, YesOrNo(product.bGift));
+        std::printf("  %-12s %-28s %6d %8d%% %5s\n", product.szProductID, product.szProductName,
+                    product.nPrice, product.nDiscountRate, YesOrNo(product.bGift));
     });
 }
 
@@ -140,8 +143,9 @@ bool Shop::ShowCoupons(const std::string& strUser, const std::string& strProduct
     if (res.bSuccess != 1)
         return Refused(res, "coupons");
     return ForEachRecord(list, &GetCouponData, [](const _COUPON_INFO& coupon) {
-        std::printf("  coupon %s:%s  %s, %d%% or %d off, until %s\n", coupon.szCouponUseID, coupon.szCouponCode,
-                    coupon.szCouponName, coupon.nDiscountRate, coupon.nDiscountAmt, coupon.szUseEndDate);
+        std::printf("  coupon %s:%s  %s, %d%% or %d off, until %s\n", coupon.szCouponUseID,
+                    coupon.szCouponCode, coupon.szCouponName, coupon.nDiscountRate, coupon.nDiscountAmt,
+                    coupon.szUseEndDate);
     });
 }
 
@@ -154,7 +158,8 @@ bool Shop::ShowTags()
     if (res.bSuccess != 1)
         return Refused(res, "tags");
     std::printf("  tags:");
-    const bool bRead = ForEachRecord(list, &GetTagData, [](const _TAG_INFO& tag) { std::printf(" %s", tag.szTag); });
+    const bool bRead =
+        ForEachRecord(list, &GetTagData, [](const _TAG_INFO& tag) { std::printf(" %s", tag.szTag); });
     std::printf("\n");
     return bRead;
 }
@@ -225,9 +230,11 @@ bool Shop::Buy(const std::string& strUser, const std::string& strProduct, const 
     Put(req.szPassWD, strPassWord == "-" ? "" : strPassWord);
     req.nLevel = 30;
     req.nCount = 1;
-    const List coupons(strCoupon == "-" && strOption == "-" ? nullptr : GetHandleForUseCouponInfo(nullptr, 0));
+    const List coupons(strCoupon == "-" && strOption == "-" ? nullptr
+                                                            : GetHandleForUseCouponInfo(nullptr, 0));
     const List options(strOption == "-" ? nullptr : GetHandleForUseOptionInfo(nullptr, 0));
-    // With both handles the options are read from the coupons' list: so both go in there, each pair as one record.
+    // With both handles the options are read from the coupons' list: so both go in there, each pair as one
+    // record.
     for (const std::string& strPair : {strCoupon, strOption}) {
         if (strPair == "-")
             continue;
@@ -270,12 +277,12 @@ bool Shop::ShowBox(const std::string& strUser)
     const List list(res.hData);
     if (res.bSuccess != 1)
         return Refused(res, "storage box");
-    std::printf("  %5s %6s %-16s %-24s %5s %-10s %-4s %s\n", "entry", "order", "item", "name", "left", "from", "read",
-                "message");
+    std::printf("  %5s %6s %-16s %-24s %5s %-10s %-4s %s\n", "entry", "order", "item", "name", "left", "from",
+                "read", "message");
     return ForEachRecord(list, &GetStorageItemData, [](const _STORAGE_INFO& entry) {
-        std::printf("  %5d %6d %-16s %-24s %5d %-10s %-4s %s\n", entry.nStorageSeq, entry.nOrderSeq, entry.szItemID,
-                    entry.szItemName, entry.nRemainCount, entry.szSenderUserID, YesOrNo(entry.bRead),
-                    entry.szGiftMessage);
+        std::printf("  %5d %6d %-16s %-24s %5d %-10s %-4s %s\n", entry.nStorageSeq, entry.nOrderSeq,
+                    entry.szItemID, entry.szItemName, entry.nRemainCount, entry.szSenderUserID,
+                    YesOrNo(entry.bRead), entry.szGiftMessage);
     });
 }
 

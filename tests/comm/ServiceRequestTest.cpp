@@ -121,7 +121,7 @@ TEST_F(ServiceRequestTest, ListsThatTheGameFills)
             EXPECT_TRUE(SetCharacterData(res.pHandle, info, nullptr, 0));
         });
         XS2C_QueryCharacterReq req;
-    Fill(req, 6);
+        Fill(req, 6);
         req.cSearchType = 'C';
         req.strSearchValue = "hero";
         const auto characters = Service().Ask(req);
@@ -223,7 +223,8 @@ TEST_F(ServiceRequestTest, AGameThatThrowsHurtsOnlyItsOwnRequest)
     XS2C_QueryGameMoneyReq query;
     Service().Send(inventory, spend, query);
     Service().Expect<XC2S_QueryGameMoneyAns>();
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "[Comm Handler] There is an exception in OnQeuryInventoryInfoReq func."));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
+                                "[Comm Handler] There is an exception in OnQeuryInventoryInfoReq func."));
     EXPECT_EQ(Service().Count<XC2S_SpendGameMoneyAns>(), 0);
     EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);
 }
@@ -234,7 +235,8 @@ TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)
     Game().On<QueryInventory>([](const auto&, auto&) { Fail(Op::LinkSend); });
     XS2C_QueryInventoryReq req;
     Service().Send(req);
-    EXPECT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_QueryInventoryAns' msg(Req ID: d)."));
+    EXPECT_TRUE(
+        Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_QueryInventoryAns' msg(Req ID: d)."));
 }
 
 // The link's reader is inside the callback: an answer cannot come meanwhile.

@@ -97,9 +97,10 @@ TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
         res = Game().Call(pfnCall, Game().User("abc"));
         EXPECT_EQ(res.nResult, -1);
         EXPECT_EQ(res.hBillingData, nullptr);
-        EXPECT_EQ(std::string(res.szError), pfnCall == &CheckinEx
-                                                ? "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout."
-                                                : "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.");
+        EXPECT_EQ(std::string(res.szError),
+                  pfnCall == &CheckinEx
+                      ? "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout."
+                      : "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.");
     }
     EXPECT_FALSE(IsIn("abc"));
     EXPECT_EQ(Lists(), 0u);
@@ -111,10 +112,12 @@ TEST_F(BillingCallsTest, ALateListLeavesNothingAndALateUserIsUndone)
     ASSERT_TRUE(Game().Start());
     Game().Call(&CheckinEx, Game().User("abc"));
     Game().Call(&QueryBillingInfoEx, Game().User("abc"));
-    Service().Reply(*Service().Expect<XC2S_QueryBillingInfoExReq>(), [](auto& ans) { ans.vecOtherBilling.Add(); });
+    Service().Reply(*Service().Expect<XC2S_QueryBillingInfoExReq>(),
+                    [](auto& ans) { ans.vecOtherBilling.Add(); });
     Service().Reply(*Service().Expect<XC2S_CheckInExReq>(), [](auto& ans) { ans.vecOtherBilling.Add(); });
     EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->nReqID, -1);
-    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "A'XC2S_CheckOutReq' msg is sent for checkinex timeout."));
+    ASSERT_TRUE(
+        Journal::WaitFor(Journal::Level::Info, "A'XC2S_CheckOutReq' msg is sent for checkinex timeout."));
     Service().ExpectNothing();
     Game().Stop();  // the handler is done then
     EXPECT_EQ(Lists(), 0u);
@@ -167,7 +170,8 @@ TEST_F(BillingCallsTest, ABillingQueryChangesNobody)
     EXPECT_EQ(res.bPCCafe, 1);
     EXPECT_EQ(res.nRemainMinutes, 5);
     EXPECT_FALSE(IsIn("abc"));
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Debug, "\r\n\tRemain Minutes: 4294967301\r\n\tPC Cafe: Y\r\n\tCRM Code: CRM"));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Debug,
+                                "\r\n\tRemain Minutes: 4294967301\r\n\tPC Cafe: Y\r\n\tCRM Code: CRM"));
 }
 
 TEST_F(BillingCallsTest, AUserMovesAway)
@@ -199,7 +203,8 @@ TEST_F(BillingCallsTest, AUserMovesAway)
 
     Game().Checkin("abc");
     Fail(Op::LinkSend);
-    EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError, "Failed to send a 'XC2S_UserMoveToReq' msg.");
+    EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError,
+                 "Failed to send a 'XC2S_UserMoveToReq' msg.");
     EXPECT_FALSE(IsIn("abc"));
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
 }
@@ -234,7 +239,8 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
 {
     SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
-    Service().On<XC2S_UserMoveFromReq>([](const auto&, auto& ans) { ans.bSuccess = false, ans.strErrorMsg = "no"; });
+    Service().On<XC2S_UserMoveFromReq>(
+        [](const auto&, auto& ans) { ans.bSuccess = false, ans.strErrorMsg = "no"; });
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "no");
     Service().SayNothing();
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
@@ -251,8 +257,9 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
     _RESULT_RES res{};
     UserMoveFrom(&req, nullptr, &res);
     EXPECT_STREQ(res.szError, "Request or response or billinfo arg is NULL.");
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
-                                "[Velkar Connector] UserMoveFrom request or response or billingo arg is NULL."));
+    EXPECT_TRUE(
+        Journal::Logged(Journal::Level::Error,
+                        "[Velkar Connector] UserMoveFrom request or response or billingo arg is NULL."));
 }
 
 TEST_F(BillingCallsTest, NamesStayGood)

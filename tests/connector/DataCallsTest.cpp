@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr std::uint32_t kTags[] = {0,  4,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
-                                   17, 18, 19, 20, 21, 22, 26, 27, 28, 99};
+constexpr std::uint32_t kTags[] = {0,  4,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                   16, 17, 18, 19, 20, 21, 22, 26, 27, 28, 99};
 
 // A handle of that tag with a list of T in the pool.
 template <class T>
@@ -21,8 +21,7 @@ std::shared_ptr<_DATA_HANDLE> ListOf(std::uint32_t nTag, std::initializer_list<T
 {
     CDataAutoDestroyer list;
     auto* const pNode = list.Make<T>(nTag);
-    for (const T& record : records)
-        pNode->Add(record);
+    for (const T& record : records) pNode->Add(record);
     list.InsertNode();
     list.Disarm();
     return {list.GetHandle(), [](_DATA_HANDLE* p) { DestroyHandle(p); }};
@@ -37,8 +36,8 @@ T Filled(char c)
 }
 
 template <class T>
-void CheckGet(bool (*pfnGet)(const _DATA_HANDLE*, std::size_t, T*, char*, std::size_t), std::set<std::uint32_t> tags,
-              const char* pszNull, const char* pszWrongType)
+void CheckGet(bool (*pfnGet)(const _DATA_HANDLE*, std::size_t, T*, char*, std::size_t),
+              std::set<std::uint32_t> tags, const char* pszNull, const char* pszWrongType)
 {
     char szError[200] = "untouched";
     const T first = Filled<T>('1'), second = Filled<T>('2');
@@ -74,7 +73,8 @@ TEST(DataCalls, EveryGetKnowsItsTagsAndTexts)
 {
     CheckGet(&GetBillingData, {0, 4}, "Data handle or BILL_INFO arg is NULL.",
              "Data handle type doesn't refer to billing info.");
-    CheckGet(&GetMenuData, {7}, "Data handle or MENU_INFO arg is NULL.", "Data handle type doesn't refer to menu info.");
+    CheckGet(&GetMenuData, {7}, "Data handle or MENU_INFO arg is NULL.",
+             "Data handle type doesn't refer to menu info.");
     CheckGet(&GetProductData, {8}, "Data handle or PROD_LIST_INFO arg is NULL.",
              "Data handle type doesn't refer to product list info.");
     CheckGet(&GetChildProductData, {9}, "Data handle or CHILDPROD_INFO arg is NULL.",
@@ -85,7 +85,8 @@ TEST(DataCalls, EveryGetKnowsItsTagsAndTexts)
              "Data handle type doesn't refer to child product info.");
     CheckGet(&GetDiscountData, {12}, "Data handle or DISCOUNT_INFO arg is NULL.",
              "Data handle type doesn't refer to discount info.");
-    CheckGet(&GetTagData, {13}, "Data handle or TAG_INFO arg is NULL.", "Data handle type doesn't refer to tag info.");
+    CheckGet(&GetTagData, {13}, "Data handle or TAG_INFO arg is NULL.",
+             "Data handle type doesn't refer to tag info.");
     CheckGet(&GetCouponData, {14}, "Data handle or COUPON_INFO arg is NULL.",
              "Data handle type doesn't refer to coupon list info.");
     CheckGet(&GetSpecialProductData, {15}, "Data handle or SPECIAL_PRODUCT_LIST_INFO arg is NULL.",
@@ -115,7 +116,8 @@ SetCall Setter(bool (*pfnSet)(const _DATA_HANDLE*, int, char*, std::size_t))
 
 // pfnMake is null where the library itself makes the handle, for a callback.
 template <class T, class Set>
-void CheckSet(Set pfnSet, _DATA_HANDLE* (*pfnMake)(char*, std::size_t), std::uint32_t nOwnTag, const char* pszWrongType)
+void CheckSet(Set pfnSet, _DATA_HANDLE* (*pfnMake)(char*, std::size_t), std::uint32_t nOwnTag,
+              const char* pszWrongType)
 {
     const SetCall set = Setter(pfnSet);
     char szError[200] = "untouched";
@@ -152,16 +154,19 @@ TEST(DataCalls, EverySetKnowsItsTagAndText)
 {
     CheckSet<_INVENTORY_ITEM_INFO>(&SetInventoryItemData, nullptr, 26,
                                    "Data handle type doesn't refer to inventory item info.");
-    CheckSet<_CHARACTER_INFO>(&SetCharacterData, nullptr, 28, "Data handle type doesn't refer to character info.");
+    CheckSet<_CHARACTER_INFO>(&SetCharacterData, nullptr, 28,
+                              "Data handle type doesn't refer to character info.");
     CheckSet<_USE_COUPON_INFO>(&SetUseCouponData, &GetHandleForUseCouponInfo, 21,
                                "Data handle type doesn't refer to use coupon info.");
     CheckSet<_USE_OPTION_INFO>(&SetUseOptionData, &GetHandleForUseOptionInfo, 22,
                                "Data handle type doesn't refer to use option info.");
     CheckSet<_USE_STORAGE_INFO>(&SetUseStorageItemData, &GetHandleForUseStorageItemInfo, 18,
                                 "Data handle type doesn't refer to storage use item info.");
-    CheckSet<_CONFIRM_USE_STORAGE_INFO>(&SetConfirmUseStorageItemData, &GetHandleForConfirmUseStorageItemInfo, 19,
+    CheckSet<_CONFIRM_USE_STORAGE_INFO>(&SetConfirmUseStorageItemData, &GetHandleForConfirmUseStorageItemInfo,
+                                        19,
                                         "Data handle type doesn't refer to storage confirm use item info.");
-    CheckSet<_CONFIRM_USE_STORAGE_INFO>(&SetCancelUseStorageItemData, &GetHandleForCancelUseStorageItemInfo, 20,
+    CheckSet<_CONFIRM_USE_STORAGE_INFO>(&SetCancelUseStorageItemData, &GetHandleForCancelUseStorageItemInfo,
+                                        20,
                                         "Data handle type doesn't refer to storage confirm use item info.");
 }
 
@@ -180,7 +185,8 @@ TEST(DataCalls, ANullRecordIsRefused)
 TEST(DataCalls, TheErrorTextKeepsToItsBuffer)
 {
     const std::string strText = "Data handle is NULL.";
-    for (const std::size_t nSize : {std::size_t{0}, std::size_t{1}, std::size_t{5}, strText.size(), strText.size() + 1}) {
+    for (const std::size_t nSize :
+         {std::size_t{0}, std::size_t{1}, std::size_t{5}, strText.size(), strText.size() + 1}) {
         char szError[40];
         std::memset(szError, 'x', sizeof(szError));
         EXPECT_EQ(GetDataSize(nullptr, szError, nSize), 0u);

@@ -6,7 +6,10 @@ namespace {
 
 using Kernova::XTL::Singleton;
 
-std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+std::size_t Lists()
+{
+    return Singleton<CDataPool>::Instance().GetCount();
+}
 
 // Every field of a wire record gets a value of its own: texts an over-long one.
 template <class Row>
@@ -133,8 +136,8 @@ TEST_F(ShopAnswersTest, DiscountsCouponsAndSpecialProducts)
     EXPECT_TRUE(Holds(c.szCouponName, "strCouponName"));
     EXPECT_EQ(c.nDiscountRate * 10 + c.nDiscountAmt, 45);
     EXPECT_TRUE(Holds(c.szUseEndDate, "strUseEndDate"));
-    const auto l = Second<XC2S_QuerySpecialProductListReq, _SPECIAL_PRODUCT_LIST_INFO>(&QuerySpecialProductList,
-                                                                                       &GetSpecialProductData);
+    const auto l = Second<XC2S_QuerySpecialProductListReq, _SPECIAL_PRODUCT_LIST_INFO>(
+        &QuerySpecialProductList, &GetSpecialProductData);
     EXPECT_TRUE(Holds(l.szExposeCode, "strExposeCode"));
     EXPECT_TRUE(Holds(l.szExposeName, "strExposeName"));
     EXPECT_TRUE(Holds(l.szIconUrl, "strIconUrl"));
@@ -188,7 +191,9 @@ TEST_F(ShopAnswersTest, StorageEntries)
 
 TEST_F(ShopAnswersTest, TagsAreBareTexts)
 {
-    Service().On<XC2S_QueryTagReq>([](const auto&, auto& ans) { ans.vecTag = {"new", std::string(200, 't')}; });
+    Service().On<XC2S_QueryTagReq>([](const auto&, auto& ans) {
+        ans.vecTag = {"new", std::string(200, 't')};
+    });
     const auto res = Game().Call(&QueryTagList, _GAME_REQ{});
     _TAG_INFO tag;
     ASSERT_TRUE(GetTagData(res.hData, 1, &tag, nullptr, 0));
@@ -237,8 +242,7 @@ TEST_F(ShopAnswersTest, AProductsDetailHasThreeLists)
             EXPECT_TRUE(Holds(option.szOptionValue, "strOptionValue"));
             EXPECT_TRUE(Holds(option.szOptionName, "strOptionName"));
         }
-        for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption})
-            DestroyHandle(pHandle);
+        for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption}) DestroyHandle(pHandle);
         EXPECT_EQ(Lists(), 0u);
     }
 }
@@ -265,7 +269,8 @@ TEST_F(ShopAnswersTest, EmptyListsAndRefusals)
                   none("product list info", "XS2C_QueryProductListAns"));
     ExpectRefused(Game().Call(&QueryProductDetailInfo, _PRODUCT_DETAIL_REQ{}),
                   none("product list info", "queryProductDetailInfoAnsMsg"));
-    ExpectRefused(Game().Call(&QueryDiscountList, _USER_PRODUCT_REQ{}), none("discount info", "XS2C_QueryDiscountAns"));
+    ExpectRefused(Game().Call(&QueryDiscountList, _USER_PRODUCT_REQ{}),
+                  none("discount info", "XS2C_QueryDiscountAns"));
     ExpectRefused(Game().Call(&QueryTagList, _GAME_REQ{}), none("tag info", "XS2C_QueryTagAns"));
     ExpectRefused(Game().Call(&QueryCouponList, _USER_PRODUCT_REQ{}),
                   none("coupon list info", "XS2C_QueryCoupontAns"));
@@ -273,7 +278,8 @@ TEST_F(ShopAnswersTest, EmptyListsAndRefusals)
                   none("special product list info", "XS2C_QuerySpecialProductListAns"));
     ExpectRefused(Game().Call(&QuerySpecialProductInfo, _SPECIAL_PRODUCT_REQ{}),
                   none("special product info", "XS2C_QuerySpecialProductAns"));
-    ExpectRefused(Game().Call(&QueryStorageInfo, _STORAGE_SEARCH_REQ{}), none("item info", "XS2C_SearchStorageAns"));
+    ExpectRefused(Game().Call(&QueryStorageInfo, _STORAGE_SEARCH_REQ{}),
+                  none("item info", "XS2C_SearchStorageAns"));
     Service().On<XC2S_QueryMenuListReq>([](const auto&, auto& ans) {
         ans.nState = 3;
         ans.strMessage = std::string(2000, 'm');
@@ -329,7 +335,8 @@ TEST_F(ShopAnswersTest, LateListsLeaveNothingButThoseOfADetail)
     Game().Call(&QueryMenuList, _GAME_REQ{});
     Game().Call(&QueryProductDetailInfo, _PRODUCT_DETAIL_REQ{});
     Service().Reply(*Service().Expect<XC2S_QueryMenuListReq>(), [](auto& ans) { ans.vecMenu.Add(); });
-    Service().Reply(*Service().Expect<XC2S_QueryProductDetailReq>(), [](auto& ans) { ans.vecChildProduct.Add(); });
+    Service().Reply(*Service().Expect<XC2S_QueryProductDetailReq>(),
+                    [](auto& ans) { ans.vecChildProduct.Add(); });
     XS2C_QueryGameMoneyReq behind;
     Service().Ask(behind);
     EXPECT_EQ(Lists(), 1u);

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <cstring>
 #include <limits>
-#include <vector>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -40,7 +40,8 @@ TEST(DataNode, GivesBackEveryByteWhereverTheZerosStand)
         // Runs of zeros and of others, of any length from one byte to the whole record.
         for (std::size_t n = 0; n < sizeof(record);) {
             nSeed = nSeed * 1103515245u + 12345u;
-            const std::size_t nRun = std::min<std::size_t>(1 + (nSeed >> 16) % (1u << (nSeed >> 8) % 12), sizeof(record) - n);
+            const std::size_t nRun =
+                std::min<std::size_t>(1 + (nSeed >> 16) % (1u << (nSeed >> 8) % 12), sizeof(record) - n);
             std::memset(p + n, (nSeed & 0x40000000u) != 0 ? 0 : static_cast<int>(nSeed >> 24), nRun);
             n += nRun;
         }
@@ -63,8 +64,7 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
     CDataPool pool;
     for (std::uint32_t n = 0; n < 200; ++n) {
         auto pNode = std::make_shared<Tags>();
-        for (int i = 0; i < 100; ++i)
-            pNode->Add({"0123456789"});
+        for (int i = 0; i < 100; ++i) pNode->Add({"0123456789"});
         pool.Insert(n, pNode);
     }
     std::atomic<bool> bReading{false};
@@ -78,8 +78,7 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
             }
         }
     });
-    while (!bReading)
-        std::this_thread::yield();
+    while (!bReading) std::this_thread::yield();
     pool.Clear();
     reader.join();
     EXPECT_EQ(pool.GetCount(), 0u);

@@ -24,8 +24,7 @@ TEST_F(LoopbackTest, ComesBackAfterTheServiceWasGone)
     Game().settings.nReconnectCycle = 1;
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
-    for (const char* pszUser : {"alice", "bob"})
-        ASSERT_EQ(Game().Checkin(pszUser).nResult, 0);
+    for (const char* pszUser : {"alice", "bob"}) ASSERT_EQ(Game().Checkin(pszUser).nResult, 0);
     Service().Down();
     Service().WaitForDisconnect();
     // The library may need a moment to notice; a checkout that it could not send is kept.
@@ -45,8 +44,10 @@ TEST_F(LoopbackTest, ComesBackAfterTheServiceWasGone)
 TEST_F(LoopbackTest, ManyCallersGetTheirOwnAnswers)
 {
     ASSERT_TRUE(Game().Start());
-    Service().On<XC2S_CheckInReq>([](const auto& req, auto& ans) { ans.strErrorMsg = "for " + req.strUserID; });
-    Service().On<XC2S_CheckOutReq>([](const auto& req, auto& ans) { ans.strErrorMsg = "bye " + req.strUserID; });
+    Service().On<XC2S_CheckInReq>(
+        [](const auto& req, auto& ans) { ans.strErrorMsg = "for " + req.strUserID; });
+    Service().On<XC2S_CheckOutReq>(
+        [](const auto& req, auto& ans) { ans.strErrorMsg = "bye " + req.strUserID; });
     std::vector<std::future<void>> vecCallers;
     for (int n = 0; n < 64; ++n) {
         vecCallers.push_back(Game().Later([&, n] {
@@ -65,8 +66,7 @@ TEST_F(LoopbackTest, ManyCallersGetTheirOwnAnswers)
             }
         }));
     }
-    for (auto& caller : vecCallers)
-        caller.get();
+    for (auto& caller : vecCallers) caller.get();
     EXPECT_EQ(Kernova::XTL::Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
 }
 
@@ -85,8 +85,7 @@ TEST_F(LoopbackTest, ACallerNeverWaitsForAPeerThatDoesNotRead)
     const auto begin = std::chrono::steady_clock::now();
     bool bRefused = false;
     // The queue takes some 32 MB beyond what the sockets hold; then a send is refused, not held up.
-    for (int i = 0; i < 20'000 && !bRefused; ++i)
-        bRefused = !comm.SendMessage<XC2S_FailedCheckOutReq>();
+    for (int i = 0; i < 20'000 && !bRefused; ++i) bRefused = !comm.SendMessage<XC2S_FailedCheckOutReq>();
     EXPECT_TRUE(bRefused);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(100));
     Service().HoldReading(false);

@@ -10,10 +10,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string SettingsPath() { return Host::GetExecutableDirectory() + Host::GetPathSeparator() + kSettingsFile; }
+std::string SettingsPath()
+{
+    return Host::GetExecutableDirectory() + Host::GetPathSeparator() + kSettingsFile;
+}
 
 // In place, as an editor does: truncated first, written second.
-void Save(const std::string& strText) { std::ofstream(SettingsPath(), std::ios::binary | std::ios::trunc) << strText; }
+void Save(const std::string& strText)
+{
+    std::ofstream(SettingsPath(), std::ios::binary | std::ios::trunc) << strText;
+}
 
 // Over the old one in one step. Where a reader keeps the old file open the system may refuse.
 void Replace(const GameServer& game)
@@ -28,12 +34,24 @@ void Spoil(int n, const GameServer& game)
 {
     const std::string strGood = game.settings.Text();
     switch (n % 6) {
-        case 0: Save(strGood); break;
-        case 1: Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97)); break;
-        case 2: Save(""); break;
-        case 3: std::remove(SettingsPath().c_str()); break;
-        case 4: Replace(game); break;
-        default: Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<')); break;
+        case 0:
+            Save(strGood);
+            break;
+        case 1:
+            Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97));
+            break;
+        case 2:
+            Save("");
+            break;
+        case 3:
+            std::remove(SettingsPath().c_str());
+            break;
+        case 4:
+            Replace(game);
+            break;
+        default:
+            Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<'));
+            break;
     }
 }
 
@@ -62,8 +80,7 @@ TEST_F(LoopbackTest, SettingsSavedAHundredTimesASecond)
         std::this_thread::sleep_until(begin + std::chrono::milliseconds(10 * (n + 1)));
     }
     bEnough = true;
-    for (auto& caller : vecCallers)
-        caller.get();
+    for (auto& caller : vecCallers) caller.get();
     // The file as it stands in the end is in force.
     for (const int nProductID : {1001, 1002, 1003}) {
         Game().settings.products.push_back({nProductID, "New", 2});

@@ -30,9 +30,18 @@ TEST(UserInfo, AnEndDateIsPassedOnceItsSecondIsOver)
     const struct {
         const char* pszEndDate;
         bool bPassed;
-    } kRows[] = {{"20260304050607", false}, {kPast, true},           {kFuture, false},         {"20270101000000", false},
-                 {"20251231235959", true},  {"20260305000000", false}, {"", true},             {"2026", true},
-                 {"20270", false},          {"2026030405060799", false}, {"2026-3040506", true}, {"99991231235959", false}};
+    } kRows[] = {{"20260304050607", false},
+                 {kPast, true},
+                 {kFuture, false},
+                 {"20270101000000", false},
+                 {"20251231235959", true},
+                 {"20260305000000", false},
+                 {"", true},
+                 {"2026", true},
+                 {"20270", false},
+                 {"2026030405060799", false},
+                 {"2026-3040506", true},
+                 {"99991231235959", false}};
     for (const auto& row : kRows)
         EXPECT_EQ(User("abc", 1, row.pszEndDate).IsEndDatePassed(kNow), row.bPassed) << row.pszEndDate;
 }
@@ -42,9 +51,10 @@ TEST(UserInfo, TheBillingIdDecides)
     const struct {
         int nBillingID;
         ChargeState past, future;
-    } kRows[] = {{0, ChargeState::Nothing, ChargeState::Nothing}, {1, ChargeState::Expired, ChargeState::Nothing},
-                 {2, ChargeState::Charge, ChargeState::Charge},   {3, ChargeState::Expired, ChargeState::Charge},
-                 {4, ChargeState::Nothing, ChargeState::Nothing}, {-1, ChargeState::Nothing, ChargeState::Nothing}};
+    } kRows[] = {
+        {0, ChargeState::Nothing, ChargeState::Nothing}, {1, ChargeState::Expired, ChargeState::Nothing},
+        {2, ChargeState::Charge, ChargeState::Charge},   {3, ChargeState::Expired, ChargeState::Charge},
+        {4, ChargeState::Nothing, ChargeState::Nothing}, {-1, ChargeState::Nothing, ChargeState::Nothing}};
     for (const auto& row : kRows) {
         EXPECT_EQ(User("abc", row.nBillingID, kPast).GetChargeState(kNow), row.past) << row.nBillingID;
         EXPECT_EQ(User("abc", row.nBillingID, kFuture).GetChargeState(kNow), row.future) << row.nBillingID;
@@ -59,7 +69,10 @@ protected:
         HostProcess::SetLocalTime(kNow);
         Game().settings.products = {{7, "Gold", 2}, {8, "Silver", 3}};
     }
-    static void Add(const CUserInfo& info) { Singleton<CUserInfoMap>::Instance().AddUserInfo(info.GetKey(), info); }
+    static void Add(const CUserInfo& info)
+    {
+        Singleton<CUserInfoMap>::Instance().AddUserInfo(info.GetKey(), info);
+    }
     static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
     static _RESULT_RES ChargeAll()
     {
@@ -122,7 +135,8 @@ TEST_F(ChargeTest, ATermThatHasEndedEndsTheSession)
     EXPECT_TRUE(bStillIn && bToldLast);
     EXPECT_TRUE(!IsIn("gone") && !IsIn("both") && IsIn("stays"));
     Service().ExpectNothing();
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Info, "[Comm Handler] There is no user list for PID: 7 charge."));
+    EXPECT_TRUE(
+        Journal::Logged(Journal::Level::Info, "[Comm Handler] There is no user list for PID: 7 charge."));
 }
 
 TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
@@ -136,15 +150,15 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
     EXPECT_FALSE(IsIn("gone"));
     EXPECT_EQ(Service().Expect<XC2S_ChargeReq>()->vecChargeInfo.size(), 1u);
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for "
-                                                       "'BILLING_EXPIRE' event.\r\n\tUser ID: gone\r\n\tUser IP: 10.0.0.1"));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
+                                "[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for "
+                                "'BILLING_EXPIRE' event.\r\n\tUser ID: gone\r\n\tUser IP: 10.0.0.1"));
 }
 
 TEST_F(ChargeTest, AGameThatThrowsLosesNoExpiry)
 {
     ASSERT_TRUE(Game().Start());
-    for (const char* pszUser : {"a", "b"})
-        Add(User(pszUser, 1, kPast));
+    for (const char* pszUser : {"a", "b"}) Add(User(pszUser, 1, kPast));
     Game().On<BillingEvent>([](const auto&) { throw 1; });
     EXPECT_EQ(ChargeAll().bSuccess, 1);
     EXPECT_EQ(Game().Got<BillingEvent>().size(), 2u);
@@ -181,7 +195,8 @@ TEST_F(ChargeTest, TheCycleRunsByItselfAndFollowsTheSettings)
     Add(User("term", 1, kFuture));
     Service().Down();
     Service().WaitForDisconnect();
-    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "[Comm Handler] Connection to Velkar server is disconnected."));
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info,
+                                 "[Comm Handler] Connection to Velkar server is disconnected."));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));  // lets a pass that was running end
     HostProcess::SetLocalTime({2030, 1, 1, 0, 0, 0, 0});
     Journal::Clear();
@@ -224,11 +239,9 @@ TEST_F(ChargeTest, ChargesAndSessionsAtOnce)
             }
         }));
     }
-    for (auto& caller : vecCallers)
-        caller.get();
+    for (auto& caller : vecCallers) caller.get();
     ChargeAll();
-    for (int i = 0; i < 50; ++i)
-        EXPECT_FALSE(IsIn(("term" + std::to_string(i)).c_str()));
+    for (int i = 0; i < 50; ++i) EXPECT_FALSE(IsIn(("term" + std::to_string(i)).c_str()));
 }
 
 }  // namespace

@@ -30,7 +30,10 @@ protected:
 
     GameServer& Game() { return m_game; }
     SandboxTest::RunningSandbox& Sandbox() { return m_sandbox; }
-    void Fault(const std::string& strJson) { EXPECT_EQ(Sandbox().Post("/fault", strJson).nStatus, 200) << strJson; }
+    void Fault(const std::string& strJson)
+    {
+        EXPECT_EQ(Sandbox().Post("/fault", strJson).nStatus, 200) << strJson;
+    }
     // How many of that message have passed since the last reset.
     std::size_t Count(const std::string& strClass)
     {
@@ -100,9 +103,11 @@ TEST_F(SystemTest, TheServiceAsksAndTells)
         res.nGameMoney = 100 - req.nGameMoney;
         Put(res.szMessage, "not enough");
     });
-    const HttpAnswer spent = Sandbox().Post("/trigger/spend-game-money", R"({"user": "alice", "gameMoney": 30})");
+    const HttpAnswer spent =
+        Sandbox().Post("/trigger/spend-game-money", R"({"user": "alice", "gameMoney": 30})");
     EXPECT_EQ(spent.json["fields"]["nGameMoney"], 70) << spent.strBody;
-    const HttpAnswer refused = Sandbox().Post("/trigger/spend-game-money", R"({"user": "alice", "gameMoney": 300})");
+    const HttpAnswer refused =
+        Sandbox().Post("/trigger/spend-game-money", R"({"user": "alice", "gameMoney": 300})");
     EXPECT_EQ(refused.json["fields"]["strMessage"], "not enough") << refused.strBody;
     Sandbox().Post("/trigger/billing-event", R"({"user": "alice", "eventCode": 1, "param": "soon"})");
     EXPECT_STREQ(Game().WaitFor<BillingEvent>().szParam, "soon");
