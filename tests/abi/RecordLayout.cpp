@@ -9,324 +9,104 @@ namespace {
 template <class T>
 constexpr bool IsPlain = std::is_trivially_copyable_v<T> && std::is_standard_layout_v<T>;
 
-#define RECORD(T, size) static_assert(IsPlain<T> && sizeof(T) == (size), #T)
-#define FIELD(T, field, offset) static_assert(offsetof(T, field) == (offset), #T "::" #field)
+// clang-format off
+// A record's size and the offsets of its fields but the first, each a static assertion of its own. The walk
+// over a list (field, offset)(field, offset)... hands over between A and B.
+#define CAT_(a, b) a##b
+#define CAT(a, b) CAT_(a, b)
+#define FIELD_A(field, offset) static_assert(offsetof(Record, field) == (offset), #field); FIELD_B
+#define FIELD_B(field, offset) static_assert(offsetof(Record, field) == (offset), #field); FIELD_A
+#define FIELD_A_END
+#define FIELD_B_END
+#define RECORD(T, size, fields)                                             \
+    namespace Layout##T                                                     \
+    {                                                                       \
+        using Record = T;                                                   \
+        static_assert(IsPlain<Record> && sizeof(Record) == (size), #T);     \
+        CAT(FIELD_A fields, _END)                                           \
+    }
 
-RECORD(_CONNECTOR_ID, 63);
-FIELD(_CONNECTOR_ID, SID, 21);
-FIELD(_CONNECTOR_ID, WID, 42);
-
-RECORD(_CONNECTOR_CALLBACKS, 56);
-FIELD(_CONNECTOR_CALLBACKS, pfnNotifyStorageInfo, 8);
-FIELD(_CONNECTOR_CALLBACKS, pfnQueryGameMoney, 16);
-FIELD(_CONNECTOR_CALLBACKS, pfnSpendGameMoney, 24);
-FIELD(_CONNECTOR_CALLBACKS, pfnQueryInventory, 32);
-FIELD(_CONNECTOR_CALLBACKS, pfnSaveInventory, 40);
-FIELD(_CONNECTOR_CALLBACKS, pfnQueryCharacter, 48);
-
-RECORD(_USER_REQ, 39);
-FIELD(_USER_REQ, szUserIP, 23);
-
-RECORD(_CHECKIN_RES, 1080);
-FIELD(_CHECKIN_RES, bExtra, 4);
-FIELD(_CHECKIN_RES, szError, 5);
-FIELD(_CHECKIN_RES, nBillingID, 1032);
-FIELD(_CHECKIN_RES, nProductID, 1036);
-FIELD(_CHECKIN_RES, nRemainMinutes, 1040);
-FIELD(_CHECKIN_RES, szCRMCode, 1048);
-FIELD(_CHECKIN_RES, szEndDate, 1064);
-FIELD(_CHECKIN_RES, bPCCafe, 1079);
-
-RECORD(_RESULT_RES, 1026);
-FIELD(_RESULT_RES, szError, 1);
-
-RECORD(_BILLING_NOTI_INFO, 1076);
-FIELD(_BILLING_NOTI_INFO, szUserIP, 23);
-FIELD(_BILLING_NOTI_INFO, nEventCode, 40);
-FIELD(_BILLING_NOTI_INFO, nSpecificCode, 44);
-FIELD(_BILLING_NOTI_INFO, szParam, 48);
-
-RECORD(_STORAGE_NOTI_INFO, 48);
-FIELD(_STORAGE_NOTI_INFO, szCharacterID, 23);
-FIELD(_STORAGE_NOTI_INFO, nItemCount, 44);
-
-RECORD(_GAME_USER_REQ, 86);
-FIELD(_GAME_USER_REQ, szServerID, 21);
-FIELD(_GAME_USER_REQ, szUserKey, 42);
-FIELD(_GAME_USER_REQ, szCharacterID, 65);
-
-RECORD(_SPEND_GAME_MONEY_REQ, 92);
-FIELD(_SPEND_GAME_MONEY_REQ, nGameMoney, 88);
-
-RECORD(_QUERY_CHARACTER_REQ, 66);
-FIELD(_QUERY_CHARACTER_REQ, cSearchType, 42);
-FIELD(_QUERY_CHARACTER_REQ, szSearchValue, 43);
-
-RECORD(_SAVE_INVENTORY_REQ, 376);
-FIELD(_SAVE_INVENTORY_REQ, nOrderSeq, 24);
-FIELD(_SAVE_INVENTORY_REQ, szUserKey, 28);
-FIELD(_SAVE_INVENTORY_REQ, szServerID, 51);
-FIELD(_SAVE_INVENTORY_REQ, szCharacterID, 72);
-FIELD(_SAVE_INVENTORY_REQ, szRecvUserKey, 93);
-FIELD(_SAVE_INVENTORY_REQ, szRecvServerID, 116);
-FIELD(_SAVE_INVENTORY_REQ, szRecvCharacterID, 137);
-FIELD(_SAVE_INVENTORY_REQ, szGiftMessage, 158);
-FIELD(_SAVE_INVENTORY_REQ, nPrice, 360);
-FIELD(_SAVE_INVENTORY_REQ, pHandle, 368);
-
-RECORD(_GAME_MONEY_RES, 1032);
-FIELD(_GAME_MONEY_RES, szMessage, 1);
-FIELD(_GAME_MONEY_RES, nGameMoney, 1028);
-
-RECORD(_GAME_DATA_RES, 1040);
-FIELD(_GAME_DATA_RES, szMessage, 1);
-FIELD(_GAME_DATA_RES, pHandle, 1032);
-
-RECORD(_CHECKIN_EX_RES, 1088);
-FIELD(_CHECKIN_EX_RES, bExtra, 4);
-FIELD(_CHECKIN_EX_RES, szError, 5);
-FIELD(_CHECKIN_EX_RES, nBillingID, 1032);
-FIELD(_CHECKIN_EX_RES, nProductID, 1036);
-FIELD(_CHECKIN_EX_RES, nRemainMinutes, 1040);
-FIELD(_CHECKIN_EX_RES, szCRMCode, 1048);
-FIELD(_CHECKIN_EX_RES, szEndDate, 1064);
-FIELD(_CHECKIN_EX_RES, bPCCafe, 1079);
-FIELD(_CHECKIN_EX_RES, hBillingData, 1080);
-
-RECORD(_USER_MOVE_INFO, 48);
-FIELD(_USER_MOVE_INFO, nProductID, 4);
-FIELD(_USER_MOVE_INFO, nSeqNo, 8);
-FIELD(_USER_MOVE_INFO, bFirst, 12);
-FIELD(_USER_MOVE_INFO, szCRMCode, 13);
-FIELD(_USER_MOVE_INFO, szEndDate, 29);
-FIELD(_USER_MOVE_INFO, bFree, 44);
-
-RECORD(_BILL_INFO, 48);
-FIELD(_BILL_INFO, nProductID, 4);
-FIELD(_BILL_INFO, nRemainMinutes, 8);
-FIELD(_BILL_INFO, szCRMCode, 16);
-FIELD(_BILL_INFO, szEndDate, 32);
-
-RECORD(_MENU_INFO, 96);
-FIELD(_MENU_INFO, szBranchName, 21);
-FIELD(_MENU_INFO, szSuperBranchID, 62);
-FIELD(_MENU_INFO, nBranchDepth, 84);
-FIELD(_MENU_INFO, nSortOrder, 88);
-FIELD(_MENU_INFO, nProductCount, 92);
-
-RECORD(_PROD_LIST_INFO, 992);
-FIELD(_PROD_LIST_INFO, szProductID, 21);
-FIELD(_PROD_LIST_INFO, szProductName, 42);
-FIELD(_PROD_LIST_INFO, szMoneyCode, 83);
-FIELD(_PROD_LIST_INFO, nPrice, 104);
-FIELD(_PROD_LIST_INFO, nDiscountRate, 108);
-FIELD(_PROD_LIST_INFO, szRegDate, 112);
-FIELD(_PROD_LIST_INFO, szStartDate, 127);
-FIELD(_PROD_LIST_INFO, szEndDate, 142);
-FIELD(_PROD_LIST_INFO, szProductDesc, 157);
-FIELD(_PROD_LIST_INFO, bGift, 658);
-FIELD(_PROD_LIST_INFO, szImageURL, 659);
-FIELD(_PROD_LIST_INFO, nTotalSellingCount, 760);
-FIELD(_PROD_LIST_INFO, nLevel, 764);
-FIELD(_PROD_LIST_INFO, bDuplicateSell, 768);
-FIELD(_PROD_LIST_INFO, szUnitName, 769);
-FIELD(_PROD_LIST_INFO, szIconImageURL, 820);
-FIELD(_PROD_LIST_INFO, nDisplayOrder, 924);
-FIELD(_PROD_LIST_INFO, szDiscountInfo, 928);
-FIELD(_PROD_LIST_INFO, szClassName, 949);
-
-RECORD(_CHILDPROD_INFO, 148);
-FIELD(_CHILDPROD_INFO, nPrice, 24);
-FIELD(_CHILDPROD_INFO, szUnitName, 28);
-FIELD(_CHILDPROD_INFO, nValidTerm, 80);
-FIELD(_CHILDPROD_INFO, nPossibleLevel, 84);
-FIELD(_CHILDPROD_INFO, nUseCount, 88);
-FIELD(_CHILDPROD_INFO, nPeriod, 92);
-FIELD(_CHILDPROD_INFO, nRuvCoinPrice, 96);
-FIELD(_CHILDPROD_INFO, nGameMoneyPrice, 100);
-FIELD(_CHILDPROD_INFO, szClassName, 104);
-
-RECORD(_CONDITION_INFO, 102);
-FIELD(_CONDITION_INFO, szConditionValue, 1);
-
-RECORD(_OPTION_INFO, 63);
-FIELD(_OPTION_INFO, szOptionValue, 21);
-FIELD(_OPTION_INFO, szOptionName, 42);
-
-RECORD(_DISCOUNT_INFO, 116);
-FIELD(_DISCOUNT_INFO, nDiscountRate, 104);
-FIELD(_DISCOUNT_INFO, nDiscountAmt, 108);
-FIELD(_DISCOUNT_INFO, bUse, 112);
-
-RECORD(_TAG_INFO, 101);
-
-RECORD(_COUPON_INFO, 104);
-FIELD(_COUPON_INFO, szCouponCode, 21);
-FIELD(_COUPON_INFO, szCouponName, 42);
-FIELD(_COUPON_INFO, nDiscountRate, 84);
-FIELD(_COUPON_INFO, nDiscountAmt, 88);
-FIELD(_COUPON_INFO, szUseEndDate, 92);
-
-RECORD(_SPECIAL_PRODUCT_LIST_INFO, 264);
-FIELD(_SPECIAL_PRODUCT_LIST_INFO, szExposeName, 21);
-FIELD(_SPECIAL_PRODUCT_LIST_INFO, szIconUrl, 62);
-FIELD(_SPECIAL_PRODUCT_LIST_INFO, szBannerUrl, 163);
-
-RECORD(_SPECIAL_PRODUCT_INFO, 148);
-FIELD(_SPECIAL_PRODUCT_INFO, szProductID, 21);
-FIELD(_SPECIAL_PRODUCT_INFO, szImageUrl, 42);
-FIELD(_SPECIAL_PRODUCT_INFO, nSortOrder, 144);
-
-RECORD(_STORAGE_INFO, 1092);
-FIELD(_STORAGE_INFO, nOrderSeq, 4);
-FIELD(_STORAGE_INFO, szItemID, 8);
-FIELD(_STORAGE_INFO, szItemName, 29);
-FIELD(_STORAGE_INFO, bBonus, 70);
-FIELD(_STORAGE_INFO, szSenderUserID, 71);
-FIELD(_STORAGE_INFO, szUserID, 94);
-FIELD(_STORAGE_INFO, szServerID, 117);
-FIELD(_STORAGE_INFO, szCharacterID, 138);
-FIELD(_STORAGE_INFO, szGiftMessage, 159);
-FIELD(_STORAGE_INFO, nCount, 360);
-FIELD(_STORAGE_INFO, nRemainCount, 364);
-FIELD(_STORAGE_INFO, szValidTerm, 368);
-FIELD(_STORAGE_INFO, nPossibleLevel, 384);
-FIELD(_STORAGE_INFO, nUseCount, 388);
-FIELD(_STORAGE_INFO, nPeriod, 392);
-FIELD(_STORAGE_INFO, szOptionCode, 396);
-FIELD(_STORAGE_INFO, szOptionValue, 497);
-FIELD(_STORAGE_INFO, szUseStartDate, 598);
-FIELD(_STORAGE_INFO, szValidDate, 613);
-FIELD(_STORAGE_INFO, szBuyDate, 628);
-FIELD(_STORAGE_INFO, szSetName, 643);
-FIELD(_STORAGE_INFO, szListImageUrl, 684);
-FIELD(_STORAGE_INFO, szIconImageUrl, 785);
-FIELD(_STORAGE_INFO, szDirection, 886);
-FIELD(_STORAGE_INFO, bRead, 1087);
-FIELD(_STORAGE_INFO, bNew, 1088);
-
-RECORD(_INVENTORY_ITEM_INFO, 260);
-FIELD(_INVENTORY_ITEM_INFO, nCount, 24);
-FIELD(_INVENTORY_ITEM_INFO, nUseCount, 28);
-FIELD(_INVENTORY_ITEM_INFO, nPeriod, 32);
-FIELD(_INVENTORY_ITEM_INFO, nPossibleLevel, 36);
-FIELD(_INVENTORY_ITEM_INFO, szValidTerm, 40);
-FIELD(_INVENTORY_ITEM_INFO, cUseStatus, 55);
-FIELD(_INVENTORY_ITEM_INFO, szOptionCode, 56);
-FIELD(_INVENTORY_ITEM_INFO, szOptionValue, 157);
-
-RECORD(_CHARACTER_INFO, 72);
-FIELD(_CHARACTER_INFO, szServerID, 23);
-FIELD(_CHARACTER_INFO, szCharacterID, 44);
-FIELD(_CHARACTER_INFO, nCharacterValue, 68);
-
-RECORD(_USE_COUPON_INFO, 42);
-FIELD(_USE_COUPON_INFO, szCouponCode, 21);
-
-RECORD(_USE_OPTION_INFO, 42);
-FIELD(_USE_OPTION_INFO, szOptionValue, 21);
-
-RECORD(_USE_STORAGE_INFO, 32);
-FIELD(_USE_STORAGE_INFO, nOrderSeq, 4);
-FIELD(_USE_STORAGE_INFO, szItemID, 8);
-
-RECORD(_CONFIRM_USE_STORAGE_INFO, 4);
-
-RECORD(_GAME_REQ, 21);
-
-RECORD(_PRODUCT_LIST_REQ, 76);
-FIELD(_PRODUCT_LIST_REQ, szBranchID, 21);
-FIELD(_PRODUCT_LIST_REQ, cSearchType, 42);
-FIELD(_PRODUCT_LIST_REQ, szSearchValue, 43);
-FIELD(_PRODUCT_LIST_REQ, nRow, 68);
-FIELD(_PRODUCT_LIST_REQ, nPage, 72);
-
-RECORD(_PRODUCT_DETAIL_REQ, 42);
-FIELD(_PRODUCT_DETAIL_REQ, szProductID, 21);
-
-RECORD(_USER_PRODUCT_REQ, 128);
-FIELD(_USER_PRODUCT_REQ, szServerID, 21);
-FIELD(_USER_PRODUCT_REQ, szUserID, 42);
-FIELD(_USER_PRODUCT_REQ, szUserIP, 65);
-FIELD(_USER_PRODUCT_REQ, szCharacterID, 81);
-FIELD(_USER_PRODUCT_REQ, szProductID, 102);
-FIELD(_USER_PRODUCT_REQ, nLevel, 124);
-
-RECORD(_SPECIAL_PRODUCT_REQ, 42);
-FIELD(_SPECIAL_PRODUCT_REQ, szExposeCode, 21);
-
-RECORD(_RUVCOIN_REQ, 23);
-
-RECORD(_LIST_RES, 1048);
-FIELD(_LIST_RES, szError, 1);
-FIELD(_LIST_RES, hData, 1032);
-FIELD(_LIST_RES, nPrice, 1040);
-
-RECORD(_PRODUCT_LIST_RES, 1048);
-FIELD(_PRODUCT_LIST_RES, szError, 1);
-FIELD(_PRODUCT_LIST_RES, nListValue1, 1028);
-FIELD(_PRODUCT_LIST_RES, nListValue2, 1032);
-FIELD(_PRODUCT_LIST_RES, nListValue3, 1036);
-FIELD(_PRODUCT_LIST_RES, hData, 1040);
-
-RECORD(_PRODUCT_DETAIL_RES, 3640);
-FIELD(_PRODUCT_DETAIL_RES, szError, 1);
-FIELD(_PRODUCT_DETAIL_RES, szBranchID, 1026);
-FIELD(_PRODUCT_DETAIL_RES, szProductID, 1047);
-FIELD(_PRODUCT_DETAIL_RES, szProductName, 1068);
-FIELD(_PRODUCT_DETAIL_RES, szProductDetailDesc, 1109);
-FIELD(_PRODUCT_DETAIL_RES, szImageURL, 3110);
-FIELD(_PRODUCT_DETAIL_RES, szMovieURL, 3211);
-FIELD(_PRODUCT_DETAIL_RES, szDirection, 3412);
-FIELD(_PRODUCT_DETAIL_RES, cCouponUseType, 3613);
-FIELD(_PRODUCT_DETAIL_RES, cDiscountType, 3614);
-FIELD(_PRODUCT_DETAIL_RES, hChildProduct, 3616);
-FIELD(_PRODUCT_DETAIL_RES, hCondition, 3624);
-FIELD(_PRODUCT_DETAIL_RES, hOption, 3632);
-
-RECORD(_RUVCOIN_RES, 1032);
-FIELD(_RUVCOIN_RES, szError, 1);
-FIELD(_RUVCOIN_RES, nRuvCoin, 1028);
-
-RECORD(_STORAGE_SEARCH_REQ, 110);
-FIELD(_STORAGE_SEARCH_REQ, szServerID, 21);
-FIELD(_STORAGE_SEARCH_REQ, szUserID, 42);
-FIELD(_STORAGE_SEARCH_REQ, szCharacterID, 65);
-FIELD(_STORAGE_SEARCH_REQ, cSearchType, 86);
-FIELD(_STORAGE_SEARCH_REQ, szSearchValue, 87);
-
-RECORD(_STORAGE_READ_REQ, 96);
-FIELD(_STORAGE_READ_REQ, szServerID, 21);
-FIELD(_STORAGE_READ_REQ, szUserID, 42);
-FIELD(_STORAGE_READ_REQ, szCharacterID, 65);
-FIELD(_STORAGE_READ_REQ, nStorageSeq, 88);
-FIELD(_STORAGE_READ_REQ, bDelete, 92);
-
-RECORD(_STORAGE_USE_REQ, 96);
-FIELD(_STORAGE_USE_REQ, szServerID, 21);
-FIELD(_STORAGE_USE_REQ, szUserID, 42);
-FIELD(_STORAGE_USE_REQ, szCharacterID, 65);
-FIELD(_STORAGE_USE_REQ, hUseStorage, 88);
-
-RECORD(_PURCHASE_REQ, 440);
-FIELD(_PURCHASE_REQ, szProductID, 21);
-FIELD(_PURCHASE_REQ, szUserID, 42);
-FIELD(_PURCHASE_REQ, szServerID, 65);
-FIELD(_PURCHASE_REQ, szCharacterID, 86);
-FIELD(_PURCHASE_REQ, szRecvUserID, 107);
-FIELD(_PURCHASE_REQ, szRecvServerID, 130);
-FIELD(_PURCHASE_REQ, szRecvCharacterID, 151);
-FIELD(_PURCHASE_REQ, nLevel, 172);
-FIELD(_PURCHASE_REQ, nCount, 176);
-FIELD(_PURCHASE_REQ, szGiftMessage, 180);
-FIELD(_PURCHASE_REQ, szUserIP, 381);
-FIELD(_PURCHASE_REQ, szPassWD, 397);
-FIELD(_PURCHASE_REQ, hUseCoupon, 424);
-FIELD(_PURCHASE_REQ, hUseOption, 432);
-
-RECORD(_PURCHASE_RES, 1036);
-FIELD(_PURCHASE_RES, szError, 1);
-FIELD(_PURCHASE_RES, nOrderSeq, 1028);
-FIELD(_PURCHASE_RES, nBuyPrice, 1032);
+RECORD(_CONNECTOR_ID, 63, (SID, 21)(WID, 42))
+RECORD(_CONNECTOR_CALLBACKS, 56,
+       (pfnNotifyStorageInfo, 8)(pfnQueryGameMoney, 16)(pfnSpendGameMoney, 24)(pfnQueryInventory, 32)
+       (pfnSaveInventory, 40)(pfnQueryCharacter, 48))
+RECORD(_USER_REQ, 39, (szUserIP, 23))
+RECORD(_CHECKIN_RES, 1080,
+       (bExtra, 4)(szError, 5)(nBillingID, 1032)(nProductID, 1036)(nRemainMinutes, 1040)(szCRMCode, 1048)
+       (szEndDate, 1064)(bPCCafe, 1079))
+RECORD(_RESULT_RES, 1026, (szError, 1))
+RECORD(_BILLING_NOTI_INFO, 1076, (szUserIP, 23)(nEventCode, 40)(nSpecificCode, 44)(szParam, 48))
+RECORD(_STORAGE_NOTI_INFO, 48, (szCharacterID, 23)(nItemCount, 44))
+RECORD(_GAME_USER_REQ, 86, (szServerID, 21)(szUserKey, 42)(szCharacterID, 65))
+RECORD(_SPEND_GAME_MONEY_REQ, 92, (nGameMoney, 88))
+RECORD(_QUERY_CHARACTER_REQ, 66, (cSearchType, 42)(szSearchValue, 43))
+RECORD(_SAVE_INVENTORY_REQ, 376,
+       (nOrderSeq, 24)(szUserKey, 28)(szServerID, 51)(szCharacterID, 72)(szRecvUserKey, 93)
+       (szRecvServerID, 116)(szRecvCharacterID, 137)(szGiftMessage, 158)(nPrice, 360)(pHandle, 368))
+RECORD(_GAME_MONEY_RES, 1032, (szMessage, 1)(nGameMoney, 1028))
+RECORD(_GAME_DATA_RES, 1040, (szMessage, 1)(pHandle, 1032))
+RECORD(_CHECKIN_EX_RES, 1088,
+       (bExtra, 4)(szError, 5)(nBillingID, 1032)(nProductID, 1036)(nRemainMinutes, 1040)(szCRMCode, 1048)
+       (szEndDate, 1064)(bPCCafe, 1079)(hBillingData, 1080))
+RECORD(_USER_MOVE_INFO, 48, (nProductID, 4)(nSeqNo, 8)(bFirst, 12)(szCRMCode, 13)(szEndDate, 29)(bFree, 44))
+RECORD(_BILL_INFO, 48, (nProductID, 4)(nRemainMinutes, 8)(szCRMCode, 16)(szEndDate, 32))
+RECORD(_MENU_INFO, 96,
+       (szBranchName, 21)(szSuperBranchID, 62)(nBranchDepth, 84)(nSortOrder, 88)(nProductCount, 92))
+RECORD(_PROD_LIST_INFO, 992,
+       (szProductID, 21)(szProductName, 42)(szMoneyCode, 83)(nPrice, 104)(nDiscountRate, 108)(szRegDate, 112)
+       (szStartDate, 127)(szEndDate, 142)(szProductDesc, 157)(bGift, 658)(szImageURL, 659)
+       (nTotalSellingCount, 760)(nLevel, 764)(bDuplicateSell, 768)(szUnitName, 769)(szIconImageURL, 820)
+       (nDisplayOrder, 924)(szDiscountInfo, 928)(szClassName, 949))
+RECORD(_CHILDPROD_INFO, 148,
+       (nPrice, 24)(szUnitName, 28)(nValidTerm, 80)(nPossibleLevel, 84)(nUseCount, 88)(nPeriod, 92)
+       (nRuvCoinPrice, 96)(nGameMoneyPrice, 100)(szClassName, 104))
+RECORD(_CONDITION_INFO, 102, (szConditionValue, 1))
+RECORD(_OPTION_INFO, 63, (szOptionValue, 21)(szOptionName, 42))
+RECORD(_DISCOUNT_INFO, 116, (nDiscountRate, 104)(nDiscountAmt, 108)(bUse, 112))
+RECORD(_TAG_INFO, 101, )
+RECORD(_COUPON_INFO, 104,
+       (szCouponCode, 21)(szCouponName, 42)(nDiscountRate, 84)(nDiscountAmt, 88)(szUseEndDate, 92))
+RECORD(_SPECIAL_PRODUCT_LIST_INFO, 264, (szExposeName, 21)(szIconUrl, 62)(szBannerUrl, 163))
+RECORD(_SPECIAL_PRODUCT_INFO, 148, (szProductID, 21)(szImageUrl, 42)(nSortOrder, 144))
+RECORD(_STORAGE_INFO, 1092,
+       (nOrderSeq, 4)(szItemID, 8)(szItemName, 29)(bBonus, 70)(szSenderUserID, 71)(szUserID, 94)
+       (szServerID, 117)(szCharacterID, 138)(szGiftMessage, 159)(nCount, 360)(nRemainCount, 364)
+       (szValidTerm, 368)(nPossibleLevel, 384)(nUseCount, 388)(nPeriod, 392)(szOptionCode, 396)
+       (szOptionValue, 497)(szUseStartDate, 598)(szValidDate, 613)(szBuyDate, 628)(szSetName, 643)
+       (szListImageUrl, 684)(szIconImageUrl, 785)(szDirection, 886)(bRead, 1087)(bNew, 1088))
+RECORD(_INVENTORY_ITEM_INFO, 260,
+       (nCount, 24)(nUseCount, 28)(nPeriod, 32)(nPossibleLevel, 36)(szValidTerm, 40)(cUseStatus, 55)
+       (szOptionCode, 56)(szOptionValue, 157))
+RECORD(_CHARACTER_INFO, 72, (szServerID, 23)(szCharacterID, 44)(nCharacterValue, 68))
+RECORD(_USE_COUPON_INFO, 42, (szCouponCode, 21))
+RECORD(_USE_OPTION_INFO, 42, (szOptionValue, 21))
+RECORD(_USE_STORAGE_INFO, 32, (nOrderSeq, 4)(szItemID, 8))
+RECORD(_CONFIRM_USE_STORAGE_INFO, 4, )
+RECORD(_GAME_REQ, 21, )
+RECORD(_PRODUCT_LIST_REQ, 76, (szBranchID, 21)(cSearchType, 42)(szSearchValue, 43)(nRow, 68)(nPage, 72))
+RECORD(_PRODUCT_DETAIL_REQ, 42, (szProductID, 21))
+RECORD(_USER_PRODUCT_REQ, 128,
+       (szServerID, 21)(szUserID, 42)(szUserIP, 65)(szCharacterID, 81)(szProductID, 102)(nLevel, 124))
+RECORD(_SPECIAL_PRODUCT_REQ, 42, (szExposeCode, 21))
+RECORD(_RUVCOIN_REQ, 23, )
+RECORD(_LIST_RES, 1048, (szError, 1)(hData, 1032)(nPrice, 1040))
+RECORD(_PRODUCT_LIST_RES, 1048,
+       (szError, 1)(nListValue1, 1028)(nListValue2, 1032)(nListValue3, 1036)(hData, 1040))
+RECORD(_PRODUCT_DETAIL_RES, 3640,
+       (szError, 1)(szBranchID, 1026)(szProductID, 1047)(szProductName, 1068)(szProductDetailDesc, 1109)
+       (szImageURL, 3110)(szMovieURL, 3211)(szDirection, 3412)(cCouponUseType, 3613)(cDiscountType, 3614)
+       (hChildProduct, 3616)(hCondition, 3624)(hOption, 3632))
+RECORD(_RUVCOIN_RES, 1032, (szError, 1)(nRuvCoin, 1028))
+RECORD(_STORAGE_SEARCH_REQ, 110,
+       (szServerID, 21)(szUserID, 42)(szCharacterID, 65)(cSearchType, 86)(szSearchValue, 87))
+RECORD(_STORAGE_READ_REQ, 96,
+       (szServerID, 21)(szUserID, 42)(szCharacterID, 65)(nStorageSeq, 88)(bDelete, 92))
+RECORD(_STORAGE_USE_REQ, 96, (szServerID, 21)(szUserID, 42)(szCharacterID, 65)(hUseStorage, 88))
+RECORD(_PURCHASE_REQ, 440,
+       (szProductID, 21)(szUserID, 42)(szServerID, 65)(szCharacterID, 86)(szRecvUserID, 107)
+       (szRecvServerID, 130)(szRecvCharacterID, 151)(nLevel, 172)(nCount, 176)(szGiftMessage, 180)
+       (szUserIP, 381)(szPassWD, 397)(hUseCoupon, 424)(hUseOption, 432))
+RECORD(_PURCHASE_RES, 1036, (szError, 1)(nOrderSeq, 1028)(nBuyPrice, 1032))
+// clang-format on
 
 }  // namespace

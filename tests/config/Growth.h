@@ -6,8 +6,7 @@
 
 namespace Growth {
 
-// Seconds that the function takes, the best of three runs: of processor time, so that other programs do
-// not count.
+// The seconds of processor time that the function takes, the best of three runs.
 template <class Function>
 double BestTime(Function function)
 {
@@ -22,13 +21,12 @@ double BestTime(Function function)
 
 inline constexpr double kMost = 24;
 
-// The growth from a small size to one eight times as big: 8 for linear work, 64 for quadratic work. The
-// floor keeps a coarse clock from making something of nothing. Too much growth has to show five times,
-// because a busy machine can make any single measurement look bad.
+// The growth from a small size to one eight times as big: 8 for linear work, 64 for quadratic work. Too much
+// has to show five times; a busy machine can make any single measurement look bad.
 template <class Function>
 double OverEight(int nSmall, Function work)
 {
-    constexpr double kFloor = 0.004;
+    constexpr double kFloor = 0.004;  // a coarse clock must not make something of nothing
     double dGrowth = 1e9;
     for (int n = 0; n < 5 && dGrowth >= kMost; ++n) {
         const double dSmall = BestTime([&] { work(nSmall); });

@@ -58,8 +58,7 @@ protected:
 std::string Utf16(const std::string& strAscii)
 {
     std::string out = "\xFF\xFE";
-    for (const char c : strAscii)
-        out += {c, '\0'};
+    for (const char c : strAscii) out += {c, '\0'};
     return out;
 }
 
@@ -83,15 +82,18 @@ TEST_F(XmlFile, Encodings)
 TEST_F(XmlFile, GuessedEncodings)
 {
     const std::string strPadding(30, ' ');
-    EXPECT_EQ(Guess(std::string(24, 'a')), 0) << "too short to tell";
-    EXPECT_EQ(Guess(std::string(25, 'a')), 1);
-    EXPECT_EQ(Guess("\xEF\xBB\xBF" + strPadding + "\xE4 "), 1);
-    EXPECT_EQ(Guess(strPadding + "\xE4 x"), 2);
-    EXPECT_EQ(Guess(strPadding + "\xE4\xB8"), 1) << "cut at the end of the buffer";
-    const struct {
-        const char* pszText;
-        int nEncoding;
-    } kTable[] = {
+    const std::pair<std::string, int> kTable[] = {
+        {std::string(24, 'a'), 0},  // too short to tell
+        {std::string(25, 'a'), 1},
+        {"\xEF\xBB\xBF" + strPadding + "\xE4 ", 1},
+        {strPadding + "\xE4 x", 2},
+        {strPadding + "\xE4\xB8", 1},                            // cut at the end of the buffer
+        {"<?xml encoding='utf-8'?>" + strPadding + "\xE4 ", 0},  // says one thing and is another
+        {std::string(200, ' ') + "encoding='gbk'", 1},           // too far behind
+        {Utf16(strPadding), 0},                                  // no matter for bytes
+    };
+    for (const auto& [strText, nEncoding] : kTable) EXPECT_EQ(Guess(strText), nEncoding) << strText;
+    const std::pair<const char*, int> kNamed[] = {
         {"encoding=\"UTF-8\"", 1},    {"encoding = ' utf8'", 1},
         {"encoding='ShiftJIS'", 3},   {"encoding='shift-jis'", 3},
         {"encoding='SJIS'", 3},       {"encoding='gb2312'", 4},
@@ -100,13 +102,10 @@ TEST_F(XmlFile, GuessedEncodings)
         {"encoding=utf-8", 1},        {"encoding 'gbk'", 1},
         {"Encoding='gbk'", 1},        {"encoding", 1},
     };
-    for (const auto& row : kTable) {
-        EXPECT_EQ(Guess(strPadding + row.pszText), row.nEncoding) << row.pszText;
-        EXPECT_EQ(Guess(strPadding + row.pszText, false), 1) << row.pszText;
+    for (const auto& [pszText, nEncoding] : kNamed) {
+        EXPECT_EQ(Guess(strPadding + pszText), nEncoding) << pszText;
+        EXPECT_EQ(Guess(strPadding + pszText, false), 1) << pszText;
     }
-    EXPECT_EQ(Guess("<?xml encoding='utf-8'?>" + strPadding + "\xE4 "), 0) << "says one thing and is another";
-    EXPECT_EQ(Guess(std::string(200, ' ') + "encoding='gbk'"), 1) << "too far behind";
-    EXPECT_EQ(Guess(Utf16(strPadding)), 0) << "no matter for bytes";
     XMLNode::setGlobalOptions(char_encoding_UTF8, false);
     EXPECT_EQ(Guess(strPadding + std::string(1, '\0') + "\xE4 x"), 1) << "a zero byte ends the look";
     EXPECT_EQ(XMLNode::guessCharEncoding(nullptr, 100), 0);

@@ -39,27 +39,6 @@ TEST(XmlTree, HandlesKeepWhatTheyHold)
     EXPECT_TRUE(child.isEmpty());
 }
 
-TEST(XmlTree, EmptyNodesAnswerNothing)
-{
-    XMLNode empty;
-    EXPECT_EQ(empty.getName(), nullptr);
-    EXPECT_EQ(empty.getText(), nullptr);
-    EXPECT_EQ(empty.getAttribute("a"), nullptr);
-    EXPECT_EQ(empty.getClear(), nullptr);
-    EXPECT_EQ(empty.nElement() + empty.nChildNode("a"), 0);
-    EXPECT_TRUE(empty.getChildNode(0).isEmpty() && empty.getChildNode("a", -1).isEmpty());
-    EXPECT_EQ(empty.findNamedChild("a", "b"), -1);
-    EXPECT_TRUE(empty.addChild("a").isEmpty());
-    EXPECT_TRUE(empty.addText("a") == nullptr && empty.addClear("a") == nullptr &&
-                empty.addAttribute("a", "b") == nullptr);
-    EXPECT_EQ(Written(empty), "(null)");
-    EXPECT_TRUE(XMLNode::createXMLTopNode(nullptr).isEmpty());
-    XMLNode node = XMLNode::createXMLTopNode("a");
-    EXPECT_TRUE(node.addChild(nullptr).isEmpty() && node.getChildNode(nullptr, 0).isEmpty());
-    EXPECT_EQ(node.getAttribute(nullptr), nullptr);
-    EXPECT_EQ(node.nElement(), 0);
-}
-
 // The same answers with few children, which are walked, and with many, which are indexed.
 TEST(XmlTree, ChildrenByNameAndIndex)
 {
@@ -115,8 +94,7 @@ TEST(XmlTree, AdditionsTakeTheirPlace)
     EXPECT_STREQ(top.getText(2), "3");
     EXPECT_STREQ(top.getClear(0)->value.get(), "c");
     const char* const pszText = top.getText(0);
-    for (int n = 0; n < 100; ++n)
-        top.addText("more", 0);
+    for (int n = 0; n < 100; ++n) top.addText("more", 0);
     EXPECT_STREQ(pszText, "0") << "texts stay where they are";
 }
 

@@ -62,7 +62,7 @@ TEST(CriticalSection, IsHeldUntilTheOutermostUnlock) NO_THREAD_SAFETY_ANALYSIS
     }
 }
 
-TEST(ManualResetEvent, StaysSignalledForEverybodyUntilReset)
+TEST(Events, StaySignalledForEverybodyUntilResetOrForOneWait)
 {
     ManualResetEvent event(false);
     EXPECT_FALSE(event.Wait(0));
@@ -73,6 +73,11 @@ TEST(ManualResetEvent, StaysSignalledForEverybodyUntilReset)
     EXPECT_TRUE(event.Reset());
     EXPECT_FALSE(event.Wait(0));
     EXPECT_TRUE(ManualResetEvent(true).Wait(0));
+
+    AutoResetEvent oneWait(true);
+    EXPECT_TRUE(oneWait.Wait(0));
+    EXPECT_FALSE(oneWait.Wait(0));
+    EXPECT_FALSE(AutoResetEvent(false).Wait(20));
 }
 
 TEST(ManualResetEvent, WakesAllThatWait)
@@ -96,12 +101,4 @@ TEST(ManualResetEvent, MayBeDestroyedAsSoonAsTheWaitIsOver)
         pEvent.reset();
         setter.join();
     }
-}
-
-TEST(AutoResetEvent, GivesItsSignalToOneWaitOnly)
-{
-    AutoResetEvent event(true);
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_FALSE(event.Wait(0));
-    EXPECT_FALSE(AutoResetEvent(false).Wait(20));
 }

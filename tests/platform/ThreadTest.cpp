@@ -32,29 +32,18 @@ public:
 
 }  // namespace
 
-TEST(Thread, RunsItsBodyUntilStopped)
-{
-    Body body;
-    EXPECT_FALSE(body.MustEnd());
-    ASSERT_TRUE(body.Start());
-    ASSERT_TRUE(Eventually([&] { return body.m_nRuns == 1; }));
-    EXPECT_FALSE(body.Start()) << "a thread that runs was started again";
-    EXPECT_FALSE(body.MustEnd());
-    body.Stop();
-    EXPECT_TRUE(body.MustEnd());
-    EXPECT_TRUE(Eventually([&] { return body.m_nEnds == 1; }));
-}
-
-TEST(Thread, StartsAgainAfterStopAsOftenAsOneLikes)
+TEST(Thread, RunsItsBodyUntilStoppedAndStartsAgainAsOftenAsOneLikes)
 {
     Body body;
     body.Stop();  // never started
     for (int n = 1; n <= 100; ++n) {
         ASSERT_TRUE(body.Start());
         ASSERT_TRUE(Eventually([&] { return body.m_nRuns == n; }));
+        ASSERT_FALSE(body.Start()) << "a thread that runs was started again";
         ASSERT_FALSE(body.MustEnd()) << "still under the order of the time before";
         body.Stop();
         body.Stop();
+        ASSERT_TRUE(body.MustEnd());
     }
     ASSERT_TRUE(Eventually([&] { return body.m_nEnds == 100; }));
 }

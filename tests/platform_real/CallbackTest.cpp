@@ -18,8 +18,7 @@ TEST(Callbacks, ConnectedReturnsBeforeAnythingElseOfItsLink)
         bReturned.store(true);
     };
     client.m_onReceived = client.m_onDisconnected = [&](LinkHandle*) { nEarly += bReturned.load() ? 0 : 1; };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     peer.Write("hello");
     peer.Close();
     ASSERT_TRUE(client.WaitFor("connected"));
@@ -38,8 +37,7 @@ TEST(Callbacks, EveryCreditGivesOneAndNoMoreIsReadThanAskedFor)
     client.m_onConnected = [](LinkHandle* pLink) {
         for (int n = 0; n < 3; ++n) EXPECT_EQ(0, Link::Recv(pLink, 5));
     };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     peer.Write("0123456789abcdefghijklmnopqrstuvwxyz");
     ASSERT_TRUE(client.WaitFor("received", 3));
     LinkHandle* const pLink = client.Active();
@@ -50,28 +48,21 @@ TEST(Callbacks, EveryCreditGivesOneAndNoMoreIsReadThanAskedFor)
     EXPECT_EQ(4, client.Count("received"));
 }
 
-TEST(Callbacks, WithoutCreditsThePeerIsHeldUpAndNothingIsLost)
+TEST_F(Linked, WithoutCreditsThePeerIsHeldUpAndNothingIsLost)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    const std::size_t nSent = peer.WriteWhatGoes();
+    const std::size_t nSent = m_peer.WriteWhatGoes();
     EXPECT_LT(nSent, 64u << 20) << "somebody has read it";
-    EXPECT_EQ(0, client.Count("received"));
-    peer.Close();
-    LinkHandle* const pLink = client.Active();
-    Link::AddRef(pLink);
+    EXPECT_EQ(0, m_client.Count("received"));
+    m_peer.Close();
     std::size_t nTaken = 0;
     for (int nCalls = 1; nTaken < nSent; ++nCalls) {
-        ASSERT_EQ(0, Link::Recv(pLink, 1 << 20));
-        ASSERT_TRUE(client.WaitFor("received", nCalls));
-        nTaken += TakeAll(pLink).size();
+        ASSERT_EQ(0, Link::Recv(m_pLink, 1 << 20));
+        ASSERT_TRUE(m_client.WaitFor("received", nCalls));
+        nTaken += TakeAll(m_pLink).size();
     }
     EXPECT_EQ(nSent, nTaken);
-    EXPECT_EQ(0, Link::Recv(pLink, 1));  // finds the end
-    EXPECT_TRUE(client.WaitFor("disconnected"));
-    Link::Release(pLink);
+    EXPECT_EQ(0, Link::Recv(m_pLink, 1));  // finds the end
+    EXPECT_TRUE(m_client.WaitFor("disconnected"));
 }
 
 TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
@@ -92,8 +83,7 @@ TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
         --nInside;
         Link::Recv(pLink, 7);
     };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     std::string strSent;
     for (int n = 0; n < 5000; ++n) strSent += std::to_string(n) + ",";
     peer.Write(strSent);
@@ -125,15 +115,13 @@ TEST(Callbacks, OneThatHangsDelaysNeitherTheLossNorANewLink)
         gate.Wait();
         Link::UnlockReadStream(pLink);
     };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     peer.Write("one");
     ASSERT_TRUE(client.WaitFor("received"));
     peer.Write("two");
     peer.Close();
     EXPECT_TRUE(client.WaitFor("disconnected"));
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer second = server.Accept();
+    Peer second = Meet(server, client);
     second.Write("three");
     EXPECT_TRUE(Eventually([&] { return nOfSecond.load() > 0; }));
     gate.Open();
@@ -156,8 +144,7 @@ TEST(Callbacks, LossRunsOnceWithTheLinkOffTheListAndStillValid)
             Link::Recv(pLink, 1024);
         };
         client.m_onDisconnected = [&](LinkHandle*) { bListed.store(client.Active() != nullptr); };
-        ASSERT_TRUE(client.Connect(server.Port()));
-        Peer peer = server.Accept();
+        Peer peer = Meet(server, client);
         peer.Write("last words");
         ASSERT_TRUE(client.WaitFor("received"));
         bReset ? peer.Reset() : peer.ShutdownSend();
@@ -187,57 +174,48 @@ TEST(Callbacks, MayThrowWithoutHarm)
         throw std::runtime_error("two");
     };
     client.m_onDisconnected = [](LinkHandle*) { throw 3; };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     peer.Write("ab");
     EXPECT_TRUE(client.WaitFor("received", 2));
     peer.Close();
     EXPECT_TRUE(client.WaitFor("disconnected"));
 }
 
-TEST(ReadStream, IsReentrantAndGivenBackByItsHolderOnly)
+TEST_F(Linked, TheReadStreamIsReentrantAndGivenBackByItsHolderOnly)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    LinkHandle* const pLink = client.Active();
-    Strova::_THandle* const pStream = Link::LockReadStream(pLink);
+    Strova::_THandle* const pStream = Link::LockReadStream(m_pLink);
     ASSERT_NE(nullptr, pStream);
-    EXPECT_EQ(pStream, Link::LockReadStream(pLink));
-    EXPECT_TRUE(Link::UnlockReadStream(pLink));
-    std::thread([&] { EXPECT_FALSE(Link::UnlockReadStream(pLink)); }).join();
+    EXPECT_EQ(pStream, Link::LockReadStream(m_pLink));
+    EXPECT_TRUE(Link::UnlockReadStream(m_pLink));
+    std::thread([&] { EXPECT_FALSE(Link::UnlockReadStream(m_pLink)); }).join();
     std::atomic<bool> bIn{false};
     std::thread other([&] {
-        TakeAll(pLink);
+        TakeAll(m_pLink);
         bIn.store(true);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_FALSE(bIn.load());
-    EXPECT_TRUE(Link::UnlockReadStream(pLink));
+    EXPECT_TRUE(Link::UnlockReadStream(m_pLink));
     other.join();
-    EXPECT_FALSE(Link::UnlockReadStream(pLink));
+    EXPECT_FALSE(Link::UnlockReadStream(m_pLink));
 }
 
-TEST(ActiveLinks, AreReentrantAndGivenBackByTheirHolderOnly)
+TEST_F(Linked, ActiveLinksAreReentrantAndGivenBackByTheirHolderOnly)
 {
-    Server server;
-    Client client;
-    EXPECT_EQ(nullptr, client.Active());
-    EXPECT_FALSE(Connector::UnlockActiveLinks(client.Get())) << "was not locked";
-    ASSERT_TRUE(client.Connect(server.Port()));
-    auto* const pList = Connector::LockActiveLinks(client.Get());
+    auto* const pList = Connector::LockActiveLinks(m_client.Get());
     ASSERT_NE(nullptr, pList);
-    EXPECT_EQ(pList, Connector::LockActiveLinks(client.Get()));
+    EXPECT_EQ(pList, Connector::LockActiveLinks(m_client.Get()));
     EXPECT_NE(nullptr, Netrova::ActiveLinkList::GetLink(pList, 0));
     EXPECT_EQ(nullptr, Netrova::ActiveLinkList::GetLink(pList, 1));
-    EXPECT_TRUE(Connector::UnlockActiveLinks(client.Get()));
-    std::thread([&] { EXPECT_FALSE(Connector::UnlockActiveLinks(client.Get())); }).join();
+    EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+    std::thread([&] { EXPECT_FALSE(Connector::UnlockActiveLinks(m_client.Get())); }).join();
     // A link that is closed meanwhile stays for whoever holds the list.
     EXPECT_TRUE(Link::Close(Netrova::ActiveLinkList::GetLink(pList, 0)));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_NE(nullptr, Netrova::ActiveLinkList::GetLink(pList, 0));
-    EXPECT_EQ(0, client.Count("disconnected"));
-    EXPECT_TRUE(Connector::UnlockActiveLinks(client.Get()));
-    EXPECT_TRUE(client.WaitFor("disconnected"));
-    EXPECT_EQ(nullptr, client.Active());
+    EXPECT_EQ(0, m_client.Count("disconnected"));
+    EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+    EXPECT_TRUE(m_client.WaitFor("disconnected"));
+    EXPECT_EQ(nullptr, m_client.Active());
+    EXPECT_FALSE(Connector::UnlockActiveLinks(m_client.Get())) << "is not locked";
 }

@@ -6,23 +6,6 @@
 
 using namespace Loopback;
 
-TEST(Life, StartsAndEndsAHundredTimes)
-{
-    Server server;
-    for (int n = 0; n < 100; ++n) {
-        Client client(2);
-        client.m_onConnected = [](LinkHandle* pLink) { Link::Recv(pLink, 16); };
-        ASSERT_TRUE(client.Connect(server.Port()));
-        Peer peer = server.Accept();
-        ASSERT_EQ(4, Send(client.Active(), "ping"));
-        ASSERT_EQ("ping", peer.Read(4));
-        peer.Write("pong");
-        ASSERT_TRUE(client.WaitFor("received"));
-        client.Destroy();
-        ASSERT_EQ((std::vector<std::string>{"connected", "received", "disconnected"}), client.Events());
-    }
-}
-
 TEST(Life, ConnectedAndDisconnectedComeEvenIfTheEndFollowsAtOnce)
 {
     Server server;
@@ -48,8 +31,7 @@ TEST(Life, DestroyWaitsForTheCallbackThatRuns)
         EXPECT_EQ(nullptr, Connector::LockActiveLinks(client.Get())) << "nothing can be sent on the way out";
         bEnded.store(true);
     };
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
+    Peer peer = Meet(server, client);
     peer.Write("x");
     ASSERT_TRUE(client.WaitFor("received"));
     std::thread opener([&] {
@@ -59,27 +41,6 @@ TEST(Life, DestroyWaitsForTheCallbackThatRuns)
     client.DestroyConnector();
     EXPECT_TRUE(bEnded.load());
     opener.join();
-}
-
-TEST(Life, ALinkOutlivesItsConnectorForWhoeverHoldsIt)
-{
-    Server server;
-    LinkHandle* pKept = nullptr;
-    {
-        Client client;
-        client.m_onConnected = [&](LinkHandle* pLink) {
-            Link::AddRef(pLink);
-            pKept = pLink;
-        };
-        ASSERT_TRUE(client.Connect(server.Port()));
-    }
-    EXPECT_EQ(-1, Send(pKept, "x"));
-    EXPECT_EQ(-1, Link::Recv(pKept, 1));
-    EXPECT_FALSE(Link::Close(pKept));
-    EXPECT_EQ("", TakeAll(pKept));
-    EXPECT_EQ(2, Link::AddRef(pKept));
-    EXPECT_EQ(1, Link::Release(pKept));
-    EXPECT_EQ(0, Link::Release(pKept));
 }
 
 TEST(Life, NullHandlesAreRefused)

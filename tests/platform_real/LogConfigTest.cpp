@@ -1,8 +1,10 @@
 // The configuration file of a log and the texts of its lines, without a log.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdarg>
+#include <sstream>
 #include <string>
 
 #include "platform/Host.h"
@@ -11,77 +13,65 @@
 
 using namespace Logova;
 
-TEST(LogConfig, OfAnEmptyFileIsTheDefault)
+namespace {
+
+// "Info log/x.log 16777216 10 Error 3", then the warnings.
+std::string Told(const std::string& strText)
 {
-    for (const char* pszText : {"", "\n\n", "# nothing but a comment", "\xEF\xBB\xBF\r\n  \t\r\n"}) {
-        const LogConfig config = ParseLogConfig(pszText);
-        EXPECT_TRUE(config.vecWarnings.empty()) << config.vecWarnings[0];
-        EXPECT_EQ(Level::Info, config.level);
-        EXPECT_EQ("log/{service}.{logger}.log", config.strFile);
-        EXPECT_EQ(16u << 20, config.nMaxSize);
-        EXPECT_EQ(10u, config.nMaxFiles);
-        EXPECT_EQ(Level::Error, config.flushLevel);
-        EXPECT_EQ(3, config.nFlushSeconds);
-    }
+    const LogConfig config = ParseLogConfig(strText);
+    std::ostringstream out;
+    out << GetLevelName(config.level) << ' ' << config.strFile << ' ' << config.nMaxSize << ' '
+        << config.nMaxFiles << ' ' << GetLevelName(config.flushLevel) << ' ' << config.nFlushSeconds;
+    for (const std::string& strWarning : config.vecWarnings) out << '|' << strWarning;
+    return out.str();
 }
 
-TEST(LogConfig, TakesEveryKeyInAnyUsualSpelling)
-{
-    const LogConfig config = ParseLogConfig(
-        "\xEF\xBB\xBF# the game's log\r\n"
-        "level=debug\r\n"
-        "  file  =  my logs/#1.log   # a comment behind a blank\r\n"
-        "max_size = 512k\r\n"
-        "max_files = 3\r\n"
-        "flush = Warning , 60");
-    EXPECT_TRUE(config.vecWarnings.empty()) << config.vecWarnings[0];
-    EXPECT_EQ(Level::Debug, config.level);
-    EXPECT_EQ("my logs/#1.log", config.strFile);
-    EXPECT_EQ(512u << 10, config.nMaxSize);
-    EXPECT_EQ(3u, config.nMaxFiles);
-    EXPECT_EQ(Level::Warning, config.flushLevel);
-    EXPECT_EQ(60, config.nFlushSeconds);
-    EXPECT_EQ(7, ParseLogConfig("flush = 7").nFlushSeconds);
-    EXPECT_EQ(Level::Error, ParseLogConfig("flush = 7").flushLevel);
-    EXPECT_EQ(Level::Trace, ParseLogConfig("flush = TRACE").flushLevel);
-    EXPECT_EQ(2048u, ParseLogConfig("max_size = 2048").nMaxSize);
-    EXPECT_EQ(1u << 30, ParseLogConfig("max_size = 1G").nMaxSize);
-}
+}  // namespace
 
-TEST(LogConfig, NamesTheLineOfEveryMistakeAndKeepsTheDefault)
+TEST(LogConfig, TakesEveryKeyAndNamesTheLineOfEveryMistake)
 {
-    struct Case {
-        const char* pszLine;
-        const char* pszReason;
+    const std::string strDefault = "Info log/{service}.{logger}.log 16777216 10 Error 3";
+    const struct {
+        const char* pszText;
+        std::string strTold;
+        const char* pszWarning;  // the beginning of the only one
+    } kTable[] = {
+        {"", strDefault, nullptr},
+        {"\n# nothing but a comment\n", strDefault, nullptr},
+        {"\xEF\xBB\xBF\r\n  \t\r\n", strDefault, nullptr},
+        {"\xEF\xBB\xBF# the game's log\r\nlevel=debug\r\n  file  =  my logs/#1.log   # behind a blank\r\n"
+         "max_size = 512k\r\nmax_files = 3\r\nflush = Warning , 60",
+         "Debug my logs/#1.log 524288 3 Warning 60", nullptr},
+        {"file=f\nflush = 7", "Info f 16777216 10 Error 7", nullptr},
+        {"file=f\nflush = TRACE", "Info f 16777216 10 Trace 3", nullptr},
+        {"file=f\nmax_size = 2048", "Info f 2048 10 Error 3", nullptr},
+        {"file=f\nmax_size = 1G", "Info f 1073741824 10 Error 3", nullptr},
+        {"file=f\nlevel = Error\nlevel = Debug", "Debug f 16777216 10 Error 3", "line 3: level is set again"},
+        {"\ncolour = red", strDefault, "line 2: the key \"colour\" is unknown"},
+        {"Level = Info", strDefault, "line 1: the key \"Level\" is unknown"},
+        {"just words", strDefault, "line 1: \"just words\" is not of the form key = value"},
+        {"level = Verbose", strDefault, "line 1: level takes"},
+        {"level =", strDefault, "line 1: level takes"},
+        {"file =", strDefault, "line 1: file takes"},
+        {"max_size = 1023", strDefault, "line 1: max_size takes a size from 1K to 1G, not \"1023\""},
+        {"max_size = 2G", strDefault, "line 1: max_size takes"},
+        {"max_size = 99999999999999999999", strDefault, "line 1: max_size takes"},
+        {"max_size = -1M", strDefault, "line 1: max_size takes"},
+        {"max_size = M", strDefault, "line 1: max_size takes"},
+        {"max_files = 0", strDefault, "line 1: max_files takes"},
+        {"max_files = 4x", strDefault, "line 1: max_files takes"},
+        {"flush = 0", strDefault, "line 1: flush takes"},
+        {"flush = Error 5", strDefault, "line 1: flush takes"},
+        {"flush = Error, 5, 6", strDefault, "line 1: flush takes"},
     };
-    for (const Case& bad : std::initializer_list<Case>{{"colour = red", "unknown"},
-                                                       {"Level = Info", "unknown"},
-                                                       {"just words", "key = value"},
-                                                       {"level = Verbose", "level takes"},
-                                                       {"level =", "level takes"},
-                                                       {"file =", "file takes"},
-                                                       {"max_size = 1023", "max_size takes"},
-                                                       {"max_size = 2G", "max_size takes"},
-                                                       {"max_size = 99999999999999999999", "max_size takes"},
-                                                       {"max_size = -1M", "max_size takes"},
-                                                       {"max_size = M", "max_size takes"},
-                                                       {"max_files = 0", "max_files takes"},
-                                                       {"max_files = 4x", "max_files takes"},
-                                                       {"flush = 0", "flush takes"},
-                                                       {"flush = Error 5", "flush takes"},
-                                                       {"flush = Error, 5, 6", "flush takes"}}) {
-        const LogConfig config = ParseLogConfig(std::string("# first\n") + bad.pszLine + "\n");
-        ASSERT_EQ(1u, config.vecWarnings.size()) << bad.pszLine;
-        EXPECT_EQ(0u, config.vecWarnings[0].find("line 2: ")) << config.vecWarnings[0];
-        EXPECT_NE(std::string::npos, config.vecWarnings[0].find(bad.pszReason)) << config.vecWarnings[0];
-        EXPECT_EQ(Level::Info, config.level);
-        EXPECT_EQ(16u << 20, config.nMaxSize);
-        EXPECT_EQ(Level::Error, config.flushLevel);
-        EXPECT_EQ(3, config.nFlushSeconds);
+    for (const auto& row : kTable) {
+        const std::string strTold = Told(row.pszText);
+        const std::string strExpected =
+            row.strTold + (row.pszWarning != nullptr ? std::string("|") + row.pszWarning : "");
+        EXPECT_EQ(strExpected, strTold.substr(0, strExpected.size())) << row.pszText;
+        EXPECT_EQ(row.pszWarning != nullptr ? 1 : 0, std::count(strTold.begin(), strTold.end(), '|'))
+            << strTold;
     }
-    const LogConfig twice = ParseLogConfig("level = Error\nlevel = Debug\n");
-    EXPECT_EQ(Level::Debug, twice.level);
-    EXPECT_EQ(1u, twice.vecWarnings.size());
 }
 
 TEST(LogConfig, SaysLittleAboutAFileThatIsNone)
@@ -145,8 +135,7 @@ TEST(LogText, FormatsSixtyFourBitsInTheHouseManner)
 
 TEST(LogText, IsAsLongAsItTakes)
 {
-    for (const std::size_t nLength : {std::size_t{0}, std::size_t{1022}, std::size_t{1023}, std::size_t{1024},
-                                      std::size_t{1025}, std::size_t{3'000'000}}) {
+    for (const std::size_t nLength : {0u, 1022u, 1023u, 1024u, 1025u, 3'000'000u}) {
         const std::string strText(nLength, 'x');
         EXPECT_EQ(strText + "!", Format("%s!", strText.c_str()));
     }

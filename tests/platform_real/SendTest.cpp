@@ -15,28 +15,23 @@ std::string Record(int nThread, int nNumber)
 
 }  // namespace
 
-TEST(Send, KeepsBlocksWholeAndInTheOrderOfTheCalls)
+TEST_F(Linked, SendKeepsBlocksWholeAndInTheOrderOfTheCalls)
 {
     constexpr int kThreads = 8;
     constexpr int kRecords = 400;
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    LinkHandle* const pLink = client.Active();
     std::vector<std::thread> vecThreads;
     for (int t = 0; t < kThreads; ++t) {
-        vecThreads.emplace_back([pLink, t] {
+        vecThreads.emplace_back([this, t] {
             for (int n = 0; n < kRecords; ++n) {
                 const std::string strRecord = Record(t, n);
-                EXPECT_EQ(static_cast<int>(strRecord.size()), Send(pLink, strRecord));
+                EXPECT_EQ(static_cast<int>(strRecord.size()), Send(m_pLink, strRecord));
             }
         });
     }
     std::size_t nExpected = 0;
     for (int t = 0; t < kThreads; ++t)
         for (int n = 0; n < kRecords; ++n) nExpected += Record(t, n).size();
-    const std::string strAll = peer.Read(nExpected);
+    const std::string strAll = m_peer.Read(nExpected);
     for (std::thread& thread : vecThreads) thread.join();
     ASSERT_EQ(nExpected, strAll.size());
 
@@ -51,34 +46,24 @@ TEST(Send, KeepsBlocksWholeAndInTheOrderOfTheCalls)
     }
 }
 
-TEST(Send, TakesWhatTheStreamStillHolds)
+TEST_F(Linked, SendTakesWhatTheStreamStillHolds)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    LinkHandle* const pLink = client.Active();
     Strova::_THandle* const pStream = Strova::CreateHandle();
     Strova::Write(pStream, "taken, sent", 11);
     Strova::RemoveLeft(pStream, 7);
-    EXPECT_EQ(4, Link::Send(pLink, Strova::GetXMemory(pStream)));
+    EXPECT_EQ(4, Link::Send(m_pLink, Strova::GetXMemory(pStream)));
     Strova::DestroyHandle(pStream);
-    EXPECT_EQ(0, Send(pLink, ""));
-    EXPECT_EQ(-1, Link::Send(pLink, nullptr));
-    EXPECT_EQ("sent", peer.Read(4));
+    EXPECT_EQ(0, Send(m_pLink, ""));
+    EXPECT_EQ(-1, Link::Send(m_pLink, nullptr));
+    EXPECT_EQ("sent", m_peer.Read(4));
 }
 
-TEST(Send, RefusesMoreOnceTooMuchIsWaitingAndGoesOnWhenThePeerReads)
+TEST_F(Linked, SendRefusesMoreOnceTooMuchIsWaitingAndGoesOnWhenThePeerReads)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    LinkHandle* const pLink = client.Active();
     const std::string strBlock(1 << 20, 'b');
     std::size_t nQueued = 0;
     const auto begin = std::chrono::steady_clock::now();
-    while (Send(pLink, strBlock) != -1) {
+    while (Send(m_pLink, strBlock) != -1) {
         nQueued += strBlock.size();
         ASSERT_LT(nQueued, std::size_t{200} << 20) << "the queue has no bound";
     }
@@ -86,78 +71,58 @@ TEST(Send, RefusesMoreOnceTooMuchIsWaitingAndGoesOnWhenThePeerReads)
     EXPECT_GT(nQueued, Link::kMaxQueuedBytes);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20))
         << "it has waited for the peer";
-    EXPECT_EQ(nQueued, peer.Read(nQueued).size());
-    EXPECT_TRUE(Eventually([&] { return Send(pLink, "more") == 4; }));
-    EXPECT_EQ("more", peer.Read(4));
+    EXPECT_EQ(nQueued, m_peer.Read(nQueued).size());
+    EXPECT_TRUE(Eventually([&] { return Send(m_pLink, "more") == 4; }));
+    EXPECT_EQ("more", m_peer.Read(4));
 }
 
-TEST(Send, AcceptsOneBlockOfAnySize)
+TEST_F(Linked, SendAcceptsOneBlockOfAnySize)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    LinkHandle* const pLink = client.Active();
     const std::string strBlock(Link::kMaxQueuedBytes * 2, 'c');
-    EXPECT_EQ(static_cast<int>(strBlock.size()), Send(pLink, strBlock));
-    EXPECT_EQ(-1, Send(pLink, "x"));
-    EXPECT_EQ(strBlock.size(), peer.Read(strBlock.size()).size());
+    EXPECT_EQ(static_cast<int>(strBlock.size()), Send(m_pLink, strBlock));
+    EXPECT_EQ(-1, Send(m_pLink, "x"));
+    EXPECT_EQ(strBlock.size(), m_peer.Read(strBlock.size()).size());
 }
 
-TEST(Close, WritesWhatWasQueuedAndThenEnds)
+TEST_F(Linked, CloseWritesWhatWasQueuedAndThenEnds)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    LinkHandle* const pLink = client.Active();
-    Link::AddRef(pLink);
     std::string strAll;
     for (int n = 0; n < 500; ++n) {
         strAll += Record(1, n);
-        ASSERT_GT(Send(pLink, Record(1, n)), 0);
+        ASSERT_GT(Send(m_pLink, Record(1, n)), 0);
     }
     std::error_code ended;
     std::string strRead;
-    std::thread reader([&] { strRead = peer.ReadToTheEnd(ended); });
-    EXPECT_TRUE(Link::Close(pLink));
-    EXPECT_FALSE(Link::Close(pLink));
-    EXPECT_EQ(-1, Send(pLink, "late"));
-    EXPECT_TRUE(client.WaitFor("disconnected"));
+    std::thread reader([&] { strRead = m_peer.ReadToTheEnd(ended); });
+    EXPECT_TRUE(Link::Close(m_pLink));
+    EXPECT_FALSE(Link::Close(m_pLink));
+    EXPECT_EQ(-1, Send(m_pLink, "late"));
+    EXPECT_TRUE(m_client.WaitFor("disconnected"));
     reader.join();
     EXPECT_EQ(strAll, strRead);
     EXPECT_EQ(asio::error::eof, ended);
-    Link::Release(pLink);
 }
 
 // Closing with unread bytes would otherwise reset the connection under the last message.
-TEST(Close, IsNoResetAlthoughThePeerHasSentSomethingUnread)
+TEST_F(Linked, CloseIsNoResetAlthoughThePeerHasSentSomethingUnread)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    peer.Write(std::string(10'000, 'u'));
+    m_peer.Write(std::string(10'000, 'u'));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it has arrived
-    ASSERT_EQ(4, Send(client.Active(), "last"));
-    ASSERT_TRUE(Link::Close(client.Active()));
+    ASSERT_EQ(4, Send(m_pLink, "last"));
+    ASSERT_TRUE(Link::Close(m_pLink));
     std::error_code ended;
-    EXPECT_EQ("last", peer.ReadToTheEnd(ended));
+    EXPECT_EQ("last", m_peer.ReadToTheEnd(ended));
     EXPECT_EQ(asio::error::eof, ended);
 }
 
-TEST(Close, DoesNotWaitForAPeerThatDoesNotRead)
+TEST_F(Linked, CloseDoesNotWaitForAPeerThatDoesNotRead)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    while (Send(client.Active(), std::string(1 << 20, 'b')) != -1) {
+    while (Send(m_pLink, std::string(1 << 20, 'b')) != -1) {
     }
     const auto begin = std::chrono::steady_clock::now();
-    client.DestroyConnector();
+    m_client.DestroyConnector();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_EQ(1, client.Count("disconnected"));
+    EXPECT_EQ(1, m_client.Count("disconnected"));
 }
 
 TEST(Close, MayComeInTheMiddleOfSends)
@@ -165,8 +130,7 @@ TEST(Close, MayComeInTheMiddleOfSends)
     for (int nRound = 0; nRound < 20; ++nRound) {
         Server server;
         Client client;
-        ASSERT_TRUE(client.Connect(server.Port()));
-        Peer peer = server.Accept();
+        Peer peer = Meet(server, client);
         LinkHandle* const pLink = client.Active();
         Link::AddRef(pLink);
         std::atomic<int> nFailed{0};
@@ -193,17 +157,9 @@ TEST(Close, MayComeInTheMiddleOfSends)
 }
 
 // Nobody reads on this link, so it is the writing that finds out.
-TEST(Send, NoticesThatThePeerIsGone)
+TEST_F(Linked, SendNoticesThatThePeerIsGone)
 {
-    Server server;
-    Client client;
-    ASSERT_TRUE(client.Connect(server.Port()));
-    Peer peer = server.Accept();
-    peer.Reset();
-    LinkHandle* const pLink = client.Active();
-    ASSERT_NE(nullptr, pLink);
-    Link::AddRef(pLink);
-    EXPECT_TRUE(Eventually([&] { return Send(pLink, "anybody there?") == -1; }));
-    EXPECT_TRUE(client.WaitFor("disconnected"));
-    Link::Release(pLink);
+    m_peer.Reset();
+    EXPECT_TRUE(Eventually([&] { return Send(m_pLink, "anybody there?") == -1; }));
+    EXPECT_TRUE(m_client.WaitFor("disconnected"));
 }

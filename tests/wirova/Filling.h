@@ -21,17 +21,11 @@ private:
     void Set(char& v) { v = static_cast<char>(Next()); }
     void Set(Wirova::boolean& v) { v = Wirova::boolean::FromByte(static_cast<unsigned char>(1 + Next())); }
     void Set(std::string& v) { v = "text " + std::to_string(Next()); }
-    void Set(std::vector<Wirova::int32>& v)
+    template <class T>
+    void Set(std::vector<T>& v)
     {
         v.resize(2);
-        for (auto& e : v)
-            Set(e);
-    }
-    void Set(std::vector<std::string>& v)
-    {
-        v.resize(2);
-        for (auto& e : v)
-            Set(e);
+        for (auto& e : v) Set(e);
     }
     void Set(Wirova::RecordList& v)
     {

@@ -1,7 +1,6 @@
 // The settings on a platform whose operations fail on order: log lines, the dialog, no spinning.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <memory>
 #include <thread>
 
@@ -11,6 +10,7 @@
 #include "tests/fakeplatform/Fake.h"
 #include "tests/fakeplatform/FakeHost.h"
 #include "tests/fakeplatform/FakeLog.h"
+#include "tests/platform/Waiting.h"
 
 using Fake::Op;
 using Fake::Journal::Level;
@@ -41,29 +41,22 @@ protected:
         return Settings::Text().Set("SERVER_PORT", std::to_string(nPort));
     }
     bool Open() { return m_reader.Open(m_file->Path()); }
-    template <class Predicate>
-    static bool WaitFor(Predicate predicate)
-    {
-        for (int n = 0; n < 5000 && !predicate(); ++n)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        return predicate();
-    }
     bool WaitForPort(int nPort)
     {
-        return WaitFor([&] { return m_reader.GetServerPort() == nPort; });
+        return Eventually([&] { return m_reader.GetServerPort() == nPort; });
     }
     // To the first wait of the thread.
     void Watch()
     {
         ASSERT_TRUE(Open());
-        ASSERT_TRUE(WaitFor([] { return Fake::Calls(Op::WaitForChange) > 0; }));
+        ASSERT_TRUE(Eventually([] { return Fake::Calls(Op::WaitForChange) > 0; }));
     }
     // Until the thread has dealt with a change and is ready for the next one.
     void Notify()
     {
         const int nArmed = Fake::Calls(Op::FindNextChange);
         Fake::HostProcess::NotifyChange();
-        ASSERT_TRUE(WaitFor([&] { return Fake::Calls(Op::FindNextChange) > nArmed; }));
+        ASSERT_TRUE(Eventually([&] { return Fake::Calls(Op::FindNextChange) > nArmed; }));
     }
     static bool IsLogged(Level level, const std::string& strText, bool bFormatted)
     {
@@ -162,6 +155,7 @@ TEST_F(ReloadFaults, OnlyTheFirstLoadShowsADialog)
     EXPECT_EQ(Fake::HostProcess::Boxes()[0].strTitle, "XML Parsing error");
     EXPECT_EQ(Fake::HostProcess::Boxes()[0].strText, strReport);
     EXPECT_EQ(Fake::Journal::Count(Level::Error), 0);
+    EXPECT_EQ(Fake::Calls(Op::ThreadStart), 0) << "nothing to watch after a failed open";
 
     Fake::HostProcess::SetBoxAnswer(false);
     EXPECT_FALSE(Open());
@@ -172,7 +166,7 @@ TEST_F(ReloadFaults, OnlyTheFirstLoadShowsADialog)
     m_file->Write(Port(1000));
     ASSERT_TRUE(Open());
     m_file->Write("<OTHER/>");
-    ASSERT_TRUE(WaitFor([] { return Fake::Journal::Count(Level::Error) == 2; }));
+    ASSERT_TRUE(Eventually([] { return Fake::Journal::Count(Level::Error) == 2; }));
     m_reader.Shutdown();
     EXPECT_FALSE(m_reader.Load());
     EXPECT_EQ(Fake::HostProcess::Boxes().size(), 2U);
