@@ -181,13 +181,8 @@ bool SetOnReceived(_THandle* pConnector, Callback pfn, void* context)
     return SetTarget(pConnector, kReceived, Op::SetOnReceived, pfn, context);
 }
 
-bool Connect(_THandle* pConnector, const char* host, unsigned short port, int timeoutMilliseconds)
+bool Connect(_THandle* pConnector, const char*, unsigned short port, int timeoutMilliseconds)
 {
-    {
-        Fake::ConnectOrders& orders = Fake::ConnectBehaviour();
-        const std::lock_guard lock(orders.mutex);
-        orders.strLastHost = host;
-    }
     if (MustFail(Op::Connect))
         return false;
     {
@@ -255,12 +250,6 @@ void SendReturnsLate(bool bLate)
 {
     const std::lock_guard lock(ConnectBehaviour().mutex);
     ConnectBehaviour().bSendLate = bLate;
-}
-
-std::string LastHost()
-{
-    const std::lock_guard lock(ConnectBehaviour().mutex);
-    return ConnectBehaviour().strLastHost;
 }
 
 }  // namespace Fake

@@ -93,10 +93,6 @@ void SendReturnsLate(bool bLate);
 void BlockConnect(bool bBlock);
 inline constexpr unsigned int kTimedOutCode = 10060;
 inline constexpr unsigned int kRefusedCode = 10061;
-// The host name of the last Connect.
-std::string LastHost();
-
-void SetProcessorCount(unsigned int nCount);
 
 // Breaches of the platform's contracts by the library, in words.
 std::vector<std::string> Violations();

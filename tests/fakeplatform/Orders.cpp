@@ -22,7 +22,6 @@ struct State {
     std::mutex mutex;
     std::array<Order, static_cast<std::size_t>(Op::Count_)> orders;
     std::vector<std::string> vecViolations;
-    std::atomic<unsigned int> nProcessors{2};
 };
 
 // Never destroyed: threads of the library may run while the process exits.
@@ -96,11 +95,6 @@ std::vector<std::string> Violations()
     return TheState().vecViolations;
 }
 
-void SetProcessorCount(unsigned int nCount)
-{
-    TheState().nProcessors.store(nCount);
-}
-
 AtomicCounts& Counters()
 {
     static AtomicCounts* const s_pCounts = new AtomicCounts;
@@ -139,7 +133,6 @@ void Reset()
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
     HostProcess::Reset();
-    TheState().nProcessors.store(2);
     const std::lock_guard lock(TheState().mutex);
     TheState().orders.fill({});
     TheState().vecViolations.clear();
@@ -161,7 +154,7 @@ void SetLastError(unsigned int nCode)
 
 unsigned int GetProcessorCount()
 {
-    return Fake::TheState().nProcessors.load();
+    return 2;
 }
 
 }  // namespace Platova

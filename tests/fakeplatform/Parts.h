@@ -67,7 +67,6 @@ struct ConnectOrders {
     bool bBlock = false;
     bool bLate = false;
     bool bSendLate = false;
-    std::string strLastHost;
 };
 ConnectOrders& ConnectBehaviour();
 
