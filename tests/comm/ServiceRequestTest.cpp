@@ -242,9 +242,9 @@ TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)
 // The link's reader is inside the callback: an answer cannot come meanwhile.
 TEST_F(ServiceRequestTest, ACallInsideACallbackOnlyRunsIntoItsTimeout)
 {
-    SetSecond(std::chrono::milliseconds(100));
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     std::string strText;
     Game().On<QueryGameMoney>([&](const auto&, auto&) { strText = Game().Checkin("abc").szError; });
     Ask<XS2C_QueryGameMoneyReq>(1);

@@ -78,8 +78,8 @@ TEST_F(BillingCallsTest, ListsOfOtherBillings)
 
 TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     for (const auto pfnCall : {&CheckinEx, &QueryBillingInfoEx}) {
         const auto refuse = [](const auto&, auto& ans) {
             ans.nResult = 30006;
@@ -108,8 +108,8 @@ TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
 
 TEST_F(BillingCallsTest, ALateListLeavesNothingAndALateUserIsUndone)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     Game().Call(&CheckinEx, Game().User("abc"));
     Game().Call(&QueryBillingInfoEx, Game().User("abc"));
     Service().Reply(*Service().Expect<XC2S_QueryBillingInfoExReq>(),
@@ -145,8 +145,8 @@ TEST_F(BillingCallsTest, OfTwoAnswersTogetherOneListIsLeft)
 // An answer that comes before its caller waits is lost to the caller, and its list must be lost to nobody.
 TEST_F(BillingCallsTest, AnOvertakenListIsNotLeftInThePool)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     SendReturnsLate(true);
     Service().On<XC2S_QueryBillingInfoExReq>([](const auto&, auto& ans) { ans.vecOtherBilling.Add(); });
     const auto res = Game().Call(&QueryBillingInfoEx, Game().User("abc"));
@@ -237,8 +237,8 @@ TEST_F(BillingCallsTest, AUserArrives)
 
 TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     Service().On<XC2S_UserMoveFromReq>(
         [](const auto&, auto& ans) { ans.bSuccess = false, ans.strErrorMsg = "no"; });
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "no");

@@ -123,9 +123,9 @@ TEST_F(SessionCallsTest, ACheckoutOfAnUnknownUserAsksNobody)
 
 TEST_F(SessionCallsTest, AUserIsGoneAfterCheckoutWhateverTheAnswer)
 {
-    SetSecond(std::chrono::milliseconds(100));
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     Game().Checkin("abc");
     Service().On<XC2S_CheckOutReq>([](const auto&, auto& ans) {
         ans.bSuccess = false;
@@ -158,8 +158,8 @@ TEST_F(SessionCallsTest, ACheckoutThatCannotBeSentIsKept)
 
 TEST_F(SessionCallsTest, ALateCheckinIsUndoneByExactlyOneCheckout)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     EXPECT_STREQ(Game().Checkin("abc").szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
     const auto req = Service().Expect<XC2S_CheckInReq>();
     Service().Reply(*req, [](auto& ans) { ans.nResult = 5; });  // a failure needs no undoing
@@ -174,8 +174,8 @@ TEST_F(SessionCallsTest, ALateCheckinIsUndoneByExactlyOneCheckout)
 
 TEST_F(SessionCallsTest, ALateCheckinThatCannotBeUndoneIsKeptWithItsSeqNo)
 {
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     Game().Checkin("abc");
     const auto req = Service().Expect<XC2S_CheckInReq>();
     Fail(Op::LinkSend);

@@ -234,8 +234,8 @@ TEST_F(ShopCallsTest, TheFramesFailures)
 {
     const auto req = Full<_GAME_REQ>();
     EXPECT_STREQ(Game().Call(&QueryMenuList, req).szError, "Velkar Connector is not initialized.");
-    SetSecond(std::chrono::milliseconds(100));
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(100));
     _LIST_RES res;
     std::memset(&res, 0x5A, sizeof(res));
     QueryMenuList(nullptr, &res);

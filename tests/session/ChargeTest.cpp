@@ -184,9 +184,9 @@ TEST_F(ChargeTest, WhenChargeItselfFails)
 
 TEST_F(ChargeTest, TheCycleRunsByItselfAndFollowsTheSettings)
 {
-    SetSecond(std::chrono::milliseconds(50));
     Game().settings.nChargeCycle = 1;
     ASSERT_TRUE(Game().Start());
+    SetSecond(std::chrono::milliseconds(50));
     Add(User("pays", 2, ""));
     for (const int nFirst : {1, 0, 0})
         EXPECT_EQ(Service().Expect<XC2S_ChargeReq>()->vecChargeInfo[0]->bFirst.nByte, nFirst);
@@ -221,11 +221,10 @@ TEST_F(ChargeTest, AStopRunsOneLastPassAndTellsTheGameNothing)
 // A game thread, the handlers and the charge thread at the map at once.
 TEST_F(ChargeTest, ChargesAndSessionsAtOnce)
 {
-    SetSecond(std::chrono::milliseconds(20));
     Game().settings.nChargeCycle = 1;
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
-    SetSecond(std::chrono::milliseconds(1000));  // for the callers' limits; the charge thread is woken below
+    SetSecond(std::chrono::seconds(1));  // of the charge cycle, and enough for every caller
     std::vector<std::future<void>> vecCallers;
     for (int n = 0; n < 4; ++n) {
         vecCallers.push_back(Game().Later([&, n] {
