@@ -1,0 +1,325 @@
+// Sixty-four threads shopping at a service that delays, drops, cuts and refuses: every call ends in time with its own
+// answer, and the money adds up.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "comm/ResWaiter.h"
+#include "datapool/DataPool.h"
+#include "sandbox/Seed.h"
+#include "tests/sandbox/SandboxFixture.h"
+#include "tests/support/GameServer.h"
+
+namespace {
+
+using namespace Support;
+using Kernova::XTL::Singleton;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kCallers = 64;
+constexpr int kCoin = 1'000'000;
+constexpr std::chrono::seconds kShopping{VELKAR_SHOPPING_SECONDS};
+// A call waits five seconds; what is above that is the machine's, which is much with sanitizers and two processors.
+constexpr std::chrono::milliseconds kLongestCall{VELKAR_LONGEST_CALL};
+
+std::string UserOf(int n) { return "shopper" + std::to_string(n); }
+
+// The demo's shop with users of our own. Returns the shop's game.
+std::string WriteSeed(const std::string& strPath)
+{
+    Sandbox::Json seed = Sandbox::Json::parse(Sandbox::kDemoSeed);
+    for (int n = 0; n < kCallers; ++n) {
+        seed["users"].push_back(
+            {{"userId", UserOf(n)}, {"userNo", std::to_string(900000 + n)}, {"ruvCoin", kCoin}});
+    }
+    SandboxTest::WriteFile(strPath, seed.dump());
+    return seed["shops"][0]["gameId"];
+}
+
+struct Counts {
+    std::atomic<long> nCalls{0}, nGood{0}, nTimeouts{0}, nLateDetails{0};
+    std::atomic<long> nLongest{0};  // milliseconds
+};
+
+// One player: random visits, each with what it has to bring.
+class Shopper {
+public:
+    Shopper(int n, const std::string& strGame, Counts& counts)
+        : m_strUser(UserOf(n)), m_strGame(strGame), m_counts(counts), m_random(static_cast<unsigned int>(n))
+    {
+    }
+
+    void Shop(Clock::time_point end)
+    {
+        while (Clock::now() < end) {
+            switch (m_random() % 8) {
+                case 0: Menu(); break;
+                case 1: Products(); break;
+                case 2: Detail(); break;
+                case 3: Balance(); break;
+                case 4:
+                case 5: Buy(); break;
+                default: Box(); break;
+            }
+        }
+    }
+
+private:
+    // Runs one call and counts how it ended. True if it was answered with success.
+    template <class Request, class Response>
+    bool Call(void (*pfnCall)(const Request*, Response*), const Request& req, Response& res)
+    {
+        const auto begin = Clock::now();
+        pfnCall(&req, &res);
+        const long nTaken = static_cast<long>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count());
+        for (long nLongest = m_counts.nLongest;
+             nTaken > nLongest && !m_counts.nLongest.compare_exchange_weak(nLongest, nTaken);) {
+        }
+        if (std::strstr(res.szError, "Failed to send") != nullptr) {  // the link has been cut and comes back
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            return false;
+        }
+        ++m_counts.nCalls;
+        const bool bTimeout = std::strstr(res.szError, "because of timeout.") != nullptr;
+        m_counts.nTimeouts += bTimeout;
+        if constexpr (requires { res.hChildProduct; })
+            m_counts.nLateDetails += bTimeout;
+        m_counts.nGood += res.bSuccess == 1;
+        return res.bSuccess == 1;
+    }
+    template <class Request>
+    Request Req() const
+    {
+        Request req{};
+        if constexpr (requires { req.szGameID; })
+            Put(req.szGameID, m_strGame);
+        if constexpr (requires { req.szUserID; })
+            Put(req.szUserID, m_strUser);
+        if constexpr (requires { req.szUserIP; })
+            Put(req.szUserIP, "10.0.0.1");
+        if constexpr (requires { req.szCharacterID; })
+            Put(req.szCharacterID, "hero");
+        if constexpr (requires { req.nLevel; })
+            req.nLevel = 99;
+        return req;
+    }
+    template <class Record, class Get, class Each>
+    void Read(_DATA_HANDLE* pHandle, Get get, Each each)
+    {
+        const std::size_t nCount = pHandle == nullptr ? 0 : GetDataSize(pHandle, nullptr, 0);
+        for (std::size_t n = 0; n < nCount; ++n) {
+            Record record;
+            EXPECT_TRUE(get(pHandle, n, &record, nullptr, 0));
+            each(record);
+        }
+        DestroyHandle(pHandle);
+    }
+
+    void Menu()
+    {
+        _LIST_RES res{};
+        if (Call(&QueryMenuList, Req<_GAME_REQ>(), res))
+            Read<_MENU_INFO>(res.hData, &GetMenuData, [&](const auto& menu) { m_vecBranches.push_back(menu.szBranchID); });
+    }
+    void Products()
+    {
+        if (m_vecBranches.empty())
+            return Menu();
+        auto req = Req<_PRODUCT_LIST_REQ>();
+        const std::string strBranch = m_vecBranches[m_random() % m_vecBranches.size()];
+        Put(req.szBranchID, strBranch);
+        req.cSearchType = 'A';
+        req.nRow = 50;
+        req.nPage = 1;
+        _PRODUCT_LIST_RES res{};
+        if (Call(&QueryProductList, req, res)) {
+            Read<_PROD_LIST_INFO>(res.hData, &GetProductData, [&](const auto& product) {
+                m_vecProducts.push_back(product.szProductID);
+            });
+        }
+    }
+    std::string AnyProduct()
+    {
+        if (m_vecProducts.empty())
+            Products();
+        return m_vecProducts.empty() ? "none" : m_vecProducts[m_random() % m_vecProducts.size()];
+    }
+    void Detail()
+    {
+        auto req = Req<_PRODUCT_DETAIL_REQ>();
+        const std::string strProduct = AnyProduct();
+        Put(req.szProductID, strProduct);
+        _PRODUCT_DETAIL_RES res{};
+        if (!Call(&QueryProductDetailInfo, req, res))
+            return;
+        EXPECT_EQ(std::string(res.szProductID), strProduct);
+        for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption})
+            DestroyHandle(pHandle);
+    }
+    void Balance()
+    {
+        _RUVCOIN_RES res{};
+        if (Call(&QueryRuvCoinInfo, Req<_RUVCOIN_REQ>(), res)) {
+            EXPECT_LE(res.nRuvCoin, kCoin);
+        }
+    }
+    void Buy()
+    {
+        auto req = Req<_PURCHASE_REQ>();
+        Put(req.szProductID, AnyProduct());
+        req.nCount = 1 + static_cast<int>(m_random() % 3);
+        _PURCHASE_RES res{};
+        Call(&PurchaseProduct, req, res);
+    }
+    // Looks into the box and moves one entry, or gives it back.
+    void Box()
+    {
+        auto search = Req<_STORAGE_SEARCH_REQ>();
+        search.cSearchType = 'A';
+        _LIST_RES res{};
+        if (!Call(&QueryStorageInfo, search, res))
+            return;
+        std::vector<_USE_STORAGE_INFO> vecEntries;
+        Read<_STORAGE_INFO>(res.hData, &GetStorageItemData, [&](const auto& entry) {
+            EXPECT_EQ(std::string(entry.szUserID), m_strUser);
+            auto& use = vecEntries.emplace_back();
+            use.nStorageSeq = entry.nStorageSeq;
+            use.nOrderSeq = entry.nOrderSeq;
+            std::memcpy(use.szItemID, entry.szItemID, sizeof(use.szItemID));
+        });
+        const _USE_STORAGE_INFO& use = vecEntries[m_random() % vecEntries.size()];
+        if (!Step(&StorageToInventory, GetHandleForUseStorageItemInfo(nullptr, 0),
+                  [&](auto* p) { return SetUseStorageItemData(p, use, nullptr, 0); }))
+            return;
+        const bool bConfirm = m_random() % 2 == 0;
+        Step(bConfirm ? &ConfirmStorageToInventory : &CancelStorageToInventory,
+             bConfirm ? GetHandleForConfirmUseStorageItemInfo(nullptr, 0)
+                      : GetHandleForCancelUseStorageItemInfo(nullptr, 0),
+             [&](auto* p) {
+                 return (bConfirm ? &SetConfirmUseStorageItemData : &SetCancelUseStorageItemData)(
+                     p, use.nStorageSeq, nullptr, 0);
+             });
+    }
+    bool Step(void (*pfnCall)(const _STORAGE_USE_REQ*, _RESULT_RES*), _DATA_HANDLE* pHandle,
+              const std::function<bool(const _DATA_HANDLE*)>& fill)
+    {
+        EXPECT_TRUE(fill(pHandle));
+        auto req = Req<_STORAGE_USE_REQ>();
+        req.hUseStorage = pHandle;
+        _RESULT_RES res{};
+        const bool bGood = Call(pfnCall, req, res);
+        DestroyHandle(pHandle);
+        return bGood;
+    }
+
+    const std::string m_strUser;
+    const std::string m_strGame;
+    Counts& m_counts;
+    std::mt19937 m_random;
+    std::vector<std::string> m_vecBranches;
+    std::vector<std::string> m_vecProducts;
+};
+
+// Moves the sandbox's clock as the real one goes.
+class ClockHand {
+public:
+    explicit ClockHand(SandboxTest::RunningSandbox& sandbox)
+        : m_thread([this, &sandbox] {
+              auto last = Clock::now();
+              while (!m_bEnough) {
+                  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                  const auto now = Clock::now();
+                  sandbox.Advance(std::chrono::duration_cast<std::chrono::milliseconds>(now - last).count());
+                  last = now;
+              }
+          })
+    {
+    }
+    ~ClockHand()
+    {
+        m_bEnough = true;
+        m_thread.join();
+    }
+    ClockHand(const ClockHand&) = delete;
+    ClockHand& operator=(const ClockHand&) = delete;
+
+private:
+    std::atomic<bool> m_bEnough{false};
+    std::thread m_thread;
+};
+
+void OrderFaults(SandboxTest::RunningSandbox& sandbox)
+{
+    const struct {
+        const char* pszKind;
+        double dProbability;
+    } kKinds[] = {{R"("kind": "delay", "ms": 300)", 0.05},  {R"("kind": "delay", "ms": 6000)", 0.003},
+                  {R"("kind": "drop")", 0.002},             {R"("kind": "refuse", "code": 99, "text": "not now")", 0.05},
+                  {R"("kind": "split", "bytes": 40)", 0.01}, {R"("kind": "coalesce", "ms": 50)", 0.05},
+                  {R"("kind": "cut", "bytes": 6)", 0.00005}};
+    for (const char* pszClass : {"XS2C_QueryMenuListAns", "XS2C_QueryProductListAns", "XS2C_QueryProductDetailAns",
+                                 "XS2C_QueryRuvcoinAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
+                                 "XC2S_RequestUseStorageAns", "XS2C_ConfirmUseStorageAns",
+                                 "XS2C_CancelUseStorageAns"}) {
+        for (const auto& kind : kKinds) {
+            const std::string strFault = std::string(R"({"class": ")") + pszClass + "\", " + kind.pszKind +
+                                         R"(, "count": 0, "probability": )" + std::to_string(kind.dProbability) + "}";
+            EXPECT_EQ(sandbox.Post("/fault", strFault).nStatus, 200) << strFault;
+        }
+    }
+}
+
+// What each user has and has paid is what he began with.
+void CheckMoney(SandboxTest::RunningSandbox& sandbox)
+{
+    long nOrders = 0;
+    for (int n = 0; n < kCallers; ++n) {
+        const auto user = sandbox.Get("/users?user=" + UserOf(n)).json["users"][0];
+        const auto orders = sandbox.Get("/orders?user=" + UserOf(n) + "&limit=100000").json["orders"];
+        long nPaid = 0;
+        for (const auto& order : orders)
+            nPaid += order["price"].get<long>();
+        EXPECT_EQ(user["ruvCoin"].get<long>() + nPaid, kCoin) << UserOf(n);
+        nOrders += static_cast<long>(orders.size());
+    }
+    EXPECT_GT(nOrders, kCallers);
+    std::printf("%ld orders\n", nOrders);
+}
+
+TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
+{
+    const SandboxTest::TempDir dir;
+    const std::string strGame = WriteSeed(dir / "seed.json");
+    SandboxTest::RunningSandbox sandbox("", dir / "seed.json");
+    GameServer game(sandbox.Port());
+    game.settings.nReconnectCycle = 1;
+    ASSERT_TRUE(game.Start());
+    Counts counts;
+    {
+        const ClockHand hand(sandbox);
+        OrderFaults(sandbox);
+        std::vector<std::thread> vecCallers;
+        const auto end = Clock::now() + kShopping;
+        for (int n = 0; n < kCallers; ++n)
+            vecCallers.emplace_back([&, n] { Shopper(n, strGame, counts).Shop(end); });
+        for (auto& caller : vecCallers)
+            caller.join();
+        std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
+    }
+    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms\n", counts.nCalls.load(),
+                counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load());
+    EXPECT_LT(counts.nLongest, kLongestCall.count());
+    EXPECT_GT(counts.nGood, 10 * kCallers);
+    EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+    // Only late details may have left their lists, at most three each.
+    EXPECT_LE(Singleton<CDataPool>::Instance().GetCount(), 3u * static_cast<std::size_t>(counts.nLateDetails));
+    CheckMoney(sandbox);
+    game.Stop();
+    EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);
+}
+
+}  // namespace
