@@ -45,4 +45,9 @@ std::string Printable(const std::string& strText)
     return strOut.size() < strText.size() ? strOut + "..." : strOut;
 }
 
+std::string Quoted(const std::string& strText)
+{
+    return "'" + Printable(strText) + "'";
+}
+
 }  // namespace Sandbox

@@ -26,5 +26,6 @@ private:
 
 // The text with '?' for control characters, cut to a length that a line can take.
 std::string Printable(const std::string& strText);
+std::string Quoted(const std::string& strText);  // so, between ' and '
 
 }  // namespace Sandbox

@@ -18,42 +18,6 @@ constexpr std::int64_t kUsers = 1000;
 constexpr std::int64_t kMaxUsers = 100'000;
 constexpr int kMaxDepth = 8;  // of a body
 
-std::string Query(const ControlRequest& request, const std::string& strKey)
-{
-    const auto it = request.mapQuery.find(strKey);
-    return it != request.mapQuery.end() ? it->second : "";
-}
-
-std::int64_t QueryNumber(const ControlRequest& request, const std::string& strKey, std::int64_t nMin,
-                         std::int64_t nMax, std::int64_t nDefault)
-{
-    if (!request.mapQuery.contains(strKey))
-        return nDefault;
-    const std::string strValue = Query(request, strKey);
-    std::int64_t nValue = 0;
-    const char* const pEnd = strValue.data() + strValue.size();
-    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, nValue);
-    if (error != std::errc() || pStop != pEnd || nValue < nMin || nValue > nMax) {
-        throw RequestError(400, strKey + ": a whole number from " + std::to_string(nMin) + " to " +
-                                    std::to_string(nMax) + " is expected");
-    }
-    return nValue;
-}
-
-Json ParseBody(const ControlRequest& request)
-{
-    try {
-        return Json::parse(request.strBody.empty() ? "{}" : request.strBody,
-                           [](int nDepth, Json::parse_event_t, Json&) {
-                               if (nDepth > kMaxDepth)
-                                   throw RequestError(400, "The body is nested too deeply.");
-                               return true;
-                           });
-    } catch (const Json::exception& e) {
-        throw RequestError(400, std::string("The body is not JSON: ") + e.what());
-    }
-}
-
 // Whether a field that names a user holds that text, in the message or in one of its records.
 bool NamesUser(const Json& fields, const std::string& strUser)
 {
@@ -92,6 +56,42 @@ Json BillingToJson(const Billing& billing)
 }
 
 }  // namespace
+
+std::string Query(const ControlRequest& request, const std::string& strKey)
+{
+    const auto it = request.mapQuery.find(strKey);
+    return it != request.mapQuery.end() ? it->second : "";
+}
+
+std::int64_t QueryNumber(const ControlRequest& request, const std::string& strKey, std::int64_t nMin,
+                         std::int64_t nMax, std::int64_t nDefault)
+{
+    if (!request.mapQuery.contains(strKey))
+        return nDefault;
+    const std::string strValue = Query(request, strKey);
+    std::int64_t nValue = 0;
+    const char* const pEnd = strValue.data() + strValue.size();
+    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, nValue);
+    if (error != std::errc() || pStop != pEnd || nValue < nMin || nValue > nMax) {
+        throw RequestError(400, strKey + ": a whole number from " + std::to_string(nMin) + " to " +
+                                    std::to_string(nMax) + " is expected");
+    }
+    return nValue;
+}
+
+Json ParseBody(const ControlRequest& request)
+{
+    try {
+        return Json::parse(request.strBody.empty() ? "{}" : request.strBody,
+                           [](int nDepth, Json::parse_event_t, Json&) {
+                               if (nDepth > kMaxDepth)
+                                   throw RequestError(400, "The body is nested too deeply.");
+                               return true;
+                           });
+    } catch (const Json::exception& e) {
+        throw RequestError(400, std::string("The body is not JSON: ") + e.what());
+    }
+}
 
 Reply JsonReply(int nStatus, const Json& json)
 {
@@ -132,17 +132,26 @@ const Control::Route Control::kRoutes[] = {
     {"POST", "/fault", {}, "order a fault for the messages of a class", &Control::AddFault},
     {"DELETE", "/fault", {}, "remove all faults", &Control::RemoveFaults},
     {"POST", "/reset", {}, "no faults, no messages, users as seeded, nobody checked in", &Control::Reset},
+    {"GET", "/shop", {"game"}, "what is sold, as a seed file has it", &Control::Shops},
+    {"GET", "/orders", {"user", "limit"}, "orders, the last first", &Control::Orders},
+    {"GET",
+     "/storage",
+     {"user", "limit"},
+     "a user's storage box, whatever state its entries are in",
+     &Control::Storage},
+    {"POST", "/storage", {}, "put entries into a storage box", &Control::FillStorage},
 };
 
 Control::Control(Store& store, Registry& registry, MessageLog& log, Faults& faults, Triggers& triggers,
-                 const Console& console, const std::vector<User>& vecSeed)
+                 const Console& console, const IClock& clock, const Seed& seed)
     : m_store(store),
       m_registry(registry),
       m_log(log),
       m_faults(faults),
       m_triggers(triggers),
       m_console(console),
-      m_vecSeed(vecSeed)
+      m_clock(clock),
+      m_seed(seed)
 {
 }
 
@@ -221,14 +230,19 @@ void Control::Users(const ControlRequest& request, const Respond& respond)
     const auto nLimit = QueryNumber(request, "limit", 1, kMaxUsers, kUsers);
     Json list = Json::array();
     if (const std::string strUser = Query(request, "user"); !strUser.empty()) {
-        const auto user = m_store.FindUser({strUser, false});
-        if (!user)
-            throw RequestError(404, "There is no user '" + Printable(strUser) + "'.");
-        list.push_back(UserToJson(*user));
+        list.push_back(UserToJson(FindUser(strUser)));
     } else {
         for (const User& user : m_store.GetUsers(nLimit)) list.push_back(UserToJson(user));
     }
     respond(JsonReply(200, {{"users", list}}));
+}
+
+User Control::FindUser(const std::string& strUser)
+{
+    auto user = m_store.FindUser({strUser, false});
+    if (!user)
+        throw RequestError(404, "There is no user " + Quoted(strUser) + ".");
+    return std::move(*user);
 }
 
 Json Control::UserToJson(const User& user)
@@ -243,6 +257,7 @@ Json Control::UserToJson(const User& user)
     Json others = Json::array();
     for (const Billing& other : m_store.GetOtherBillings(user.nID)) others.push_back(BillingToJson(other));
     json["otherBillings"] = others;
+    json.update(WalletToJson(user));
     json["session"] = nullptr;
     if (const auto session = m_store.FindSessionOf(user.nID)) {
         const Connector* const pConnector = m_registry.Find(session->nConnector);
@@ -314,11 +329,11 @@ void Control::Reset(const ControlRequest& request, const Respond& respond)
     JsonObject(ParseBody(request), "").Done();
     Transaction transaction = m_store.Begin();
     m_store.RemoveAllSessions();
-    for (const User& user : m_vecSeed) m_store.RestoreUser(user);
+    Restore(m_store, m_seed, m_clock.Now());
     transaction.Commit();
     m_faults.RemoveAll();
     m_log.Clear();
-    respond(JsonReply(200, {{"users", m_vecSeed.size()}}));
+    respond(JsonReply(200, {{"users", m_seed.listUsers.size()}}));
 }
 
 }  // namespace Sandbox

@@ -9,6 +9,7 @@
 #include "sandbox/MessageLog.h"
 #include "sandbox/Registry.h"
 #include "sandbox/Reply.h"
+#include "sandbox/Seed.h"
 #include "sandbox/Store.h"
 #include "sandbox/Triggers.h"
 
@@ -16,9 +17,9 @@ namespace Sandbox {
 
 class Control {
 public:
-    // vecSeed: the users that a reset restores; outlives the control.
+    // seed: what a reset restores; outlives the control.
     Control(Store& store, Registry& registry, MessageLog& log, Faults& faults, Triggers& triggers,
-            const Console& console, const std::vector<User>& vecSeed);
+            const Console& console, const IClock& clock, const Seed& seed);
 
     // Responds in any case, also to what is wrong. Does not throw.
     void Handle(const ControlRequest& request, const Respond& respond);
@@ -39,7 +40,15 @@ private:
     void RemoveFaults(const ControlRequest& request, const Respond& respond);
     void Reset(const ControlRequest& request, const Respond& respond);
 
+    void Shops(const ControlRequest& request, const Respond& respond);
+    void Orders(const ControlRequest& request, const Respond& respond);
+    void Storage(const ControlRequest& request, const Respond& respond);
+    void FillStorage(const ControlRequest& request, const Respond& respond);
+
+    User FindUser(const std::string& strUser);  // by id; throws RequestError
     Json UserToJson(const User& user);
+    Json WalletToJson(const User& user);
+    Json OrderToJson(const Order& order);
 
     Store& m_store;
     Registry& m_registry;
@@ -47,7 +56,15 @@ private:
     Faults& m_faults;
     Triggers& m_triggers;
     const Console& m_console;
-    const std::vector<User>& m_vecSeed;
+    const IClock& m_clock;
+    const Seed& m_seed;
 };
+
+// The argument of that name behind the path; empty if it is not there.
+std::string Query(const ControlRequest& request, const std::string& strKey);
+// Throws RequestError.
+std::int64_t QueryNumber(const ControlRequest& request, const std::string& strKey, std::int64_t nMin,
+                         std::int64_t nMax, std::int64_t nDefault);
+Json ParseBody(const ControlRequest& request);
 
 }  // namespace Sandbox

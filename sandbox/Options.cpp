@@ -19,8 +19,10 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->capture_default_str();
     app.add_option("--db", options.strDb,
                    "SQLite file that keeps users and sessions; in memory if not given");
-    app.add_option("--seed", options.strSeed, "Users to start with: demo, none, or a JSON file")
+    app.add_option("--seed", options.strSeed, "Users and shops to start with: demo, none, or a JSON file")
         ->capture_default_str();
+    app.add_flag("--save-on-purchase", options.bSaveOnPurchase,
+                 "Ask the game to save each purchase into the inventory of a receiver who is checked in");
     app.add_option("--answer-delay", nDelay, "Milliseconds before an answer leaves")
         ->check(CLI::Range(0, 600'000))
         ->capture_default_str();

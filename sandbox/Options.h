@@ -21,6 +21,7 @@ struct Options {
     std::string strHttpHost = "127.0.0.1";
     unsigned short nHttpPort = 12001;  // 0: any free one
     std::string strHttpPortFile;       // empty: none
+    bool bSaveOnPurchase = false;
 };
 
 // Exit codes of the program.

@@ -21,6 +21,43 @@ enum Result : int {
     kNotCheckedIn = 10,
 };
 
+// States of refused shop and storage requests, beside kUnknownUser, kNoUserNamed, kNotRegistered and
+// kStoreFailed.
+enum ShopState : int {
+    kUnknownGame = 20,
+    kUnknownProduct = 21,
+    kUnknownBranch = 22,
+    kUnknownGroup = 23,
+    kBadSearch = 24,
+    kBadPage = 25,
+    kUnknownReceiver = 26,
+    kTextTooLong = 27,
+    kTooManyRows = 28,
+    kNotOnSale = 30,
+    kBadCount = 31,
+    kLevelTooLow = 32,
+    kConditionFails = 33,
+    kNoGift = 34,
+    kSoldOnce = 35,
+    kWrongPassWord = 36,
+    kUnknownOption = 37,
+    kUnknownCoupon = 40,
+    kCouponUsed = 41,
+    kCouponExpired = 42,
+    kCouponOfOther = 43,  // of another product
+    kCouponsNotTaken = 44,
+    kNotEnoughCoin = 50,
+    kPriceTooHigh = 51,
+    kUnknownEntry = 60,  // in this user's box
+    kWrongItem = 61,     // the entry is of another order or item
+    kEntryReserved = 62,
+    kEntryUsed = 63,
+    kNotReserved = 64,
+    kReservedForOther = 65,
+    kEntryExpired = 66,
+    kNamedTwice = 67,
+};
+
 // Results of refused registrations.
 enum ConnectResult : int {
     kNoGID = 1,

@@ -1,82 +1,115 @@
 #include "sandbox/Seed.h"
 
+#include <fstream>
+#include <sstream>
+#include <utility>
+#include <vector>
+
 #include "sandbox/DateText.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr int kDay = 24 * 60 * 60;  // seconds
-
-User MakeUser(const char* pszUserID, int nUserNo, int nBillType, std::int64_t nRemainMinutes,
-              int nTermSeconds)
+// What a user owns. A coupon that is there belongs to somebody already, and may have been used.
+void GiveCoupons(Store& store, const SeedUser& seeded, std::int64_t nUser, const std::string& strName)
 {
-    User user;
-    user.strUserID = pszUserID;
-    user.strUserNo = std::to_string(nUserNo);
-    user.billing = {nBillType, 1000 + nBillType, nRemainMinutes, "CRM-" + std::to_string(nBillType), kNoEnd};
-    user.nTermSeconds = nTermSeconds;
-    return user;
+    for (const Coupon& coupon : seeded.listCoupons) {
+        Coupon given;
+        CopyFields(coupon.row, given.row);
+        given.strProductID = coupon.strProductID;
+        given.nUser = nUser;
+        if (!store.GetLedger().AddCoupon(given)) {
+            throw SeedError(strName + ": the coupon '" + coupon.row.strCouponUseID + "' of '" +
+                            seeded.user.strUserID + "' belongs to somebody already");
+        }
+    }
 }
 
-User MakeRefused(const char* pszUserID, int nUserNo, int nResult, const char* pszText)
+void FillSeededBox(Store& store, const SeedUser& seeded, const User& user, std::time_t now)
 {
-    User user = MakeUser(pszUserID, nUserNo, kFixedTerm, 0, 30 * kDay);
-    user.nResult = nResult;
-    user.strResultText = pszText;
-    return user;
+    if (seeded.nFillStorage == 0)
+        return;
+    if (const auto vecGames = store.GetCatalogue().GetGames(); !vecGames.empty())
+        FillBox(store, user, vecGames.front(), seeded.nFillStorage, now);
+}
+
+void CheckUserNo(Store& store, const User& user, const std::string& strName)
+{
+    const auto sameNo = store.FindUser({user.strUserNo, true});
+    if (sameNo && sameNo->strUserID != user.strUserID) {
+        throw SeedError(strName + ": the user number " + user.strUserNo + " of '" + user.strUserID +
+                        "' belongs to '" + sameNo->strUserID + "' already");
+    }
 }
 
 }  // namespace
 
-std::vector<User> GetDemoUsers()
-{
-    User carol = MakeUser("carol", 10003, kBoth, 300, 30 * kDay);
-    carol.vecOther = {{kFixedTerm, 1001, 0, "CRM-1", kNoEnd}, {kMetered, 1002, 45, "CRM-2", kNoEnd}};
-    User ended = MakeUser("term-is-over", 10011, kFixedTerm, 0, 0);
-    ended.billing.strEndDate = "20200101000000";
-    User cafe = MakeUser("pc-cafe", 10014, kFixedTerm, 0, 30 * kDay);
-    cafe.bPCCafe = true;
-    cafe.cFree = 'Y';
-    return {
-        MakeUser("alice", 10001, kFixedTerm, 0, 30 * kDay),
-        MakeUser("bob", 10002, kMetered, 600, 0),
-        carol,
-        MakeUser("dave", 10004, kFixedTerm, 0, 30 * kDay),
-        MakeUser("erin", 10005, kMetered, 600, 0),
-        MakeUser("expires-in-20s", 10010, kFixedTerm, 0, 20),
-        ended,
-        MakeUser("two-minutes-left", 10012, kMetered, 2, 0),
-        MakeUser("no-minutes-left", 10013, kMetered, 0, 0),
-        cafe,
-        MakeRefused("warned-90006", 10021, 90006, "Checked in, with a warning."),
-        MakeRefused("refused-30006", 10022, 30006, "Refused with the special code."),
-        MakeRefused("refused-5", 10023, 5, "This user is refused with code 5."),
-        MakeRefused("refused-1", 10024, 1, "This user is refused with code 1."),
-        MakeRefused("refused-40000", 10025, 40000, "This user is refused with code 40000."),
-    };
-}
-
-std::vector<User> GetSeedUsers(const std::string& strSeed)
+Seed GetSeed(const std::string& strSeed)
 {
     if (strSeed == "none")
         return {};
-    return strSeed == "demo" ? GetDemoUsers() : ReadUsers(strSeed);
+    if (strSeed == "demo")
+        return ParseSeed(kDemoSeed, "the demo's seed");
+    std::ifstream file(strSeed, std::ios::binary);
+    if (!file)
+        throw SeedError("seed: cannot open '" + strSeed + "'");
+    std::ostringstream text;
+    text << file.rdbuf();
+    return ParseSeed(text.str(), "seed: '" + strSeed + "'");
 }
 
-int AddUsers(Store& store, const std::vector<User>& vecUsers)
+void Plant(Store& store, const Seed& seed, std::time_t now)
 {
     Transaction transaction = store.Begin();
-    int nAdded = 0;
-    for (const User& user : vecUsers) {
-        const auto sameNo = store.FindUser({user.strUserNo, true});
-        if (sameNo && sameNo->strUserID != user.strUserID) {
-            throw SeedError("seed: the user number " + user.strUserNo + " of '" + user.strUserID +
-                            "' belongs to '" + sameNo->strUserID + "' already");
-        }
-        nAdded += store.AddUser(user) ? 1 : 0;
+    if (!seed.shops.is_null())
+        LoadShops(store.GetCatalogue(), seed.shops, seed.strName + " shops");
+    const bool bNoShop = store.GetCatalogue().GetGames().empty();
+    for (const SeedUser& seeded : seed.listUsers) {
+        CheckUserNo(store, seeded.user, seed.strName);
+        if (bNoShop && seeded.nFillStorage > 0)
+            throw SeedError(seed.strName + ": 'fillStorage' of '" + seeded.user.strUserID + "' needs a shop");
+        store.AddUser(seeded.user);
+        const auto user = store.FindUser({seeded.user.strUserID, false});
+        if (!store.GetLedger().OpenWallet(user->nID, seeded.wallet))
+            continue;
+        GiveCoupons(store, seeded, user->nID, seed.strName);
+        FillSeededBox(store, seeded, *user, now);
     }
     transaction.Commit();
-    return nAdded;
+}
+
+void Restore(Store& store, const Seed& seed, std::time_t now)
+{
+    store.GetLedger().UndoAll();
+    std::vector<std::pair<const SeedUser*, User>> vecRestored;
+    for (const SeedUser& seeded : seed.listUsers) {
+        store.RestoreUser(seeded.user);
+        vecRestored.emplace_back(&seeded, *store.FindUser({seeded.user.strUserID, false}));
+        store.GetLedger().RestoreWallet(vecRestored.back().second.nID, seeded.wallet);
+    }
+    for (const auto& [pSeeded, user] : vecRestored) {
+        GiveCoupons(store, *pSeeded, user.nID, seed.strName);
+        FillSeededBox(store, *pSeeded, user, now);
+    }
+}
+
+void FillBox(Store& store, const User& user, const std::string& strGameID, int nEntries, std::time_t now)
+{
+    Entry entry;
+    entry.nOwner = user.nID;
+    entry.strGameID = strGameID;
+    XStorageInfo& row = entry.row;
+    row.strUserID = user.strUserID;
+    row.strUserNo = user.strUserNo;
+    row.nCount = row.nRemainCount = 1;
+    row.strValidTerm = "0";
+    row.strBuyDate = row.strUseStartDate = FormatDate(now);
+    row.strValidDate = kNoEnd;
+    for (int i = 1; i <= nEntries; ++i) {
+        row.strItemID = "FILLED-" + std::to_string(i);
+        row.strItemName = "Filled item " + std::to_string(i);
+        store.GetLedger().AddEntry(entry);
+    }
 }
 
 }  // namespace Sandbox

@@ -1,11 +1,11 @@
-// Users from a JSON file: {"users": [{"userId": "zoe", "userNo": "501", "billType": 2, ...}]}.
+// Seeds as JSON: {"users": [{"userId": "zoe", "userNo": "501", ...}], "shops": [{"gameId": "GAME", ...}]}.
 #include <climits>
-#include <fstream>
 #include <set>
 
 #include "sandbox/DateText.h"
-#include "sandbox/JsonObject.h"
+#include "sandbox/MessageJson.h"
 #include "sandbox/Seed.h"
+#include "sandbox/SeedRecords.h"
 
 namespace Sandbox {
 namespace {
@@ -13,6 +13,9 @@ namespace {
 constexpr std::size_t kMaxKey = 22;  // bytes of a user id or number
 constexpr std::size_t kMaxCRMCode = 15;
 constexpr std::size_t kMaxText = 1024;
+constexpr std::size_t kMaxPassWord = 20;
+constexpr int kMaxFill = 100'000;
+constexpr int kMaxDepth = 16;
 
 Billing ReadBilling(JsonObject& object)
 {
@@ -27,9 +30,22 @@ Billing ReadBilling(JsonObject& object)
     return billing;
 }
 
-User ReadUser(const Json& json, const std::string& strPlace)
+void ReadCoupon(const Json& json, const std::string& strPlace, std::set<std::string>& setUseIDs,
+                Coupon& coupon)
 {
     JsonObject object(json, strPlace);
+    coupon.row.strUseEndDate = kNoEnd;
+    ReadRecord(coupon.row, object, {"couponUseId", "couponCode"});
+    CheckDiscount(object, coupon.row.nDiscountRate, coupon.row.nDiscountAmt);
+    CheckDate(object, "useEndDate", coupon.row.strUseEndDate);
+    coupon.strProductID = object.Text("productId", 20, "");
+    object.Done();
+    if (!setUseIDs.insert(coupon.row.strCouponUseID).second)
+        object.Fail("couponUseId", "there are two coupons '" + coupon.row.strCouponUseID + "'");
+}
+
+User ReadUser(JsonObject& object)
+{
     User user;
     user.strUserID = object.Text("userId", kMaxKey, nullptr);
     user.strUserNo = object.Text("userNo", kMaxKey, nullptr);
@@ -46,34 +62,57 @@ User ReadUser(const Json& json, const std::string& strPlace)
         user.vecOther.push_back(ReadBilling(other));
         other.Done();
     });
-    object.Done();
     return user;
+}
+
+void ReadSeedUser(const Json& json, const std::string& strPlace, std::set<std::string>& setCouponIDs,
+                  SeedUser& seeded)
+{
+    JsonObject object(json, strPlace);
+    seeded.user = ReadUser(object);
+    seeded.wallet.nRuvCoin = static_cast<int>(object.Number("ruvCoin", 0, INT_MAX, 0));
+    seeded.wallet.strPassWord = object.Text("passWord", kMaxPassWord, "");
+    seeded.nFillStorage = static_cast<int>(object.Number("fillStorage", 0, kMaxFill, 0));
+    object.List("coupons", [&](const Json& element, const std::string& strElement) {
+        ReadCoupon(element, strElement, setCouponIDs, seeded.listCoupons.emplace_back());
+    });
+    object.Done();
 }
 
 }  // namespace
 
-std::vector<User> ReadUsers(const std::string& strPath)
+Seed ParseSeed(const std::string& strJson, const std::string& strName)
 {
-    std::ifstream file(strPath, std::ios::binary);
-    if (!file)
-        throw SeedError("seed: cannot open '" + strPath + "'");
-    std::vector<User> vecUsers;
+    Seed seed;
+    seed.strName = strName;
     try {
-        const Json json = Json::parse(file);
-        JsonObject root(json, "seed: '" + strPath + "'");
-        std::set<std::string> setNames;
-        root.List("users", [&](const Json& element, const std::string& strPlace) {
-            vecUsers.push_back(ReadUser(element, strPlace));
-            if (!setNames.insert(vecUsers.back().strUserID).second)
-                throw SeedError(strPlace + ": there are two users '" + vecUsers.back().strUserID + "'");
+        const Json json = Json::parse(strJson, [&](int nDepth, Json::parse_event_t, Json&) {
+            if (nDepth > kMaxDepth)
+                throw JsonError(strName + ": is nested too deeply");
+            return true;
         });
+        JsonObject root(json, strName);
+        std::set<std::string> setNames, setCouponIDs;
+        root.List("users", [&](const Json& element, const std::string& strPlace) {
+            ReadSeedUser(element, strPlace, setCouponIDs, seed.listUsers.emplace_back());
+            const User& user = seed.listUsers.back().user;
+            if (!setNames.insert(user.strUserID).second)
+                throw SeedError(strPlace + ": there are two users '" + user.strUserID + "'");
+        });
+        if (const Json* const pShops = root.Find("shops")) {
+            seed.shops = *pShops;
+            Database db("");  // what is wrong with it is found before a database of the user's is touched
+            db.Execute(Catalogue::Schema() + Ledger::Schema());
+            Catalogue catalogue(db);
+            LoadShops(catalogue, seed.shops, strName + " shops");
+        }
         root.Done();
     } catch (const Json::exception& e) {
-        throw SeedError("seed: '" + strPath + "' is not JSON: " + e.what());
+        throw SeedError(strName + " is not JSON: " + e.what());
     } catch (const JsonError& e) {
         throw SeedError(e.what());
     }
-    return vecUsers;
+    return seed;
 }
 
 }  // namespace Sandbox

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <csignal>
 
-#include "sandbox/Seed.h"
-
 namespace Sandbox {
 namespace {
 
@@ -24,21 +22,20 @@ std::size_t GetMaxLinks()
     return static_cast<std::size_t>(std::max<rlim_t>(limit.rlim_cur, kOthers + 1) - kOthers);
 }
 
-std::vector<User> ReadSeed(const Options& options)
+Seed ReadSeed(const Options& options)
 {
     try {
-        return GetSeedUsers(options.strSeed);
+        return GetSeed(options.strSeed);
     } catch (const SeedError& e) {
         throw StartError(e.what());
     }
 }
 
-std::unique_ptr<Store> OpenStore(const Options& options, const std::vector<User>& vecSeed,
-                                 const IClock& clock)
+std::unique_ptr<Store> OpenStore(const Options& options, const Seed& seed, const IClock& clock)
 {
     try {
         auto pStore = std::make_unique<Store>(options.strDb, clock.Now());
-        AddUsers(*pStore, vecSeed);
+        Plant(*pStore, seed, clock.Now());
         return pStore;
     } catch (const StoreError& e) {
         throw StartError("The database " + (options.strDb.empty() ? "in memory" : "'" + options.strDb + "'") +
@@ -74,14 +71,14 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
 Server::Server(const Options& options, const IClock& clock, const Console& console)
     : m_clock(clock),
       m_console(console),
-      m_vecSeed(ReadSeed(options)),
-      m_pStore(OpenStore(options, m_vecSeed, clock)),
+      m_seed(ReadSeed(options)),
+      m_pStore(OpenStore(options, m_seed, clock)),
       m_registry(*m_pStore, clock),
       m_log(console),
       m_traffic(m_log, m_faults, m_timers, options.answerDelay),
       m_triggers(*m_pStore, m_registry, m_traffic, m_timers),
-      m_service(*m_pStore, m_registry, m_traffic, m_triggers, m_log, console, clock),
-      m_control(*m_pStore, m_registry, m_log, m_faults, m_triggers, console, m_vecSeed),
+      m_service(*m_pStore, m_registry, m_traffic, m_triggers, m_log, console, clock, options.bSaveOnPurchase),
+      m_control(*m_pStore, m_registry, m_log, m_faults, m_triggers, console, clock, m_seed),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_acceptor, options);

@@ -17,6 +17,7 @@
 #include "sandbox/MessageLog.h"
 #include "sandbox/Options.h"
 #include "sandbox/Registry.h"
+#include "sandbox/Seed.h"
 #include "sandbox/Service.h"
 #include "sandbox/StartError.h"
 #include "sandbox/Store.h"
@@ -78,7 +79,7 @@ private:
     const IClock& m_clock;
     const Console& m_console;
     asio::io_context m_context{1};
-    const std::vector<User> m_vecSeed;
+    const Seed m_seed;
     std::unique_ptr<Store> m_pStore;
     Registry m_registry;
     MessageLog m_log;

@@ -1,5 +1,7 @@
 #include "sandbox/Service.h"
 
+#include <string_view>
+
 #include "wirova/MessageCatalog.h"
 
 namespace Sandbox {
@@ -33,13 +35,20 @@ struct Service::RowOf<Handler> {
             try {
                 service.Commit(call, [&] { (service.*Handler)(call, req, ans); });
             } catch (const Refusal& refusal) {
+                call.vecAnswered.clear();
                 refuse(refusal.GetResult(), refusal.what());
             } catch (const StoreError& e) {
+                call.vecAnswered.clear();
                 service.m_console.Say(std::string("The database has failed: ") + e.what());
                 refuse(kStoreFailed, "The sandbox's database has failed.");
             }
         }
         service.m_traffic.Send(call.link, ans);
+        try {
+            for (const auto& answered : call.vecAnswered) answered();
+        } catch (const StoreError& e) {
+            service.m_console.Say(std::string("The database has failed: ") + e.what());
+        }
     }
     static constexpr Row kRow{Req::kMsgID, Run};
 };
@@ -78,17 +87,35 @@ const Service::Row Service::kRows[] = {
     RowOf<&Service::UserMoveTo>::kRow,
     RowOf<&Service::UserMoveFrom>::kRow,
     RowOf<&Service::Charge>::kRow,
+    RowOf<&Service::QueryMenuList>::kRow,
+    RowOf<&Service::QueryProductList>::kRow,
+    RowOf<&Service::QueryProductDetail>::kRow,
+    RowOf<&Service::QueryDiscount>::kRow,
+    RowOf<&Service::QueryCoupont>::kRow,
+    RowOf<&Service::QueryTag>::kRow,
+    RowOf<&Service::QuerySpecialProductList>::kRow,
+    RowOf<&Service::QuerySpecialProduct>::kRow,
+    RowOf<&Service::QueryRuvcoin>::kRow,
+    RowOf<&Service::SearchStorage>::kRow,
+    RowOf<&Service::ConfirmReadStorage>::kRow,
+    RowOf<&Service::RequestUseStorage>::kRow,
+    RowOf<&Service::ConfirmUseStorage>::kRow,
+    RowOf<&Service::CancelUseStorage>::kRow,
+    RowOf<&Service::PurchaseProduct>::kRow,
 };
 
 Service::Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
-                 const Console& console, const IClock& clock)
+                 const Console& console, const IClock& clock, bool bSaveOnPurchase)
     : m_store(store),
       m_registry(registry),
       m_traffic(traffic),
       m_triggers(triggers),
       m_log(log),
       m_console(console),
-      m_clock(clock)
+      m_clock(clock),
+      m_catalogue(store.GetCatalogue()),
+      m_ledger(store.GetLedger()),
+      m_bSaveOnPurchase(bSaveOnPurchase)
 {
 }
 
@@ -103,7 +130,7 @@ void Service::Handle(Link& link, Wirova::Stream* body)
 void Service::Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults)
 {
     const Wirova::int32 nMsgID = PeekMsgID(body);
-    Call call{link, link.GetConnector(), vecFaults, {}};
+    Call call{link, link.GetConnector(), vecFaults, {}, {}};
     for (const Row& row : kRows) {
         if (row.nMsgID == nMsgID)
             return row.run(*this, call, body);
@@ -143,6 +170,15 @@ void Service::OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* bod
     }
     m_console.Say(call.link.GetName() + ": a " + msg->GetMsgName() +
                   " is not served here and stays unanswered");
+}
+
+char SearchType(char cType, const char* pszKnown)
+{
+    if (cType == '\0' || cType == ' ')
+        return 'A';
+    if (std::string_view(pszKnown).find(cType) == std::string_view::npos)
+        throw Refusal(kBadSearch, std::string("The search type is none of ") + pszKnown + ".");
+    return cType;
 }
 
 }  // namespace Sandbox

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,16 +32,20 @@ public:
     static constexpr int kSilentCycles = 3;
     // A connector ends what has run out by itself, in its charge cycle. After this the service does.
     static constexpr std::int64_t kOverdueMilliseconds = 180'000;
+    static constexpr std::time_t kReserveSeconds = 60;       // from RequestUseStorage until confirm or cancel
+    static constexpr std::chrono::seconds kSavePatience{5};  // for the game to save what has been bought
 
+    // bSaveOnPurchase: the game is asked to save every purchase, not only those whose product says so.
     Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
-            const Console& console, const IClock& clock);
+            const Console& console, const IClock& clock, bool bSaveOnPurchase);
 
     // One frame being served. pConnector is null for what may come before the registration.
     struct Call {
         Link& link;
         Connector* pConnector;
-        const std::vector<std::string>& vecFaults;    // what has befallen the frame on its way
-        std::vector<std::function<void()>> vecAfter;  // run in order, once the changes are committed
+        const std::vector<std::string>& vecFaults;       // what has befallen the frame on its way
+        std::vector<std::function<void()>> vecAfter;     // run in order, once the changes are committed
+        std::vector<std::function<void()>> vecAnswered;  // then, once the answer is on its way
     };
 
     // Serves one frame, unless a fault is in its way: loads it, runs its handler in a transaction, sends the
@@ -76,6 +81,26 @@ private:
     void UserMoveFrom(Call& call, const XC2S_UserMoveFromReq& req, XS2C_UserMoveFromAns& ans);
     void Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns& ans);
 
+    void QueryMenuList(Call& call, const XC2S_QueryMenuListReq& req, XS2C_QueryMenuListAns& ans);
+    void QueryProductList(Call& call, const XC2S_QueryProductListReq& req, XS2C_QueryProductListAns& ans);
+    void QueryProductDetail(Call& call, const XC2S_QueryProductDetailReq& req,
+                            XS2C_QueryProductDetailAns& ans);
+    void QueryDiscount(Call& call, const XC2S_QueryDiscountReq& req, XS2C_QueryDiscountAns& ans);
+    void QueryCoupont(Call& call, const XC2S_QueryCoupontReq& req, XS2C_QueryCoupontAns& ans);
+    void QueryTag(Call& call, const XC2S_QueryTagReq& req, XS2C_QueryTagAns& ans);
+    void QuerySpecialProductList(Call& call, const XC2S_QuerySpecialProductListReq& req,
+                                 XS2C_QuerySpecialProductListAns& ans);
+    void QuerySpecialProduct(Call& call, const XC2S_QuerySpecialProductReq& req,
+                             XS2C_QuerySpecialProductAns& ans);
+    void QueryRuvcoin(Call& call, const XC2S_QueryRuvcoinReq& req, XS2C_QueryRuvcoinAns& ans);
+    void SearchStorage(Call& call, const XC2S_SearchStorageReq& req, XS2C_SearchStorageAns& ans);
+    void ConfirmReadStorage(Call& call, const XC2S_ConfirmReadStorageReq& req,
+                            XS2C_ConfirmReadStorageAns& ans);
+    void RequestUseStorage(Call& call, const XC2S_RequestUseStorageReq& req, XC2S_RequestUseStorageAns& ans);
+    void ConfirmUseStorage(Call& call, const XC2S_ConfirmUseStorageReq& req, XS2C_ConfirmUseStorageAns& ans);
+    void CancelUseStorage(Call& call, const XC2S_CancelUseStorageReq& req, XS2C_CancelUseStorageAns& ans);
+    void PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS2C_PurchaseProductAns& ans);
+
     // The one place where frames are served and answered.
     template <class Req>
     void Receive(Call& call, Req& req, Wirova::Stream* body);
@@ -109,6 +134,21 @@ private:
     // Ends sessions whose time is over and returns them; their connectors are still to be told.
     std::vector<Session> RemoveOverdue();
 
+    // Pieces of the shop's and the box's rules. All throw Refusal.
+    void RequireGame(const std::string& strGameID);
+    void RequireProduct(const std::string& strGameID, const std::string& strProductID, Product& product);
+    template <class Req>
+    User RequireBox(const Req& req);  // its owner
+    void RequireEntry(const User& owner, const std::string& strGameID, int nStorageSeq, Entry& entry);
+    template <class Req>
+    void EndReservations(const Req& req, EntryState state);
+    // After a purchase, once it is booked.
+    struct Delivered;
+    Link* LinkOf(const Session& session);  // null if he is on no link now
+    void NotifyStorage(const Delivered& delivered);
+    void AskToSave(const std::shared_ptr<Delivered>& pDelivered);
+    void OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswer, const std::string& strWhy);
+
     // Runs each(record) for the list's records; a Refusal is counted, the first few are shown.
     template <class Records, class Each>
     int CountRefused(const Call& call, const char* pszWhat, const Records& vecRecords, const Each& each);
@@ -122,6 +162,9 @@ private:
     MessageLog& m_log;
     const Console& m_console;
     const IClock& m_clock;
+    Catalogue& m_catalogue;
+    Ledger& m_ledger;
+    const bool m_bSaveOnPurchase;
     std::map<std::int64_t, std::int64_t> m_mapOverdue;  // Seq No to the milliseconds at which it was found
 };
 
@@ -147,5 +190,8 @@ UserKey KeyOf(const Named& named)
 {
     return named.strUserID.empty() ? UserKey{named.strUserNo, true} : UserKey{named.strUserID, false};
 }
+
+// The search type of a list, one of the known ones; 'A', all, if it is not set. Throws Refusal.
+char SearchType(char cType, const char* pszKnown);
 
 }  // namespace Sandbox

@@ -97,7 +97,11 @@ void Service::Sweep()
     }
     const std::vector<Session> vecOverdue = RemoveOverdue();
     Dropped(m_store.RemoveMovesBefore(m_clock.Now() - kMoveSeconds), "its move has not ended anywhere");
+    const int nReleased = m_ledger.ReleaseReservedBefore(m_clock.Now());
     transaction.Commit();
+    if (nReleased > 0)
+        m_console.Note("storage: " + std::to_string(nReleased) +
+                       " reserved entries wait again, nobody ended it");
     for (Connector* const pConnector : vecConfirmed) pConnector->msConfirmBy.reset();
     for (const Connector* const pConnector : vecGone) {
         m_console.Note(pConnector->identity.GetName() + ": is forgotten");

@@ -21,11 +21,6 @@ std::int64_t SeqNoOf(const std::string& strSeqNo)
     return error == std::errc() && pStop == pEnd && nSeqNo > 0 && nSeqNo <= INT32_MAX ? nSeqNo : 0;
 }
 
-std::string Quoted(const std::string& strText)
-{
-    return "'" + Printable(strText) + "'";
-}
-
 bool IsNamedBy(const Session& session, const UserKey& key)
 {
     return key.strText == (key.bNumber ? session.strUserNo : session.strUserID);

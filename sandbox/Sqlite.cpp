@@ -26,10 +26,11 @@ void Database::Execute(const std::string& strSql)
         Fail(m_db.get());
 }
 
-Statement::Statement(const Database& db, const char* pszSql)
+Statement::Statement(const Database& db, const std::string& strSql)
 {
     sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v3(db.Handle(), pszSql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v3(db.Handle(), strSql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) !=
+        SQLITE_OK)
         Fail(db.Handle());
     m_stmt.reset(stmt);
 }
@@ -47,7 +48,7 @@ void Statement::Bind(int nIndex, std::int64_t nValue)
         Fail(sqlite3_db_handle(m_stmt.get()));
 }
 
-void Statement::Bind(int nIndex, const std::string& strValue)
+void Statement::Bind(int nIndex, std::string_view strValue)
 {
     if (sqlite3_bind_text64(m_stmt.get(), nIndex, strValue.data(), strValue.size(), SQLITE_STATIC,
                             SQLITE_UTF8) != SQLITE_OK)

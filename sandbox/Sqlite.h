@@ -7,6 +7,10 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "sandbox/RecordColumns.h"
 
 namespace Sandbox {
 
@@ -35,15 +39,16 @@ private:
 // Prepared once, run often; it must not run inside its own row function.
 class Statement {
 public:
-    Statement(const Database& db, const char* pszSql);
+    Statement(const Database& db, const std::string& strSql);
 
-    // Binds the arguments in order, calls row(*this) for each row and returns their number.
+    // Binds the arguments in order, calls row(*this) for each row and returns their number. A wire record
+    // is as many arguments as it has fields.
     template <class Row, class... Args>
     int ForEach(const Row& row, const Args&... args)
     {
         const Rewinder rewinder{m_stmt.get()};
         [[maybe_unused]] int nIndex = 0;
-        (Bind(++nIndex, args), ...);
+        (BindNext(nIndex, args), ...);
         int nRows = 0;
         for (; Step(); ++nRows) row(*this);
         return nRows;
@@ -57,8 +62,39 @@ public:
     // Columns of the current row, from 0.
     std::int64_t Int(int nColumn) const { return sqlite3_column_int64(m_stmt.get(), nColumn); }
     std::string Text(int nColumn) const;
+    // The record's fields are the columns from that one on; returns the column behind them.
+    template <class Rec>
+    int Record(int nColumn, Rec& rec) const
+    {
+        Rec::ForEachField(rec, [&](const char*, auto& field) {
+            if constexpr (std::is_same_v<decltype(field), std::string&>)
+                field = Text(nColumn++);
+            else if constexpr (requires { field.nByte; })
+                field.nByte = static_cast<std::uint8_t>(Int(nColumn++));
+            else
+                field = static_cast<std::remove_reference_t<decltype(field)>>(Int(nColumn++));
+            return true;
+        });
+        return nColumn;
+    }
 
 private:
+    template <class Arg>
+    void BindNext(int& nIndex, const Arg& arg)
+    {
+        if constexpr (WireRecord<Arg>) {
+            Arg::ForEachField(arg, [&](const char*, const auto& field) {
+                BindNext(nIndex, field);
+                return true;
+            });
+        } else if constexpr (requires { arg.nByte; }) {
+            Bind(++nIndex, std::int64_t{arg.nByte});
+        } else if constexpr (std::is_null_pointer_v<Arg>) {
+            ++nIndex;  // null unless bound
+        } else {
+            Bind(++nIndex, arg);
+        }
+    }
     struct Finalizer {
         void operator()(sqlite3_stmt* stmt) const { sqlite3_finalize(stmt); }
     };
@@ -71,7 +107,7 @@ private:
         }
     };
     void Bind(int nIndex, std::int64_t nValue);
-    void Bind(int nIndex, const std::string& strValue);  // must live until the rows are done
+    void Bind(int nIndex, std::string_view strValue);  // must live until the rows are done
     bool Step();
 
     std::unique_ptr<sqlite3_stmt, Finalizer> m_stmt;

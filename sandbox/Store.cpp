@@ -6,7 +6,7 @@ namespace Sandbox {
 namespace {
 
 constexpr int kApplicationID = 0x56534258;  // marks a database file as a sandbox's
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;           // 1 had no shop
 
 constexpr char kSchema[] = R"(
 CREATE TABLE user (
@@ -67,29 +67,33 @@ std::int64_t GetNumber(Database& db, const char* pszSql)
     return nValue;
 }
 
-// Refuses a database that is not ours, untouched; makes the tables of a new one.
-void Prepare(Database& db, std::time_t now)
+// Refuses a database that is not ours, untouched; makes the tables that are missing.
+Database& Prepare(Database& db, std::time_t now)
 {
     const bool bNew = GetNumber(db, "SELECT count(*) FROM sqlite_master") == 0;
     if (!bNew && GetNumber(db, "PRAGMA application_id") != kApplicationID)
         throw StoreError("this database belongs to another program");
     const std::int64_t nVersion = GetNumber(db, "PRAGMA user_version");
-    if (!bNew && nVersion != kSchemaVersion) {
+    if (!bNew && (nVersion < 1 || nVersion > kSchemaVersion)) {
         throw StoreError("its tables are of version " + std::to_string(nVersion) +
-                         ", this program knows version " + std::to_string(kSchemaVersion));
+                         ", this program knows versions 1 to " + std::to_string(kSchemaVersion));
     }
     // One process a file; the log file keeps what was committed through a kill.
     db.Execute(
         "PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
         "PRAGMA foreign_keys = ON; BEGIN EXCLUSIVE; COMMIT");
-    if (!bNew)
-        return;
+    if (!bNew && nVersion == kSchemaVersion)
+        return db;
     Transaction transaction(db);
-    db.Execute(kSchema);
-    Statement(db, "INSERT INTO counter VALUES (?)").Run(FirstSeqNo(now));
+    if (bNew) {
+        db.Execute(kSchema);
+        Statement(db, "INSERT INTO counter VALUES (?)").Run(FirstSeqNo(now));
+    }
+    db.Execute(Catalogue::Schema() + Ledger::Schema());
     db.Execute("PRAGMA application_id = " + std::to_string(kApplicationID) +
                "; PRAGMA user_version = " + std::to_string(kSchemaVersion));
     transaction.Commit();
+    return db;
 }
 
 Billing BillingOf(const Statement& row, int nColumn)
@@ -123,6 +127,7 @@ struct Store::Statements {
     Statement addOther{db, "INSERT INTO other_billing VALUES (?, ?, ?, ?, ?, ?)"};
     Statement userByID{db, SELECT_USER "user_id = ?"};
     Statement userByNo{db, SELECT_USER "user_no = ?"};
+    Statement userByRow{db, SELECT_USER "id = ?"};
     Statement others{db,
                      "SELECT bill_type, product_id, remain_minutes, crm_code, end_date FROM other_billing"
                      " WHERE user = ? ORDER BY rowid"};
@@ -159,10 +164,12 @@ struct Store::Statements {
     Statement setUnconfirmed{db, "UPDATE session SET confirmed = 0 WHERE connector = ?"};
 };
 
-Store::Store(const std::string& strPath, std::time_t now) : m_db(strPath)
+Store::Store(const std::string& strPath, std::time_t now)
+    : m_db(strPath),
+      m_sql(std::make_unique<Statements>(Prepare(m_db, now))),
+      m_catalogue(m_db),
+      m_ledger(m_db)
 {
-    Prepare(m_db, now);
-    m_sql = std::make_unique<Statements>(m_db);
 }
 
 Store::~Store() = default;
@@ -223,6 +230,13 @@ std::optional<User> Store::FindUser(const UserKey& key)
     std::optional<User> found;
     (key.bNumber ? m_sql->userByNo : m_sql->userByID)
         .ForEach([&](const Statement& row) { found = UserOf(row); }, key.strText);
+    return found;
+}
+
+std::optional<User> Store::GetUser(std::int64_t nUser)
+{
+    std::optional<User> found;
+    m_sql->userByRow.ForEach([&](const Statement& row) { found = UserOf(row); }, nUser);
     return found;
 }
 

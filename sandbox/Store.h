@@ -1,4 +1,5 @@
-// The sandbox's memory: users, connectors and sessions in one SQLite database, in a file or in memory.
+// The sandbox's memory: users, connectors and sessions, the shop and what users own there, in one SQLite
+// database, in a file or in memory.
 // Everything throws StoreError. Changes belong into a Transaction of Begin().
 #pragma once
 
@@ -8,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "sandbox/Catalogue.h"
+#include "sandbox/Ledger.h"
 #include "sandbox/Sqlite.h"
 
 namespace Sandbox {
@@ -66,9 +69,13 @@ public:
 
     Transaction Begin() { return Transaction(m_db); }
 
+    Catalogue& GetCatalogue() { return m_catalogue; }
+    Ledger& GetLedger() { return m_ledger; }
+
     // ---- users ----
     bool AddUser(const User& user);  // false, and no change, if the user id is there already
     std::optional<User> FindUser(const UserKey& key);  // without the other billings
+    std::optional<User> GetUser(std::int64_t nUser);   // likewise
     std::vector<Billing> GetOtherBillings(std::int64_t nUser);
     std::vector<User> GetUsers(std::int64_t nLimit);  // the first ones, without the other billings
     void RestoreUser(const User& user);               // as AddUser, whatever has become of him since
@@ -115,6 +122,8 @@ private:
     Database m_db;  // statements below go first
     struct Statements;
     std::unique_ptr<Statements> m_sql;
+    Catalogue m_catalogue;
+    Ledger m_ledger;
 };
 
 }  // namespace Sandbox

@@ -19,11 +19,6 @@ constexpr std::int64_t kMaxTimeout = 60'000;
 constexpr std::size_t kMaxName = 64;  // bytes of a user or connector
 constexpr JsonLimits kAnswerLimits{1 << 20, 10'000, 8 << 20};
 
-std::string Quoted(const std::string& strText)
-{
-    return "'" + Printable(strText) + "'";
-}
-
 // Sets the text field of that name, if there is one.
 void SetText(IMessage& msg, std::string_view strField, const std::string& strValue)
 {
@@ -97,14 +92,23 @@ void Triggers::Fire(const std::string& strName, const Json& body, Respond respon
 
     EndIfForced(*msg, target);
     Link& link = *connector.pLink;
-    m_nLastReqID = m_nLastReqID < INT32_MAX ? m_nLastReqID + 1 : 1;
-    SetReqID(*msg, m_nLastReqID);
+    if (pAnswer != nullptr) {
+        return Ask(
+            link, *msg, timeout,
+            [&link, respond](const IMessage* ans, int nStatus, const std::string& strWhy) {
+                respond(ans != nullptr ? JsonReply(200, Shown(link, *ans)) : ErrorReply(nStatus, strWhy));
+            });
+    }
+    GiveReqID(*msg);
     const Json sent = Shown(link, *msg);
-    if (pAnswer != nullptr)
-        Await(link, *pAnswer, m_nLastReqID, timeout, std::move(respond));
     m_traffic.Send(link, *msg);
-    if (pAnswer == nullptr)
-        respond(JsonReply(200, sent));
+    respond(JsonReply(200, sent));
+}
+
+void Triggers::GiveReqID(IMessage& msg)
+{
+    m_nLastReqID = m_nLastReqID < INT32_MAX ? m_nLastReqID + 1 : 1;
+    SetReqID(msg, m_nLastReqID);
 }
 
 // By the user, who is then filled in, or by name.
@@ -159,17 +163,20 @@ Session Triggers::FindSessionOf(const std::string& strUser)
     return *session;
 }
 
-void Triggers::Await(Link& link, const ClassInfo& answer, Wirova::int32 nReqID,
-                     std::chrono::milliseconds timeout, Respond respond)
+void Triggers::Ask(Link& link, IMessage& req, std::chrono::milliseconds timeout, Heard heard)
 {
+    GiveReqID(req);
+    const ClassInfo& answer = *AnswerOf(*Wirova::FindClass(req.GetMsgID()));
     const auto it =
-        m_listWaiting.insert(m_listWaiting.end(), {&link, answer.nMsgID, nReqID, std::move(respond), 0});
+        m_listWaiting.insert(m_listWaiting.end(), {&link, answer.nMsgID, m_nLastReqID, std::move(heard), 0});
     it->nTimer = m_timers.After(timeout, [this, it, pszAnswer = answer.pszName, timeout] {
-        const Respond respondNow = std::move(it->respond);
+        const Heard heardNow = std::move(it->heard);
         m_listWaiting.erase(it);
-        respondNow(ErrorReply(504, std::string("The game has sent no ") + pszAnswer + " within " +
-                                       std::to_string(timeout.count()) + " ms."));
+        heardNow(nullptr, 504,
+                 std::string("The game has sent no ") + pszAnswer + " within " +
+                     std::to_string(timeout.count()) + " ms.");
     });
+    m_traffic.Send(link, req);
 }
 
 bool Triggers::IsAnswer(Wirova::int32 nMsgID)
@@ -188,23 +195,24 @@ bool Triggers::OnAnswer(const Link& link, const IMessage& ans)
     });
     if (it == m_listWaiting.end())
         return false;
-    const Respond respond = std::move(it->respond);
+    const Heard heard = std::move(it->heard);
     m_timers.Cancel(it->nTimer);
     m_listWaiting.erase(it);
-    respond(JsonReply(200, Shown(link, ans)));
+    heard(&ans, 200, "");
     return true;
 }
 
 void Triggers::OnClosed(const Link& link)
 {
+    std::list<Waiting> listLost;
     for (auto it = m_listWaiting.begin(); it != m_listWaiting.end();) {
-        if (it->pLink != &link) {
-            ++it;
-            continue;
-        }
-        m_timers.Cancel(it->nTimer);
-        it->respond(ErrorReply(502, "The connector's link has closed before the game has answered."));
-        it = m_listWaiting.erase(it);
+        const auto itThis = it++;
+        if (itThis->pLink == &link)
+            listLost.splice(listLost.end(), m_listWaiting, itThis);
+    }
+    for (const Waiting& lost : listLost) {
+        m_timers.Cancel(lost.nTimer);
+        lost.heard(nullptr, 502, "The connector's link has closed before the game has answered.");
     }
 }
 

@@ -28,6 +28,13 @@ public:
     // time is over or the link has closed. Throws RequestError, JsonError, StoreError and has sent nothing.
     void Fire(const std::string& strName, const Json& body, Respond respond);
 
+    // Hears the game's answer or, with null, why none comes: a status of HTTP and a text. Must not throw.
+    using Heard =
+        std::function<void(const Wirova::IMessage* pAnswer, int nStatus, const std::string& strWhy)>;
+    // Sends a request under a new Req ID. Unless the server ends first, heard is called once, possibly
+    // within.
+    void Ask(Link& link, Wirova::IMessage& req, std::chrono::milliseconds timeout, Heard heard);
+
     static bool IsAnswer(Wirova::int32 nMsgID);  // to one of the requests
     // Gives the answer to who waits for it; false if nobody does.
     bool OnAnswer(const Link& link, const Wirova::IMessage& ans);
@@ -40,7 +47,7 @@ private:
         const Link* pLink;
         Wirova::int32 nAnswerID;  // message id
         Wirova::int32 nReqID;
-        Respond respond;
+        Heard heard;
         std::uint64_t nTimer;
     };
 
@@ -51,8 +58,7 @@ private:
     Target FindTarget(JsonObject& object, Wirova::IMessage& msg);
     void EndIfForced(const Wirova::IMessage& msg, const Target& target);
     Session FindSessionOf(const std::string& strUser);
-    void Await(Link& link, const Wirova::ClassInfo& answer, Wirova::int32 nReqID,
-               std::chrono::milliseconds timeout, Respond respond);
+    void GiveReqID(Wirova::IMessage& msg);
 
     Store& m_store;
     Registry& m_registry;

@@ -79,7 +79,7 @@ TEST_F(ControlTest, SecretsAndSizesStayOutOfTheLog)
 {
     XC2S_PurchaseProductReq purchase;
     purchase.strPassWD = "open sesame";
-    m_client.Send(purchase);
+    m_client.Ask<XS2C_PurchaseProductAns>(purchase);
     XC2S_UserListSyncReq list;
     list.vecCheckOutInfo.Add().strUserID = std::string(5000, 'x');
     for (int i = 1; i < 5000; ++i) list.vecCheckOutInfo.Add().strUserID = std::string(500, 'x');

@@ -103,7 +103,7 @@ TEST_F(HostileTest, OddButWholeFramesDoNot)
     client.Send(XS2C_CheckInAns());  // the wrong way round
     XC2S_PurchaseProductReq purchase;
     purchase.strPassWD = "open sesame";
-    client.Send(purchase);
+    client.Ask<XS2C_PurchaseProductAns>(purchase);
     client.Settle();
     EXPECT_TRUE(m_sandbox.Shows("XS2C_CheckInAns is not served here"));
     EXPECT_EQ(m_sandbox.Lines().find("open sesame"), std::string::npos);

@@ -134,6 +134,36 @@ TEST_F(ProgramTest, ServesUntilItIsToldToEnd)
     EXPECT_EQ(program.End(SIGINT), 0);
 }
 
+// However it ends, each order has its entries and its price has been taken once.
+TEST_F(ProgramTest, PurchasesAreWholeAfterAKill)
+{
+    int nAnswered = 0, nBooked = 0;
+    for (int nKillAfter : {1, 7, 20}) {
+        WriteFile(m_strPortFile, kStale);
+        Program program(Args({"--answer-delay", "0", "--quiet"}), m_strOutput);
+        Client client(WaitForPort());
+        client.Register("game");
+        XC2S_PurchaseProductReq req;
+        FillPurchase(req, "dave", "POTION");
+        for (int i = 0; i < 60; ++i) client.Send(req);
+        for (int i = 0; i < nKillAfter; ++i, ++nAnswered) client.Receive<XS2C_PurchaseProductAns>();
+        EXPECT_EQ(program.End(SIGKILL), -SIGKILL);
+    }
+    WriteFile(m_strHttpPortFile, kStale);
+    Program program(Args({"--quiet"}), m_strOutput);
+    const unsigned short nHttpPort = WaitForHttpPort();
+    const auto orders = Http(nHttpPort, "GET", "/orders?user=dave&limit=1000").json["orders"];
+    const auto boxes = Http(nHttpPort, "GET", "/storage?user=dave&limit=1000").json["storage"];
+    for (const auto& order : orders) {
+        nBooked += order["price"].get<int>();
+        EXPECT_EQ(order["storageSeqs"].size(), 1u) << order;
+    }
+    EXPECT_GE(orders.size(), static_cast<std::size_t>(nAnswered)) << "what was answered is there";
+    EXPECT_EQ(boxes.size(), 25 + orders.size()) << "no entries without an order but those of the seed";
+    EXPECT_EQ(Http(nHttpPort, "GET", "/users?user=dave").json["users"][0]["ruvCoin"], 100'000 - nBooked);
+    EXPECT_EQ(program.End(SIGTERM), 0);
+}
+
 TEST_F(ProgramTest, EndsWhileHttpRequestsWait)
 {
     WriteFile(m_strHttpPortFile, kStale);

@@ -87,6 +87,47 @@ TEST_F(RestartTest, MinutesStayUsedAndSeedsDoNotGiveThemBack)
     EXPECT_EQ(client.CheckIn("bob")->nRemainMinutes, 599);
 }
 
+TEST_F(RestartTest, WhatWasBoughtStaysAndSeedsDoNotGiveItBack)
+{
+    {
+        RunningSandbox sandbox(m_strDb);
+        Client client(sandbox.Port());
+        client.Register();
+        EXPECT_EQ(client.Buy("alice", "SWORD")->nState, 0);
+    }
+    RunningSandbox sandbox(m_strDb);
+    Client client(sandbox.Port());
+    client.Register();
+    EXPECT_EQ(client.CoinOf("alice"), 3900);
+    EXPECT_EQ(client.Box("alice")->vecStorage.size(), 2u);
+    EXPECT_EQ(client.Box("dave")->vecStorage.size(), 25u) << "filled once";
+}
+
+// Files of the time before the shop.
+TEST_F(RestartTest, OlderFilesGetAShop)
+{
+    {
+        RunningSandbox sandbox(m_strDb);
+        Client client(sandbox.Port());
+        client.Register();
+        client.CheckIn("alice");
+    }
+    {
+        Sandbox::Database db(m_strDb);
+        for (const char* const pszTable :
+             {"shop_game", "shop_menu", "shop_branch_in", "shop_product", "shop_child", "shop_condition",
+              "shop_option", "shop_discount", "shop_product_tag", "shop_tag", "shop_group",
+              "shop_group_product", "wallet", "coupon", "storage", "shop_order"})
+            db.Execute(std::string("DROP TABLE ") + pszTable);
+        db.Execute("PRAGMA user_version = 1");
+    }
+    RunningSandbox sandbox(m_strDb);
+    EXPECT_EQ(sandbox.Sessions().size(), 1u);
+    Client client(sandbox.Port());
+    client.Register();
+    EXPECT_EQ(client.Buy("alice", "SWORD")->nState, 0);
+}
+
 TEST_F(RestartTest, OtherFilesAreRefusedAndLeftAlone)
 {
     const std::string strText = "Dear diary, this is not a database but quite long enough to be looked at.";

@@ -27,7 +27,7 @@ constexpr int kPatience = 20'000;  // milliseconds
 
 // ---- the sandbox ----
 
-RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strSeed)
+RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strSeed, bool bSaveOnPurchase)
     : m_console(Sandbox::Verbosity::Verbose, [this](const std::string& strLine) {
           const std::lock_guard lock(m_mutex);
           m_strLines += strLine + '\n';
@@ -38,6 +38,7 @@ RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strS
     options.nHttpPort = 0;
     options.strDb = strDb;
     options.strSeed = strSeed;
+    options.bSaveOnPurchase = bSaveOnPurchase;
     m_pServer = std::make_unique<Sandbox::Server>(options, m_clock, m_console);
     m_thread = std::thread([this] { m_pServer->Run(); });
 }
@@ -280,6 +281,43 @@ std::unique_ptr<XS2C_CheckOutAns> Client::CheckOut(const std::string& strUserID,
     req.strUserID = strUserID;
     req.strSeqNo = strSeqNo;
     return Ask<XS2C_CheckOutAns>(req);
+}
+
+void FillPurchase(XC2S_PurchaseProductReq& req, const std::string& strUserID, const std::string& strProductID)
+{
+    req.strGameID = kGame;
+    req.strUserID = strUserID;
+    req.strProductID = strProductID;
+    req.strServerID = "s";
+    req.strCharacterID = "hero";
+    req.nCount = 1;
+    req.nLevel = 30;
+}
+
+std::unique_ptr<XS2C_PurchaseProductAns> Client::Buy(const std::string& strUserID,
+                                                     const std::string& strProductID, int nCount,
+                                                     const std::string& strReceiver)
+{
+    XC2S_PurchaseProductReq req;
+    FillPurchase(req, strUserID, strProductID);
+    req.nCount = nCount;
+    req.strRecvUserID = strReceiver;
+    return Ask<XS2C_PurchaseProductAns>(req);
+}
+
+std::unique_ptr<XS2C_SearchStorageAns> Client::Box(const std::string& strUserID)
+{
+    XC2S_SearchStorageReq req;
+    req.strGameID = kGame;
+    req.strUserID = strUserID;
+    return Ask<XS2C_SearchStorageAns>(req);
+}
+
+int Client::CoinOf(const std::string& strUserID)
+{
+    XC2S_QueryRuvcoinReq req;
+    req.strUserID = strUserID;
+    return Ask<XS2C_QueryRuvcoinAns>(req)->nRuvCoin;
 }
 
 std::unique_ptr<XS2C_UserMoveToAns> Client::MoveTo(const std::string& strUserID)

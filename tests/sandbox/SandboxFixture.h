@@ -41,7 +41,8 @@ HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::s
 
 class RunningSandbox {
 public:
-    explicit RunningSandbox(const std::string& strDb = "", const std::string& strSeed = "demo");
+    explicit RunningSandbox(const std::string& strDb = "", const std::string& strSeed = "demo",
+                            bool bSaveOnPurchase = false);
     ~RunningSandbox();
 
     unsigned short Port() const { return m_pServer->GetPort(); }
@@ -110,6 +111,11 @@ public:
     std::unique_ptr<XS2C_CheckInAns> CheckIn(const std::string& strUserID);
     std::unique_ptr<XS2C_CheckOutAns> CheckOut(const std::string& strUserID,
                                                const std::string& strSeqNo = "");
+    std::unique_ptr<XS2C_PurchaseProductAns> Buy(const std::string& strUserID,
+                                                 const std::string& strProductID, int nCount = 1,
+                                                 const std::string& strReceiver = "");
+    std::unique_ptr<XS2C_SearchStorageAns> Box(const std::string& strUserID);
+    int CoinOf(const std::string& strUserID);
     std::unique_ptr<XS2C_UserMoveToAns> MoveTo(const std::string& strUserID);
     std::unique_ptr<XS2C_UserMoveFromAns> MoveFrom(const std::string& strUserID);
     template <class List>
@@ -146,6 +152,12 @@ public:
 private:
     std::string m_strPath;
 };
+
+// Of the demo's shop.
+inline constexpr char kGame[] = "DEMOGAME";
+// For level 30, on the server "s", by the character "hero".
+void FillPurchase(XC2S_PurchaseProductReq& req, const std::string& strUserID,
+                  const std::string& strProductID);
 
 void WriteFile(const std::string& strPath, const std::string& strText);
 std::string ReadFile(const std::string& strPath);  // empty if it is not there

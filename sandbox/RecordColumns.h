@@ -1,0 +1,71 @@
+// Wire records as rows: a table has columns of its own and then one for each field of its record, under the
+// field's wire name. The record's one list of fields says both.
+#pragma once
+
+#include <concepts>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace Sandbox {
+
+template <class Rec>
+concept WireRecord = requires(const Rec& rec)
+{
+    {
+        rec.IsNested()
+        } -> std::same_as<bool>;
+    Rec::kMsgID;
+};
+
+// Records are not copied as a whole, each belongs to its message. For those without lists.
+template <WireRecord Rec>
+void CopyFields(const Rec& from, Rec& to)
+{
+    std::vector<void*> vecTargets;
+    Rec::ForEachField(to, [&](const char*, auto& field) {
+        vecTargets.push_back(&field);
+        return true;
+    });
+    auto itTarget = vecTargets.begin();
+    Rec::ForEachField(from, [&](const char*, const auto& field) {
+        *static_cast<std::remove_cvref_t<decltype(field)>*>(*itTarget++) = field;
+        return true;
+    });
+}
+
+template <WireRecord Rec>
+int CountColumns()
+{
+    int nColumns = 0;
+    const Rec rec;
+    Rec::ForEachField(rec, [&](const char*, const auto&) { return ++nColumns > 0; });
+    return nColumns;
+}
+
+// "CREATE TABLE table (own columns, the record's, rest)"; the own ones and the rest end and begin with a
+// comma.
+template <WireRecord Rec>
+std::string CreateSql(const std::string& strTable, const std::string& strOwn, const std::string& strRest = "")
+{
+    std::string strColumns;
+    const Rec rec;
+    Rec::ForEachField(rec, [&](const char* pszName, const auto& field) {
+        strColumns += strColumns.empty() ? "" : ", ";
+        strColumns += pszName;
+        strColumns +=
+            std::same_as<decltype(field), const std::string&> ? " TEXT NOT NULL" : " INTEGER NOT NULL";
+        return true;
+    });
+    return "CREATE TABLE " + strTable + " (" + strOwn + strColumns + strRest + ");";
+}
+
+template <WireRecord Rec>
+std::string InsertSql(const std::string& strTable, int nOwn)
+{
+    std::string strPlaces = "?";
+    for (int i = 1; i < nOwn + CountColumns<Rec>(); ++i) strPlaces += ", ?";
+    return "INSERT INTO " + strTable + " VALUES (" + strPlaces + ")";
+}
+
+}  // namespace Sandbox
