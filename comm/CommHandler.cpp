@@ -143,7 +143,7 @@ void CCommHandler::Execute()
 {
     try {
         Log::Info("[Comm Handler] Session manager thread start.");
-        while (!Terminated()) {
+        while (!Terminated() && !m_bStop.load()) {
             if (m_bConnected.load()) {
                 BeatHeart();
             } else if (m_bFirstConnect.load()) {

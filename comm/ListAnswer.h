@@ -50,8 +50,8 @@ void FillRecord(Record& record, const Row& row)
     }
 }
 
-// Fills the list and files it. Each row of the message goes as soon as its record is there: a long list is
-// never in memory twice.
+// Fills the list and files it, unless it is empty. Each row of the message goes as soon as its record is there:
+// a long list is never in memory twice.
 template <class Record, class Rows>
 void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
 {
@@ -66,7 +66,8 @@ void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
         node.Add(record);
         LogRow(static_cast<int>(n), record);
     }
-    list.InsertNode();
+    if (!rows.empty())
+        list.InsertNode();
 }
 
 // A refusal by the service, or an answer without anything in it.

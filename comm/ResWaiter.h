@@ -46,18 +46,22 @@ public:
     template <class Answer, class Response>
     bool CompleteWaiter(int nReqID, const Response& response)
     {
-        Response replaced{};
-        if (!Store<Answer>(nReqID, response, replaced))
-            return false;
-        DestroyLists(replaced);
-        return true;
+        if constexpr (!kHasLists<Response>) {
+            return Store<Answer>(nReqID, response, [](const Response&) {});
+        } else {
+            Response replaced{};
+            const bool bStored = Store<Answer>(nReqID, response, [&](const Response& old) { replaced = old; });
+            DestroyLists(replaced);  // behind the locks
+            return bStored;
+        }
     }
 
     std::size_t GetCount();  // waiters in flight
 
 private:
-    template <class Answer, class Response>
-    bool Store(int nReqID, const Response& response, Response& replaced)
+    // keep(old) sees what was stored before.
+    template <class Answer, class Response, class Keep>
+    bool Store(int nReqID, const Response& response, Keep keep)
     {
         const Kernova::XTL::ScopedLock lock(m_lock);
         const auto it = m_mapWaiters.find(nReqID);
@@ -65,7 +69,8 @@ private:
             return false;
         auto& waiter = *static_cast<ResponseWait<Response>*>(it->second);
         const Kernova::XTL::ScopedLock lockWaiter(waiter.lock);
-        replaced = std::exchange(waiter.stResponse, response);
+        keep(waiter.stResponse);
+        waiter.stResponse = response;
         waiter.hEvent.Set();
         return true;
     }

@@ -19,6 +19,11 @@ void ForEachList(Response& res, Visit visit)
     }
 }
 
+template <class Response>
+inline constexpr bool kHasLists = requires(Response& res) { res.hBillingData; } ||
+                                  requires(Response& res) { res.hData; } ||
+                                  requires(Response& res) { res.hChildProduct; };
+
 // They are null in every response of failure.
 template <class Response>
 void ForgetLists(Response& res)

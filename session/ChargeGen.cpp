@@ -47,9 +47,11 @@ void CChargeGen::Execute()
 void CChargeGen::Run()
 {
     Log::Info("[Charge Gen] Charge gen thread start.");
-    while (!Terminated()) {
+    bool bLast = false;  // after a stop has been seen, however long it takes to terminate this thread
+    while (!Terminated() && !bLast) {
         m_wake.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetChargeCycle()));
         ResetUnlessStopping(m_wake, m_bStop);
+        bLast = m_bStop.load();
         if (m_bDisconnected.load())
             continue;
         Log::Info("[Charge Gen] Try to send a 'XC2S_ChargeReq' msg");
