@@ -176,7 +176,7 @@ void Server::ScheduleSweep()
     const auto due = std::chrono::steady_clock::now() + kSweepEvery;
     m_sweepTimer.expires_at(due);
     m_sweepTimer.async_wait([this, due](asio::error_code cancelled) {
-        if (cancelled)
+        if (cancelled || m_bStopped)  // a wait that has just ended cannot be cancelled
             return;
         // Far too late: the process has been stopped or busy, and what the peers have sent meanwhile is
         // still to be read. They are not silent.
