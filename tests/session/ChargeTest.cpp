@@ -211,6 +211,7 @@ TEST_F(ChargeTest, AStopRunsOneLastPassAndTellsTheGameNothing)
     ASSERT_TRUE(Game().Start());
     Add(User("pays", 2, ""));
     Add(User("gone", 1, kPast));
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "[Charge Gen] Charge gen thread start."));
     Game().Stop();
     Service().Settle();
     EXPECT_EQ(Service().Count<XC2S_ChargeReq>(), 1);
