@@ -36,7 +36,7 @@ TEST_F(LogicTest, ARefusalIsTheServicesOwnText)
     Service().RefuseRegistration(5, "server is full");
     EXPECT_FALSE(Game().Start());
     EXPECT_EQ(Game().LastError(), "server is full");
-    EXPECT_TRUE(Alive() == Counts());
+    EXPECT_TRUE(NothingIsLeft());
     Service().AcceptRegistration();
     EXPECT_TRUE(Game().Start());
 }
@@ -47,7 +47,7 @@ TEST_F(LogicTest, AServiceThatDoesNotAnswerIsNotWaitedForLongerThanFiveSeconds)
     Service().IgnoreRegistration();
     EXPECT_FALSE(Game().Start());
     EXPECT_EQ(Game().LastError(), "Failed to add connector to Velkar server.");
-    EXPECT_TRUE(Alive() == Counts());
+    EXPECT_TRUE(NothingIsLeft());
 }
 
 TEST_F(LogicTest, AServiceThatIsDownFailsTheStartAtOnce)
@@ -72,7 +72,7 @@ TEST_P(LogicStartTest, EveryStepMayFailAndLeavesNothing)
     Fail(GetParam().op, 1, GetParam().nAfter);
     EXPECT_FALSE(Game().Start());
     EXPECT_EQ(Game().LastError(), GetParam().pszError);
-    EXPECT_TRUE(Alive() == Counts()) << Describe(Alive());
+    EXPECT_TRUE(NothingIsLeft());
     EXPECT_FALSE(BeingTerminatedFlag().IsSet());
     EXPECT_TRUE(Game().Start());  // and the next start works
 }
@@ -190,7 +190,7 @@ TEST_F(LogicTest, ManyThreadsStartAndStopAtOnce)
     for (auto& thread : vecThreads)
         thread.get();
     UninitModule();
-    EXPECT_TRUE(Alive() == Counts()) << Describe(Alive());
+    EXPECT_TRUE(NothingIsLeft());
     EXPECT_TRUE(Game().Init()) << Game().LastError();
 }
 

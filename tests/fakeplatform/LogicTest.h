@@ -11,7 +11,7 @@
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
 //   Fail(Op::LinkSend), FastClock(), SetSecond, Advance, BlockConnect, HoldPools, ConnectReturnsLate,
-//   SendReturnsLate, Calls(Op::...), Alive()   fakeplatform/Fake.h
+//   SendReturnsLate, Calls(Op::...)            fakeplatform/Fake.h
 //   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor, Journal::LoggedInOrder
 //                                              fakeplatform/FakeLog.h
 //   HostProcess::SetLocalTime, Boxes, NotifyChange, SetDirectory            fakeplatform/FakeHost.h
@@ -37,11 +37,19 @@ protected:
         Fake::HoldPools(false);
         Fake::BlockConnect(false);
         LibraryTest::TearDown();
-        EXPECT_TRUE(Fake::Alive() == Fake::Counts()) << "left behind: " << Fake::Describe(Fake::Alive());
+        EXPECT_TRUE(NothingIsLeft());
         for (const std::string& strViolation : Fake::Violations())
             ADD_FAILURE() << "The library has broken a contract: " << strViolation;
         if (HasFailure())
             std::fprintf(stderr, "---- log ----\n%s-------------\n", Fake::Journal::Text().c_str());
+    }
+    // Of the platform's things, once the service has noticed the end of the link.
+    testing::AssertionResult NothingIsLeft()
+    {
+        Service().Settle();
+        if (Fake::Alive() == Fake::Counts())
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << Fake::Describe(Fake::Alive());
     }
 };
 
