@@ -12,15 +12,15 @@ namespace Sandbox {
 struct Options {
     std::string strHost = "127.0.0.1";
     unsigned short nPort = 12000;  // 0: any free one
-    std::string strDb;             // empty: in memory
+    std::string strDb{};           // empty: in memory
     std::string strSeed = "demo";  // or "none", or a JSON file
     std::chrono::milliseconds answerDelay{2};
     Verbosity verbosity = Verbosity::Normal;
-    std::string strPortFile;  // empty: none
+    std::string strPortFile{};  // empty: none
     bool bHttp = true;
     std::string strHttpHost = "127.0.0.1";
     unsigned short nHttpPort = 12001;  // 0: any free one
-    std::string strHttpPortFile;       // empty: none
+    std::string strHttpPortFile{};     // empty: none
     bool bSaveOnPurchase = false;
 };
 

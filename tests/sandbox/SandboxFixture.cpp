@@ -28,17 +28,24 @@ constexpr int kPatience = 20'000;  // milliseconds
 // ---- the sandbox ----
 
 RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strSeed, bool bSaveOnPurchase)
+    : RunningSandbox(
+          Sandbox::Options{.strDb = strDb, .strSeed = strSeed, .bSaveOnPurchase = bSaveOnPurchase})
+{
+}
+
+RunningSandbox::RunningSandbox(std::chrono::milliseconds answerDelay)
+    : RunningSandbox(Sandbox::Options{.answerDelay = answerDelay})
+{
+}
+
+RunningSandbox::RunningSandbox(Sandbox::Options options)
     : m_console(Sandbox::Verbosity::Verbose, [this](const std::string& strLine) {
           const std::lock_guard lock(m_mutex);
           m_strLines += strLine + '\n';
       })
 {
-    Sandbox::Options options;
     options.nPort = 0;
     options.nHttpPort = 0;
-    options.strDb = strDb;
-    options.strSeed = strSeed;
-    options.bSaveOnPurchase = bSaveOnPurchase;
     m_pServer = std::make_unique<Sandbox::Server>(options, m_clock, m_console);
     m_thread = std::thread([this] { m_pServer->Run(); });
 }

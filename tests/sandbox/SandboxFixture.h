@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -43,6 +44,7 @@ class RunningSandbox {
 public:
     explicit RunningSandbox(const std::string& strDb = "", const std::string& strSeed = "demo",
                             bool bSaveOnPurchase = false);
+    explicit RunningSandbox(std::chrono::milliseconds answerDelay);
     ~RunningSandbox();
 
     unsigned short Port() const { return m_pServer->GetPort(); }
@@ -58,6 +60,8 @@ public:
     ::testing::AssertionResult Shows(const std::string& strText) const;  // waits for it
 
 private:
+    explicit RunningSandbox(Sandbox::Options options);
+
     mutable std::mutex m_mutex;
     std::string m_strLines;
     FakeClock m_clock;

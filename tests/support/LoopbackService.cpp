@@ -17,7 +17,7 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::chrono::milliseconds kAnswerDelay{10};
+constexpr std::chrono::milliseconds kAnswerDelay{30};
 constexpr std::chrono::milliseconds kQuiet{50};
 
 struct Connection {

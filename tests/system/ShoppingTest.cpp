@@ -20,9 +20,12 @@ using Kernova::XTL::Singleton;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kCallers = 64;
+constexpr long kEnoughGood = 30 * kCallers;
 constexpr int kCoin = 1'000'000;
+constexpr std::chrono::seconds kMoreTime{60};
 constexpr std::chrono::seconds kShopping{VELKAR_SHOPPING_SECONDS};
 // A call waits five seconds; what is above that is the machine's, which is much with sanitizers and two processors.
+// How long the machine itself has stood still is measured and comes on top.
 constexpr std::chrono::milliseconds kLongestCall{VELKAR_LONGEST_CALL};
 
 std::string UserOf(int n) { return "shopper" + std::to_string(n); }
@@ -39,6 +42,11 @@ std::string WriteSeed(const std::string& strPath)
     return seed["shops"][0]["gameId"];
 }
 
+long MillisecondsOf(Clock::duration time)
+{
+    return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(time).count());
+}
+
 struct Counts {
     std::atomic<long> nCalls{0}, nGood{0}, nTimeouts{0}, nLateDetails{0};
     std::atomic<long> nLongest{0};  // milliseconds
@@ -52,9 +60,10 @@ public:
     {
     }
 
+    // Until then, and on a slow machine until all together have had enough.
     void Shop(Clock::time_point end)
     {
-        while (Clock::now() < end) {
+        while (Clock::now() < end || (m_counts.nGood < kEnoughGood && Clock::now() < end + kMoreTime)) {
             switch (m_random() % 8) {
                 case 0: Menu(); break;
                 case 1: Products(); break;
@@ -74,8 +83,7 @@ private:
     {
         const auto begin = Clock::now();
         pfnCall(&req, &res);
-        const long nTaken = static_cast<long>(
-            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count());
+        const long nTaken = MillisecondsOf(Clock::now() - begin);
         for (long nLongest = m_counts.nLongest;
              nTaken > nLongest && !m_counts.nLongest.compare_exchange_weak(nLongest, nTaken);) {
         }
@@ -224,16 +232,19 @@ private:
     std::vector<std::string> m_vecProducts;
 };
 
-// Moves the sandbox's clock as the real one goes.
+// Moves the sandbox's clock as the real one goes, and sees by how much the machine oversleeps.
 class ClockHand {
 public:
-    explicit ClockHand(SandboxTest::RunningSandbox& sandbox)
-        : m_thread([this, &sandbox] {
+    explicit ClockHand(SandboxTest::RunningSandbox& sandbox, long& nStill)
+        : m_thread([this, &sandbox, &nStill] {
+              constexpr std::chrono::milliseconds kTick{10};
               auto last = Clock::now();
               while (!m_bEnough) {
-                  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                  const auto begin = Clock::now();
+                  std::this_thread::sleep_for(kTick);
                   const auto now = Clock::now();
-                  sandbox.Advance(std::chrono::duration_cast<std::chrono::milliseconds>(now - last).count());
+                  nStill = std::max(nStill, MillisecondsOf(now - begin - kTick));
+                  sandbox.Advance(MillisecondsOf(now - last));
                   last = now;
               }
           })
@@ -299,8 +310,9 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
     game.settings.nReconnectCycle = 1;
     ASSERT_TRUE(game.Start());
     Counts counts;
+    long nStill = 0;  // milliseconds
     {
-        const ClockHand hand(sandbox);
+        const ClockHand hand(sandbox, nStill);
         OrderFaults(sandbox);
         std::vector<std::thread> vecCallers;
         const auto end = Clock::now() + kShopping;
@@ -310,10 +322,10 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
             caller.join();
         std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
     }
-    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms\n", counts.nCalls.load(),
-                counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load());
-    EXPECT_LT(counts.nLongest, kLongestCall.count());
-    EXPECT_GT(counts.nGood, 10 * kCallers);
+    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms (the machine stood still for %ld)\n",
+                counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
+    EXPECT_LT(counts.nLongest, kLongestCall.count() + nStill);
+    EXPECT_GE(counts.nGood, kEnoughGood);
     EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
     // Only late details may have left their lists, at most three each.
     EXPECT_LE(Singleton<CDataPool>::Instance().GetCount(), 3u * static_cast<std::size_t>(counts.nLateDetails));

@@ -48,7 +48,8 @@ protected:
     static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
 
 private:
-    SandboxTest::RunningSandbox m_sandbox;
+    // Long enough for every call to wait before its answer comes.
+    SandboxTest::RunningSandbox m_sandbox{std::chrono::milliseconds(30)};
     GameServer m_game;
 };
 
