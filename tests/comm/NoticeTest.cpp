@@ -73,7 +73,7 @@ TEST_F(NoticeTest, AnExpiryTellsTheGameFirstAndThenChecksOut)
 
 TEST_F(NoticeTest, AnExpiryThatCannotBeSentIsKeptIfTheUserIsKnown)
 {
-    Game().On<BillingEvent>([](const auto&) { Fail(Op::LinkSend); });
+    Game().On<BillingEvent>([](const auto&) { FailSend(); });
     SendEvent(0, "unknown");
     Settle();
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);

@@ -71,7 +71,7 @@ TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
     Service().Drop();
     Service().WaitForConnection(2);
     Service().Expect<XC2S_VelkarConnectReq>();
-    Fail(Op::LinkSend, 2);
+    Fail(Op::LinkSend, kAlways);
     Service().Send(XS2C_VelkarConnectAns());
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_UserListSyncReq' msg."));
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);

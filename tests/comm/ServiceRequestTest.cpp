@@ -232,7 +232,7 @@ TEST_F(ServiceRequestTest, AGameThatThrowsHurtsOnlyItsOwnRequest)
 TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)
 {
     ASSERT_TRUE(Game().Start());
-    Game().On<QueryInventory>([](const auto&, auto&) { Fail(Op::LinkSend); });
+    Game().On<QueryInventory>([](const auto&, auto&) { FailSend(); });
     XS2C_QueryInventoryReq req;
     Service().Send(req);
     EXPECT_TRUE(

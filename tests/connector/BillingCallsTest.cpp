@@ -202,7 +202,7 @@ TEST_F(BillingCallsTest, AUserMovesAway)
     EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError, "This user is not checkined.");
 
     Game().Checkin("abc");
-    Fail(Op::LinkSend);
+    FailSend();
     EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError,
                  "Failed to send a 'XC2S_UserMoveToReq' msg.");
     EXPECT_FALSE(IsIn("abc"));
@@ -246,7 +246,7 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
                  "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.");
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
-    Fail(Op::LinkSend);
+    FailSend();
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "Failed to send a 'XC2S_UserMoveFromReq' msg.");
     EXPECT_FALSE(IsIn("abc"));
     Wirova::RecordVector<XCheckOutInfo> list;

@@ -178,7 +178,7 @@ TEST_F(SessionCallsTest, ALateCheckinThatCannotBeUndoneIsKeptWithItsSeqNo)
     SetSecond(std::chrono::milliseconds(100));
     Game().Checkin("abc");
     const auto req = Service().Expect<XC2S_CheckInReq>();
-    Fail(Op::LinkSend);
+    FailSend();
     Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "99"; });
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "for checkin timeout."));
     while (Singleton<CFailedCheckOutVector>::Instance().GetCount() == 0)

@@ -245,7 +245,7 @@ TEST_F(ShopCallsTest, TheFramesFailures)
                                 "[Velkar Connector] QueryMenuList request or response arg is NULL."));
     EXPECT_STREQ(Game().Call(&QueryCouponList, Full<_USER_PRODUCT_REQ>()).szError,
                  "Failed to receive a 'XS2C_QueryCoupontAns' msg because of timeout.");
-    Fail(Op::LinkSend);
+    FailSend();
     EXPECT_STREQ(Game().Call(&QueryStorageInfo, Full<_STORAGE_SEARCH_REQ>()).szError,
                  "Failed to send a 'XC2S_SearchStorageReq' msg.");
     EXPECT_TRUE(Journal::Logged(Journal::Level::Info,

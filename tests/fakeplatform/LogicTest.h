@@ -10,7 +10,7 @@
 //
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
-//   Fail(Op::LinkSend), FastClock(), SetSecond, Advance, BlockConnect, HoldPools, ConnectReturnsLate,
+//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, BlockConnect, HoldPools, ConnectReturnsLate,
 //   SendReturnsLate, Calls(Op::...)            fakeplatform/Fake.h
 //   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor, Journal::LoggedInOrder
 //                                              fakeplatform/FakeLog.h
@@ -42,6 +42,13 @@ protected:
             ADD_FAILURE() << "The library has broken a contract: " << strViolation;
         if (HasFailure())
             std::fprintf(stderr, "---- log ----\n%s-------------\n", Fake::Journal::Text().c_str());
+    }
+    // The next sends fail, and not the heartbeat that follows every start.
+    static void FailSend(int nTimes = 1)
+    {
+        EXPECT_TRUE(Fake::Journal::WaitFor(Fake::Journal::Level::Debug,
+                                           "Success to send a 'XC2S_Heartbeat' msg."));
+        Fake::Fail(Fake::Op::LinkSend, nTimes);
     }
     // Of the platform's things, once the service has noticed the end of the link.
     testing::AssertionResult NothingIsLeft()

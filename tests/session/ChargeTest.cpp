@@ -145,7 +145,7 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
     ASSERT_TRUE(Game().Start());
     Add(User("gone", 1, kPast));
     Add(User("pays", 2, ""));
-    Fail(Op::LinkSend, 1);  // the checkout
+    FailSend();  // the checkout
     ChargeAll();
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
     EXPECT_FALSE(IsIn("gone"));
