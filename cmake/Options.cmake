@@ -10,6 +10,8 @@ target_compile_options(velkar_options INTERFACE
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
   # g++ 12 takes assignments of short literals to std::string for overlapping copies.
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
+  # In a compilation of several sources g++ takes an unnamed namespace of a source for one of a header.
+  $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
   -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 
 if(VELKAR_SANITIZE)

@@ -4,11 +4,11 @@
 #include <cstdio>
 
 #include "comm/FirstConnectWait.h"
+#include "comm/LastErrorCode.h"
 #include "config/ConfigReader.h"
 #include "connector/Logger.h"
 #include "connector/ModuleFlags.h"
 #include "platform/Host.h"
-#include "platform/Platova.h"
 #include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
@@ -19,8 +19,6 @@ namespace {
 constexpr int kConnectTimeout = 5000;      // milliseconds
 constexpr unsigned int kFirstIdle = 50;    // milliseconds, while the first connection is pending
 constexpr unsigned int kStopPoll = 50;     // milliseconds
-
-int LastError() { return static_cast<int>(Platova::GetLastError()); }
 
 }  // namespace
 
@@ -56,7 +54,8 @@ bool CCommHandler::CreateConnector()
     if (m_pPool != nullptr)
         m_pConnector.store(Netrova::Connector::CreateHandle(m_pPool));
     if (m_pPool == nullptr || m_pConnector.load() == nullptr) {
-        Log::ErrorFmt("[Comm Handler] Failed to create a thread pool or connector. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to create a thread pool or connector. [Error code: %d]",
+                      LastErrorCode());
         SetLastErrorText("[Comm Handler] Failed to create a thread pool or connector.");
         return false;
     }
@@ -74,7 +73,7 @@ bool CCommHandler::SetConnectorCallbacks()
         SetOnReceived(p, &CCommHandler::OnReceived, nullptr))
         return true;
     Log::ErrorFmt("[Comm Handler] Failed to set callback functions for socket operations. [Error code: %d]",
-                  LastError());
+                  LastErrorCode());
     SetLastErrorText("[Comm Handler] Failed to set callback functions for socket operations.");
     return false;
 }
@@ -100,7 +99,7 @@ bool CCommHandler::ConnectFirst()
         return true;
     char szWhere[256];
     std::snprintf(szWhere, sizeof(szWhere), "IP: %s, Port: %d, ErrorCode: %d", strServerIP.c_str(), nServerPort,
-                  LastError());
+                  LastErrorCode());
     SetLastErrorText(std::string("[Comm Handler] Failed to connect to Velkar server. ") + szWhere);
     Log::ErrorFmt("%s", GetLastErrorText().c_str());
     return false;

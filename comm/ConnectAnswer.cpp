@@ -2,8 +2,8 @@
 #include "comm/CommHandler.h"
 #include "comm/FirstConnectWait.h"
 #include "comm/Handlers.h"
+#include "comm/LastErrorCode.h"
 #include "connector/Logger.h"
-#include "platform/Platova.h"
 #include "session/FailedCheckOutVector.h"
 
 using Kernova::XTL::Singleton;
@@ -21,7 +21,7 @@ bool SendList()
     if (Singleton<CCommHandler>::Instance().SendMessage<M>())
         return true;
     Log::ErrorFmt("[Comm Handler] Failed to send a '%s' msg. [Error code: %d]", M().GetMsgName(),
-                  static_cast<int>(Platova::GetLastError()));
+                  LastErrorCode());
     return false;
 }
 

@@ -2,8 +2,8 @@
 #include "comm/CommHandler.h"
 #include "comm/FrameLoop.h"
 #include "comm/HandlerTable.h"
+#include "comm/LastErrorCode.h"
 #include "connector/Logger.h"
-#include "platform/Platova.h"
 #include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
@@ -14,8 +14,6 @@ namespace {
 
 constexpr int kRecvSize = 1024;     // bytes asked for at a time
 constexpr int kRecvsOutstanding = 2;
-
-int LastError() { return static_cast<int>(Platova::GetLastError()); }
 
 struct ActiveLinks {
     explicit ActiveLinks(Netrova::Connector::_THandle* p)
@@ -55,7 +53,8 @@ void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_TH
     Log::Info("[Comm Handler] Velkar connector is connected to Velkar server.");
     Netrova::Link::AddRef(pLink);
     if (!self.Register()) {
-        Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]",
+                      LastErrorCode());
         return;
     }
     for (int i = 0; i < kRecvsOutstanding; ++i)
@@ -105,7 +104,7 @@ void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THa
     Log::Info("[Comm Handler] Msg from a Velkar server is received.");
     Strova::_THandle* const pStream = Netrova::Link::LockReadStream(pLink);
     if (pStream == nullptr) {
-        Log::ErrorFmt("[Comm Handler] Failed to get a recv stream. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to get a recv stream. [Error code: %d]", LastErrorCode());
         return;
     }
     const bool bGoOn = HandleFrames(self.m_table, pStream, pLink);
@@ -144,24 +143,26 @@ bool CCommHandler::SendOnLink(BuildFunction pfnBuild, void* pBuild)
 {
     const ActiveLinks links(m_pConnector.load());
     if (links.pList == nullptr) {
-        Log::ErrorFmt("[Comm Handler] Failed to get active link list for request. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to get active link list for request. [Error code: %d]",
+                      LastErrorCode());
         return false;
     }
     Netrova::Link::_THandle* const pLink = Netrova::ActiveLinkList::GetLink(links.pList, 0);
     if (pLink == nullptr) {
-        Log::ErrorFmt("[Comm Handler] Failed to get an active link for request. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to get an active link for request. [Error code: %d]",
+                      LastErrorCode());
         return false;
     }
     const OutStream stream;
     if (stream.p == nullptr) {
-        Log::ErrorFmt("[Comm Handler] Failed to make stream for request. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to make stream for request. [Error code: %d]", LastErrorCode());
         return false;
     }
     const Built built = pfnBuild(pBuild, stream.p);
     if (built != Built::Ready)
         return built == Built::Nothing;
     if (Netrova::Link::Send(pLink, Strova::GetXMemory(stream.p)) == -1) {
-        Log::ErrorFmt("[Comm Handler] Failed to send a request msg. [Error code: %d]", LastError());
+        Log::ErrorFmt("[Comm Handler] Failed to send a request msg. [Error code: %d]", LastErrorCode());
         return false;
     }
     return true;

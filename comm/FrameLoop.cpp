@@ -1,7 +1,7 @@
 #include "comm/FrameLoop.h"
 
+#include "comm/LastErrorCode.h"
 #include "connector/Logger.h"
-#include "platform/Platova.h"
 #include "wirova/Frame.h"
 
 namespace {
@@ -35,7 +35,7 @@ bool HandleFrames(const Wirova::CMsgHandlerTable& table, Wirova::Stream* pStream
     while (!IsFrameTooLong(pStream) && IsValidStream(pStream)) {
         if (Strova::RemoveLeft(pStream, 4) == -1) {
             Log::ErrorFmt("[Comm Handler] Failed to remove a msg header from a recv stream. [Error code: %d]",
-                          static_cast<int>(Platova::GetLastError()));
+                          LastErrorCode());
             if (++nHeaderFailures == kMaxHeaderFailures)
                 return false;
             continue;

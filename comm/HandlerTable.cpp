@@ -4,8 +4,8 @@
 #include <cstddef>
 
 #include "comm/Handlers.h"
+#include "comm/LastErrorCode.h"
 #include "connector/Logger.h"
-#include "platform/Platova.h"
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
@@ -26,7 +26,7 @@ bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
     if (msg.Load(pStream))
         return true;
     Log::ErrorFmt("[Comm Handler] Failed to load a '%s' msg from a recv stream. [Error code: %d]",
-                  msg.GetMsgName(), static_cast<int>(Platova::GetLastError()));
+                  msg.GetMsgName(), LastErrorCode());
     return false;
 }
 

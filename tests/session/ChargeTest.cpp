@@ -13,7 +13,7 @@ constexpr Host::LocalTime kNow = {2026, 3, 4, 5, 6, 7, 0};
 constexpr const char* kPast = "20260304050606";
 constexpr const char* kFuture = "20260304050608";
 
-CUserInfo User(const std::string& strKey, int nBillingID, const char* pszEndDate, int nProductID = kProductID)
+CUserInfo BilledUser(const std::string& strKey, int nBillingID, const char* pszEndDate, int nProductID = kProductID)
 {
     CUserInfo info;
     info.SetKey(strKey);
@@ -43,7 +43,7 @@ TEST(UserInfo, AnEndDateIsPassedOnceItsSecondIsOver)
                  {"2026-3040506", true},
                  {"99991231235959", false}};
     for (const auto& row : kRows)
-        EXPECT_EQ(User("abc", 1, row.pszEndDate).IsEndDatePassed(kNow), row.bPassed) << row.pszEndDate;
+        EXPECT_EQ(BilledUser("abc", 1, row.pszEndDate).IsEndDatePassed(kNow), row.bPassed) << row.pszEndDate;
 }
 
 TEST(UserInfo, TheBillingIdDecides)
@@ -56,8 +56,8 @@ TEST(UserInfo, TheBillingIdDecides)
         {2, ChargeState::Charge, ChargeState::Charge},   {3, ChargeState::Expired, ChargeState::Charge},
         {4, ChargeState::Nothing, ChargeState::Nothing}, {-1, ChargeState::Nothing, ChargeState::Nothing}};
     for (const auto& row : kRows) {
-        EXPECT_EQ(User("abc", row.nBillingID, kPast).GetChargeState(kNow), row.past) << row.nBillingID;
-        EXPECT_EQ(User("abc", row.nBillingID, kFuture).GetChargeState(kNow), row.future) << row.nBillingID;
+        EXPECT_EQ(BilledUser("abc", row.nBillingID, kPast).GetChargeState(kNow), row.past) << row.nBillingID;
+        EXPECT_EQ(BilledUser("abc", row.nBillingID, kFuture).GetChargeState(kNow), row.future) << row.nBillingID;
     }
 }
 
@@ -86,11 +86,11 @@ protected:
 TEST_F(ChargeTest, OnePassReportsEachProductsUsersInOrder)
 {
     ASSERT_TRUE(Game().Start());
-    Add(User("b", 2, "", 7));
-    Add(User("a", 2, "", 7));
-    Add(User("c", 3, kFuture, 8));
-    Add(User("d", 0, "", 7));   // the product was not configured at the checkin
-    Add(User("e", 2, "", 99));  // of a product that is not configured any more
+    Add(BilledUser("b", 2, "", 7));
+    Add(BilledUser("a", 2, "", 7));
+    Add(BilledUser("c", 3, kFuture, 8));
+    Add(BilledUser("d", 0, "", 7));   // the product was not configured at the checkin
+    Add(BilledUser("e", 2, "", 99));  // of a product that is not configured any more
     EXPECT_EQ(ChargeAll().bSuccess, 1);
     for (const bool bFirst : {true, false}) {
         const auto gold = Service().Expect<XC2S_ChargeReq>();
@@ -113,9 +113,9 @@ TEST_F(ChargeTest, OnePassReportsEachProductsUsersInOrder)
 TEST_F(ChargeTest, ATermThatHasEndedEndsTheSession)
 {
     ASSERT_TRUE(Game().Start());
-    Add(User("gone", 1, kPast, 99));
-    Add(User("both", 3, kPast, 8));
-    Add(User("stays", 1, kFuture, 7));
+    Add(BilledUser("gone", 1, kPast, 99));
+    Add(BilledUser("both", 3, kPast, 8));
+    Add(BilledUser("stays", 1, kFuture, 7));
     bool bStillIn = false, bToldLast = false;
     Game().On<BillingEvent>([&](const auto& info) {
         bStillIn = IsIn(info.szUserKey);
@@ -143,8 +143,8 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
 {
     Game().SetNull<BillingEvent>();
     ASSERT_TRUE(Game().Start());
-    Add(User("gone", 1, kPast));
-    Add(User("pays", 2, ""));
+    Add(BilledUser("gone", 1, kPast));
+    Add(BilledUser("pays", 2, ""));
     FailSend();  // the checkout
     ChargeAll();
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
@@ -158,7 +158,7 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
 TEST_F(ChargeTest, AGameThatThrowsLosesNoExpiry)
 {
     ASSERT_TRUE(Game().Start());
-    for (const char* pszUser : {"a", "b"}) Add(User(pszUser, 1, kPast));
+    for (const char* pszUser : {"a", "b"}) Add(BilledUser(pszUser, 1, kPast));
     Game().On<BillingEvent>([](const auto&) { throw 1; });
     EXPECT_EQ(ChargeAll().bSuccess, 1);
     EXPECT_EQ(Game().Got<BillingEvent>().size(), 2u);
@@ -170,7 +170,7 @@ TEST_F(ChargeTest, WhenChargeItselfFails)
     EXPECT_STREQ(ChargeAll().szError, "Velkar Connector is not initialized.");
     Charge(nullptr);
     ASSERT_TRUE(Game().Start());
-    Add(User("pays", 2, ""));
+    Add(BilledUser("pays", 2, ""));
     Fail(Op::LinkSend, kAlways);
     // The product with nobody to charge counts as gone out.
     EXPECT_EQ(ChargeAll().bSuccess, 1);
@@ -187,12 +187,12 @@ TEST_F(ChargeTest, TheCycleRunsByItselfAndFollowsTheSettings)
     Game().settings.nChargeCycle = 1;
     ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(50));
-    Add(User("pays", 2, ""));
+    Add(BilledUser("pays", 2, ""));
     for (const int nFirst : {1, 0, 0})
         EXPECT_EQ(Service().Expect<XC2S_ChargeReq>()->vecChargeInfo[0]->bFirst.nByte, nFirst);
     // Without the link nobody is charged and nobody expires; nothing is made up for.
     Game().settings.nChargeCycle = 3600;
-    Add(User("term", 1, kFuture));
+    Add(BilledUser("term", 1, kFuture));
     Service().Down();
     Service().WaitForDisconnect();
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info,
@@ -209,8 +209,8 @@ TEST_F(ChargeTest, TheCycleRunsByItselfAndFollowsTheSettings)
 TEST_F(ChargeTest, AStopRunsOneLastPassAndTellsTheGameNothing)
 {
     ASSERT_TRUE(Game().Start());
-    Add(User("pays", 2, ""));
-    Add(User("gone", 1, kPast));
+    Add(BilledUser("pays", 2, ""));
+    Add(BilledUser("gone", 1, kPast));
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "[Charge Gen] Charge gen thread start."));
     Game().Stop();
     Service().Settle();
@@ -234,7 +234,7 @@ TEST_F(ChargeTest, ChargesAndSessionsAtOnce)
                 Game().Checkin(strUser);
                 if (n == 0)
                     ChargeAll();
-                Add(User("term" + std::to_string(i), 1, kPast));
+                Add(BilledUser("term" + std::to_string(i), 1, kPast));
                 Game().Checkout(strUser);
             }
         }));

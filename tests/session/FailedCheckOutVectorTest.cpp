@@ -2,16 +2,9 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+#include "tests/session/Users.h"
 
-CUserInfo User(const char* pszKey, const char* pszIP, const char* pszSeqNo = "1")
-{
-    CUserInfo info;
-    info.SetKey(pszKey);
-    info.SetUserIP(pszIP);
-    info.SetSeqNo(pszSeqNo);
-    return info;
-}
+namespace {
 
 using List = Wirova::RecordVector<XCheckOutInfo>;
 

@@ -5,16 +5,9 @@
 #include <atomic>
 #include <thread>
 
-namespace {
+#include "tests/session/Users.h"
 
-CUserInfo User(const char* pszKey, const char* pszIP = "10.0.0.1", const char* pszSeqNo = "1")
-{
-    CUserInfo info;
-    info.SetKey(pszKey);
-    info.SetUserIP(pszIP);
-    info.SetSeqNo(pszSeqNo);
-    return info;
-}
+namespace {
 
 TEST(UserInfoMap, ANewCheckinReplacesTheRecord)
 {

@@ -322,7 +322,8 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
             caller.join();
         std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
     }
-    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms (the machine stood still for %ld)\n",
+    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms; the machine stood still "
+                "for %ld\n",
                 counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
     EXPECT_LT(counts.nLongest, kLongestCall.count() + nStill);
     EXPECT_GE(counts.nGood, kEnoughGood);
