@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::int64_t kRows = 100;  // unless a limit is given
 constexpr std::int64_t kMaxRows = 100'000;
+constexpr std::int64_t kMaxFilled = 10'000;  // entries: more at once would keep everybody waiting
 constexpr std::size_t kMaxName = 64;
 constexpr const char* kStates[] = {"waiting", "reserved", "used", "deleted"};
 
@@ -84,7 +85,7 @@ void Control::FillStorage(const ControlRequest& request, const Respond& respond)
     const Json body = ParseBody(request);
     JsonObject object(body, "");
     const std::string strUser = object.Text("user", kMaxName, nullptr);
-    const auto nEntries = static_cast<int>(object.Number("entries", 1, kMaxRows));
+    const auto nEntries = static_cast<int>(object.Number("entries", 1, kMaxFilled));
     const auto vecGames = m_store.GetCatalogue().GetGames();
     const std::string strGameID =
         object.Text("gameId", kMaxName, vecGames.empty() ? "" : vecGames.front().c_str());

@@ -206,6 +206,7 @@ TEST_F(StorageTest, ALargeBoxFitsIntoOneAnswer)
         int nStatus;
     } kCases[] = {{R"({"user": "erin"})", 400},
                   {R"({"user": "erin", "entries": 0})", 400},
+                  {R"({"user": "erin", "entries": 10001})", 400},
                   {R"({"user": "nobody", "entries": 1})", 404},
                   {R"({"user": "erin", "entries": 1, "gameId": "OTHER"})", 404},
                   {R"({"user": "erin", "entries": 1, "more": 1})", 400}};
