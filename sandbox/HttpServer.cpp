@@ -111,6 +111,7 @@ private:
     bool IsOwnHost(const std::string& strHost) const;
     void Serve(const httplib::Request& req, httplib::Response& res);
     void Bind(unsigned short nPort);
+    void ServeFirst();
 
     Answerer m_answerer;
     std::mutex m_mutex;
@@ -170,6 +171,7 @@ HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answere
                                                                 : "The request cannot be read."));
     });
     Bind(nPort);
+    ServeFirst();
     m_thread = std::thread([this] {
         if (!listen_after_bind())
             m_bFailed = true;
@@ -189,6 +191,23 @@ void HttpServer::Impl::Bind(unsigned short nPort)
                          " (--http-port takes another port, --no-http none)");
     }
     m_nPort = static_cast<unsigned short>(nBound);
+}
+
+// The HTTP library makes tables at its first request. That is this one, which is refused, while there is one thread:
+// the library is not compiled with the thread sanitizer, which would take their making for a race.
+void HttpServer::Impl::ServeFirst()
+{
+    int arrFd[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, arrFd) != 0)
+        return;
+    constexpr std::string_view kRequest = "GET / HTTP/1.1\r\n\r\n";
+    const bool bSent = send(arrFd[1], kRequest.data(), kRequest.size(), MSG_NOSIGNAL) > 0;
+    shutdown(arrFd[1], SHUT_WR);
+    if (bSent)
+        process_and_close_socket(arrFd[0]);
+    else
+        close(arrFd[0]);
+    close(arrFd[1]);
 }
 
 bool HttpServer::Impl::process_and_close_socket(socket_t fd)
