@@ -23,7 +23,9 @@ namespace Bench {
 class AtOnceService {
 public:
     explicit AtOnceService(std::chrono::microseconds delay = {})
-        : m_delay(delay), m_acceptor(m_context, {asio::ip::address_v4::loopback(), 0}), m_thread([this] { Accept(); })
+        : m_delay(delay),
+          m_acceptor(m_context, {asio::ip::address_v4::loopback(), 0}),
+          m_thread([this] { Accept(); })
     {
     }
     ~AtOnceService()
@@ -58,8 +60,8 @@ public:
         const std::lock_guard lock(m_mutex);
         m_mapArrivals.clear();
     }
-    // A frame that answers every request of that message, with the request's Req ID put into it. It is kept and
-    // never copied. Before the first request.
+    // A frame that answers every request of that message, with the request's Req ID put into it. It is kept
+    // and never copied. Before the first request.
     template <class Message>
     void SetAnswer(const Wirova::IMessage& answer)
     {
@@ -74,7 +76,6 @@ public:
     }
 
 private:
-
     // Answers that are not due yet, and the thread that writes them when they are.
     class DelayedWriter {
     public:

@@ -75,9 +75,10 @@ void Row(std::chrono::microseconds delay, int nCallers, long nRequests)
         caller.join();
     const double dSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
     const auto nDone = static_cast<double>(counts.nRequests);
-    std::printf("service %3d us away, %2d callers: %8.0f requests/s, overtaken %8.1f per million, missed users %ld\n",
-                static_cast<int>(delay.count()), nCallers, nDone / dSeconds,
-                1e6 * static_cast<double>(counts.nOvertaken) / nDone, counts.nMissed.load());
+    std::printf(
+        "service %3d us away, %2d callers: %8.0f requests/s, overtaken %8.1f per million, missed users %ld\n",
+        static_cast<int>(delay.count()), nCallers, nDone / dSeconds,
+        1e6 * static_cast<double>(counts.nOvertaken) / nDone, counts.nMissed.load());
     UninitModule();
 }
 

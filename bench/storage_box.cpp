@@ -47,10 +47,7 @@ void operator delete(void* p) noexcept
     g_nBytes -= SizeOf(p);
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept
-{
-    operator delete(p);
-}
+void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
 
 namespace {
 
@@ -147,7 +144,8 @@ int main(int argc, char** argv)
         nPeak = std::max(nPeak, g_nPeak - nBefore);
     }
     double dSocket = 1e9;
-    for (int n = 0; n < 5; ++n) dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
+    for (int n = 0; n < 5; ++n)
+        dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
     std::printf("%d entries, a frame of %.2f MB\n", nEntries, static_cast<double>(nFrame) / 1e6);
     std::printf("the call until the list is there: %8.2f ms, %5.1f times the bare socket (%.2f ms)\n",
                 times.dCall, times.dCall / dSocket, dSocket);

@@ -25,15 +25,13 @@ constexpr int kProducts = 5;
 constexpr int kFirstProduct = 101;
 constexpr int kRuns = 3;
 
-double Milliseconds(Clock::duration d)
-{
-    return std::chrono::duration<double, std::milli>(d).count();
-}
+double Milliseconds(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
 
 double BestOf(const std::function<double()>& measure)
 {
     double dBest = measure();
-    for (int n = 1; n < kRuns; ++n) dBest = std::min(dBest, measure());
+    for (int n = 1; n < kRuns; ++n)
+        dBest = std::min(dBest, measure());
     return dBest;
 }
 
@@ -99,7 +97,8 @@ bool StartLibrary(unsigned short nPort)
     settings.nServerPort = nPort;
     settings.nReconnectCycle = 1;
     settings.products.clear();
-    for (int n = 0; n < kProducts; ++n) settings.products.push_back({kFirstProduct + n, "Product", 3});
+    for (int n = 0; n < kProducts; ++n)
+        settings.products.push_back({kFirstProduct + n, "Product", 3});
     settings.WriteTo(Host::GetExecutableDirectory());
     const _CONNECTOR_ID id{"GAME", "SERVER", "WORLD"};
     const _CONNECTOR_CALLBACKS callbacks{};

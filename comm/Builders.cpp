@@ -53,8 +53,8 @@ Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id)
     msg.nHeartbeatCycle = Singleton<CConfigReader>::Instance().GetHeartbeatCycle();
     const Host::LocalTime now = Host::GetLocalTime();
     char szTime[64];
-    std::snprintf(szTime, sizeof(szTime), "%04d/%02d/%02d %02d:%02d:%02d.%03d", now.nYear, now.nMonth, now.nDay,
-                  now.nHour, now.nMinute, now.nSecond, now.nMillisecond);
+    std::snprintf(szTime, sizeof(szTime), "%04d/%02d/%02d %02d:%02d:%02d.%03d", now.nYear, now.nMonth,
+                  now.nDay, now.nHour, now.nMinute, now.nSecond, now.nMillisecond);
     msg.strConnectTime = szTime;
     return Built::Ready;
 }

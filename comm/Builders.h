@@ -51,8 +51,8 @@ Built Build(XC2S_FailedCheckOutReq& msg);
 Built Build(XC2S_UserListSyncReq& msg);
 Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id);
 
-// The shop's and the storage box's requests: the fields that message and record have in common, and the users by
-// USE_USER_NUMBER. Lists are read from the handles of the record; a handle without a list fails the send.
+// The shop's and the storage box's requests: the fields that message and record have in common, and the users
+// by USE_USER_NUMBER. Lists are read from the handles of the record; a handle without a list fails the send.
 template <class M, class Record>
 Built Build(M& msg, const RecordSend<Record>& send)
 {

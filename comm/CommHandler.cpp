@@ -16,9 +16,9 @@ using Kernova::XTL::Singleton;
 
 namespace {
 
-constexpr int kConnectTimeout = 5000;      // milliseconds
-constexpr unsigned int kFirstIdle = 50;    // milliseconds, while the first connection is pending
-constexpr unsigned int kStopPoll = 50;     // milliseconds
+constexpr int kConnectTimeout = 5000;    // milliseconds
+constexpr unsigned int kFirstIdle = 50;  // milliseconds, while the first connection is pending
+constexpr unsigned int kStopPoll = 50;   // milliseconds
 
 }  // namespace
 
@@ -98,8 +98,8 @@ bool CCommHandler::ConnectFirst()
     if (Connect())
         return true;
     char szWhere[256];
-    std::snprintf(szWhere, sizeof(szWhere), "IP: %s, Port: %d, ErrorCode: %d", strServerIP.c_str(), nServerPort,
-                  LastErrorCode());
+    std::snprintf(szWhere, sizeof(szWhere), "IP: %s, Port: %d, ErrorCode: %d", strServerIP.c_str(),
+                  nServerPort, LastErrorCode());
     SetLastErrorText(std::string("[Comm Handler] Failed to connect to Velkar server. ") + szWhere);
     Log::ErrorFmt("%s", GetLastErrorText().c_str());
     return false;

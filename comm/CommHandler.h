@@ -55,7 +55,9 @@ public:
             return built;
         };
         return SendBuilt(
-            [](void* pBuild, Wirova::Stream* pStream) { return (*static_cast<decltype(build)*>(pBuild))(pStream); },
+            [](void* pBuild, Wirova::Stream* pStream) {
+                return (*static_cast<decltype(build)*>(pBuild))(pStream);
+            },
             &build);
     }
 

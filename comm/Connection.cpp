@@ -12,7 +12,7 @@ using Kernova::XTL::UseScope;
 
 namespace {
 
-constexpr int kRecvSize = 1024;     // bytes asked for at a time
+constexpr int kRecvSize = 1024;  // bytes asked for at a time
 constexpr int kRecvsOutstanding = 2;
 
 struct ActiveLinks {

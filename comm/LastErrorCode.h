@@ -3,7 +3,4 @@
 
 #include "platform/Platova.h"
 
-inline int LastErrorCode()
-{
-    return static_cast<int>(Platova::GetLastError());
-}
+inline int LastErrorCode() { return static_cast<int>(Platova::GetLastError()); }

@@ -13,16 +13,10 @@ struct ListWords {
     const char* pszContents;
 };
 
-inline const char* YesOrNo(unsigned char b)
-{
-    return b != 0 ? "Y" : "N";
-}
+inline const char* YesOrNo(unsigned char b) { return b != 0 ? "Y" : "N"; }
 
 // One record of a list in the log, with its position from 0.
-inline void LogRow(int n, const _TAG_INFO& r)
-{
-    Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag);
-}
+inline void LogRow(int n, const _TAG_INFO& r) { Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag); }
 void LogRow(int n, const _MENU_INFO& r);
 void LogRow(int n, const _PROD_LIST_INFO& r);
 void LogRow(int n, const _CHILDPROD_INFO& r);
@@ -34,10 +28,7 @@ void LogRow(int n, const _SPECIAL_PRODUCT_LIST_INFO& r);
 void LogRow(int n, const _SPECIAL_PRODUCT_INFO& r);
 void LogRow(int n, const _STORAGE_INFO& r);
 
-inline void FillRecord(_TAG_INFO& record, const std::string& row)
-{
-    CopyText(record.szTag, row);
-}
+inline void FillRecord(_TAG_INFO& record, const std::string& row) { CopyText(record.szTag, row); }
 template <class Record, class Row>
 void FillRecord(Record& record, const Row& row)
 {
@@ -50,8 +41,8 @@ void FillRecord(Record& record, const Row& row)
     }
 }
 
-// Fills the list and files it, unless it is empty. Each row of the message goes as soon as its record is there:
-// a long list is never in memory twice.
+// Fills the list and files it, unless it is empty. Each row of the message goes as soon as its record is
+// there: a long list is never in memory twice.
 template <class Record, class Rows>
 void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
 {

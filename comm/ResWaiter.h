@@ -41,8 +41,8 @@ public:
     void RemoveWaiter(int nReqID);
 
     // Stores the answer and wakes the caller. False if nobody waits under that id for this answer: an
-    // answer of another message or record is treated as not asked for. Of two answers the second one counts, and
-    // the first one's lists go.
+    // answer of another message or record is treated as not asked for. Of two answers the second one counts,
+    // and the first one's lists go.
     template <class Answer, class Response>
     bool CompleteWaiter(int nReqID, const Response& response)
     {
@@ -50,7 +50,8 @@ public:
             return Store<Answer>(nReqID, response, [](const Response&) {});
         } else {
             Response replaced{};
-            const bool bStored = Store<Answer>(nReqID, response, [&](const Response& old) { replaced = old; });
+            const bool bStored =
+                Store<Answer>(nReqID, response, [&](const Response& old) { replaced = old; });
             DestroyLists(replaced);  // behind the locks
             return bStored;
         }

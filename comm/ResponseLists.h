@@ -19,10 +19,12 @@ void ForEachList(Response& res, Visit visit)
     }
 }
 
+// clang-format off
 template <class Response>
 inline constexpr bool kHasLists = requires(Response& res) { res.hBillingData; } ||
                                   requires(Response& res) { res.hData; } ||
                                   requires(Response& res) { res.hChildProduct; };
+// clang-format on
 
 // They are null in every response of failure.
 template <class Response>

@@ -1,6 +1,6 @@
-// Public records and wire classes name their fields alike: szItemID is strItemID, nPrice is nPrice. So they are
-// copied by name, in both directions. What does not follow the rule (the user's key, a flag that stays zero) is
-// said where it is done.
+// Public records and wire classes name their fields alike: szItemID is strItemID, nPrice is nPrice. So they
+// are copied by name, in both directions. What does not follow the rule (the user's key, a flag that stays
+// zero) is said where it is done.
 #pragma once
 
 #include <string>
@@ -8,6 +8,7 @@
 #include "connector/TextField.h"
 #include "wirova/WirovaBase.h"
 
+// clang-format off
 // The names that stand on both sides, without their prefixes.
 #define VELKAR_SAME_TEXTS(X)                                                                                  \
     X(BranchID) X(BranchName) X(BuyDate) X(CharacterID) X(ChildProductID) X(ClassName) X(Condition)            \
@@ -24,6 +25,7 @@
     X(nRemainCount) X(nRemainMinutes) X(nRow) X(nRuvCoin) X(nRuvCoinPrice) X(nSortOrder) X(nStorageSeq)        \
     X(nTotalSellingCount) X(nUseCount) X(nValidTerm) X(cConditionType) X(cCouponUseType) X(cDiscountType)      \
     X(cSearchType) X(cUseStatus) X(bBonus) X(bDelete) X(bDuplicateSell) X(bGift) X(bNew) X(bRead) X(bUse)
+// clang-format on
 
 // What a field of the game holds, without a NUL at most one byte less than its width.
 template <std::size_t N>
@@ -45,15 +47,15 @@ inline void CopyValue(long long& to, const Wirova::int64& from) { to = static_ca
 template <class To, class From>
 void CopySameNames(To& to, const From& from)
 {
-#define VELKAR_COPY(name)                                                      \
-    if constexpr (requires { to.str##name.clear(), from.sz##name[0]; })        \
-        to.str##name = CutText(from.sz##name);                                 \
-    else if constexpr (requires { to.sz##name[0], from.str##name.size(); })    \
+#define VELKAR_COPY(name)                                                   \
+    if constexpr (requires { to.str##name.clear(), from.sz##name[0]; })     \
+        to.str##name = CutText(from.sz##name);                              \
+    else if constexpr (requires { to.sz##name[0], from.str##name.size(); }) \
         CopyText(to.sz##name, from.str##name);
     VELKAR_SAME_TEXTS(VELKAR_COPY)
 #undef VELKAR_COPY
-#define VELKAR_COPY(name)                             \
-    if constexpr (requires { to.name, from.name; })   \
+#define VELKAR_COPY(name)                           \
+    if constexpr (requires { to.name, from.name; }) \
         CopyValue(to.name, from.name);
     VELKAR_SAME_VALUES(VELKAR_COPY)
 #undef VELKAR_COPY
@@ -63,8 +65,8 @@ void CopySameNames(To& to, const From& from)
 template <class Record>
 void EndTexts(Record& record)
 {
-#define VELKAR_END(name)                               \
-    if constexpr (requires { record.sz##name[0]; })    \
+#define VELKAR_END(name)                            \
+    if constexpr (requires { record.sz##name[0]; }) \
         record.sz##name[sizeof(record.sz##name) - 1] = '\0';
     VELKAR_SAME_TEXTS(VELKAR_END)
     VELKAR_END(UserID) VELKAR_END(RecvUserID)

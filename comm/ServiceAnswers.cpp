@@ -76,6 +76,7 @@ Built Build(XC2S_QueryInventoryAns& msg, const _LIST_SEND& record)
 
 Built Build(XC2S_QueryCharacterAns& msg, const _LIST_SEND& record)
 {
-    return BuildList<_CHARACTER_INFO>(msg, msg.vecCharacter, record, "Success to search user's character info.",
+    return BuildList<_CHARACTER_INFO>(msg, msg.vecCharacter, record,
+                                      "Success to search user's character info.",
                                       "There is no character info.");
 }

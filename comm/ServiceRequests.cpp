@@ -13,10 +13,7 @@ namespace {
 
 constexpr const char* kNoCallback = "Failed to load function pointer for call back operation.";
 
-CCommHandler& Comm()
-{
-    return Singleton<CCommHandler>::Instance();
-}
+CCommHandler& Comm() { return Singleton<CCommHandler>::Instance(); }
 
 // Calls the game; a null callback is a failure with its own text and no log line. Runs onFailed when the game
 // was called and reports a failure.

@@ -45,8 +45,8 @@ int ConfiguredBillingId(int nProductId)
 #define CONTENTS_WITH_IP CONTENTS "\r\n\tUser IP: %s"
 
 // pszTail is a format of what follows the head.
-#define LOG_CONTENTS(msg, pszTail, ...)                                                                       \
-    Log::DebugFmt(CONTENTS_WITH_IP pszTail, msg.GetMsgName(), msg.nReqID, msg.strUserID.c_str(),              \
+#define LOG_CONTENTS(msg, pszTail, ...)                                                          \
+    Log::DebugFmt(CONTENTS_WITH_IP pszTail, msg.GetMsgName(), msg.nReqID, msg.strUserID.c_str(), \
                   msg.strUserNo.c_str(), msg.strUserIP.c_str() __VA_OPT__(, ) __VA_ARGS__)
 
 template <class Message>
@@ -59,23 +59,27 @@ void LogFailure(const Message& msg)
 template <class Message>
 void LogBilling(const Message& msg)
 {
-    const char* const pszUsed = requires { msg.vecOtherBilling; } ? "\r\n\t[Used billing info]" : "";
+    const char* pszUsed = "";
+    if constexpr (requires { msg.vecOtherBilling; })
+        pszUsed = "\r\n\t[Used billing info]";
     const char* pszPCCafe = "";
     if constexpr (requires { msg.bPCCafe; })
         pszPCCafe = msg.bPCCafe.nByte != 0 ? "\r\n\tPC Cafe: Y" : "\r\n\tPC Cafe: N";
     const auto nRemainMinutes = static_cast<long long>(msg.nRemainMinutes);
     if constexpr (requires { msg.strSeqNo; }) {
-        LOG_CONTENTS(msg,
-                     "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d\r\n"
-                     "\tCRM Code: %s\r\n\tEnd Date: %s\r\n\tFree: %c\r\n\tSeq No: %s",
-                     pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, msg.strCRMCode.c_str(),
-                     msg.strEndDate.c_str(), msg.cFree, msg.strSeqNo.c_str());
+        LOG_CONTENTS(
+            msg,
+            "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d\r\n"
+            "\tCRM Code: %s\r\n\tEnd Date: %s\r\n\tFree: %c\r\n\tSeq No: %s",
+            pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, msg.strCRMCode.c_str(),
+            msg.strEndDate.c_str(), msg.cFree, msg.strSeqNo.c_str());
     } else {
-        LOG_CONTENTS(msg,
-                     "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d%s\r\n"
-                     "\tCRM Code: %s\r\n\tEnd Date: %s",
-                     pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, pszPCCafe, msg.strCRMCode.c_str(),
-                     msg.strEndDate.c_str());
+        LOG_CONTENTS(
+            msg,
+            "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d%s\r\n"
+            "\tCRM Code: %s\r\n\tEnd Date: %s",
+            pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, pszPCCafe, msg.strCRMCode.c_str(),
+            msg.strEndDate.c_str());
     }
 }
 
@@ -110,14 +114,16 @@ CUserInfo MakeUserInfo(const Message& msg, const Response& res)
 void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
 {
     if (Singleton<CCommHandler>::Instance().SendMessage<XC2S_CheckOutReq>(UnaskedCheckout(info.GetKey()))) {
-        Log::InfoFmt("[Velkar Connector] A'XC2S_CheckOutReq' msg is sent for %s timeout.\r\n-Contents-\r\n"
-                     "\tUser ID: %s\r\n\tUser IP: %s",
-                     pszCall, info.GetKey().c_str(), info.GetUserIP().c_str());
+        Log::InfoFmt(
+            "[Velkar Connector] A'XC2S_CheckOutReq' msg is sent for %s timeout.\r\n-Contents-\r\n"
+            "\tUser ID: %s\r\n\tUser IP: %s",
+            pszCall, info.GetKey().c_str(), info.GetUserIP().c_str());
         return;
     }
-    Log::ErrorFmt("[Velkar Connector] Failed to send a 'XC2S_CheckOutReq' msg for %s timeout.\r\n-Contents-\r\n"
-                  "\tUser ID: %s\r\n\tUser IP: %s",
-                  pszCall, info.GetKey().c_str(), info.GetUserIP().c_str());
+    Log::ErrorFmt(
+        "[Velkar Connector] Failed to send a 'XC2S_CheckOutReq' msg for %s timeout.\r\n-Contents-\r\n"
+        "\tUser ID: %s\r\n\tUser IP: %s",
+        pszCall, info.GetKey().c_str(), info.GetUserIP().c_str());
     Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info);
 }
 
@@ -145,15 +151,16 @@ void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
         CopySameNames(info, other);
         info.nBillingID = ConfiguredBillingId(other.nProductID);
         node.Add(info);
-        Log::DebugFmt("[Other billing info '%d'th]\r\n\tBilling Type: %d\r\n\tProduct ID: %d\r\n"
-                      "\tRemain Minutes: %d\r\n\tCRM: %s\r\n\tEnd Date: %s",
-                      static_cast<int>(n), other.nBillType, info.nProductID,
-                      static_cast<int>(info.nRemainMinutes), info.szCRMCode, info.szEndDate);
+        Log::DebugFmt(
+            "[Other billing info '%d'th]\r\n\tBilling Type: %d\r\n\tProduct ID: %d\r\n"
+            "\tRemain Minutes: %d\r\n\tCRM: %s\r\n\tEnd Date: %s",
+            static_cast<int>(n), other.nBillType, info.nProductID, static_cast<int>(info.nRemainMinutes),
+            info.szCRMCode, info.szEndDate);
     }
 }
 
-// What both answers with a list have in common. nBillingID is the main entry's; complete(res) wakes the caller
-// and says whether there was one, who then owns the list.
+// What both answers with a list have in common. nBillingID is the main entry's; complete(res) wakes the
+// caller and says whether there was one, who then owns the list.
 template <class Message, class Complete>
 bool CompleteWithList(const Message& msg, std::uint32_t nTag, int nBillingID, Complete complete)
 {
@@ -219,8 +226,9 @@ bool OnCheckinRes(const XS2C_CheckInAns& msg)
 
 bool OnCheckInExAns(const XS2C_CheckInExAns& msg)
 {
-    return CompleteWithList(msg, DataTag::kCheckinBilling, ConfiguredBillingId(msg.nProductID),
-                            [&](const _CHECKIN_EX_RES& res) { return CompleteCheckin(msg, res, "checkinex"); });
+    return CompleteWithList(
+        msg, DataTag::kCheckinBilling, ConfiguredBillingId(msg.nProductID),
+        [&](const _CHECKIN_EX_RES& res) { return CompleteCheckin(msg, res, "checkinex"); });
 }
 
 bool OnQueryBillingInfoRes(const XS2C_QueryBillingInfoAns& msg)
@@ -241,7 +249,8 @@ bool OnQueryBillingInfoRes(const XS2C_QueryBillingInfoAns& msg)
 bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg)
 {
     return CompleteWithList(msg, DataTag::kQueryBilling, msg.nBillType, [&](const _CHECKIN_EX_RES& res) {
-        return Singleton<CResWaiterMap>::Instance().CompleteWaiter<XS2C_QueryBillingInfoExAns>(msg.nReqID, res);
+        return Singleton<CResWaiterMap>::Instance().CompleteWaiter<XS2C_QueryBillingInfoExAns>(msg.nReqID,
+                                                                                               res);
     });
 }
 

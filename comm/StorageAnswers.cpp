@@ -35,7 +35,10 @@ bool OnReadStorageAns(const XS2C_ConfirmReadStorageAns& msg)
 {
     return OnState(msg, "[Comm Handler] ReadStorage" STATE);
 }
-bool OnUseStorageAns(const XC2S_RequestUseStorageAns& msg) { return OnState(msg, "[Comm Handler] UseStorage" STATE); }
+bool OnUseStorageAns(const XC2S_RequestUseStorageAns& msg)
+{
+    return OnState(msg, "[Comm Handler] UseStorage" STATE);
+}
 bool OnConfirmUseStorageAns(const XS2C_ConfirmUseStorageAns& msg)
 {
     return OnState(msg, "[Comm Handler] ConfirmUseStorage" STATE);

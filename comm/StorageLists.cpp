@@ -34,14 +34,8 @@ Built PutRows(Rows& rows, const _DATA_HANDLE* pHandle)
 struct Pair {
     std::string_view first, second;
 };
-Pair PairOf(const _USE_COUPON_INFO& row)
-{
-    return {CutText(row.szCouponUseID), CutText(row.szCouponCode)};
-}
-Pair PairOf(const _USE_OPTION_INFO& row)
-{
-    return {CutText(row.szOptionCode), CutText(row.szOptionValue)};
-}
+Pair PairOf(const _USE_COUPON_INFO& row) { return {CutText(row.szCouponUseID), CutText(row.szCouponCode)}; }
+Pair PairOf(const _USE_OPTION_INFO& row) { return {CutText(row.szOptionCode), CutText(row.szOptionValue)}; }
 
 // Both kinds of rows look alike, and no purchase has ever asked which of them a handle holds.
 template <class Put>

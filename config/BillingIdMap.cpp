@@ -23,10 +23,7 @@ std::int32_t CBillingIdMap::GetBillingId(std::int32_t nProductId) const
     return it == m_mapBilling.end() ? 0 : it->second.nBillingId;
 }
 
-std::string CBillingIdMap::GetBillingName(std::int32_t nProductId) const
-{
-    return InternName(nProductId);
-}
+std::string CBillingIdMap::GetBillingName(std::int32_t nProductId) const { return InternName(nProductId); }
 
 const char* CBillingIdMap::InternName(std::int32_t nProductId) const
 {

@@ -34,17 +34,11 @@ void CConfigReader::DocumentDeleter::operator()(IXmlParser* pParser) const
     Tarvo::XmlParser::DestroyXmlParser(&pParser);
 }
 
-CConfigReader::CConfigReader()
-{
-    Tarvo::XmlParser::SetReportSink(&ReportBadFile);
-}
+CConfigReader::CConfigReader() { Tarvo::XmlParser::SetReportSink(&ReportBadFile); }
 
 CConfigReader::~CConfigReader() = default;
 
-bool CConfigReader::Load()
-{
-    return LoadFile(false);
-}
+bool CConfigReader::Load() { return LoadFile(false); }
 
 void CConfigReader::CloseDocument()
 {

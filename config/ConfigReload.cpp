@@ -16,10 +16,7 @@ constexpr int kMostTicks = 20;
 // Between two tries while the directory cannot be watched, in milliseconds.
 constexpr unsigned int kWatchAgain = 1000;
 
-int LastError()
-{
-    return static_cast<int>(Platova::GetLastError());
-}
+int LastError() { return static_cast<int>(Platova::GetLastError()); }
 
 struct CloseChange {
     void operator()(Host::ChangeNotification* pChange) const { Host::CloseChange(pChange); }

@@ -9,10 +9,7 @@ void CEventCodeMap::AddEvent(std::int32_t nEventCode, const std::string& strName
         m_mapEvents.emplace(nEventCode, &*m_setNames.insert(strName).first);
 }
 
-std::string CEventCodeMap::GetEventName(std::int32_t nEventCode) const
-{
-    return InternName(nEventCode);
-}
+std::string CEventCodeMap::GetEventName(std::int32_t nEventCode) const { return InternName(nEventCode); }
 
 const char* CEventCodeMap::InternName(std::int32_t nEventCode) const
 {

@@ -36,7 +36,8 @@ struct ErrorBuffer {
 
 template <class T>
 bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, const ErrorBuffer& error,
-               std::initializer_list<std::uint32_t> tags, const char* pszNull, const char* pszWrongType) noexcept
+               std::initializer_list<std::uint32_t> tags, const char* pszNull,
+               const char* pszWrongType) noexcept
 {
     if (pHandle == nullptr || pRecord == nullptr)
         return error.Refuse(pszNull);
@@ -129,15 +130,16 @@ void DestroyHandle(_DATA_HANDLE* handle)
 }
 
 // ---- reading: function, record, tags, the record's name and the list's in the texts ----
-#define GET_DATA(function, record, recordName, listName, ...)                                                 \
-    bool function(const _DATA_HANDLE* handle, std::size_t index, record* pRecord, char* errorText,            \
-                  std::size_t errorSize)                                                                      \
-    {                                                                                                         \
-        return GetRecord(handle, index, pRecord, {errorText, errorSize}, {__VA_ARGS__},                       \
-                         "Data handle or " recordName " arg is NULL.",                                        \
-                         "Data handle type doesn't refer to " listName ".");                                  \
+#define GET_DATA(function, record, recordName, listName, ...)                                      \
+    bool function(const _DATA_HANDLE* handle, std::size_t index, record* pRecord, char* errorText, \
+                  std::size_t errorSize)                                                           \
+    {                                                                                              \
+        return GetRecord(handle, index, pRecord, {errorText, errorSize}, {__VA_ARGS__},            \
+                         "Data handle or " recordName " arg is NULL.",                             \
+                         "Data handle type doesn't refer to " listName ".");                       \
     }
-GET_DATA(GetBillingData, _BILL_INFO, "BILL_INFO", "billing info", DataTag::kCheckinBilling, DataTag::kQueryBilling)
+GET_DATA(GetBillingData, _BILL_INFO, "BILL_INFO", "billing info", DataTag::kCheckinBilling,
+         DataTag::kQueryBilling)
 GET_DATA(GetMenuData, _MENU_INFO, "MENU_INFO", "menu info", DataTag::kMenu)
 GET_DATA(GetProductData, _PROD_LIST_INFO, "PROD_LIST_INFO", "product list info", DataTag::kProductList)
 GET_DATA(GetChildProductData, _CHILDPROD_INFO, "CHILDPROD_INFO", "child product info", DataTag::kChildProduct)
@@ -156,10 +158,10 @@ GET_DATA(GetSaveItemData, _INVENTORY_ITEM_INFO, "SAVE_ITEM_INFO", "item info for
 #undef GET_DATA
 
 // ---- making: function, record, tag ----
-#define MAKE_HANDLE(function, record, tag)                            \
-    _DATA_HANDLE* function(char* errorText, std::size_t errorSize)    \
-    {                                                                 \
-        return MakeHandle<record>(tag, {errorText, errorSize});       \
+#define MAKE_HANDLE(function, record, tag)                         \
+    _DATA_HANDLE* function(char* errorText, std::size_t errorSize) \
+    {                                                              \
+        return MakeHandle<record>(tag, {errorText, errorSize});    \
     }
 MAKE_HANDLE(GetHandleForUseCouponInfo, _USE_COUPON_INFO, DataTag::kUseCoupon)
 MAKE_HANDLE(GetHandleForUseOptionInfo, _USE_OPTION_INFO, DataTag::kUseOption)
@@ -169,11 +171,11 @@ MAKE_HANDLE(GetHandleForCancelUseStorageItemInfo, _CONFIRM_USE_STORAGE_INFO, Dat
 #undef MAKE_HANDLE
 
 // ---- adding: function, parameter, record, tag, the list's name in the text ----
-#define SET_DATA(function, parameter, pRecord, tag, listName)                                          \
-    bool function(const _DATA_HANDLE* handle, parameter, char* errorText, std::size_t errorSize)       \
-    {                                                                                                  \
-        return SetRecord(handle, pRecord, {errorText, errorSize}, tag,                                 \
-                         "Data handle type doesn't refer to " listName ".");                           \
+#define SET_DATA(function, parameter, pRecord, tag, listName)                                    \
+    bool function(const _DATA_HANDLE* handle, parameter, char* errorText, std::size_t errorSize) \
+    {                                                                                            \
+        return SetRecord(handle, pRecord, {errorText, errorSize}, tag,                           \
+                         "Data handle type doesn't refer to " listName ".");                     \
     }
 SET_DATA(SetInventoryItemData, const _INVENTORY_ITEM_INFO* p, p, DataTag::kInventory, "inventory item info")
 SET_DATA(SetCharacterData, const _CHARACTER_INFO* p, p, DataTag::kCharacter, "character info")

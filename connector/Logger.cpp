@@ -1,6 +1,7 @@
 #include "connector/Logger.h"
 
-bool CLogger::Init(const std::string& strService, const std::string& strConfigPath, const std::string& strLogger)
+bool CLogger::Init(const std::string& strService, const std::string& strConfigPath,
+                   const std::string& strLogger)
 {
     m_strService = strService;
     m_strConfigPath = strConfigPath;

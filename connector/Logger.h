@@ -37,7 +37,10 @@ public:
         }
     }
 
-    void Mend() { m_bBroken.store(false); }  // for tests: a log call that has thrown silences the log for good
+    void Mend()
+    {
+        m_bBroken.store(false);
+    }  // for tests: a log call that has thrown silences the log for good
 
     const Text Emerg = &Logova::Emerg;
     const Text Alert = &Logova::Alert;

@@ -79,8 +79,8 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
         error.Copy(config.GetLastErrorText());
         return false;
     }
-    if (!Singleton<CLogger>::Instance().Init(config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(),
-                                             config.GetLogovaLogger()))
+    if (!Singleton<CLogger>::Instance().Init(
+            config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(), config.GetLogovaLogger()))
         error.Copy("Failed to initialize a logger.");
 
     auto& comm = Singleton<CCommHandler>::Instance();
@@ -172,7 +172,8 @@ void UninitGuarded()
 
 }  // namespace
 
-bool InitModule(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, char* pszError, int nErrorSize)
+bool InitModule(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, char* pszError,
+                int nErrorSize)
 {
     const ErrorText error{pszError, nErrorSize};
     bool bStarted = false;

@@ -215,18 +215,9 @@ const char* NameOf(int nNumber) noexcept
 
 }  // namespace
 
-void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes)
-{
-    RunRequest(CheckinCall(pReq), pRes);
-}
-void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes)
-{
-    RunRequest(CheckoutCall(pReq), pRes);
-}
-void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes)
-{
-    RunRequest(CheckinExCall(pReq), pRes);
-}
+void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes) { RunRequest(CheckinCall(pReq), pRes); }
+void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(CheckoutCall(pReq), pRes); }
+void CheckinEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes) { RunRequest(CheckinExCall(pReq), pRes); }
 void QueryBillingInfo(const _USER_REQ* pReq, _CHECKIN_RES* pRes)
 {
     RunRequest(QueryBillingInfoCall(pReq), pRes);
@@ -235,10 +226,7 @@ void QueryBillingInfoEx(const _USER_REQ* pReq, _CHECKIN_EX_RES* pRes)
 {
     RunRequest(QueryBillingInfoExCall(pReq), pRes);
 }
-void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes)
-{
-    RunRequest(UserMoveToCall(pReq), pRes);
-}
+void UserMoveTo(const _USER_REQ* pReq, _RESULT_RES* pRes) { RunRequest(UserMoveToCall(pReq), pRes); }
 void UserMoveFrom(const _USER_REQ* pReq, const _USER_MOVE_INFO* pInfo, _RESULT_RES* pRes)
 {
     RunRequest(UserMoveFromCall(pReq, pInfo), pRes);
@@ -269,11 +257,5 @@ void Charge(_RESULT_RES* pRes)
             [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
 }
 
-const char* GetBillingName(int nProductID)
-{
-    return NameOf<CBillingIdMap>(nProductID);
-}
-const char* GetEventName(int nEventCode)
-{
-    return NameOf<CEventCodeMap>(nEventCode);
-}
+const char* GetBillingName(int nProductID) { return NameOf<CBillingIdMap>(nProductID); }
+const char* GetEventName(int nEventCode) { return NameOf<CEventCodeMap>(nEventCode); }

@@ -27,8 +27,9 @@ template <>
 void LogFields(const char* pszLabel, const RecordSend<_USER_PRODUCT_REQ>& send)
 {
     const auto& r = send.record;
-    Log::InfoFmt(REQUEST "\r\n\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser IP: %s\r\n\tCharacter ID: %s\r\n"
-                         "\tProduct ID: %s\r\n\tLevel: %d",
+    Log::InfoFmt(REQUEST
+                 "\r\n\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser IP: %s\r\n\tCharacter ID: %s\r\n"
+                 "\tProduct ID: %s\r\n\tLevel: %d",
                  pszLabel, send.nReqID, r.szGameID, r.szServerID, r.szUserID, r.szUserIP, r.szCharacterID,
                  r.szProductID, r.nLevel);
 }
@@ -46,12 +47,13 @@ void LogFields(const char* pszLabel, const RecordSend<_RUVCOIN_REQ>& send)
 }
 
 // function, record, response, the messages' name
-#define SHOP_CALL(function, record, response, message)                                                        \
-    static constexpr CallWords k##function##Words = {                                                         \
-        #function, #function, "Failed to receive a 'XS2C_" #message "Ans' msg because of timeout."};          \
-    void function(const record* pReq, response* pRes)                                                         \
-    {                                                                                                         \
-        RunRequest(RecordCall<record, XC2S_##message##Req, XS2C_##message##Ans, k##function##Words>(pReq), pRes); \
+#define SHOP_CALL(function, record, response, message)                                                     \
+    static constexpr CallWords k##function##Words = {                                                      \
+        #function, #function, "Failed to receive a 'XS2C_" #message "Ans' msg because of timeout."};       \
+    void function(const record* pReq, response* pRes)                                                      \
+    {                                                                                                      \
+        RunRequest(RecordCall<record, XC2S_##message##Req, XS2C_##message##Ans, k##function##Words>(pReq), \
+                   pRes);                                                                                  \
     }
 SHOP_CALL(QueryMenuList, _GAME_REQ, _LIST_RES, QueryMenuList)
 SHOP_CALL(QueryProductList, _PRODUCT_LIST_REQ, _PRODUCT_LIST_RES, QueryProductList)

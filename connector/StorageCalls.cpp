@@ -12,7 +12,8 @@ template <class Record>
 void LogCharacter(const char* pszLabel, const RecordSend<Record>& send)
 {
     const auto& r = send.record;
-    Log::InfoFmt(REQUEST CHARACTER, pszLabel, send.nReqID, r.szGameID, r.szServerID, r.szUserID, r.szCharacterID);
+    Log::InfoFmt(REQUEST CHARACTER, pszLabel, send.nReqID, r.szGameID, r.szServerID, r.szUserID,
+                 r.szCharacterID);
 }
 
 }  // namespace
@@ -39,9 +40,10 @@ template <>
 void LogFields(const char* pszLabel, const RecordSend<_PURCHASE_REQ>& send)
 {
     const auto& r = send.record;
-    Log::InfoFmt(REQUEST "\r\n\tProduct ID: %s\r\n\tUser ID: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
-                         "\tRecv user ID: %s\r\n\tRecv server ID: %s\r\n\tRecv character ID: %s\r\n\tLevel: %d\r\n"
-                         "\tCount: %d\r\n\tGift message: %s\r\n\tUser IP: %s\r\n\tPass WD: %s",
+    Log::InfoFmt(REQUEST
+                 "\r\n\tProduct ID: %s\r\n\tUser ID: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
+                 "\tRecv user ID: %s\r\n\tRecv server ID: %s\r\n\tRecv character ID: %s\r\n\tLevel: %d\r\n"
+                 "\tCount: %d\r\n\tGift message: %s\r\n\tUser IP: %s\r\n\tPass WD: %s",
                  pszLabel, send.nReqID, r.szGameID, r.szProductID, r.szUserID, r.szServerID, r.szCharacterID,
                  r.szRecvUserID, r.szRecvServerID, r.szRecvCharacterID, r.nLevel, r.nCount, r.szGiftMessage,
                  r.szUserIP, r.szPassWD[0] == '\0' ? "" : "****");
@@ -75,34 +77,47 @@ struct UseCall : Base {
 }  // namespace
 
 // function, record, response, request, answer, label of the request's line
-#define STORAGE_CALL(function, record, request, answer, requestLabel)                                     \
-    static constexpr CallWords k##function##Words = {                                                     \
-        #function, requestLabel, "Failed to receive a '" #answer "' msg because of timeout."};            \
+#define STORAGE_CALL(function, record, request, answer, requestLabel)                          \
+    static constexpr CallWords k##function##Words = {                                          \
+        #function, requestLabel, "Failed to receive a '" #answer "' msg because of timeout."}; \
     using function##Call = RecordCall<record, request, answer, k##function##Words>;
-STORAGE_CALL(QueryStorageInfo, _STORAGE_SEARCH_REQ, XC2S_SearchStorageReq, XS2C_SearchStorageAns, "SearchStorage")
-STORAGE_CALL(ReadStorageInfo, _STORAGE_READ_REQ, XC2S_ConfirmReadStorageReq, XS2C_ConfirmReadStorageAns, "ReadStorage")
+STORAGE_CALL(QueryStorageInfo, _STORAGE_SEARCH_REQ, XC2S_SearchStorageReq, XS2C_SearchStorageAns,
+             "SearchStorage")
+STORAGE_CALL(ReadStorageInfo, _STORAGE_READ_REQ, XC2S_ConfirmReadStorageReq, XS2C_ConfirmReadStorageAns,
+             "ReadStorage")
 STORAGE_CALL(StorageToInventory, _STORAGE_USE_REQ, XC2S_RequestUseStorageReq, XC2S_RequestUseStorageAns,
              "StorageToInventory")
-STORAGE_CALL(ConfirmStorageToInventory, _STORAGE_USE_REQ, XC2S_ConfirmUseStorageReq, XS2C_ConfirmUseStorageAns,
-             "ConfirmStorageToInventory")
+STORAGE_CALL(ConfirmStorageToInventory, _STORAGE_USE_REQ, XC2S_ConfirmUseStorageReq,
+             XS2C_ConfirmUseStorageAns, "ConfirmStorageToInventory")
 STORAGE_CALL(CancelStorageToInventory, _STORAGE_USE_REQ, XC2S_CancelUseStorageReq, XS2C_CancelUseStorageAns,
              "CanceLStorageToInventory")
-STORAGE_CALL(PurchaseProduct, _PURCHASE_REQ, XC2S_PurchaseProductReq, XS2C_PurchaseProductAns, "PurchaseProduct")
+STORAGE_CALL(PurchaseProduct, _PURCHASE_REQ, XC2S_PurchaseProductReq, XS2C_PurchaseProductAns,
+             "PurchaseProduct")
 #undef STORAGE_CALL
 
 static constexpr UseWords kUse = {"Handle for using storage items is NULL.",
                                   "Data handle type doesn't refer to using storage items info.",
                                   "There is no data about using storage items info."};
-static constexpr UseWords kConfirm = {"Handle for confirmming to use storage items is NULL.",
-                                      "Data handle type doesn't refer to confirmming to use storage items info.",
-                                      "There is no data about confirmming to use storage items info."};
+static constexpr UseWords kConfirm = {
+    "Handle for confirmming to use storage items is NULL.",
+    "Data handle type doesn't refer to confirmming to use storage items info.",
+    "There is no data about confirmming to use storage items info."};
 static constexpr UseWords kCancel = {"Handle for canceling to use storage items is NULL.",
                                      "Data handle type doesn't refer to canceling to use storage items info.",
                                      "There is no data about canceling to use storage items info."};
 
-void QueryStorageInfo(const _STORAGE_SEARCH_REQ* pReq, _LIST_RES* pRes) { RunRequest(QueryStorageInfoCall(pReq), pRes); }
-void ReadStorageInfo(const _STORAGE_READ_REQ* pReq, _RESULT_RES* pRes) { RunRequest(ReadStorageInfoCall(pReq), pRes); }
-void PurchaseProduct(const _PURCHASE_REQ* pReq, _PURCHASE_RES* pRes) { RunRequest(PurchaseProductCall(pReq), pRes); }
+void QueryStorageInfo(const _STORAGE_SEARCH_REQ* pReq, _LIST_RES* pRes)
+{
+    RunRequest(QueryStorageInfoCall(pReq), pRes);
+}
+void ReadStorageInfo(const _STORAGE_READ_REQ* pReq, _RESULT_RES* pRes)
+{
+    RunRequest(ReadStorageInfoCall(pReq), pRes);
+}
+void PurchaseProduct(const _PURCHASE_REQ* pReq, _PURCHASE_RES* pRes)
+{
+    RunRequest(PurchaseProductCall(pReq), pRes);
+}
 
 void StorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes)
 {
@@ -116,7 +131,8 @@ void ConfirmStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes)
 }
 void CancelStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes)
 {
-    RunRequest(UseCall<CancelStorageToInventoryCall, _CONFIRM_USE_STORAGE_INFO, DataTag::kCancelUseStorage,
-                       kCancel>(pReq),
-               pRes);
+    RunRequest(
+        UseCall<CancelStorageToInventoryCall, _CONFIRM_USE_STORAGE_INFO, DataTag::kCancelUseStorage, kCancel>(
+            pReq),
+        pRes);
 }

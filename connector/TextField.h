@@ -19,5 +19,6 @@ template <std::size_t N>
 std::string_view FieldText(const char (&szField)[N])
 {
     const void* const pEnd = std::memchr(szField, '\0', N);
-    return {szField, pEnd == nullptr ? N : static_cast<std::size_t>(static_cast<const char*>(pEnd) - szField)};
+    return {szField,
+            pEnd == nullptr ? N : static_cast<std::size_t>(static_cast<const char*>(pEnd) - szField)};
 }

@@ -231,8 +231,8 @@ typedef struct _CHECKIN_EX_RES {
     long long nRemainMinutes;
     char szCRMCode[16];
     char szEndDate[15];
-    unsigned char bPCCafe;       /* not filled */
-    _DATA_HANDLE* hBillingData;  /* _BILL_INFO rows, for GetBillingData; null on failure. The caller's to destroy */
+    unsigned char bPCCafe;      /* not filled */
+    _DATA_HANDLE* hBillingData; /* _BILL_INFO rows, for GetBillingData; null on failure; yours to destroy */
 } _CHECKIN_EX_RES;
 
 /* What a user takes along to another game server: filled by GetBillingInfoForUserMove there, carried by the
@@ -501,26 +501,26 @@ VELKAR_API bool GetBillingData(const _DATA_HANDLE* handle, size_t index, _BILL_I
                                size_t errorSize);
 VELKAR_API bool GetMenuData(const _DATA_HANDLE* handle, size_t index, _MENU_INFO* record, char* errorText,
                             size_t errorSize);
-VELKAR_API bool GetProductData(const _DATA_HANDLE* handle, size_t index, _PROD_LIST_INFO* record, char* errorText,
-                               size_t errorSize);
+VELKAR_API bool GetProductData(const _DATA_HANDLE* handle, size_t index, _PROD_LIST_INFO* record,
+                               char* errorText, size_t errorSize);
 VELKAR_API bool GetChildProductData(const _DATA_HANDLE* handle, size_t index, _CHILDPROD_INFO* record,
                                     char* errorText, size_t errorSize);
-VELKAR_API bool GetConditionData(const _DATA_HANDLE* handle, size_t index, _CONDITION_INFO* record, char* errorText,
-                                 size_t errorSize);
+VELKAR_API bool GetConditionData(const _DATA_HANDLE* handle, size_t index, _CONDITION_INFO* record,
+                                 char* errorText, size_t errorSize);
 VELKAR_API bool GetOptionData(const _DATA_HANDLE* handle, size_t index, _OPTION_INFO* record, char* errorText,
                               size_t errorSize);
-VELKAR_API bool GetDiscountData(const _DATA_HANDLE* handle, size_t index, _DISCOUNT_INFO* record, char* errorText,
-                                size_t errorSize);
+VELKAR_API bool GetDiscountData(const _DATA_HANDLE* handle, size_t index, _DISCOUNT_INFO* record,
+                                char* errorText, size_t errorSize);
 VELKAR_API bool GetTagData(const _DATA_HANDLE* handle, size_t index, _TAG_INFO* record, char* errorText,
                            size_t errorSize);
 VELKAR_API bool GetCouponData(const _DATA_HANDLE* handle, size_t index, _COUPON_INFO* record, char* errorText,
                               size_t errorSize);
-VELKAR_API bool GetSpecialProductData(const _DATA_HANDLE* handle, size_t index, _SPECIAL_PRODUCT_LIST_INFO* record,
-                                      char* errorText, size_t errorSize);
-VELKAR_API bool GetSpecialProductDetailData(const _DATA_HANDLE* handle, size_t index, _SPECIAL_PRODUCT_INFO* record,
-                                            char* errorText, size_t errorSize);
-VELKAR_API bool GetStorageItemData(const _DATA_HANDLE* handle, size_t index, _STORAGE_INFO* record, char* errorText,
-                                   size_t errorSize);
+VELKAR_API bool GetSpecialProductData(const _DATA_HANDLE* handle, size_t index,
+                                      _SPECIAL_PRODUCT_LIST_INFO* record, char* errorText, size_t errorSize);
+VELKAR_API bool GetSpecialProductDetailData(const _DATA_HANDLE* handle, size_t index,
+                                            _SPECIAL_PRODUCT_INFO* record, char* errorText, size_t errorSize);
+VELKAR_API bool GetStorageItemData(const _DATA_HANDLE* handle, size_t index, _STORAGE_INFO* record,
+                                   char* errorText, size_t errorSize);
 /* For the list of pfnSaveInventory. */
 VELKAR_API bool GetSaveItemData(const _DATA_HANDLE* handle, size_t index, _INVENTORY_ITEM_INFO* record,
                                 char* errorText, size_t errorSize);
@@ -535,16 +535,18 @@ VELKAR_API _DATA_HANDLE* GetHandleForCancelUseStorageItemInfo(char* errorText, s
 
 /* The Set functions append a copy of the record and return true. They refuse a null handle, a handle of
  * another kind of list, an unknown one, and a null record ("Data record is NULL.", possible from C only). */
-VELKAR_API bool SetInventoryItemData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_INVENTORY_ITEM_INFO) record,
-                                     char* errorText, size_t errorSize); /* list of pfnQueryInventory */
+VELKAR_API bool SetInventoryItemData(const _DATA_HANDLE* handle,
+                                     VELKAR_BY_REFERENCE(_INVENTORY_ITEM_INFO) record, char* errorText,
+                                     size_t errorSize); /* list of pfnQueryInventory */
 VELKAR_API bool SetCharacterData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_CHARACTER_INFO) record,
                                  char* errorText, size_t errorSize); /* list of pfnQueryCharacter */
 VELKAR_API bool SetUseCouponData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_COUPON_INFO) record,
                                  char* errorText, size_t errorSize);
 VELKAR_API bool SetUseOptionData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_OPTION_INFO) record,
                                  char* errorText, size_t errorSize);
-VELKAR_API bool SetUseStorageItemData(const _DATA_HANDLE* handle, VELKAR_BY_REFERENCE(_USE_STORAGE_INFO) record,
-                                      char* errorText, size_t errorSize);
+VELKAR_API bool SetUseStorageItemData(const _DATA_HANDLE* handle,
+                                      VELKAR_BY_REFERENCE(_USE_STORAGE_INFO) record, char* errorText,
+                                      size_t errorSize);
 VELKAR_API bool SetConfirmUseStorageItemData(const _DATA_HANDLE* handle, int nStorageSeq, char* errorText,
                                              size_t errorSize);
 VELKAR_API bool SetCancelUseStorageItemData(const _DATA_HANDLE* handle, int nStorageSeq, char* errorText,
@@ -640,7 +642,8 @@ VELKAR_API void QueryMenuList(const _GAME_REQ* pReq, _LIST_RES* pRes);
 /* GetProductData. */
 VELKAR_API void QueryProductList(const _PRODUCT_LIST_REQ* pReq, _PRODUCT_LIST_RES* pRes);
 /* Three lists: GetChildProductData, GetConditionData, GetOptionData. An answer that comes after the caller's
- * time is over leaves its lists in the library until UninitModule; ask for details sparingly on a slow link. */
+ * time is over leaves its lists in the library until UninitModule; ask for details sparingly on a slow link.
+ */
 VELKAR_API void QueryProductDetailInfo(const _PRODUCT_DETAIL_REQ* pReq, _PRODUCT_DETAIL_RES* pRes);
 /* GetDiscountData; nPrice is the product's price. */
 VELKAR_API void QueryDiscountList(const _USER_PRODUCT_REQ* pReq, _LIST_RES* pRes);
@@ -661,8 +664,8 @@ VELKAR_API void QueryRuvCoinInfo(const _RUVCOIN_REQ* pReq, _RUVCOIN_RES* pRes);
  * steps: StorageToInventory reserves them; the game puts the items into the inventory; then
  * ConfirmStorageToInventory ends it, or CancelStorageToInventory gives them back. The library keeps nothing
  * between the steps. Each step has its own kind of handle (GetHandleForUseStorageItemInfo, ...Confirm...,
- * ...Cancel...), filled before the call, unchanged during it, and the caller's to destroy. A timeout leaves the
- * fate of a reservation or a purchase open: look it up with QueryStorageInfo before you try again.
+ * ...Cancel...), filled before the call, unchanged during it, and the caller's to destroy. A timeout leaves
+ * the fate of a reservation or a purchase open: look it up with QueryStorageInfo before you try again.
  */
 
 typedef struct _STORAGE_SEARCH_REQ {
@@ -705,9 +708,9 @@ typedef struct _PURCHASE_REQ {
     char szGiftMessage[201];
     char szUserIP[16]; /* the buyer's */
     char szPassWD[21]; /* travels in plain; the log shows it as stars */
-    /* With both handles set, the options are read from the coupon handle's rows too (the use id as the code, the
-     * coupon code as the value), and the option handle's rows are not looked at. An option handle without a coupon
-     * handle is not allowed: the call fails with the text of an exception and nothing is sent. */
+    /* With both handles set, the options are read from the coupon handle's rows too (the use id as the code,
+     * the coupon code as the value), and the option handle's rows are not looked at. An option handle without
+     * a coupon handle is not allowed: the call fails with the text of an exception and nothing is sent. */
     _DATA_HANDLE* hUseCoupon; /* of GetHandleForUseCouponInfo, or null */
     _DATA_HANDLE* hUseOption; /* of GetHandleForUseOptionInfo, or null */
 } _PURCHASE_REQ;

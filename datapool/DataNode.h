@@ -18,9 +18,9 @@ public:
     CDataBaseNode& operator=(const CDataBaseNode&) = delete;
 };
 
-// Records are copied in and out, so that the list outlives the message it came from. They are kept without their
-// empty bytes, since most of a record's fixed fields is unused: a list takes about as much memory as it took on the
-// wire. Reading allocates nothing. One thread at a time.
+// Records are copied in and out, so that the list outlives the message it came from. They are kept without
+// their empty bytes, since most of a record's fixed fields is unused: a list takes about as much memory as it
+// took on the wire. Reading allocates nothing. One thread at a time.
 template <class T>
 class CDataNode final : public CDataBaseNode {
     static_assert(std::is_trivially_copyable_v<T>);

@@ -64,7 +64,8 @@ public:
         return std::dynamic_pointer_cast<CDataNode<T>>(Find(nHandleID));
     }
     std::size_t GetDataSizeOf(std::uint32_t nHandleID);
-    // Takes a handle that nobody has any more, to free it when the pool is emptied; its list stays till then, too.
+    // Takes a handle that nobody has any more, to free it when the pool is emptied; its list stays till then,
+    // too.
     void KeepOrphan(_DATA_HANDLE* pHandle);
     void Clear();
     std::size_t GetCount();

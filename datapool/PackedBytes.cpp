@@ -12,7 +12,8 @@ constexpr std::size_t kLongestPiece = 0xFFFF;
 
 std::size_t EndOfZeros(const unsigned char* p, std::size_t n, std::size_t nSize)
 {
-    while (n < nSize && p[n] == 0) ++n;
+    while (n < nSize && p[n] == 0)
+        ++n;
     return n;
 }
 
@@ -38,10 +39,7 @@ void PutNumber(std::vector<unsigned char>& vec, std::size_t n)
     vec.push_back(static_cast<unsigned char>(n >> 8));
 }
 
-std::size_t GetNumber(const unsigned char* p)
-{
-    return p[0] | static_cast<std::size_t>(p[1]) << 8;
-}
+std::size_t GetNumber(const unsigned char* p) { return p[0] | static_cast<std::size_t>(p[1]) << 8; }
 
 }  // namespace
 

@@ -23,6 +23,6 @@ private:
     };
     std::vector<Place> m_vecPlaces;
     std::vector<std::unique_ptr<unsigned char[]>> m_vecBlocks;
-    std::size_t m_nUsed = kBlockSize;  // of the last block
+    std::size_t m_nUsed = kBlockSize;        // of the last block
     std::vector<unsigned char> m_vecPacked;  // of the record being added
 };

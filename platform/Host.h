@@ -15,7 +15,7 @@ std::string GetExecutableDirectory();
 const char* GetPathSeparator();
 
 struct LocalTime {
-    int nYear, nMonth, nDay;          // month and day from 1
+    int nYear, nMonth, nDay;  // month and day from 1
     int nHour, nMinute, nSecond, nMillisecond;
 };
 LocalTime GetLocalTime();
@@ -38,15 +38,15 @@ bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime);
 
 // ---- waiting for a change in a directory, or for the order to stop ----
 struct StopEvent;
-StopEvent* CreateStopEvent();      // not signalled, taken by the one wait that it ends; null on failure
-void SetStopEvent(StopEvent*);     // from any thread
+StopEvent* CreateStopEvent();   // not signalled, taken by the one wait that it ends; null on failure
+void SetStopEvent(StopEvent*);  // from any thread
 void CloseStopEvent(StopEvent*);
 
 struct ChangeNotification;
 // Watches files of that directory, not of those below it, for a change of size or last write time; a
 // file moved or copied over another one counts. Null on failure.
 ChangeNotification* FindFirstChange(const std::string& strDirectory);
-bool FindNextChange(ChangeNotification*);   // arms it again after it has fired; false on failure
+bool FindNextChange(ChangeNotification*);  // arms it again after it has fired; false on failure
 void CloseChange(ChangeNotification*);
 
 enum class WaitResult { Stopped, Changed, Failed };

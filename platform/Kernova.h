@@ -23,7 +23,8 @@ namespace Threading {
 //   3. the connector's active link list (held over building and sending a message);
 //   4. CUserInfoMap's lock (held over completing a checkin's waiter and adding its user);
 //   5. CFailedCheckOutVector's lock, or CResWaiterMap's lock;
-//   6. everything else: a waiter's own lock, the two flag locks, the settings' locks, the id source's locks, the pool's
+//   6. everything else: a waiter's own lock, the two flag locks, the settings' locks, the id source's locks,
+//   the pool's
 //      map lock. These are leaves: nothing is taken while one of them is held.
 // A thread that holds 4 may take 3 again only because it entered through 3 and 3 is re-entrant.
 // No lock is held while a caller waits for an answer. 2 and, in the charge scan, 3 are held while

@@ -11,11 +11,11 @@ struct _THandle;
 _THandle* CreateHandle();  // an empty stream; null on failure
 void DestroyHandle(_THandle*);
 
-int GetLength(_THandle*);                                   // bytes in the stream
-int Write(_THandle*, const void* data, int size);           // appends; size, or -1 on failure
-int Read(_THandle*, void* data, int size);                  // takes up to size bytes; the count, or -1
-int Peek(_THandle*, void* data, int size);                  // copies up to size bytes, leaves them; the count
-int RemoveLeft(_THandle*, int size);                        // drops up to size bytes; the count, or -1
+int GetLength(_THandle*);                          // bytes in the stream
+int Write(_THandle*, const void* data, int size);  // appends; size, or -1 on failure
+int Read(_THandle*, void* data, int size);         // takes up to size bytes; the count, or -1
+int Peek(_THandle*, void* data, int size);         // copies up to size bytes, leaves them; the count
+int RemoveLeft(_THandle*, int size);               // drops up to size bytes; the count, or -1
 // The contents as a block for Netrova::Link::Send. It belongs to the stream; after a Send the
 // stream may only be destroyed.
 Kernova::MemoryPool::_XMemory* GetXMemory(_THandle*);

@@ -52,7 +52,8 @@ int PieceAfterDiscount(const Product& product, std::list<Discount>& listDiscount
                        const std::string& strServerID)
 {
     const int nPrice = product.row.nPrice;
-    for (Discount& discount : listDiscounts) discount.row.bUse = false;
+    for (Discount& discount : listDiscounts)
+        discount.row.bUse = false;
     if (product.cDiscount == 'N')
         return nPrice;
     std::int64_t nBest = Off(nPrice, product.row.nDiscountRate, 0);
@@ -94,7 +95,8 @@ Sale Cashier::Sell(const XC2S_PurchaseProductReq& req, const User& buyer, const 
         static_cast<int>(m_ledger.AddOrder({0, req.strGameID, req.strProductID, buyer.nID, receiver.nID,
                                             req.nCount, sale.nPrice, FormatDate(m_clock.Now())}));
     m_ledger.ChangeCoin(buyer.nID, -sale.nPrice);
-    for (const std::string& strUseID : choice.vecCouponUseIDs) m_ledger.UseCoupon(strUseID, sale.nOrderSeq);
+    for (const std::string& strUseID : choice.vecCouponUseIDs)
+        m_ledger.UseCoupon(strUseID, sale.nOrderSeq);
     FillBox(req, product, choice, buyer, receiver, sale);
     return sale;
 }

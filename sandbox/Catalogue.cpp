@@ -130,10 +130,7 @@ void Catalogue::Clear()
         Statement(m_sql->db, std::string("DELETE FROM ") + pszTable).Run();
 }
 
-void Catalogue::AddGame(const std::string& strGameID)
-{
-    m_sql->addGame.Run(strGameID);
-}
+void Catalogue::AddGame(const std::string& strGameID) { m_sql->addGame.Run(strGameID); }
 
 void Catalogue::AddBranch(const std::string& strGameID, const XMenuContents& row)
 {
@@ -216,20 +213,14 @@ void Records(Statement& select, int nOwn, Wirova::RecordVector<Rec>& vecRecords,
 
 }  // namespace
 
-std::vector<std::string> Catalogue::GetGames()
-{
-    return Texts(m_sql->games);
-}
+std::vector<std::string> Catalogue::GetGames() { return Texts(m_sql->games); }
 
 std::vector<std::string> Catalogue::GetProductIDs(const std::string& strGameID)
 {
     return Texts(m_sql->productIDs, strGameID);
 }
 
-bool Catalogue::HasGame(const std::string& strGameID)
-{
-    return Exists(m_sql->hasGame, strGameID);
-}
+bool Catalogue::HasGame(const std::string& strGameID) { return Exists(m_sql->hasGame, strGameID); }
 
 int Catalogue::DepthOf(const std::string& strGameID, const std::string& strBranchID)
 {

@@ -26,10 +26,7 @@ std::string TimeOfDay()
 
 }  // namespace
 
-void Console::Say(const std::string& strText) const
-{
-    m_sink(TimeOfDay() + strText);
-}
+void Console::Say(const std::string& strText) const { m_sink(TimeOfDay() + strText); }
 
 void Console::Note(const std::string& strText) const
 {
@@ -45,9 +42,6 @@ std::string Printable(const std::string& strText)
     return strOut.size() < strText.size() ? strOut + "..." : strOut;
 }
 
-std::string Quoted(const std::string& strText)
-{
-    return "'" + Printable(strText) + "'";
-}
+std::string Quoted(const std::string& strText) { return "'" + Printable(strText) + "'"; }
 
 }  // namespace Sandbox

@@ -93,15 +93,9 @@ Json ParseBody(const ControlRequest& request)
     }
 }
 
-Reply JsonReply(int nStatus, const Json& json)
-{
-    return {nStatus, DumpJson(json, 2) + '\n'};
-}
+Reply JsonReply(int nStatus, const Json& json) { return {nStatus, DumpJson(json, 2) + '\n'}; }
 
-Reply ErrorReply(int nStatus, const std::string& strText)
-{
-    return JsonReply(nStatus, {{"error", strText}});
-}
+Reply ErrorReply(int nStatus, const std::string& strText) { return JsonReply(nStatus, {{"error", strText}}); }
 
 struct Control::Route {
     const char* pszMethod;
@@ -232,7 +226,8 @@ void Control::Users(const ControlRequest& request, const Respond& respond)
     if (const std::string strUser = Query(request, "user"); !strUser.empty()) {
         list.push_back(UserToJson(FindUser(strUser)));
     } else {
-        for (const User& user : m_store.GetUsers(nLimit)) list.push_back(UserToJson(user));
+        for (const User& user : m_store.GetUsers(nLimit))
+            list.push_back(UserToJson(user));
     }
     respond(JsonReply(200, {{"users", list}}));
 }
@@ -255,7 +250,8 @@ Json Control::UserToJson(const User& user)
                  {"result", user.nResult},
                  {"resultText", user.strResultText}});
     Json others = Json::array();
-    for (const Billing& other : m_store.GetOtherBillings(user.nID)) others.push_back(BillingToJson(other));
+    for (const Billing& other : m_store.GetOtherBillings(user.nID))
+        others.push_back(BillingToJson(other));
     json["otherBillings"] = others;
     json.update(WalletToJson(user));
     json["session"] = nullptr;

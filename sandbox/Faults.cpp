@@ -19,15 +19,9 @@ constexpr std::int64_t kHold = 1'000;        // milliseconds, unless given
 constexpr std::size_t kMaxText = 1024;
 constexpr std::size_t kMaxName = 64;  // of a connector, bytes
 
-bool HasReqID(const ClassInfo& info)
-{
-    return GetReqID(*info.pfnMake()).has_value();
-}
+bool HasReqID(const ClassInfo& info) { return GetReqID(*info.pfnMake()).has_value(); }
 
-bool CanBeRefused(const ClassInfo& info)
-{
-    return SetRefused(*info.pfnMake(), 0, "");
-}
+bool CanBeRefused(const ClassInfo& info) { return SetRefused(*info.pfnMake(), 0, ""); }
 
 }  // namespace
 
@@ -146,7 +140,8 @@ void Faults::CheckFits(const JsonObject& object, const Fault& fault)
 Json Faults::List() const
 {
     Json json = Json::array();
-    for (const Fault& fault : m_vecFaults) json.push_back(ToJson(fault));
+    for (const Fault& fault : m_vecFaults)
+        json.push_back(ToJson(fault));
     return json;
 }
 

@@ -177,7 +177,8 @@ HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answere
             m_bFailed = true;
     });
     // Stop has no effect before that.
-    while (!is_running() && !m_bFailed) std::this_thread::yield();
+    while (!is_running() && !m_bFailed)
+        std::this_thread::yield();
 }
 
 void HttpServer::Impl::Bind(unsigned short nPort)
@@ -193,8 +194,8 @@ void HttpServer::Impl::Bind(unsigned short nPort)
     m_nPort = static_cast<unsigned short>(nBound);
 }
 
-// The HTTP library makes tables at its first request. That is this one, which is refused, while there is one thread:
-// the library is not compiled with the thread sanitizer, which would take their making for a race.
+// The HTTP library makes tables at its first request. That is this one, which is refused, while there is one
+// thread: the library is not compiled with the thread sanitizer, which would take their making for a race.
 void HttpServer::Impl::ServeFirst()
 {
     int arrFd[2];
@@ -284,10 +285,13 @@ void HttpServer::Impl::Stop()
     {
         std::unique_lock lock(m_mutex);
         m_bStopping = true;
-        for (const auto& pTicket : m_setTickets) pTicket->Give(ErrorReply(503, "The sandbox ends."));
-        for (const int fd : m_setSockets) shutdown(fd, SHUT_RD);
+        for (const auto& pTicket : m_setTickets)
+            pTicket->Give(ErrorReply(503, "The sandbox ends."));
+        for (const int fd : m_setSockets)
+            shutdown(fd, SHUT_RD);
         m_closed.wait_for(lock, kStopGrace, [this] { return m_setSockets.empty(); });
-        for (const int fd : m_setSockets) shutdown(fd, SHUT_RDWR);
+        for (const int fd : m_setSockets)
+            shutdown(fd, SHUT_RDWR);
     }
     stop();
     m_thread.join();
@@ -300,15 +304,9 @@ HttpServer::HttpServer(const std::string& strHost, unsigned short nPort, Answere
 
 HttpServer::~HttpServer() = default;
 
-const std::string& HttpServer::GetHost() const
-{
-    return m_pImpl->m_strHost;
-}
+const std::string& HttpServer::GetHost() const { return m_pImpl->m_strHost; }
 
-unsigned short HttpServer::GetPort() const
-{
-    return m_pImpl->m_nPort;
-}
+unsigned short HttpServer::GetPort() const { return m_pImpl->m_nPort; }
 
 bool HttpServer::IsLoopback() const
 {
@@ -316,9 +314,6 @@ bool HttpServer::IsLoopback() const
     return address ? address->is_loopback() : m_pImpl->m_strHost == "localhost";
 }
 
-void HttpServer::Stop()
-{
-    m_pImpl->Stop();
-}
+void HttpServer::Stop() { m_pImpl->Stop(); }
 
 }  // namespace Sandbox

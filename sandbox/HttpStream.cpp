@@ -34,15 +34,9 @@ bool HttpStream::Poll(short nEvents, Clock::time_point deadline) const
     }
 }
 
-bool HttpStream::is_readable() const
-{
-    return m_nBegin < m_nEnd || Poll(POLLIN, m_readDeadline);
-}
+bool HttpStream::is_readable() const { return m_nBegin < m_nEnd || Poll(POLLIN, m_readDeadline); }
 
-bool HttpStream::is_writable() const
-{
-    return Poll(POLLOUT, Clock::now() + kWriteTime);
-}
+bool HttpStream::is_writable() const { return Poll(POLLOUT, Clock::now() + kWriteTime); }
 
 ssize_t HttpStream::read(char* pBytes, size_t nSize)
 {

@@ -118,10 +118,7 @@ Wallet Ledger::GetWallet(std::int64_t nUser)
     return wallet;
 }
 
-void Ledger::ChangeCoin(std::int64_t nUser, int nDifference)
-{
-    m_sql->changeCoin.Run(nDifference, nUser);
-}
+void Ledger::ChangeCoin(std::int64_t nUser, int nDifference) { m_sql->changeCoin.Run(nDifference, nUser); }
 
 // ---- coupons ----
 
@@ -235,10 +232,7 @@ std::vector<std::int64_t> Ledger::GetEntriesOf(std::int64_t nOrderSeq)
     return vecSeqs;
 }
 
-void Ledger::SetRead(std::int64_t nStorageSeq)
-{
-    m_sql->setRead.Run(nStorageSeq);
-}
+void Ledger::SetRead(std::int64_t nStorageSeq) { m_sql->setRead.Run(nStorageSeq); }
 
 void Ledger::Reserve(std::int64_t nStorageSeq, std::int64_t nUntil, const std::string& strServerID,
                      const std::string& strCharacterID)

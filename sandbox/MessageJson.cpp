@@ -18,10 +18,7 @@ using Wirova::RecordList;
 
 constexpr std::size_t kRecordBytes = 64;  // what a field or an element counts beside its text
 
-bool IsSecret(std::string_view strField)
-{
-    return strField == "strPassWD";
-}
+bool IsSecret(std::string_view strField) { return strField == "strPassWD"; }
 
 class Encoder {
 public:
@@ -65,7 +62,7 @@ private:
     }
     Json Value(const IMessage& rec) { return Fields(rec); }
     template <class List>
-    requires requires(const List& list) { list[0]; }
+        requires requires(const List& list) { list[0]; }
     Json Value(const List& list)
     {
         Json json = Json::array();
@@ -153,17 +150,11 @@ private:
     std::string m_strKey;
 };
 
-bool IsUpper(char c)
-{
-    return std::isupper(static_cast<unsigned char>(c)) != 0;
-}
+bool IsUpper(char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; }
 
 }  // namespace
 
-Json FieldsToJson(const IMessage& msg, const JsonLimits& limits)
-{
-    return Encoder(limits).Fields(msg);
-}
+Json FieldsToJson(const IMessage& msg, const JsonLimits& limits) { return Encoder(limits).Fields(msg); }
 
 // Without the letters of the kind, and of several capitals in a row all but one that begins a word are small.
 std::string ArgumentName(const std::string& strField)

@@ -26,7 +26,8 @@ void MessageLog::Record(const std::string& strConnector, Direction direction, co
     const bool bRoutine = msg.GetMsgID() == XC2S_Heartbeat::kMsgID;
     if (!m_console.IsQuiet() && (!bRoutine || m_console.IsVerbose())) {
         std::string strLine = strConnector + (direction == Direction::FromConnector ? " <- " : " -> ");
-        for (const std::string& strFault : vecFaults) strLine += "[" + strFault + "] ";
+        for (const std::string& strFault : vecFaults)
+            strLine += "[" + strFault + "] ";
         m_console.Note(strLine +
                        Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerbose : kMaxLine));
     }

@@ -64,7 +64,8 @@ template <WireRecord Rec>
 std::string InsertSql(const std::string& strTable, int nOwn)
 {
     std::string strPlaces = "?";
-    for (int i = 1; i < nOwn + CountColumns<Rec>(); ++i) strPlaces += ", ?";
+    for (int i = 1; i < nOwn + CountColumns<Rec>(); ++i)
+        strPlaces += ", ?";
     return "INSERT INTO " + strTable + " VALUES (" + strPlaces + ")";
 }
 

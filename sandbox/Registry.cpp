@@ -59,9 +59,6 @@ void Registry::Detach(Link& link)
     link.SetConnector(nullptr, link.GetName());
 }
 
-void Registry::Remove(const Connector& connector)
-{
-    m_mapConnectors.erase(Identity(connector.identity));
-}
+void Registry::Remove(const Connector& connector) { m_mapConnectors.erase(Identity(connector.identity)); }
 
 }  // namespace Sandbox

@@ -211,7 +211,8 @@ template <class List>
 Json ListToJson(const List& list, Keys workedOut = {})
 {
     Json json = Json::array();
-    for (const auto* const pRow : list) json.push_back(RecordToJson(*pRow, workedOut));
+    for (const auto* const pRow : list)
+        json.push_back(RecordToJson(*pRow, workedOut));
     return json;
 }
 

@@ -93,10 +93,7 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
     ScheduleSweep();
 }
 
-void Server::Run()
-{
-    m_context.run();
-}
+void Server::Run() { m_context.run(); }
 
 void Server::Stop()
 {
@@ -126,7 +123,8 @@ void Server::CloseAll()
         m_signals->cancel(ignored);
     if (m_pHttp != nullptr)
         m_pHttp->Stop();
-    while (!m_setLinks.empty()) (*m_setLinks.begin())->Close("the sandbox ends");
+    while (!m_setLinks.empty())
+        (*m_setLinks.begin())->Close("the sandbox ends");
 }
 
 // The interface's threads only ask; what is asked for happens on the server's own thread.
@@ -200,10 +198,7 @@ void Server::Sweep()
     }
 }
 
-void Server::OnFrame(Link& link, Wirova::Stream* body)
-{
-    m_service.Handle(link, body);
-}
+void Server::OnFrame(Link& link, Wirova::Stream* body) { m_service.Handle(link, body); }
 
 void Server::OnClosed(Link& link, const std::string& strWhy)
 {

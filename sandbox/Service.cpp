@@ -45,7 +45,8 @@ struct Service::RowOf<Handler> {
         }
         service.m_traffic.Send(call.link, ans);
         try {
-            for (const auto& answered : call.vecAnswered) answered();
+            for (const auto& answered : call.vecAnswered)
+                answered();
         } catch (const StoreError& e) {
             service.m_console.Say(std::string("The database has failed: ") + e.what());
         }
@@ -151,7 +152,8 @@ void Service::Commit(Call& call, const Work& work)
     Transaction transaction = m_store.Begin();
     work();
     transaction.Commit();
-    for (const auto& after : call.vecAfter) after();
+    for (const auto& after : call.vecAfter)
+        after();
 }
 
 // An answer to a request of the service goes to who waits for it. What nobody here has a handler for is

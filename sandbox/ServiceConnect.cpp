@@ -102,12 +102,14 @@ void Service::Sweep()
     if (nReleased > 0)
         m_console.Note("storage: " + std::to_string(nReleased) +
                        " reserved entries wait again, nobody ended it");
-    for (Connector* const pConnector : vecConfirmed) pConnector->msConfirmBy.reset();
+    for (Connector* const pConnector : vecConfirmed)
+        pConnector->msConfirmBy.reset();
     for (const Connector* const pConnector : vecGone) {
         m_console.Note(pConnector->identity.GetName() + ": is forgotten");
         m_registry.Remove(*pConnector);
     }
-    for (const Session& session : vecOverdue) NotifyForced(session);
+    for (const Session& session : vecOverdue)
+        NotifyForced(session);
 }
 
 void Service::Dropped(const std::vector<Session>& vecSessions, const char* pszWhy)

@@ -26,15 +26,9 @@ bool IsNamedBy(const Session& session, const UserKey& key)
     return key.strText == (key.bNumber ? session.strUserNo : session.strUserID);
 }
 
-bool HasTerm(int nBillType)
-{
-    return nBillType == kFixedTerm || nBillType == kBoth;
-}
+bool HasTerm(int nBillType) { return nBillType == kFixedTerm || nBillType == kBoth; }
 
-bool HasMinutes(int nBillType)
-{
-    return nBillType == kMetered || nBillType == kBoth;
-}
+bool HasMinutes(int nBillType) { return nBillType == kMetered || nBillType == kBoth; }
 
 }  // namespace
 

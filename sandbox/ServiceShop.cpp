@@ -60,7 +60,8 @@ void Service::QueryProductDetail(Call&, const XC2S_QueryProductDetailReq& req,
     ans.cCouponUseType = product.cCouponUse;
     ans.cDiscountType = product.cDiscount;
     const ProductKey key{req.strGameID, req.strProductID};
-    for (const Child& child : m_catalogue.GetChildren(key)) CopyFields(child.row, ans.vecChildProduct.Add());
+    for (const Child& child : m_catalogue.GetChildren(key))
+        CopyFields(child.row, ans.vecChildProduct.Add());
     m_catalogue.GetConditions(key, ans.vecCondition);
     m_catalogue.GetOptions(key, ans.vecOption);
 }
@@ -72,7 +73,8 @@ void Service::QueryDiscount(Call&, const XC2S_QueryDiscountReq& req, XS2C_QueryD
     RequireUser(KeyOf(req));
     auto listDiscounts = m_catalogue.GetDiscounts({req.strGameID, req.strProductID});
     ans.nPrice = PieceAfterDiscount(product, listDiscounts, req.nLevel, req.strServerID);
-    for (const Discount& discount : listDiscounts) CopyFields(discount.row, ans.vecDiscount.Add());
+    for (const Discount& discount : listDiscounts)
+        CopyFields(discount.row, ans.vecDiscount.Add());
 }
 
 // Those that a purchase would take.

@@ -63,10 +63,7 @@ bool Statement::Step()
     return nResult == SQLITE_ROW;
 }
 
-Transaction::Transaction(Database& db) : m_db(db)
-{
-    m_db.Execute("BEGIN");
-}
+Transaction::Transaction(Database& db) : m_db(db) { m_db.Execute("BEGIN"); }
 
 Transaction::~Transaction()
 {

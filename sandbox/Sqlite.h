@@ -50,7 +50,8 @@ public:
         [[maybe_unused]] int nIndex = 0;
         (BindNext(nIndex, args), ...);
         int nRows = 0;
-        for (; Step(); ++nRows) row(*this);
+        for (; Step(); ++nRows)
+            row(*this);
         return nRows;
     }
     template <class... Args>

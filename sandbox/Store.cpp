@@ -304,59 +304,37 @@ void Store::MoveSession(const Session& session)
     m_sql->moveSession.Run(session.nConnector, session.bByNumber, session.strUserIP, session.nSeqNo);
 }
 
-void Store::SetMoving(std::int64_t nSeqNo, std::time_t since)
-{
-    m_sql->setMoving.Run(since, nSeqNo);
-}
+void Store::SetMoving(std::int64_t nSeqNo, std::time_t since) { m_sql->setMoving.Run(since, nSeqNo); }
 
-void Store::RemoveSession(std::int64_t nSeqNo)
-{
-    m_sql->removeSession.Run(nSeqNo);
-}
+void Store::RemoveSession(std::int64_t nSeqNo) { m_sql->removeSession.Run(nSeqNo); }
 
-std::optional<Session> Store::FindSession(std::int64_t nSeqNo)
-{
-    return One(m_sql->sessionBySeqNo, nSeqNo);
-}
+std::optional<Session> Store::FindSession(std::int64_t nSeqNo) { return One(m_sql->sessionBySeqNo, nSeqNo); }
 
-std::optional<Session> Store::FindSessionOf(std::int64_t nUser)
-{
-    return One(m_sql->sessionByUser, nUser);
-}
+std::optional<Session> Store::FindSessionOf(std::int64_t nUser) { return One(m_sql->sessionByUser, nUser); }
 
-std::vector<Session> Store::GetSessions(std::int64_t nConnector)
-{
-    return All(m_sql->sessions, nConnector);
-}
+std::vector<Session> Store::GetSessions(std::int64_t nConnector) { return All(m_sql->sessions, nConnector); }
 
-void Store::Confirm(std::int64_t nSeqNo)
-{
-    m_sql->confirm.Run(nSeqNo);
-}
+void Store::Confirm(std::int64_t nSeqNo) { m_sql->confirm.Run(nSeqNo); }
 
-void Store::SetUnconfirmed(std::int64_t nConnector)
-{
-    m_sql->setUnconfirmed.Run(nConnector);
-}
+void Store::SetUnconfirmed(std::int64_t nConnector) { m_sql->setUnconfirmed.Run(nConnector); }
 
 std::vector<Session> Store::RemoveUnconfirmed(std::int64_t nConnector)
 {
     std::vector<Session> vecRemoved = All(m_sql->unconfirmed, nConnector);
-    for (const Session& session : vecRemoved) RemoveSession(session.nSeqNo);
+    for (const Session& session : vecRemoved)
+        RemoveSession(session.nSeqNo);
     return vecRemoved;
 }
 
 std::vector<Session> Store::RemoveMovesBefore(std::time_t time)
 {
     std::vector<Session> vecRemoved = All(m_sql->movesBefore, time);
-    for (const Session& session : vecRemoved) RemoveSession(session.nSeqNo);
+    for (const Session& session : vecRemoved)
+        RemoveSession(session.nSeqNo);
     return vecRemoved;
 }
 
-void Store::RemoveAllSessions()
-{
-    m_sql->removeAllSessions.Run();
-}
+void Store::RemoveAllSessions() { m_sql->removeAllSessions.Run(); }
 
 std::vector<Session> Store::GetOverdue(const std::string& strNow)
 {

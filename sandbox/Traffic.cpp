@@ -27,7 +27,8 @@ void Traffic::Send(Link& link, Wirova::IMessage& msg)
         return;
     std::string strFrame = FrameOf(msg);
     Delivery delivery{m_answerDelay + mishap.delay, mishap.nPiece, mishap.hold, false};
-    for (int i = 1; i < mishap.nCopies; ++i) link.Post(strFrame, delivery);
+    for (int i = 1; i < mishap.nCopies; ++i)
+        link.Post(strFrame, delivery);
     if (mishap.nCutAfter) {
         strFrame.resize(std::min(strFrame.size(), *mishap.nCutAfter));
         delivery.bLast = true;

@@ -58,7 +58,8 @@ const Triggers::Trigger Triggers::kTriggers[] = {
 std::vector<std::string> Triggers::GetNames()
 {
     std::vector<std::string> vecNames;
-    for (const Trigger& trigger : kTriggers) vecNames.emplace_back(trigger.pszName);
+    for (const Trigger& trigger : kTriggers)
+        vecNames.emplace_back(trigger.pszName);
     return vecNames;
 }
 

@@ -41,7 +41,8 @@ bool CFailedCheckOutVector::DumpFailedUsers(std::string& out)
         return false;
     out = "[Failed Checkout Vector] Failed checkout user list start.\r\n";
     for (std::size_t i = 0; i < m_nListed; ++i) {
-        out += "\tUser ID: " + m_vecUsers[i].GetKey() + "\r\n\tUser IP: " + m_vecUsers[i].GetUserIP() + "\r\n";
+        out +=
+            "\tUser ID: " + m_vecUsers[i].GetKey() + "\r\n\tUser IP: " + m_vecUsers[i].GetUserIP() + "\r\n";
     }
     out += "[Failed Checkout Vector] Failed checkout user list end.";
     return true;

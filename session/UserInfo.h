@@ -54,13 +54,13 @@ public:
     void SetFirst(bool b) { m_bFirst = b; }
 
 private:
-    std::string m_strKey;      // the text that identifies the user
+    std::string m_strKey;  // the text that identifies the user
     std::string m_strUserIP;
     std::string m_strEndDate;  // end of the term, 14 digits, local time of the game server
     std::string m_strCRMCode;
-    std::string m_strSeqNo;    // decimal text of the checkin; goes back with every checkout and charge
+    std::string m_strSeqNo;  // decimal text of the checkin; goes back with every checkout and charge
     int m_nProductID = -1;
-    int m_nBillingID = 0;      // from the settings, for the product, at the time of the checkin
+    int m_nBillingID = 0;  // from the settings, for the product, at the time of the checkin
     char m_cFree = 'N';
-    bool m_bFirst = true;      // until the user's first charge
+    bool m_bFirst = true;  // until the user's first charge
 };

@@ -21,7 +21,7 @@ public:
     bool RemoveUserInfo(std::string strKey);                // true if a record was removed
     bool FindUserInfo(std::string strKey, CUserInfo& out);  // copies into out on true only
     bool HasUserInfo(std::string strKey);
-    static bool IsValidUserInfo(const CUserInfo& info);     // a key or an IP is there
+    static bool IsValidUserInfo(const CUserInfo& info);  // a key or an IP is there
     void RemoveAllUserInfo();
     std::size_t GetCount();
 
@@ -53,7 +53,8 @@ public:
 private:
     // Charges one user or checks the user out; what the game has to be told goes into vecNotiInfos.
     static void ScanUser(CUserInfo& info, ChargeState state, int nProductId,
-                         Wirova::RecordVector<XChargeInfo>& list, std::vector<_BILLING_NOTI_INFO>& vecNotiInfos);
+                         Wirova::RecordVector<XChargeInfo>& list,
+                         std::vector<_BILLING_NOTI_INFO>& vecNotiInfos);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
     std::map<std::string, std::unique_ptr<CUserInfo>> m_mapUsers GUARDED_BY(m_lock);

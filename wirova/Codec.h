@@ -161,9 +161,8 @@ struct Codec<V> {
     static bool Save(Stream* s, const V& v)
     {
         return v.size() <= kMaxCount && Codec<int32>::Save(s, static_cast<int32>(v.size())) &&
-               std::all_of(v.begin(), v.end(), [&](const auto& e) {
-                   return CodecOf<decltype(Element(e))>::Save(s, Element(e));
-               });
+               std::all_of(v.begin(), v.end(),
+                           [&](const auto& e) { return CodecOf<decltype(Element(e))>::Save(s, Element(e)); });
     }
     static bool Load(Stream* s, V& v)
     {

@@ -51,45 +51,50 @@ void ClearAll(M& msg)
 
 }  // namespace Wirova
 
+// clang-format off: the macros below read as tables.
 // Walk a list (type, name)(type, name)... of any length: A and B hand over to each other.
 #define WIROVA_CAT_(a, b) a##b
 #define WIROVA_CAT(a, b) WIROVA_CAT_(a, b)
-#define WIROVA_FIELD_A(type, name) type name{}; WIROVA_FIELD_B
-#define WIROVA_FIELD_B(type, name) type name{}; WIROVA_FIELD_A
+#define WIROVA_FIELD_A(type, name) \
+    type name{};                   \
+    WIROVA_FIELD_B
+#define WIROVA_FIELD_B(type, name) \
+    type name{};                   \
+    WIROVA_FIELD_A
 #define WIROVA_FIELD_A_END
 #define WIROVA_FIELD_B_END
-#define WIROVA_VISIT_A(type, name) && visit(#name, self.name) WIROVA_VISIT_B
-#define WIROVA_VISIT_B(type, name) && visit(#name, self.name) WIROVA_VISIT_A
+#define WIROVA_VISIT_A(type, name) &&visit(#name, self.name) WIROVA_VISIT_B
+#define WIROVA_VISIT_B(type, name) &&visit(#name, self.name) WIROVA_VISIT_A
 #define WIROVA_VISIT_A_END
 #define WIROVA_VISIT_B_END
-#define WIROVA_LEAST_A(type, name) + Wirova::Codec<type>::kMinSize WIROVA_LEAST_B
-#define WIROVA_LEAST_B(type, name) + Wirova::Codec<type>::kMinSize WIROVA_LEAST_A
+#define WIROVA_LEAST_A(type, name) +Wirova::Codec<type>::kMinSize WIROVA_LEAST_B
+#define WIROVA_LEAST_B(type, name) +Wirova::Codec<type>::kMinSize WIROVA_LEAST_A
 #define WIROVA_LEAST_A_END
 #define WIROVA_LEAST_B_END
 
 // The body of a wire class: its name, its id, its fields in wire order.
-#define WIROVA_MESSAGE(cls, id, fields)                                                            \
-    static constexpr Wirova::int32 kMsgID = id;                                                    \
-    static_assert(kMsgID > 0 && kMsgID < (1 << 28) && (kMsgID & 0xF) == 0xA, "mistyped id");       \
-    bool bNested = false;                                                                          \
-    Wirova::int32 nMsgID = kMsgID;                                                                 \
-    WIROVA_CAT(WIROVA_FIELD_A fields, _END)                                                        \
-    [[maybe_unused]] static constexpr Wirova::int32 kMinSize =                                     \
-        0 WIROVA_CAT(WIROVA_LEAST_A fields, _END);                                                 \
-    void Clear() override { Wirova::ClearAll(*this); }                                             \
-    Wirova::int32 GetMsgID() const override { return kMsgID; }                                     \
-    const char* GetMsgName() const override                                                        \
-    {                                                                                              \
-        static_assert(std::is_same_v<const cls&, decltype(*this)>, "names another class");         \
-        return #cls;                                                                               \
-    }                                                                                              \
-    Wirova::int32 GetSize() const override { return Wirova::SizeOf(*this); }                       \
-    bool Save(Wirova::Stream* s) const override { return Wirova::SaveTo(s, *this); }               \
-    bool Load(Wirova::Stream* s) override { return Wirova::LoadFrom(s, *this); }                   \
-    void SetNested(bool b) override { bNested = b; }                                               \
-    bool IsNested() const override { return bNested; }                                             \
-    template <class Self, class Visit>                                                             \
-    static bool ForEachField([[maybe_unused]] Self& self, [[maybe_unused]] Visit visit)            \
-    {                                                                                              \
-        return true WIROVA_CAT(WIROVA_VISIT_A fields, _END);                                       \
+#define WIROVA_MESSAGE(cls, id, fields)                                                                   \
+    static constexpr Wirova::int32 kMsgID = id;                                                           \
+    static_assert(kMsgID > 0 && kMsgID < (1 << 28) && (kMsgID & 0xF) == 0xA, "mistyped id");              \
+    bool bNested = false;                                                                                 \
+    Wirova::int32 nMsgID = kMsgID;                                                                        \
+    WIROVA_CAT(WIROVA_FIELD_A fields, _END)                                                               \
+    [[maybe_unused]] static constexpr Wirova::int32 kMinSize = 0 WIROVA_CAT(WIROVA_LEAST_A fields, _END); \
+    void Clear() override { Wirova::ClearAll(*this); }                                                    \
+    Wirova::int32 GetMsgID() const override { return kMsgID; }                                            \
+    const char* GetMsgName() const override                                                               \
+    {                                                                                                     \
+        static_assert(std::is_same_v<const cls&, decltype(*this)>, "names another class");                \
+        return #cls;                                                                                      \
+    }                                                                                                     \
+    Wirova::int32 GetSize() const override { return Wirova::SizeOf(*this); }                              \
+    bool Save(Wirova::Stream* s) const override { return Wirova::SaveTo(s, *this); }                      \
+    bool Load(Wirova::Stream* s) override { return Wirova::LoadFrom(s, *this); }                          \
+    void SetNested(bool b) override { bNested = b; }                                                      \
+    bool IsNested() const override { return bNested; }                                                    \
+    template <class Self, class Visit>                                                                    \
+    static bool ForEachField([[maybe_unused]] Self& self, [[maybe_unused]] Visit visit)                   \
+    {                                                                                                     \
+        return true WIROVA_CAT(WIROVA_VISIT_A fields, _END);                                              \
     }
+// clang-format on

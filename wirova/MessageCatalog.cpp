@@ -47,9 +47,9 @@ bool Visit(IMessage& msg, FieldVisitor& visitor)
 {
     M* const p = dynamic_cast<M*>(&msg);
     return p != nullptr && M::ForEachField(*p, [&](const char* pszName, auto& v) {
-        VisitField(visitor, pszName, v);
-        return true;
-    });
+               VisitField(visitor, pszName, v);
+               return true;
+           });
 }
 
 #define TOP_LEVEL(cls) {cls::kMsgID, #cls, false, Make<cls>, Visit<cls>},
@@ -161,10 +161,7 @@ private:
 
 }  // namespace
 
-std::span<const ClassInfo> AllClasses()
-{
-    return kClasses;
-}
+std::span<const ClassInfo> AllClasses() { return kClasses; }
 
 const ClassInfo* FindClass(int32 nMsgID)
 {

@@ -1,6 +1,6 @@
-// The end of the objects with static storage in this library file, Asio's error categories and the like included,
-// where threads outlive main: like a Singleton, each is destroyed only if nobody is inside the library. The linker
-// brings their registrations here (--wrap=__cxa_atexit).
+// The end of the objects with static storage in this library file, Asio's error categories and the like
+// included, where threads outlive main: like a Singleton, each is destroyed only if nobody is inside the
+// library. The linker brings their registrations here (--wrap=__cxa_atexit).
 #include <memory>
 #include <new>
 

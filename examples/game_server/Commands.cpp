@@ -21,7 +21,8 @@ bool ShowPlayers(const Game& game)
 {
     const auto vecPlayers = game.GetPlayers();
     std::printf("%d playing:", static_cast<int>(vecPlayers.size()));
-    for (const std::string& strUser : vecPlayers) std::printf(" %s", strUser.c_str());
+    for (const std::string& strUser : vecPlayers)
+        std::printf(" %s", strUser.c_str());
     std::printf("\n");
     return true;
 }
@@ -33,7 +34,8 @@ bool ShowCharacters(const Game& game, const std::string& strUser)
         std::printf("%s has no character here\n", strUser.c_str());
     for (const Character& character : vecCharacters) {
         std::printf("%s of %s has %d money", character.strName.c_str(), strUser.c_str(), character.nMoney);
-        for (const Item& item : character.vecItems) std::printf(", %d %s", item.nCount, item.szItemID);
+        for (const Item& item : character.vecItems)
+            std::printf(", %d %s", item.nCount, item.szItemID);
         std::printf("\n");
     }
     return !vecCharacters.empty();
@@ -163,6 +165,7 @@ bool RunCommand(Server& server, const std::string& strLine)
     if (bMeantToFail)
         strName.erase(0, 1);
     Args args;
-    for (std::string strArg; words >> strArg;) args.push_back(strArg);
+    for (std::string strArg; words >> strArg;)
+        args.push_back(strArg);
     return RunWords(server, strName, args) != bMeantToFail;
 }

@@ -10,7 +10,9 @@
 
 // The game's pieces, and the thread that belongs to them.
 struct Server {
-    Server(const std::string& strGameID, const std::string& strServerID) : shop(game, strGameID, strServerID) {}
+    Server(const std::string& strGameID, const std::string& strServerID) : shop(game, strGameID, strServerID)
+    {
+    }
     Tasks tasks;
     Game game;
     Sessions sessions{game};

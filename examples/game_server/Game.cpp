@@ -54,7 +54,8 @@ std::vector<std::string> Game::GetPlayers() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::string> vecPlayers;
-    for (const auto& player : m_mapPlayers) vecPlayers.push_back(player.first);
+    for (const auto& player : m_mapPlayers)
+        vecPlayers.push_back(player.first);
     return vecPlayers;
 }
 

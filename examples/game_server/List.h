@@ -16,10 +16,12 @@ struct List {
 
 // show(record) for each record of a list that a response has brought. False if one could not be read.
 template <class Record, class Show>
-bool ForEachRecord(const List& list, bool (*get)(const _DATA_HANDLE*, std::size_t, Record*, char*, std::size_t), Show show)
+bool ForEachRecord(const List& list,
+                   bool (*get)(const _DATA_HANDLE*, std::size_t, Record*, char*, std::size_t), Show show)
 {
     char szError[256] = "";
-    const std::size_t nCount = list.pHandle == nullptr ? 0 : GetDataSize(list.pHandle, szError, sizeof(szError));
+    const std::size_t nCount =
+        list.pHandle == nullptr ? 0 : GetDataSize(list.pHandle, szError, sizeof(szError));
     for (std::size_t i = 0; i < nCount; ++i) {
         Record record{};
         if (!get(list.pHandle, i, &record, szError, sizeof(szError))) {

@@ -30,7 +30,8 @@ std::string FormatDate(const char* pszDate)
     if (strDate.size() == 14) {
         const std::pair<std::size_t, const char*> marks[] = {
             {12, ":"}, {10, ":"}, {8, " "}, {6, "-"}, {4, "-"}};
-        for (const auto& [nAt, pszMark] : marks) strDate.insert(nAt, pszMark);
+        for (const auto& [nAt, pszMark] : marks)
+            strDate.insert(nAt, pszMark);
     }
     return strDate.empty() ? "-" : strDate;
 }

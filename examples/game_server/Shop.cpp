@@ -22,10 +22,7 @@ std::pair<std::string, std::string> SplitPair(const std::string& str)
     return {str.substr(0, nColon), nColon == std::string::npos ? "" : str.substr(nColon + 1)};
 }
 
-const char* YesOrNo(unsigned char b)
-{
-    return b != 0 ? "yes" : "no";
-}
+const char* YesOrNo(unsigned char b) { return b != 0 ? "yes" : "no"; }
 
 }  // namespace
 

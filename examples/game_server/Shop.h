@@ -1,5 +1,5 @@
-// The shop window, the counter and the storage box. The game's thread alone: every call may block for up to five
-// seconds.
+// The shop window, the counter and the storage box. The game's thread alone: every call may block for up to
+// five seconds.
 #pragma once
 
 #include <string>

@@ -40,7 +40,8 @@ public:
     // What is there now, without waiting for more.
     void RunPending()
     {
-        while (Task task = Take(std::chrono::steady_clock::now())) task();
+        while (Task task = Take(std::chrono::steady_clock::now()))
+            task();
     }
     // Run returns once it has done what was posted before.
     void Stop()

@@ -13,7 +13,8 @@ namespace {
 // A few dozen cycles between two tries, so that a spinning thread leaves the lock's cache line alone.
 void Pause()
 {
-    for (int n = 0; n < 16; ++n) std::atomic_signal_fence(std::memory_order_seq_cst);
+    for (int n = 0; n < 16; ++n)
+        std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 // The end of a wait by the steady clock.
@@ -50,10 +51,7 @@ void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
     m_mutex.lock();
 }
 
-void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
-{
-    m_mutex.unlock();
-}
+void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS { m_mutex.unlock(); }
 
 ManualResetEvent::ManualResetEvent(bool signalled) : m_bSignalled(signalled) {}
 ManualResetEvent::~ManualResetEvent() = default;
@@ -149,9 +147,6 @@ void Thread::Stop()
         m_thread.join();
 }
 
-bool Thread::Terminated() const
-{
-    return m_bTerminated.load();
-}
+bool Thread::Terminated() const { return m_bTerminated.load(); }
 
 }  // namespace Kernova::Threading

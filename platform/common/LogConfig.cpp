@@ -200,10 +200,7 @@ std::string ReplaceAll(std::string strText, std::string_view what, const std::st
 
 }  // namespace
 
-const char* GetLevelName(Level level)
-{
-    return kLevelNames[static_cast<std::size_t>(level)];
-}
+const char* GetLevelName(Level level) { return kLevelNames[static_cast<std::size_t>(level)]; }
 
 LogConfig ParseLogConfig(std::string_view text)
 {

@@ -40,10 +40,7 @@ RotatingSink::RotatingSink(std::string strPath, std::size_t nMaxSize, std::size_
 {
 }
 
-RotatingSink::~RotatingSink()
-{
-    Close();
-}
+RotatingSink::~RotatingSink() { Close(); }
 
 std::string RotatingSink::GetOldPath(std::size_t nIndex) const
 {

@@ -15,10 +15,7 @@ namespace Logova {
 
 // The nine levels have no counterpart among spdlog's: a message carries its own as the line number of its
 // source location.
-inline spdlog::source_loc CarryLevel(Level level)
-{
-    return {nullptr, static_cast<int>(level), nullptr};
-}
+inline spdlog::source_loc CarryLevel(Level level) { return {nullptr, static_cast<int>(level), nullptr}; }
 
 // Used on the log's own threads. A failing write throws spdlog::spdlog_ex once and closes the file; it is
 // opened again, directories included, with a line kRetry later, and a line then says what was lost.

@@ -169,7 +169,8 @@ private:
                 const MutexLock lock(m_sinkMutex);
                 mapSinks = m_mapSinks;
             }
-            for (const auto& [strPath, pSink] : mapSinks) pSink->flush();
+            for (const auto& [strPath, pSink] : mapSinks)
+                pSink->flush();
         } catch (const std::exception& error) {
             m_pComplaint->Raise(error.what());
         }
@@ -275,17 +276,14 @@ bool Uninitialize(const char* service)
     return true;
 }
 
-#define LOGOVA_LEVEL(name)                                     \
-    void name(_THandle* pLogger, const char* text)             \
-    {                                                          \
-        Write(pLogger, Level::name, text);                     \
-    }                                                          \
-    void name##Fmt(_THandle* pLogger, const char* format, ...) \
-    {                                                          \
-        std::va_list args;                                     \
-        va_start(args, format);                                \
-        WriteFormatted(pLogger, Level::name, format, args);    \
-        va_end(args);                                          \
+#define LOGOVA_LEVEL(name)                                                                \
+    void name(_THandle* pLogger, const char* text) { Write(pLogger, Level::name, text); } \
+    void name##Fmt(_THandle* pLogger, const char* format, ...)                            \
+    {                                                                                     \
+        std::va_list args;                                                                \
+        va_start(args, format);                                                           \
+        WriteFormatted(pLogger, Level::name, format, args);                               \
+        va_end(args);                                                                     \
     }
 
 LOGOVA_LEVEL(Emerg)

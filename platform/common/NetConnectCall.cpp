@@ -85,7 +85,8 @@ std::error_code ResolveName(const std::string& strHost, std::vector<Endpoint>& v
     asio::io_context context;
     asio::ip::tcp::resolver resolver(context);
     std::error_code failed;
-    for (const auto& entry : resolver.resolve(strHost, "", failed)) vecEndpoints.push_back(entry.endpoint());
+    for (const auto& entry : resolver.resolve(strHost, "", failed))
+        vecEndpoints.push_back(entry.endpoint());
     return failed;
 }
 
@@ -145,7 +146,8 @@ std::error_code FindEndpoints(const std::shared_ptr<ConnectCall>& pCall, const s
         failed = asio::error::host_not_found;
     if (vecEndpoints.size() > kMaxEndpoints)
         vecEndpoints.resize(kMaxEndpoints);
-    for (Endpoint& endpoint : vecEndpoints) endpoint.port(nPort);
+    for (Endpoint& endpoint : vecEndpoints)
+        endpoint.port(nPort);
     return failed;
 }
 
@@ -165,7 +167,8 @@ std::error_code DialOne(const std::shared_ptr<ConnectCall>& pCall, asio::io_cont
     });
     if (context.get_executor().running_in_this_thread()) {
         // On the pool's own thread, perhaps its only one: nobody else may be there to finish the attempt.
-        while (!pCall->WaitForStep(Clock::now()) && Clock::now() < until) context.run_one_for(kHelpingSlice);
+        while (!pCall->WaitForStep(Clock::now()) && Clock::now() < until)
+            context.run_one_for(kHelpingSlice);
     } else {
         pCall->WaitForStep(until);
     }

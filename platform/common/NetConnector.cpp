@@ -32,27 +32,27 @@ _THandle::_THandle(Kernova::ThreadPool::_THandle& pool)
 {
 }
 
-bool _THandle::Start()
-{
-    return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space);
-}
+bool _THandle::Start() { return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space); }
 
 bool _THandle::Stop()
 {
     {
         const MutexLock lock(m_mutex);
         m_bStopping = true;
-        for (const auto& pCall : m_vecCalls) pCall->Abort();
+        for (const auto& pCall : m_vecCalls)
+            pCall->Abort();
         if (m_context.get_executor().running_in_this_thread())
             return false;
-        while (!m_vecCalls.empty()) m_cond.wait(m_mutex);
+        while (!m_vecCalls.empty())
+            m_cond.wait(m_mutex);
     }
     CloseLinks();
     // The closed links come to their end, and with the last handler the context runs out of work.
     m_pWork.reset();
     m_pool.Detach(*this);
     const MutexLock lock(m_mutex);
-    while (m_nListUsers != 0) m_cond.wait(m_mutex);
+    while (m_nListUsers != 0)
+        m_cond.wait(m_mutex);
     return true;
 }
 
@@ -60,7 +60,8 @@ void _THandle::CloseLinks()
 {
     const OwnedLockScope scope(m_activeLock);
     for (const auto& pLink : m_active.m_vecLinks) {
-        while (!pLink->Close() && !pLink->IsClosed()) Host::Sleep(10);  // out of memory for the moment
+        while (!pLink->Close() && !pLink->IsClosed())
+            Host::Sleep(10);  // out of memory for the moment
     }
 }
 

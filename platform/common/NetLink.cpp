@@ -28,10 +28,7 @@ int Fail(const std::error_code& code)
     return -1;
 }
 
-int FailWithoutMemory()
-{
-    return Fail(asio::error::no_memory);
-}
+int FailWithoutMemory() { return Fail(asio::error::no_memory); }
 
 }  // namespace
 
@@ -51,10 +48,7 @@ _THandle::_THandle(Connector::_THandle& connector) : m_connector(connector), m_p
         throw std::bad_alloc();
 }
 
-_THandle::~_THandle()
-{
-    Strova::DestroyHandle(m_pStream);
-}
+_THandle::~_THandle() { Strova::DestroyHandle(m_pStream); }
 
 void _THandle::Abandon()
 {
@@ -67,10 +61,7 @@ void _THandle::Abandon()
     Release();
 }
 
-int _THandle::AddRef()
-{
-    return ++m_nRefs;
-}
+int _THandle::AddRef() { return ++m_nRefs; }
 
 int _THandle::Release()
 {

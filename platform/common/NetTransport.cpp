@@ -90,7 +90,8 @@ void Transport::Write()
     try {
         std::vector<asio::const_buffer> vecBuffers;
         vecBuffers.reserve(m_vecWriting.size());
-        for (const std::vector<char>& vecBlock : m_vecWriting) vecBuffers.push_back(asio::buffer(vecBlock));
+        for (const std::vector<char>& vecBlock : m_vecWriting)
+            vecBuffers.push_back(asio::buffer(vecBlock));
         asio::async_write(
             m_socket, std::move(vecBuffers),
             asio::bind_executor(

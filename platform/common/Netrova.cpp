@@ -22,15 +22,9 @@ bool FailInvalid()
 
 namespace Link {
 
-int AddRef(_THandle* pLink)
-{
-    return pLink == nullptr ? 0 : pLink->AddRef();
-}
+int AddRef(_THandle* pLink) { return pLink == nullptr ? 0 : pLink->AddRef(); }
 
-int Release(_THandle* pLink)
-{
-    return pLink == nullptr ? 0 : pLink->Release();
-}
+int Release(_THandle* pLink) { return pLink == nullptr ? 0 : pLink->Release(); }
 
 int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
 {
@@ -61,10 +55,7 @@ bool UnlockReadStream(_THandle* pLink)
     return pLink == nullptr ? FailInvalid() : pLink->UnlockReadStream();
 }
 
-bool Close(_THandle* pLink)
-{
-    return pLink == nullptr ? FailInvalid() : pLink->Close();
-}
+bool Close(_THandle* pLink) { return pLink == nullptr ? FailInvalid() : pLink->Close(); }
 
 }  // namespace Link
 

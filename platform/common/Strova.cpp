@@ -34,7 +34,8 @@ std::size_t Available(const _THandle* pStream, int size)
     return std::min(static_cast<std::size_t>(size), pStream->m_memory.GetLength());
 }
 
-// A large stream gives back what has been read of it, half by half: what is made of its bytes needs the memory.
+// A large stream gives back what has been read of it, half by half: what is made of its bytes needs the
+// memory.
 void GiveBackFront(Kernova::MemoryPool::_XMemory& memory)
 {
     if (memory.m_nFront < kLargeBytes || memory.m_nFront < memory.m_vecBytes.size() / 2)
@@ -68,10 +69,7 @@ _THandle* CreateHandle()
     return pStream;
 }
 
-void DestroyHandle(_THandle* pStream)
-{
-    delete pStream;
-}
+void DestroyHandle(_THandle* pStream) { delete pStream; }
 
 int GetLength(_THandle* pStream)
 {

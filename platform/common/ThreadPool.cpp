@@ -29,10 +29,7 @@ _THandle::_THandle(std::size_t nThreads)
     }
 }
 
-_THandle::~_THandle()
-{
-    End();
-}
+_THandle::~_THandle() { End(); }
 
 void _THandle::End()
 {
@@ -41,7 +38,8 @@ void _THandle::End()
         m_bEnd = true;
         m_cond.notify_all();
     }
-    for (std::thread& thread : m_vecThreads) thread.join();
+    for (std::thread& thread : m_vecThreads)
+        thread.join();
 }
 
 void _THandle::Main()
@@ -115,7 +113,8 @@ void _THandle::Detach(IWork& work)
                                  [&work](const Entry& entry) { return entry.pWork == &work; });
     if (it == m_listWork.end())
         return;
-    while (!it->bFinished || it->nWorkers != 0) m_cond.wait(m_mutex);
+    while (!it->bFinished || it->nWorkers != 0)
+        m_cond.wait(m_mutex);
     m_listWork.erase(it);
 }
 

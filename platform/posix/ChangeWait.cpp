@@ -26,10 +26,7 @@ namespace {
 // once and would find half of it. A file that is moved here counts, and a time that is set.
 constexpr unsigned int kChanges = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB;
 
-void StoreError()
-{
-    Platova::SetLastError(static_cast<unsigned int>(errno));
-}
+void StoreError() { Platova::SetLastError(static_cast<unsigned int>(errno)); }
 
 template <class T>
 T* Wrap(int nHandle)
@@ -56,10 +53,7 @@ void TakeChanges(int nHandle)
 
 }  // namespace
 
-StopEvent* CreateStopEvent()
-{
-    return Wrap<StopEvent>(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-}
+StopEvent* CreateStopEvent() { return Wrap<StopEvent>(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); }
 
 void SetStopEvent(StopEvent* pEvent)
 {
@@ -86,10 +80,7 @@ ChangeNotification* FindFirstChange(const std::string& strDirectory)
 }
 
 // The watch goes on by itself: what has happened since the last wait ends the next one at once.
-bool FindNextChange(ChangeNotification* pChange)
-{
-    return pChange != nullptr;
-}
+bool FindNextChange(ChangeNotification* pChange) { return pChange != nullptr; }
 
 void CloseChange(ChangeNotification* pChange)
 {

@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "platform/common/LastError.h"
@@ -48,10 +48,7 @@ std::string GetExecutableDirectory()
     return nSeparator == 0 ? "/." : strPath.substr(0, nSeparator);
 }
 
-const char* GetPathSeparator()
-{
-    return "/";
-}
+const char* GetPathSeparator() { return "/"; }
 
 LocalTime GetLocalTime()
 {
@@ -101,10 +98,7 @@ bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
 }
 
 // A game server on these systems has no desktop; the caller's other way of reporting is the log.
-bool ShowErrorBox(const char*, const char*)
-{
-    return false;
-}
+bool ShowErrorBox(const char*, const char*) { return false; }
 
 // The library is linked so that it stays in memory once it has been loaded (-z nodelete).
 void HoldLibrary() {}

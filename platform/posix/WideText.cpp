@@ -20,15 +20,9 @@ unsigned int UnitAt(const void* pText, std::size_t nIndex)
 constexpr unsigned int kByteOrderMark = 0xFEFF;
 constexpr unsigned int kReplacement = 0xFFFD;
 
-bool IsHighSurrogate(unsigned int nUnit)
-{
-    return (nUnit & 0xFC00) == 0xD800;
-}
+bool IsHighSurrogate(unsigned int nUnit) { return (nUnit & 0xFC00) == 0xD800; }
 
-bool IsLowSurrogate(unsigned int nUnit)
-{
-    return (nUnit & 0xFC00) == 0xDC00;
-}
+bool IsLowSurrogate(unsigned int nUnit) { return (nUnit & 0xFC00) == 0xDC00; }
 
 void AppendUtf8(std::string& strOut, unsigned int nCode)
 {

@@ -54,7 +54,8 @@ HMODULE GetOwnModule(DWORD nFlags)
 
 std::int64_t NumberOf(const FILETIME& time)
 {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime);
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 |
+                                     time.dwLowDateTime);
 }
 
 }  // namespace
@@ -79,10 +80,7 @@ std::string GetExecutableDirectory()
     return nSeparator == std::string::npos ? std::string() : strPath.substr(0, nSeparator);
 }
 
-const char* GetPathSeparator()
-{
-    return "\\";
-}
+const char* GetPathSeparator() { return "\\"; }
 
 LocalTime GetLocalTime()
 {
@@ -91,10 +89,7 @@ LocalTime GetLocalTime()
     return LocalTime{now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds};
 }
 
-void Sleep(unsigned int milliseconds)
-{
-    ::Sleep(milliseconds);
-}
+void Sleep(unsigned int milliseconds) { ::Sleep(milliseconds); }
 
 bool FileExists(const std::string& strPath)
 {
@@ -107,8 +102,9 @@ bool IsRegularFile(const std::string& strPath)
     WIN32_FILE_ATTRIBUTE_DATA attributes{};
     if (!GetAttributes(strPath, attributes) || (attributes.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return false;
-    const HANDLE hFile = CreateFileA(strPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                     nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE hFile =
+        CreateFileA(strPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, 0, nullptr);
     if (hFile == INVALID_HANDLE_VALUE) {
         StoreError();
         return false;

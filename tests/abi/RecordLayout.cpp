@@ -7,7 +7,7 @@
 namespace {
 
 template <class T>
-constexpr bool IsPlain = std::is_trivially_copyable_v<T> && std::is_standard_layout_v<T>;
+constexpr bool IsPlain = std::is_trivially_copyable_v<T>&& std::is_standard_layout_v<T>;
 
 // clang-format off
 // A record's size and the offsets of its fields but the first, each a static assertion of its own. The walk

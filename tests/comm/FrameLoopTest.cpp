@@ -11,7 +11,9 @@ namespace {
 using namespace std::string_view_literals;
 
 // Two kinds of frames, written by hand: id 0x10A with one byte of body behind it, id 0x20A with none.
-constexpr auto kOne = "\0\0\0\x05\0\0\x01\x0A" "x"sv;
+constexpr auto kOne =
+    "\0\0\0\x05\0\0\x01\x0A"
+    "x"sv;
 constexpr auto kTwo = "\0\0\0\x04\0\0\x02\x0A"sv;
 
 class FrameLoop : public testing::Test {
@@ -77,7 +79,7 @@ TEST_F(FrameLoop, LengthsThatLie)
     EXPECT_EQ(Left(), 0);
     EXPECT_TRUE(Arrive("\xFF\xFF\xFF\xFF"sv));  // negative: likewise
     EXPECT_EQ(Left(), 0);
-    EXPECT_TRUE(Arrive("\x04\0\0\0"sv));   // the longest body that is waited for
+    EXPECT_TRUE(Arrive("\x04\0\0\0"sv));  // the longest body that is waited for
     EXPECT_EQ(Left(), 4);
 }
 

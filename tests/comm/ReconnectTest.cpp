@@ -41,7 +41,8 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     ASSERT_EQ(sync->vecCheckOutInfo.size(), 2u);
     EXPECT_EQ(sync->vecCheckOutInfo[0]->strUserID, "alice");
     EXPECT_EQ(sync->vecCheckOutInfo[1]->nProductID, kProductID);
-    EXPECT_EQ(Service().Names(), (Names{"XC2S_VelkarConnectReq", "XC2S_FailedCheckOutReq", "XC2S_UserListSyncReq"}));
+    EXPECT_EQ(Service().Names(),
+              (Names{"XC2S_VelkarConnectReq", "XC2S_FailedCheckOutReq", "XC2S_UserListSyncReq"}));
     EXPECT_TRUE(Journal::WaitFor(Journal::Level::Info, "\tUser ID: bob\r\n\tUser IP: 10.0.0.1\r\n"));
     EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
 }

@@ -38,7 +38,7 @@ TEST(ResWaiter, AnAnswerOfAnotherKindIsNoAnswer)
     wait.nReqID = 5;
     const WaiterAutoRemover remover(wait);
     ASSERT_TRUE(Waiters().AddWaiter(&wait));
-    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckOutAns>(5, _RESULT_RES{}));          // another record
+    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckOutAns>(5, _RESULT_RES{}));           // another record
     EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_QueryBillingInfoAns>(5, _CHECKIN_RES{}));  // another message
     EXPECT_FALSE(wait.hEvent.Wait(0));
 }

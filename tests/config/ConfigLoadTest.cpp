@@ -15,14 +15,8 @@ using Kernova::XTL::Singleton;
 
 namespace {
 
-CBillingIdMap& Products()
-{
-    return Singleton<CBillingIdMap>::Instance();
-}
-CEventCodeMap& Events()
-{
-    return Singleton<CEventCodeMap>::Instance();
-}
+CBillingIdMap& Products() { return Singleton<CBillingIdMap>::Instance(); }
+CEventCodeMap& Events() { return Singleton<CEventCodeMap>::Instance(); }
 
 class ConfigLoad : public testing::Test {
 protected:
@@ -275,7 +269,8 @@ TEST_F(ConfigLoad, MapsByPosition)
         Products().AddBilling(nId, 1, "x");
         setIds.insert(nId);
         std::vector<int> vecIds;
-        for (int n = 0; n < Products().GetProductCount(); ++n) vecIds.push_back(Products().GetProductIdAt(n));
+        for (int n = 0; n < Products().GetProductCount(); ++n)
+            vecIds.push_back(Products().GetProductIdAt(n));
         EXPECT_EQ(vecIds, std::vector(setIds.begin(), setIds.end()));
     }
     EXPECT_EQ(Products().GetProductIdAt(5), -1);

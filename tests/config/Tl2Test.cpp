@@ -167,7 +167,8 @@ TEST_P(Tl2, PropertyArrays)
     EXPECT_EQ(Element("1", 1), "one");
     EXPECT_EQ(Element("1", 2), "(none)") << "the size counts, not the attributes";
     EXPECT_EQ(Element("1", -1), "(none)");
-    for (const char* pszName : {"2", "3", "4", "A"}) EXPECT_EQ(Element(pszName, 0), "(none)") << pszName;
+    for (const char* pszName : {"2", "3", "4", "A"})
+        EXPECT_EQ(Element(pszName, 0), "(none)") << pszName;
     ASSERT_TRUE(Go("CLEARS"));
     EXPECT_EQ(Element("1", 0), "zero");
     EXPECT_EQ(Element("1", 1), "one");
@@ -313,7 +314,8 @@ TEST(Tl2Parser, Numbers)
                                                {"+-1", 0},
                                                {" 1", 0},
                                                {"0x10", 0}};
-    for (const auto& [strText, nValue] : kTable) EXPECT_EQ(TextToInteger(strText.c_str()), nValue) << strText;
+    for (const auto& [strText, nValue] : kTable)
+        EXPECT_EQ(TextToInteger(strText.c_str()), nValue) << strText;
 }
 
 }  // namespace

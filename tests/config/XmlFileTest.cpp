@@ -58,7 +58,8 @@ protected:
 std::string Utf16(const std::string& strAscii)
 {
     std::string out = "\xFF\xFE";
-    for (const char c : strAscii) out += {c, '\0'};
+    for (const char c : strAscii)
+        out += {c, '\0'};
     return out;
 }
 
@@ -92,7 +93,8 @@ TEST_F(XmlFile, GuessedEncodings)
         {std::string(200, ' ') + "encoding='gbk'", 1},           // too far behind
         {Utf16(strPadding), 0},                                  // no matter for bytes
     };
-    for (const auto& [strText, nEncoding] : kTable) EXPECT_EQ(Guess(strText), nEncoding) << strText;
+    for (const auto& [strText, nEncoding] : kTable)
+        EXPECT_EQ(Guess(strText), nEncoding) << strText;
     const std::pair<const char*, int> kNamed[] = {
         {"encoding=\"UTF-8\"", 1},    {"encoding = ' utf8'", 1},
         {"encoding='ShiftJIS'", 3},   {"encoding='shift-jis'", 3},

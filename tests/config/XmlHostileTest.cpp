@@ -20,7 +20,8 @@ std::string Repeat(const std::string& strText, int nTimes)
 {
     std::string out;
     out.reserve(strText.size() * static_cast<std::size_t>(nTimes));
-    for (int n = 0; n < nTimes; ++n) out += strText;
+    for (int n = 0; n < nTimes; ++n)
+        out += strText;
     return out;
 }
 
@@ -45,7 +46,8 @@ TEST(XmlHostile, DepthCostsNoStack)
 
     XMLNode top = XMLNode::createXMLTopNode("a");
     XMLNode inner = top;
-    for (int n = 0; n < kDepth; ++n) inner = inner.addChild("b");
+    for (int n = 0; n < kDepth; ++n)
+        inner = inner.addChild("b");
     top = XMLNode();
     EXPECT_STREQ(inner.getName(), "b") << "the innermost outlives all those around it";
 }
@@ -54,7 +56,8 @@ TEST(XmlHostile, IndentationIsBounded)
 {
     XMLNode top = XMLNode::createXMLTopNode("a");
     XMLNode inner = top;
-    for (int n = 0; n < 20000; ++n) inner = inner.addChild("b");
+    for (int n = 0; n < 20000; ++n)
+        inner = inner.addChild("b");
     int nSize = 0;
     const std::unique_ptr<char[]> text(top.createXMLString(1, &nSize));
     EXPECT_LT(nSize, 20000 * 100);
@@ -117,7 +120,8 @@ TEST(XmlHostile, DocumentsOnSeveralThreads)
             }
         });
     }
-    for (std::thread& thread : vecThreads) thread.join();
+    for (std::thread& thread : vecThreads)
+        thread.join();
     EXPECT_EQ(nGood, 800);
     XMLNode::setGlobalOptions(char_encoding_UTF8);
 }

@@ -94,7 +94,8 @@ TEST(XmlTree, AdditionsTakeTheirPlace)
     EXPECT_STREQ(top.getText(2), "3");
     EXPECT_STREQ(top.getClear(0)->value.get(), "c");
     const char* const pszText = top.getText(0);
-    for (int n = 0; n < 100; ++n) top.addText("more", 0);
+    for (int n = 0; n < 100; ++n)
+        top.addText("more", 0);
     EXPECT_STREQ(pszText, "0") << "texts stay where they are";
 }
 

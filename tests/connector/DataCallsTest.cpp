@@ -21,7 +21,8 @@ std::shared_ptr<_DATA_HANDLE> ListOf(std::uint32_t nTag, std::initializer_list<T
 {
     CDataAutoDestroyer list;
     auto* const pNode = list.Make<T>(nTag);
-    for (const T& record : records) pNode->Add(record);
+    for (const T& record : records)
+        pNode->Add(record);
     list.InsertNode();
     list.Disarm();
     return {list.GetHandle(), [](_DATA_HANDLE* p) { DestroyHandle(p); }};

@@ -79,17 +79,15 @@ TEST_P(LogicStartTest, EveryStepMayFailAndLeavesNothing)
 
 constexpr const char* kNoPool = "[Comm Handler] Failed to create a thread pool or connector.";
 constexpr const char* kNoCallbacks = "[Comm Handler] Failed to set callback functions for socket operations.";
-INSTANTIATE_TEST_SUITE_P(Steps, LogicStartTest,
-                         testing::Values(StartFailure{Op::PoolCreate, 0, kNoPool},
-                                         StartFailure{Op::ConnectorCreate, 0, kNoPool},
-                                         StartFailure{Op::SetOnConnected, 0, kNoCallbacks},
-                                         StartFailure{Op::SetOnDisconnected, 0, kNoCallbacks},
-                                         StartFailure{Op::SetOnTimeout, 0, kNoCallbacks},
-                                         StartFailure{Op::SetOnReceived, 0, kNoCallbacks},
-                                         StartFailure{Op::ThreadStart, 1,
-                                                      "[Comm Handler] Failed to start a charge gen thread."},
-                                         StartFailure{Op::ThreadStart, 2,
-                                                      "[Comm Handler] Failed to start a comm thread."}));
+INSTANTIATE_TEST_SUITE_P(
+    Steps, LogicStartTest,
+    testing::Values(StartFailure{Op::PoolCreate, 0, kNoPool}, StartFailure{Op::ConnectorCreate, 0, kNoPool},
+                    StartFailure{Op::SetOnConnected, 0, kNoCallbacks},
+                    StartFailure{Op::SetOnDisconnected, 0, kNoCallbacks},
+                    StartFailure{Op::SetOnTimeout, 0, kNoCallbacks},
+                    StartFailure{Op::SetOnReceived, 0, kNoCallbacks},
+                    StartFailure{Op::ThreadStart, 1, "[Comm Handler] Failed to start a charge gen thread."},
+                    StartFailure{Op::ThreadStart, 2, "[Comm Handler] Failed to start a comm thread."}));
 
 TEST_F(LogicTest, ALoggerThatFailsLeavesTheLibraryRunningSilently)
 {

@@ -61,8 +61,9 @@ TEST_F(SessionCallsTest, CodesOfTheService)
     struct {
         int nCode, nResult;
         bool bExtra;
-    } constexpr kRows[] = {{0, 0, false},      {90006, 0, true},  {30006, -1, true}, {30005, -1, false}, {2, -1, false},
-                           {1, 1, false},      {-7, -7, false},   {30007, 30007, false}, {90005, 90005, false}};
+    } constexpr kRows[] = {{0, 0, false},      {90006, 0, true},      {30006, -1, true},
+                           {30005, -1, false}, {2, -1, false},        {1, 1, false},
+                           {-7, -7, false},    {30007, 30007, false}, {90005, 90005, false}};
     for (const auto& row : kRows) {
         const auto res = CheckinAnsweredWith(row.nCode);
         EXPECT_EQ(res.nResult, row.nResult) << row.nCode;
@@ -78,7 +79,8 @@ TEST_F(SessionCallsTest, TheKeyOfAnAnswerIsTheUserIdOrElseTheNumber)
     Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) { ans.strUserNo = "555"; });
     Game().Checkin("abc");
     EXPECT_TRUE(IsIn("abc") && !IsIn("555"));
-    Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) { ans.strUserID.clear(), ans.strUserNo = "555"; });
+    Service().On<XC2S_CheckInReq>(
+        [](const auto&, auto& ans) { ans.strUserID.clear(), ans.strUserNo = "555"; });
     Game().Checkin("abc");
     EXPECT_TRUE(IsIn("555"));
 }
@@ -136,7 +138,8 @@ TEST_F(SessionCallsTest, AUserIsGoneAfterCheckoutWhateverTheAnswer)
 
     Game().Checkin("abc");
     Service().On<XC2S_CheckOutReq>([](const auto&, auto&) { return false; });
-    EXPECT_STREQ(Game().Checkout("abc").szError, "Failed to receive a 'XS2C_CheckOutAns' msg because of timeout.");
+    EXPECT_STREQ(Game().Checkout("abc").szError,
+                 "Failed to receive a 'XS2C_CheckOutAns' msg because of timeout.");
     EXPECT_FALSE(IsIn("abc"));
 }
 
@@ -153,14 +156,16 @@ TEST_F(SessionCallsTest, ACheckoutThatCannotBeSentIsKept)
         EXPECT_EQ(failed.GetCount(), 1u);
         failed.RemoveAll();
     }
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "[Velkar Connector] Failed to send a 'XC2S_CheckOutReq' msg(Req ID: "));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
+                                "[Velkar Connector] Failed to send a 'XC2S_CheckOutReq' msg(Req ID: "));
 }
 
 TEST_F(SessionCallsTest, ALateCheckinIsUndoneByExactlyOneCheckout)
 {
     ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(100));
-    EXPECT_STREQ(Game().Checkin("abc").szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
+    EXPECT_STREQ(Game().Checkin("abc").szError,
+                 "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
     const auto req = Service().Expect<XC2S_CheckInReq>();
     Service().Reply(*req, [](auto& ans) { ans.nResult = 5; });  // a failure needs no undoing
     Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "99"; });
@@ -216,7 +221,9 @@ TEST_F(SessionCallsTest, NullArguments)
     const _USER_REQ req = Game().User("abc");
     Checkin(&req, nullptr);
     Checkout(&req, nullptr);
-    EXPECT_EQ(Journal::Count(Journal::Level::Error, "[Velkar Connector] Checkin request or response arg is NULL."), 2);
+    EXPECT_EQ(
+        Journal::Count(Journal::Level::Error, "[Velkar Connector] Checkin request or response arg is NULL."),
+        2);
     Service().ExpectNothing();
 }
 
@@ -247,7 +254,8 @@ TEST_F(SessionCallsTest, ACheckoutRightBehindTheCheckinFindsItsUser)
             for (int i = 0; i < 100; ++i) {
                 // A caller that was told of a timeout at once has no claim.
                 if (Game().Checkin(strUser).nResult == 0)
-                    nNotFound += Game().Checkout(strUser).szError == std::string("This user is not checkined.");
+                    nNotFound +=
+                        Game().Checkout(strUser).szError == std::string("This user is not checkined.");
             }
             return nNotFound;
         }));

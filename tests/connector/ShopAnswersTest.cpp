@@ -6,10 +6,7 @@ namespace {
 
 using Kernova::XTL::Singleton;
 
-std::size_t Lists()
-{
-    return Singleton<CDataPool>::Instance().GetCount();
-}
+std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
 
 // Every field of a wire record gets a value of its own: texts an over-long one.
 template <class Row>
@@ -242,7 +239,8 @@ TEST_F(ShopAnswersTest, AProductsDetailHasThreeLists)
             EXPECT_TRUE(Holds(option.szOptionValue, "strOptionValue"));
             EXPECT_TRUE(Holds(option.szOptionName, "strOptionName"));
         }
-        for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption}) DestroyHandle(pHandle);
+        for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption})
+            DestroyHandle(pHandle);
         EXPECT_EQ(Lists(), 0u);
     }
 }

@@ -44,19 +44,32 @@ Record Full()
 {
     Record r{};
     const auto fill = [](auto& field, char c) { std::memset(field, c, sizeof(field)); };
-    if constexpr (requires { r.szGameID; }) fill(r.szGameID, 'g');
-    if constexpr (requires { r.szServerID; }) fill(r.szServerID, 's');
-    if constexpr (requires { r.szUserID; }) fill(r.szUserID, 'u');
-    if constexpr (requires { r.szUserIP; }) fill(r.szUserIP, 'i');
-    if constexpr (requires { r.szCharacterID; }) fill(r.szCharacterID, 'c');
-    if constexpr (requires { r.szProductID; }) fill(r.szProductID, 'p');
-    if constexpr (requires { r.szBranchID; }) fill(r.szBranchID, 'b');
-    if constexpr (requires { r.szExposeCode; }) fill(r.szExposeCode, 'e');
-    if constexpr (requires { r.szSearchValue; }) fill(r.szSearchValue, 'v');
-    if constexpr (requires { r.cSearchType; }) r.cSearchType = 'T';
-    if constexpr (requires { r.nRow; }) r.nRow = 20, r.nPage = -3;
-    if constexpr (requires { r.nLevel; }) r.nLevel = 7;
-    if constexpr (requires { r.nStorageSeq; }) r.nStorageSeq = 11, r.bDelete = 1;
+    if constexpr (requires { r.szGameID; })
+        fill(r.szGameID, 'g');
+    if constexpr (requires { r.szServerID; })
+        fill(r.szServerID, 's');
+    if constexpr (requires { r.szUserID; })
+        fill(r.szUserID, 'u');
+    if constexpr (requires { r.szUserIP; })
+        fill(r.szUserIP, 'i');
+    if constexpr (requires { r.szCharacterID; })
+        fill(r.szCharacterID, 'c');
+    if constexpr (requires { r.szProductID; })
+        fill(r.szProductID, 'p');
+    if constexpr (requires { r.szBranchID; })
+        fill(r.szBranchID, 'b');
+    if constexpr (requires { r.szExposeCode; })
+        fill(r.szExposeCode, 'e');
+    if constexpr (requires { r.szSearchValue; })
+        fill(r.szSearchValue, 'v');
+    if constexpr (requires { r.cSearchType; })
+        r.cSearchType = 'T';
+    if constexpr (requires { r.nRow; })
+        r.nRow = 20, r.nPage = -3;
+    if constexpr (requires { r.nLevel; })
+        r.nLevel = 7;
+    if constexpr (requires { r.nStorageSeq; })
+        r.nStorageSeq = 11, r.bDelete = 1;
     if constexpr (requires { r.szRecvUserID; }) {
         fill(r.szRecvUserID, 'U'), fill(r.szRecvServerID, 'S'), fill(r.szRecvCharacterID, 'C');
         fill(r.szGiftMessage, 'm'), fill(r.szPassWD, 'w');
@@ -71,7 +84,8 @@ protected:
     static Handle Own(_DATA_HANDLE* p) { return {p, &DestroyHandle}; }
     static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
 
-    // Calls with both settings of USE_USER_NUMBER and compares what leaves behind the message's id and Req ID.
+    // Calls with both settings of USE_USER_NUMBER and compares what leaves behind the message's id and Req
+    // ID.
     template <class Message, class Request, class Response>
     void Sends(void (*pfnCall)(const Request*, Response*), const Request& req,
                const std::function<void(Body&, bool bNumber)>& rest)
@@ -83,7 +97,8 @@ protected:
             Game().Call(pfnCall, req);
             const auto sent = Service().Expect<Message>();
             Body body;
-            body.Int(static_cast<std::uint32_t>(Message::kMsgID)).Int(static_cast<std::uint32_t>(sent->nReqID));
+            body.Int(static_cast<std::uint32_t>(Message::kMsgID))
+                .Int(static_cast<std::uint32_t>(sent->nReqID));
             rest(body, bNumber);
             std::string strReceived;
             for (const auto& frame : Service().Received())
@@ -166,13 +181,14 @@ TEST_F(ShopCallsTest, HandlesOfAMoveAreLookedAtBeforeAnythingIsSent)
         _DATA_HANDLE* (*pfnMake)(char*, std::size_t);
         _DATA_HANDLE* (*pfnOther)(char*, std::size_t);
         const char *pszNull, *pszVerb;
-    } kRows[] = {{&StorageToInventory, &GetHandleForUseStorageItemInfo, &GetHandleForConfirmUseStorageItemInfo,
-                  "Handle for using storage items is NULL.", "using storage items info."},
-                 {&ConfirmStorageToInventory, &GetHandleForConfirmUseStorageItemInfo,
-                  &GetHandleForCancelUseStorageItemInfo, "Handle for confirmming to use storage items is NULL.",
-                  "confirmming to use storage items info."},
-                 {&CancelStorageToInventory, &GetHandleForCancelUseStorageItemInfo, &GetHandleForUseStorageItemInfo,
-                  "Handle for canceling to use storage items is NULL.", "canceling to use storage items info."}};
+    } kRows[] = {
+        {&StorageToInventory, &GetHandleForUseStorageItemInfo, &GetHandleForConfirmUseStorageItemInfo,
+         "Handle for using storage items is NULL.", "using storage items info."},
+        {&ConfirmStorageToInventory, &GetHandleForConfirmUseStorageItemInfo,
+         &GetHandleForCancelUseStorageItemInfo, "Handle for confirmming to use storage items is NULL.",
+         "confirmming to use storage items info."},
+        {&CancelStorageToInventory, &GetHandleForCancelUseStorageItemInfo, &GetHandleForUseStorageItemInfo,
+         "Handle for canceling to use storage items is NULL.", "canceling to use storage items info."}};
     for (const auto& row : kRows) {
         auto req = Full<_STORAGE_USE_REQ>();
         EXPECT_STREQ(Game().Call(row.pfnCall, req).szError, row.pszNull);
@@ -192,8 +208,19 @@ TEST_F(ShopCallsTest, HandlesOfAMoveAreLookedAtBeforeAnythingIsSent)
 TEST_F(ShopCallsTest, WhatAPurchaseSends)
 {
     const auto head = [](Body& b, bool bNumber) -> Body& {
-        return b.Text('g', 20).Text('p', 20).User('u', bNumber).Text('s', 20).Text('c', 20).User('U', bNumber)
-            .Text('S', 20).Text('C', 20).Int(3).Int(7).Text('m', 200).Text('i', 15).Text('w', 20);
+        return b.Text('g', 20)
+            .Text('p', 20)
+            .User('u', bNumber)
+            .Text('s', 20)
+            .Text('c', 20)
+            .User('U', bNumber)
+            .Text('S', 20)
+            .Text('C', 20)
+            .Int(3)
+            .Int(7)
+            .Text('m', 200)
+            .Text('i', 15)
+            .Text('w', 20);
     };
     Sends<XC2S_PurchaseProductReq>(&PurchaseProduct, Full<_PURCHASE_REQ>(),
                                    [&](Body& b, bool bNumber) { head(b, bNumber).Int(0).Int(0); });
@@ -221,10 +248,12 @@ TEST_F(ShopCallsTest, WhatAPurchaseSends)
     expect([](Body& b) { b.Int(1).Text("CODE").Text("VALUE").Int(1).Text("CODE").Text("VALUE"); });
 
     req.hUseCoupon = nullptr;
-    EXPECT_STREQ(Game().Call(&PurchaseProduct, req).szError, "There is an exception because of some reasons.");
+    EXPECT_STREQ(Game().Call(&PurchaseProduct, req).szError,
+                 "There is an exception because of some reasons.");
     const Handle wrong = Own(GetHandleForUseStorageItemInfo(nullptr, 0));
     req.hUseCoupon = wrong.get();
-    EXPECT_STREQ(Game().Call(&PurchaseProduct, req).szError, "Failed to send a 'XC2S_PurchaseProductReq' msg.");
+    EXPECT_STREQ(Game().Call(&PurchaseProduct, req).szError,
+                 "Failed to send a 'XC2S_PurchaseProductReq' msg.");
     Service().ExpectNothing();
     EXPECT_TRUE(Journal::Logged(Journal::Level::Info, "\r\n\tPass WD: ****"));
     EXPECT_FALSE(Journal::Logged(Journal::Level::Info, std::string(20, 'w')));

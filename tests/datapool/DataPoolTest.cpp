@@ -64,7 +64,8 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
     CDataPool pool;
     for (std::uint32_t n = 0; n < 200; ++n) {
         auto pNode = std::make_shared<Tags>();
-        for (int i = 0; i < 100; ++i) pNode->Add({"0123456789"});
+        for (int i = 0; i < 100; ++i)
+            pNode->Add({"0123456789"});
         pool.Insert(n, pNode);
     }
     std::atomic<bool> bReading{false};
@@ -78,7 +79,8 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
             }
         }
     });
-    while (!bReading) std::this_thread::yield();
+    while (!bReading)
+        std::this_thread::yield();
     pool.Clear();
     reader.join();
     EXPECT_EQ(pool.GetCount(), 0u);

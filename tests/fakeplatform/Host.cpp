@@ -165,10 +165,7 @@ std::string GetExecutableDirectory()
     return MustFail(Op::ExecutableDirectory) ? std::string() : Fake::HostProcess::Directory();
 }
 
-const char* GetPathSeparator()
-{
-    return fs::path::preferred_separator == '\\' ? "\\" : "/";
-}
+const char* GetPathSeparator() { return fs::path::preferred_separator == '\\' ? "\\" : "/"; }
 
 LocalTime GetLocalTime()
 {
@@ -187,8 +184,13 @@ LocalTime GetLocalTime()
         const std::lock_guard lock(s_mutex);
         t = *std::localtime(&seconds);
     }
-    return {t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour,
-            t.tm_min,         t.tm_sec,     static_cast<int>(nMilliseconds)};
+    return {t.tm_year + 1900,
+            t.tm_mon + 1,
+            t.tm_mday,
+            t.tm_hour,
+            t.tm_min,
+            t.tm_sec,
+            static_cast<int>(nMilliseconds)};
 }
 
 void Sleep(unsigned int milliseconds)
@@ -315,14 +317,8 @@ bool ShowErrorBox(const char* pszTitle, const char* pszText)
     return TheState().bBoxAnswer;
 }
 
-void HoldLibrary()
-{
-    ++Fake::Counters().nLibraryHolds;
-}
+void HoldLibrary() { ++Fake::Counters().nLibraryHolds; }
 
-void ReleaseLibrary()
-{
-    --Fake::Counters().nLibraryHolds;
-}
+void ReleaseLibrary() { --Fake::Counters().nLibraryHolds; }
 
 }  // namespace Host

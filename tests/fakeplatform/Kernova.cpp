@@ -12,15 +12,9 @@ namespace Kernova::Threading {
 CriticalSection::CriticalSection(unsigned int spinCount) : m_nSpinCount(spinCount) {}
 CriticalSection::~CriticalSection() = default;
 
-void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
-{
-    m_mutex.lock();
-}
+void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS { m_mutex.lock(); }
 
-void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
-{
-    m_mutex.unlock();
-}
+void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS { m_mutex.unlock(); }
 
 ManualResetEvent::ManualResetEvent(bool signalled) : m_bSignalled(signalled) {}
 ManualResetEvent::~ManualResetEvent() = default;
@@ -113,9 +107,6 @@ void Thread::Stop()
         m_thread.join();
 }
 
-bool Thread::Terminated() const
-{
-    return m_bTerminated.load();
-}
+bool Thread::Terminated() const { return m_bTerminated.load(); }
 
 }  // namespace Kernova::Threading

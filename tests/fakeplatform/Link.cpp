@@ -38,10 +38,7 @@ _THandle::_THandle(Connector::_THandle* pOwner, std::shared_ptr<Fake::Inbox> pIn
     ++Fake::Counters().nLinks;
 }
 
-_THandle::~_THandle()
-{
-    --Fake::Counters().nLinks;
-}
+_THandle::~_THandle() { --Fake::Counters().nLinks; }
 
 void _THandle::OnPeerBytes(const std::string& strBytes)
 {
@@ -158,10 +155,7 @@ void _THandle::RunDisconnected()
     owner.cond.notify_all();
 }
 
-int AddRef(_THandle* pLink)
-{
-    return ++pLink->nReferences;
-}
+int AddRef(_THandle* pLink) { return ++pLink->nReferences; }
 
 int Release(_THandle* pLink)
 {
@@ -226,9 +220,6 @@ bool UnlockReadStream(_THandle* pLink)
     return true;
 }
 
-bool Close(_THandle* pLink)
-{
-    return pLink->BeginClose();
-}
+bool Close(_THandle* pLink) { return pLink->BeginClose(); }
 
 }  // namespace Netrova::Link

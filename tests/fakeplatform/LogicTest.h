@@ -10,8 +10,8 @@
 //
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
-//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, BlockConnect, HoldPools, ConnectReturnsLate,
-//   SendReturnsLate, Calls(Op::...)            fakeplatform/Fake.h
+//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, BlockConnect, HoldPools,
+//   ConnectReturnsLate, SendReturnsLate, Calls(Op::...)            fakeplatform/Fake.h
 //   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor, Journal::LoggedInOrder
 //                                              fakeplatform/FakeLog.h
 //   HostProcess::SetLocalTime, Boxes, NotifyChange, SetDirectory            fakeplatform/FakeHost.h
@@ -46,8 +46,8 @@ protected:
     // The next sends fail, and not the heartbeat that follows every start.
     static void FailSend(int nTimes = 1)
     {
-        EXPECT_TRUE(Fake::Journal::WaitFor(Fake::Journal::Level::Debug,
-                                           "Success to send a 'XC2S_Heartbeat' msg."));
+        EXPECT_TRUE(
+            Fake::Journal::WaitFor(Fake::Journal::Level::Debug, "Success to send a 'XC2S_Heartbeat' msg."));
         Fake::Fail(Fake::Op::LinkSend, nTimes);
     }
     // Of the platform's things, once the service has noticed the end of the link.

@@ -91,10 +91,7 @@ std::vector<Line> Lines()
     return TheBook().vecLines;
 }
 
-bool Logged(Level level, const std::string& strPart)
-{
-    return Count(level, strPart) > 0;
-}
+bool Logged(Level level, const std::string& strPart) { return Count(level, strPart) > 0; }
 
 int Count(Level level, const std::string& strPart)
 {
@@ -214,18 +211,18 @@ bool Uninitialize(const char* service)
     return true;
 }
 
-#define FAKE_LEVEL(level)                                                             \
-    void level(_THandle* pHandle, const char* text)                                   \
-    {                                                                                 \
-        Fake::Journal::Write(pHandle, Level::level, text, false);                         \
-    }                                                                                 \
-    void level##Fmt(_THandle* pHandle, const char* format, ...)                       \
-    {                                                                                 \
-        std::va_list args;                                                            \
-        va_start(args, format);                                                       \
-        const std::string strText = Fake::Journal::Format(format, args);                  \
-        va_end(args);                                                                 \
-        Fake::Journal::Write(pHandle, Level::level, strText, true);                       \
+#define FAKE_LEVEL(level)                                                \
+    void level(_THandle* pHandle, const char* text)                      \
+    {                                                                    \
+        Fake::Journal::Write(pHandle, Level::level, text, false);        \
+    }                                                                    \
+    void level##Fmt(_THandle* pHandle, const char* format, ...)          \
+    {                                                                    \
+        std::va_list args;                                               \
+        va_start(args, format);                                          \
+        const std::string strText = Fake::Journal::Format(format, args); \
+        va_end(args);                                                    \
+        Fake::Journal::Write(pHandle, Level::level, strText, true);      \
     }
 
 FAKE_LEVEL(Emerg)

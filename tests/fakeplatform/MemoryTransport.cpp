@@ -69,10 +69,7 @@ MemoryTransport::MemoryTransport() : m_pInbox(std::make_shared<Inbox>())
     TheListeners().mapByPort[m_nPort] = m_pInbox;
 }
 
-MemoryTransport::~MemoryTransport()
-{
-    Stop();
-}
+MemoryTransport::~MemoryTransport() { Stop(); }
 
 void MemoryTransport::Start(Sink& sink)
 {

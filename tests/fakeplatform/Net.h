@@ -107,7 +107,7 @@ struct _THandle {
     void Pump();        // under the mutex: starts whatever is due
     bool BeginClose();  // false if closed already
 
-    std::atomic<int> nReferences{1};  // the first is the connector's, until disconnected has run
+    std::atomic<int> nReferences{1};        // the first is the connector's, until disconnected has run
     Connector::_THandle* const pConnector;  // gone once disconnected has run
     const std::shared_ptr<Fake::Inbox> pInbox;
     const int nConnection;

@@ -33,10 +33,7 @@ State& TheState()
 
 thread_local unsigned int t_nLastError = 0;
 
-Order& OrderOf(Op op)
-{
-    return TheState().orders.at(static_cast<std::size_t>(op));
-}
+Order& OrderOf(Op op) { return TheState().orders.at(static_cast<std::size_t>(op)); }
 
 }  // namespace
 
@@ -78,10 +75,7 @@ bool MustFail(Op op)
     return true;
 }
 
-void SetLastError(unsigned int nCode)
-{
-    t_nLastError = nCode;
-}
+void SetLastError(unsigned int nCode) { t_nLastError = nCode; }
 
 void Violation(const std::string& strText)
 {
@@ -104,7 +98,7 @@ AtomicCounts& Counters()
 Counts Alive()
 {
     const AtomicCounts& now = Counters();
-    return {now.nPools,       now.nConnectors, now.nLinks,       now.nStreams,
+    return {now.nPools,      now.nConnectors, now.nLinks,       now.nStreams,
             now.nStopEvents, now.nChanges,    now.nLibraryHolds};
 }
 
@@ -142,19 +136,10 @@ void Reset()
 
 namespace Platova {
 
-unsigned int GetLastError()
-{
-    return Fake::t_nLastError;
-}
+unsigned int GetLastError() { return Fake::t_nLastError; }
 
-void SetLastError(unsigned int nCode)
-{
-    Fake::SetLastError(nCode);
-}
+void SetLastError(unsigned int nCode) { Fake::SetLastError(nCode); }
 
-unsigned int GetProcessorCount()
-{
-    return 2;
-}
+unsigned int GetProcessorCount() { return 2; }
 
 }  // namespace Platova

@@ -36,10 +36,7 @@ void DestroyHandle(_THandle* pStream)
     delete pStream;
 }
 
-int GetLength(_THandle* pStream)
-{
-    return pStream == nullptr ? 0 : pStream->Length();
-}
+int GetLength(_THandle* pStream) { return pStream == nullptr ? 0 : pStream->Length(); }
 
 int Write(_THandle* pStream, const void* data, int size)
 {

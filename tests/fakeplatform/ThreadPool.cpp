@@ -90,10 +90,7 @@ void _THandle::Run()
     }
 }
 
-bool IsPoolThread()
-{
-    return t_bPoolThread;
-}
+bool IsPoolThread() { return t_bPoolThread; }
 
 _THandle* CreateHandle(std::size_t threads)
 {

@@ -35,7 +35,10 @@ struct Waiting {
         waiter.nReqID = nReqID;
         Kernova::XTL::Singleton<CResWaiterMap>::Instance().AddWaiter(&waiter);
     }
-    ~Waiting() { ForEachList(waiter.stResponse, [](_DATA_HANDLE* pHandle) { DestroyHandle(pHandle); }); }
+    ~Waiting()
+    {
+        ForEachList(waiter.stResponse, [](_DATA_HANDLE* pHandle) { DestroyHandle(pHandle); });
+    }
     ResponseWait<Response> waiter;
     WaiterAutoRemover remover{waiter};
 };

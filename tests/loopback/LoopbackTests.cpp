@@ -24,7 +24,8 @@ TEST_F(LoopbackTest, ComesBackAfterTheServiceWasGone)
     Game().settings.nReconnectCycle = 1;
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
-    for (const char* pszUser : {"alice", "bob"}) ASSERT_EQ(Game().Checkin(pszUser).nResult, 0);
+    for (const char* pszUser : {"alice", "bob"})
+        ASSERT_EQ(Game().Checkin(pszUser).nResult, 0);
     Service().Down();
     Service().WaitForDisconnect();
     // The library may need a moment to notice; a checkout that it could not send is kept.
@@ -66,7 +67,8 @@ TEST_F(LoopbackTest, ManyCallersGetTheirOwnAnswers)
             }
         }));
     }
-    for (auto& caller : vecCallers) caller.get();
+    for (auto& caller : vecCallers)
+        caller.get();
     EXPECT_EQ(Kernova::XTL::Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
 }
 
@@ -85,7 +87,8 @@ TEST_F(LoopbackTest, ACallerNeverWaitsForAPeerThatDoesNotRead)
     const auto begin = std::chrono::steady_clock::now();
     bool bRefused = false;
     // The queue takes some 32 MB beyond what the sockets hold; then a send is refused, not held up.
-    for (int i = 0; i < 20'000 && !bRefused; ++i) bRefused = !comm.SendMessage<XC2S_FailedCheckOutReq>();
+    for (int i = 0; i < 20'000 && !bRefused; ++i)
+        bRefused = !comm.SendMessage<XC2S_FailedCheckOutReq>();
     EXPECT_TRUE(bRefused);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(100));
     Service().HoldReading(false);

@@ -80,7 +80,8 @@ TEST_F(LoopbackTest, SettingsSavedAHundredTimesASecond)
         std::this_thread::sleep_until(begin + std::chrono::milliseconds(10 * (n + 1)));
     }
     bEnough = true;
-    for (auto& caller : vecCallers) caller.get();
+    for (auto& caller : vecCallers)
+        caller.get();
     // The file as it stands in the end is in force.
     for (const int nProductID : {1001, 1002, 1003}) {
         Game().settings.products.push_back({nProductID, "New", 2});

@@ -26,17 +26,15 @@ protected:
     }
 };
 
-TEST_F(StopTest, Idle)
-{
-    ExpectStop();
-}
+TEST_F(StopTest, Idle) { ExpectStop(); }
 
 TEST_F(StopTest, WithCallersThatWait)
 {
     std::vector<std::future<_CHECKIN_RES>> vecCallers;
     for (int n = 0; n < 64; ++n)
         vecCallers.push_back(Game().Later([&, n] { return Game().Checkin("user" + std::to_string(n)); }));
-    for (int n = 0; n < 64; ++n) Service().Expect<XC2S_CheckInReq>();
+    for (int n = 0; n < 64; ++n)
+        Service().Expect<XC2S_CheckInReq>();
     ExpectStop();
     for (auto& caller : vecCallers)
         EXPECT_STREQ(caller.get().szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
@@ -69,7 +67,8 @@ TEST_F(StopTest, OnALinkWhoseServiceReadsNoMore)
 {
     Service().HoldReading(true);
     std::vector<std::future<void>> vecCallers;
-    for (int n = 0; n < 4; ++n) vecCallers.push_back(Game().Later([&] { Game().Checkin("abc"); }));
+    for (int n = 0; n < 4; ++n)
+        vecCallers.push_back(Game().Later([&] { Game().Checkin("abc"); }));
     ExpectStop();
     Service().HoldReading(false);
 }
@@ -131,7 +130,8 @@ TEST_F(StopTest, WhileTheSettingsAreReloaded)
             }
         }
     });
-    while (std::string(GetBillingName(5100)).empty()) std::this_thread::yield();
+    while (std::string(GetBillingName(5100)).empty())
+        std::this_thread::yield();
     ExpectStop();
     bEnough = true;
     saver.join();

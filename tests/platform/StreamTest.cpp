@@ -70,7 +70,8 @@ TEST(Stream, BehavesLikeAStringUnderRandomUse)
         switch (random() % 4) {
             case 0: {
                 std::string strBytes(nSize, '\0');
-                for (char& c : strBytes) c = cNext++;
+                for (char& c : strBytes)
+                    c = cNext++;
                 ASSERT_EQ(static_cast<int>(nSize), stream.Write(strBytes));
                 strModel += strBytes;
                 break;
@@ -97,7 +98,8 @@ TEST(Stream, TakesSmallPiecesOffALargeStreamQuickly)
 {
     Stream stream;
     const std::string strBlock(1 << 20, 'x');
-    for (int n = 0; n < 16; ++n) ASSERT_EQ(1 << 20, stream.Write(strBlock));
+    for (int n = 0; n < 16; ++n)
+        ASSERT_EQ(1 << 20, stream.Write(strBlock));
     char szPiece[8];
     int nTaken = 0;
     while (stream.Length() > 0) {

@@ -36,7 +36,8 @@ TEST(CriticalSection, LetsOneThreadInAtATime)
             }
         });
     }
-    for (std::thread& thread : vecThreads) thread.join();
+    for (std::thread& thread : vecThreads)
+        thread.join();
     EXPECT_FALSE(bOverlap);
     EXPECT_EQ(8000, nTotal);
 }
@@ -45,7 +46,8 @@ TEST(CriticalSection, IsHeldUntilTheOutermostUnlock) NO_THREAD_SAFETY_ANALYSIS
 {
     for (const unsigned int nSpinCount : {0u, XTL::kSpinCount}) {
         CriticalSection lock(nSpinCount);
-        for (int n = 0; n < 3; ++n) lock.Lock();
+        for (int n = 0; n < 3; ++n)
+            lock.Lock();
         lock.Unlock();
         lock.Unlock();
         std::atomic<bool> bIn{false};
@@ -85,9 +87,11 @@ TEST(ManualResetEvent, WakesAllThatWait)
     ManualResetEvent event(false);
     std::atomic<int> nWoken{0};
     std::vector<std::thread> vecThreads;
-    for (int n = 0; n < 3; ++n) vecThreads.emplace_back([&] { nWoken += event.Wait(kLong) ? 1 : 0; });
+    for (int n = 0; n < 3; ++n)
+        vecThreads.emplace_back([&] { nWoken += event.Wait(kLong) ? 1 : 0; });
     event.Set();
-    for (std::thread& thread : vecThreads) thread.join();
+    for (std::thread& thread : vecThreads)
+        thread.join();
     EXPECT_EQ(3, nWoken.load());
 }
 

@@ -22,7 +22,8 @@ public:
     bool MustEnd() const { return Terminated(); }
     void RunUntilStopped()
     {
-        while (!Terminated()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        while (!Terminated())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
     std::atomic<int> m_nRuns{0};

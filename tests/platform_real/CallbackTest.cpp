@@ -35,7 +35,8 @@ TEST(Callbacks, EveryCreditGivesOneAndNoMoreIsReadThanAskedFor)
     Server server;
     Client client;
     client.m_onConnected = [](LinkHandle* pLink) {
-        for (int n = 0; n < 3; ++n) EXPECT_EQ(0, Link::Recv(pLink, 5));
+        for (int n = 0; n < 3; ++n)
+            EXPECT_EQ(0, Link::Recv(pLink, 5));
     };
     Peer peer = Meet(server, client);
     peer.Write("0123456789abcdefghijklmnopqrstuvwxyz");
@@ -74,7 +75,8 @@ TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
     std::atomic<std::size_t> nAll{0};
     Client client;
     client.m_onConnected = [](LinkHandle* pLink) {
-        for (int n = 0; n < 8; ++n) Link::Recv(pLink, 7);
+        for (int n = 0; n < 8; ++n)
+            Link::Recv(pLink, 7);
     };
     client.m_onReceived = [&](LinkHandle* pLink) {
         bOverlap = bOverlap || ++nInside != 1;
@@ -85,7 +87,8 @@ TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
     };
     Peer peer = Meet(server, client);
     std::string strSent;
-    for (int n = 0; n < 5000; ++n) strSent += std::to_string(n) + ",";
+    for (int n = 0; n < 5000; ++n)
+        strSent += std::to_string(n) + ",";
     peer.Write(strSent);
     EXPECT_TRUE(Eventually([&] { return nAll.load() == strSent.size(); }));
     client.Destroy();
@@ -104,7 +107,8 @@ TEST(Callbacks, OneThatHangsDelaysNeitherTheLossNorANewLink)
     client.m_onConnected = [&](LinkHandle* pLink) {
         LinkHandle* pNone = nullptr;
         pFirst.compare_exchange_strong(pNone, pLink);
-        for (int n = 0; n < 4; ++n) Link::Recv(pLink, 1024);
+        for (int n = 0; n < 4; ++n)
+            Link::Recv(pLink, 1024);
     };
     client.m_onReceived = [&](LinkHandle* pLink) {
         if (pLink != pFirst.load()) {

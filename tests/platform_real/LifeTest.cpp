@@ -117,7 +117,8 @@ namespace {
     static Peer* const s_pPeer = new Peer(s_pServer->Accept());
     std::thread([] {
         try {
-            for (;;) s_pPeer->Write("x");
+            for (;;)
+                s_pPeer->Write("x");
         } catch (const std::exception&) {
         }
     }).detach();
@@ -130,5 +131,6 @@ namespace {
 TEST(LifeDeathTest, ExitWithoutStoppingEndsTheProcessQuietly)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    for (int n = 0; n < 3; ++n) EXPECT_EXIT(ExitInTheMiddle(), testing::ExitedWithCode(0), "");
+    for (int n = 0; n < 3; ++n)
+        EXPECT_EXIT(ExitInTheMiddle(), testing::ExitedWithCode(0), "");
 }

@@ -22,7 +22,8 @@ std::string Told(const std::string& strText)
     std::ostringstream out;
     out << GetLevelName(config.level) << ' ' << config.strFile << ' ' << config.nMaxSize << ' '
         << config.nMaxFiles << ' ' << GetLevelName(config.flushLevel) << ' ' << config.nFlushSeconds;
-    for (const std::string& strWarning : config.vecWarnings) out << '|' << strWarning;
+    for (const std::string& strWarning : config.vecWarnings)
+        out << '|' << strWarning;
     return out.str();
 }
 
@@ -77,7 +78,8 @@ TEST(LogConfig, TakesEveryKeyAndNamesTheLineOfEveryMistake)
 TEST(LogConfig, SaysLittleAboutAFileThatIsNone)
 {
     std::string strGarbage;
-    for (int n = 0; n < 60'000; ++n) strGarbage += static_cast<char>(n * 7919 % 251);
+    for (int n = 0; n < 60'000; ++n)
+        strGarbage += static_cast<char>(n * 7919 % 251);
     const LogConfig config = ParseLogConfig(strGarbage);
     EXPECT_LE(config.vecWarnings.size(), 21u);
     for (const std::string& strWarning : config.vecWarnings) {

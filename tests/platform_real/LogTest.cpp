@@ -163,7 +163,8 @@ TEST_F(Log, ReportsTheMistakesOfItsConfigurationInTheLogItself)
 TEST_F(Log, IsRotatedWithoutLosingALineBeforeItsTime)
 {
     auto* const pLogger = Start("file = x.log\nmax_size = 4K\nmax_files = 3");
-    for (int n = 0; n < 400; ++n) Logova::InfoFmt(pLogger, "line %d", n);
+    for (int n = 0; n < 400; ++n)
+        Logova::InfoFmt(pLogger, "line %d", n);
     Stop();
     EXPECT_FALSE(fs::exists(m_dir / "x.4.log"));
     int nNext = -1;
@@ -218,12 +219,15 @@ TEST_F(Log, SeveralServicesAndLoggersMayShareAFile)
             });
         }
     }
-    for (std::thread& thread : vecThreads) thread.join();
-    for (const char* pszService : {"A", "B", "C"}) Stop(pszService);
+    for (std::thread& thread : vecThreads)
+        thread.join();
+    for (const char* pszService : {"A", "B", "C"})
+        Stop(pszService);
     const std::vector<std::string> vecLines = Lines("shared.log");
     EXPECT_EQ(2000u, vecLines.size());
     const std::regex whole(R"([^<>]*<[AB]\.(one|two) \d+>)");
-    for (const std::string& strLine : vecLines) ASSERT_TRUE(std::regex_match(strLine, whole)) << strLine;
+    for (const std::string& strLine : vecLines)
+        ASSERT_TRUE(std::regex_match(strLine, whole)) << strLine;
     EXPECT_EQ(500u, Lines("C-one.log").size());
     EXPECT_EQ(500u, Lines("C-two.log").size());
 }
@@ -236,7 +240,8 @@ TEST_F(Log, ComesBackWhenItsFileCanBeWrittenAgain)
     testing::internal::CaptureStderr();
     auto* const pLost = Start("file = logs/x.log", "Lost");
     auto* const pBack = Start("file = logs/x.log\nflush = Info");
-    for (int n = 0; n < 100; ++n) Logova::Info(pLost, "lost");
+    for (int n = 0; n < 100; ++n)
+        Logova::Info(pLost, "lost");
     Stop("Lost");
     fs::remove(m_dir / "logs");
     EXPECT_TRUE(Eventually([&] {
@@ -259,7 +264,8 @@ TEST_F(Log, OnAFullDiskSlowsNobody)
     auto* const pFull = Start("file = full.log");
     auto* const pGood = Start("file = good.log", "Good");
     const auto begin = std::chrono::steady_clock::now();
-    for (int n = 0; n < 20'000; ++n) Logova::ErrorFmt(pFull, "nowhere to go %d", n);
+    for (int n = 0; n < 20'000; ++n)
+        Logova::ErrorFmt(pFull, "nowhere to go %d", n);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
     Logova::Info(pGood, "not concerned");
     Stop();
@@ -278,7 +284,8 @@ protected:
         EXPECT_EQ(0, mkfifo((m_dir / "pipe").string().c_str(), 0600));
         m_pLogger = Start("file = pipe\nmax_size = 1G");
         const std::string strDump(100'000, 'd');
-        for (int n = 0; n < 2000; ++n) Logova::Info(m_pLogger, strDump.c_str());
+        for (int n = 0; n < 2000; ++n)
+            Logova::Info(m_pLogger, strDump.c_str());
     }
     // What comes out when the disk answers at last.
     std::string StopAndRead()
@@ -295,7 +302,8 @@ protected:
 TEST_F(LogOnAHangingDisk, NobodyWaitsAndTheOldestGo)
 {
     const int kLines = 20'000;
-    for (int n = 0; n < kLines; ++n) Logova::InfoFmt(m_pLogger, "line %d", n);
+    for (int n = 0; n < kLines; ++n)
+        Logova::InfoFmt(m_pLogger, "line %d", n);
     const std::string strAll = StopAndRead();
     EXPECT_NE(std::string::npos, strAll.find("line " + std::to_string(kLines - 1) + "\n"))
         << "the newest went";

@@ -14,10 +14,7 @@ namespace Loopback {
 
 using namespace NetClient;
 
-inline unsigned int Code(const std::error_code& code)
-{
-    return static_cast<unsigned int>(code.value());
-}
+inline unsigned int Code(const std::error_code& code) { return static_cast<unsigned int>(code.value()); }
 
 // The far end of one link. Every call blocks; the limit of the test ends one that never returns.
 class Peer {

@@ -30,9 +30,11 @@ TEST_F(Linked, SendKeepsBlocksWholeAndInTheOrderOfTheCalls)
     }
     std::size_t nExpected = 0;
     for (int t = 0; t < kThreads; ++t)
-        for (int n = 0; n < kRecords; ++n) nExpected += Record(t, n).size();
+        for (int n = 0; n < kRecords; ++n)
+            nExpected += Record(t, n).size();
     const std::string strAll = m_peer.Read(nExpected);
-    for (std::thread& thread : vecThreads) thread.join();
+    for (std::thread& thread : vecThreads)
+        thread.join();
     ASSERT_EQ(nExpected, strAll.size());
 
     std::vector<int> vecNext(kThreads, 0);
@@ -147,7 +149,8 @@ TEST(Close, MayComeInTheMiddleOfSends)
             peer.ReadToTheEnd(ended);
         });
         EXPECT_TRUE(Link::Close(pLink));
-        for (std::thread& thread : vecThreads) thread.join();
+        for (std::thread& thread : vecThreads)
+            thread.join();
         reader.join();
         client.Destroy();
         EXPECT_EQ(3, nFailed.load());

@@ -82,7 +82,8 @@ TEST_F(ControlTest, SecretsAndSizesStayOutOfTheLog)
     m_client.Ask<XS2C_PurchaseProductAns>(purchase);
     XC2S_UserListSyncReq list;
     list.vecCheckOutInfo.Add().strUserID = std::string(5000, 'x');
-    for (int i = 1; i < 5000; ++i) list.vecCheckOutInfo.Add().strUserID = std::string(500, 'x');
+    for (int i = 1; i < 5000; ++i)
+        list.vecCheckOutInfo.Add().strUserID = std::string(500, 'x');
     m_client.Send(list);
     m_client.Settle();
     const auto fields =

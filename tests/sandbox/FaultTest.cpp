@@ -92,7 +92,8 @@ protected:
         std::string strSeries;
         XC2S_QueryBillingInfoReq req;
         req.strUserID = "alice";
-        while (n-- > 0) strSeries += m_client.Ask<XS2C_QueryBillingInfoAns>(req)->nResult == 9 ? 'x' : '.';
+        while (n-- > 0)
+            strSeries += m_client.Ask<XS2C_QueryBillingInfoAns>(req)->nResult == 9 ? 'x' : '.';
         return strSeries;
     }
 

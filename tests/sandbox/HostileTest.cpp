@@ -124,9 +124,11 @@ TEST_F(HostileTest, FramesArriveHoweverTheyAreCut)
         req.strUserID = "alice";
         strAll += Sandbox::FrameOf(req);
     }
-    for (std::size_t i = 0; i < 100; ++i) client.SendBytes(strAll.substr(i, 1));
+    for (std::size_t i = 0; i < 100; ++i)
+        client.SendBytes(strAll.substr(i, 1));
     client.SendBytes(strAll.substr(100));
-    for (std::int32_t i = 1; i <= 300; ++i) ASSERT_EQ(client.Receive<XS2C_QueryBillingInfoAns>()->nReqID, i);
+    for (std::int32_t i = 1; i <= 300; ++i)
+        ASSERT_EQ(client.Receive<XS2C_QueryBillingInfoAns>()->nReqID, i);
 }
 
 TEST_F(HostileTest, GarbageAndMutatedFrames)
@@ -149,7 +151,8 @@ TEST_F(HostileTest, GarbageAndMutatedFrames)
         strFrame[4 + random() % (strFrame.size() - 4)] = byte();
         damaged.SendBytes(strFrame);
     }
-    while (CountLinks() > 1) std::this_thread::yield();  // every link of the above has met its end
+    while (CountLinks() > 1)
+        std::this_thread::yield();  // every link of the above has met its end
     m_good.Settle();
 }
 
@@ -188,7 +191,8 @@ TEST_F(HostileTest, HugeListsAreCountedAndNotListed)
     Client client(m_sandbox.Port());
     client.Register("huge");
     XC2S_UserListSyncReq list;
-    for (int i = 0; i < 20'000; ++i) list.vecCheckOutInfo.Add().strUserID = "nobody";
+    for (int i = 0; i < 20'000; ++i)
+        list.vecCheckOutInfo.Add().strUserID = "nobody";
     client.Send(list);
     client.Settle();
     EXPECT_TRUE(m_sandbox.Shows("user list: 0 confirmed, 0 checked in again, 20000 not taken"));
@@ -201,7 +205,8 @@ TEST_F(HostileTest, HugeListsAreCountedAndNotListed)
 
 TEST_F(HostileTest, TheMessageLogKeepsTheLastOnes)
 {
-    for (std::size_t i = 0; i < Sandbox::MessageLog::kMaxMessages; ++i) m_good.CheckIn("nobody");
+    for (std::size_t i = 0; i < Sandbox::MessageLog::kMaxMessages; ++i)
+        m_good.CheckIn("nobody");
     m_sandbox.Server().Invoke([&] {
         const auto& messages = m_sandbox.Server().GetMessageLog().GetMessages();
         ASSERT_EQ(messages.size(), Sandbox::MessageLog::kMaxMessages);

@@ -23,7 +23,8 @@ public:
         std::string strPath = VELKAR_SANDBOX_PATH;
         std::vector<std::string> vecTexts = vecArgs;
         std::vector<char*> vecArgv = {strPath.data()};
-        for (std::string& strText : vecTexts) vecArgv.push_back(strText.data());
+        for (std::string& strText : vecTexts)
+            vecArgv.push_back(strText.data());
         vecArgv.push_back(nullptr);
         const int fd = open(strOutput.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600);
         m_pid = fork();
@@ -145,8 +146,10 @@ TEST_F(ProgramTest, PurchasesAreWholeAfterAKill)
         client.Register("game");
         XC2S_PurchaseProductReq req;
         FillPurchase(req, "dave", "POTION");
-        for (int i = 0; i < 60; ++i) client.Send(req);
-        for (int i = 0; i < nKillAfter; ++i, ++nAnswered) client.Receive<XS2C_PurchaseProductAns>();
+        for (int i = 0; i < 60; ++i)
+            client.Send(req);
+        for (int i = 0; i < nKillAfter; ++i, ++nAnswered)
+            client.Receive<XS2C_PurchaseProductAns>();
         EXPECT_EQ(program.End(SIGKILL), -SIGKILL);
     }
     WriteFile(m_strHttpPortFile, kStale);
@@ -212,7 +215,8 @@ TEST_F(ProgramTest, SaysWhyItDoesNotStart)
                                                              {"--db"},
                                                              {"stray"},
                                                              {"--no-http", "--http-port", "0"}};
-    for (const auto& vecArgs : kBadLines) EXPECT_EQ(Run(vecArgs), 2) << vecArgs[0] << ' ' << vecArgs.back();
+    for (const auto& vecArgs : kBadLines)
+        EXPECT_EQ(Run(vecArgs), 2) << vecArgs[0] << ' ' << vecArgs.back();
 
     RunningSandbox other;
     EXPECT_EQ(Run({"--port", std::to_string(other.Port()), "--no-http"}), 1);
@@ -235,7 +239,8 @@ TEST_F(ProgramTest, MoreConnectionsThanFilesAreNotTheEnd)
     const unsigned short nPort = WaitForPort();
     {
         std::vector<std::unique_ptr<Client>> vecClients;
-        for (int i = 0; i < 60; ++i) vecClients.push_back(std::make_unique<Client>(nPort));
+        for (int i = 0; i < 60; ++i)
+            vecClients.push_back(std::make_unique<Client>(nPort));
         EXPECT_TRUE(vecClients.back()->IsClosed());
         vecClients.front()->Register("first");
         EXPECT_EQ(vecClients.front()->CheckIn("alice")->nResult, 0) << "who is in is served";

@@ -259,7 +259,8 @@ TEST_F(PurchaseTest, MoneyAddsUpWhenManyBuyAtOnce)
     const auto total = [&] {
         long long nTotal = 0;
         const auto users = m_sandbox.Get("/users");
-        for (const auto& user : users.json["users"]) nTotal += user["ruvCoin"].get<int>();
+        for (const auto& user : users.json["users"])
+            nTotal += user["ruvCoin"].get<int>();
         return nTotal;
     };
     const long long nBefore = total();
@@ -269,7 +270,8 @@ TEST_F(PurchaseTest, MoneyAddsUpWhenManyBuyAtOnce)
             Client client(m_sandbox.Port());
             client.Register("buyer" + std::to_string(i));
             int nBought = 0;
-            for (int j = 0; j < kEach; ++j) nBought += client.Buy("carol", "POTION")->nState == 0 ? 1 : 0;
+            for (int j = 0; j < kEach; ++j)
+                nBought += client.Buy("carol", "POTION")->nState == 0 ? 1 : 0;
             return nBought;
         }));
     }

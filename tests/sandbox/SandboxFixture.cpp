@@ -28,8 +28,7 @@ constexpr int kPatience = 20'000;  // milliseconds
 // ---- the sandbox ----
 
 RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strSeed, bool bSaveOnPurchase)
-    : RunningSandbox(
-          Sandbox::Options{.strDb = strDb, .strSeed = strSeed, .bSaveOnPurchase = bSaveOnPurchase})
+    : RunningSandbox(Sandbox::Options{.strDb = strDb, .strSeed = strSeed, .bSaveOnPurchase = bSaveOnPurchase})
 {
 }
 
@@ -74,7 +73,8 @@ std::vector<std::string> RunningSandbox::Sessions()
         }
         std::sort(vecSessions.begin(), vecSessions.end());
         std::vector<std::string> vecTexts;
-        for (const auto& [nSeqNo, strText] : vecSessions) vecTexts.push_back(strText);
+        for (const auto& [nSeqNo, strText] : vecSessions)
+            vecTexts.push_back(strText);
         return vecTexts;
     });
 }
@@ -151,10 +151,7 @@ Client::Client(unsigned short nPort, int nBuffer) : m_fd(socket(AF_INET, SOCK_ST
     EXPECT_EQ(connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << strerror(errno);
 }
 
-Client::~Client()
-{
-    close(m_fd);
-}
+Client::~Client() { close(m_fd); }
 
 void Client::Send(const Wirova::IMessage& msg)
 {
@@ -172,10 +169,7 @@ bool Client::SendBytes(const std::string& strBytes)
     return true;
 }
 
-void Client::EndSending()
-{
-    shutdown(m_fd, SHUT_WR);
-}
+void Client::EndSending() { shutdown(m_fd, SHUT_WR); }
 
 bool Client::SendUnlessStuck(const std::string& strBytes)
 {
@@ -259,10 +253,7 @@ std::optional<std::string> Client::ReadUntilClosed()
     }
 }
 
-bool Client::IsClosed()
-{
-    return ReadUntilClosed().has_value();
-}
+bool Client::IsClosed() { return ReadUntilClosed().has_value(); }
 
 std::unique_ptr<XS2C_VelkarConnectAns> Client::Register(const std::string& strGID, int nHeartbeatCycle)
 {
@@ -361,10 +352,7 @@ TempDir::TempDir()
     m_strPath = mkdtemp(strTemplate.data());
 }
 
-TempDir::~TempDir()
-{
-    std::filesystem::remove_all(m_strPath);
-}
+TempDir::~TempDir() { std::filesystem::remove_all(m_strPath); }
 
 void WriteFile(const std::string& strPath, const std::string& strText)
 {

@@ -253,7 +253,8 @@ TEST_F(SessionTest, TimeThatIsOverIsEndedByTheServiceIfTheConnectorDoesNot)
     };
     m_client.CheckIn("expires-in-20s");
     m_client.CheckIn("alice");
-    for (int i = 0; i < 10; ++i) stay(20'000);
+    for (int i = 0; i < 10; ++i)
+        stay(20'000);
     EXPECT_EQ(m_sandbox.Sessions().size(), 2u) << "the connector still may";
     stay(21'000);
     const auto notice = m_client.Receive<XS2C_BillingEventNotice>();

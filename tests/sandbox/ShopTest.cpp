@@ -35,7 +35,8 @@ protected:
     static std::string IDs(const XS2C_QueryProductListAns& ans)
     {
         std::string strIDs;
-        for (const auto* const pProduct : ans.vecProduct) strIDs += pProduct->strProductID + ' ';
+        for (const auto* const pProduct : ans.vecProduct)
+            strIDs += pProduct->strProductID + ' ';
         return strIDs;
     }
 
@@ -135,7 +136,8 @@ TEST_F(ShopTest, ThePriceFollowsTheBestDiscount)
             req.nLevel = test.nLevel;
         });
         std::string strUsed;
-        for (const auto* const p : ans->vecDiscount) strUsed += p->bUse ? 'Y' : 'N';
+        for (const auto* const p : ans->vecDiscount)
+            strUsed += p->bUse ? 'Y' : 'N';
         EXPECT_EQ(ans->nPrice, test.nPrice) << test.pszProductID << ' ' << test.nLevel;
         EXPECT_EQ(strUsed, test.pszUsed) << test.pszProductID << ' ' << test.nLevel;
     }
@@ -149,7 +151,8 @@ TEST_F(ShopTest, CouponsAreThoseThatCouldBeUsed)
             req.strProductID = strProductID;
         });
         std::string strIDs;
-        for (const auto* const p : ans->vecCoupon) strIDs += p->strCouponUseID + ' ';
+        for (const auto* const p : ans->vecCoupon)
+            strIDs += p->strCouponUseID + ' ';
         return strIDs;
     };
     EXPECT_EQ(coupons("alice", "SWORD"), "ALICE-10 ALICE-SWORD ");

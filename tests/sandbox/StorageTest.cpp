@@ -135,7 +135,8 @@ TEST_F(StorageTest, AReservationThatNobodyEndsRunsOut)
 
 TEST_F(StorageTest, EntriesExpire)
 {
-    for (int nDay = 0; nDay < 31; ++nDay) m_sandbox.Advance(86'400'000);
+    for (int nDay = 0; nDay < 31; ++nDay)
+        m_sandbox.Advance(86'400'000);
     Client client(m_sandbox.Port());
     client.Register();
     XC2S_RequestUseStorageReq req;

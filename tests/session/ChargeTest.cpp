@@ -13,7 +13,8 @@ constexpr Host::LocalTime kNow = {2026, 3, 4, 5, 6, 7, 0};
 constexpr const char* kPast = "20260304050606";
 constexpr const char* kFuture = "20260304050608";
 
-CUserInfo BilledUser(const std::string& strKey, int nBillingID, const char* pszEndDate, int nProductID = kProductID)
+CUserInfo BilledUser(const std::string& strKey, int nBillingID, const char* pszEndDate,
+                     int nProductID = kProductID)
 {
     CUserInfo info;
     info.SetKey(strKey);
@@ -57,7 +58,8 @@ TEST(UserInfo, TheBillingIdDecides)
         {4, ChargeState::Nothing, ChargeState::Nothing}, {-1, ChargeState::Nothing, ChargeState::Nothing}};
     for (const auto& row : kRows) {
         EXPECT_EQ(BilledUser("abc", row.nBillingID, kPast).GetChargeState(kNow), row.past) << row.nBillingID;
-        EXPECT_EQ(BilledUser("abc", row.nBillingID, kFuture).GetChargeState(kNow), row.future) << row.nBillingID;
+        EXPECT_EQ(BilledUser("abc", row.nBillingID, kFuture).GetChargeState(kNow), row.future)
+            << row.nBillingID;
     }
 }
 
@@ -158,7 +160,8 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
 TEST_F(ChargeTest, AGameThatThrowsLosesNoExpiry)
 {
     ASSERT_TRUE(Game().Start());
-    for (const char* pszUser : {"a", "b"}) Add(BilledUser(pszUser, 1, kPast));
+    for (const char* pszUser : {"a", "b"})
+        Add(BilledUser(pszUser, 1, kPast));
     Game().On<BillingEvent>([](const auto&) { throw 1; });
     EXPECT_EQ(ChargeAll().bSuccess, 1);
     EXPECT_EQ(Game().Got<BillingEvent>().size(), 2u);
@@ -239,9 +242,11 @@ TEST_F(ChargeTest, ChargesAndSessionsAtOnce)
             }
         }));
     }
-    for (auto& caller : vecCallers) caller.get();
+    for (auto& caller : vecCallers)
+        caller.get();
     ChargeAll();
-    for (int i = 0; i < 50; ++i) EXPECT_FALSE(IsIn(("term" + std::to_string(i)).c_str()));
+    for (int i = 0; i < 50; ++i)
+        EXPECT_FALSE(IsIn(("term" + std::to_string(i)).c_str()));
 }
 
 }  // namespace

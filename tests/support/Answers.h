@@ -17,12 +17,14 @@ struct AnswerOf;
     };
 
 // What the connector asks: XC2S_...Req, answered by XS2C_...Ans.
-#define SUPPORT_ASKED_BY_CONNECTOR(X)                                                               \
-    X(VelkarConnect) X(CheckIn) X(CheckInEx) X(CheckOut) X(QueryBillingInfo) X(QueryBillingInfoEx)  \
-    X(UserMoveTo) X(UserMoveFrom) X(Charge) X(QueryMenuList) X(QueryProductList)                    \
-    X(QueryProductDetail) X(QueryDiscount) X(QueryTag) X(QueryCoupont) X(QuerySpecialProductList)   \
-    X(QuerySpecialProduct) X(QueryRuvcoin) X(SearchStorage) X(ConfirmReadStorage)                   \
-    X(ConfirmUseStorage) X(CancelUseStorage) X(PurchaseProduct)
+#define SUPPORT_ASKED_BY_CONNECTOR(X)                                                                     \
+    X(VelkarConnect)                                                                                      \
+    X(CheckIn)                                                                                            \
+    X(CheckInEx) X(CheckOut) X(QueryBillingInfo) X(QueryBillingInfoEx) X(UserMoveTo) X(UserMoveFrom)      \
+        X(Charge) X(QueryMenuList) X(QueryProductList) X(QueryProductDetail) X(QueryDiscount) X(QueryTag) \
+            X(QueryCoupont) X(QuerySpecialProductList) X(QuerySpecialProduct) X(QueryRuvcoin)             \
+                X(SearchStorage) X(ConfirmReadStorage) X(ConfirmUseStorage) X(CancelUseStorage)           \
+                    X(PurchaseProduct)
 #define SUPPORT_PAIR(name) SUPPORT_ANSWER(XC2S_##name##Req, XS2C_##name##Ans)
 SUPPORT_ASKED_BY_CONNECTOR(SUPPORT_PAIR)
 #undef SUPPORT_PAIR
@@ -51,7 +53,10 @@ void FillSuccess(const Request& req, Answer& ans)
 {
     if constexpr (requires { ans.nReqID = req.nReqID; })
         ans.nReqID = req.nReqID;
-    if constexpr (requires { ans.strUserID = req.strUserID; ans.strUserNo = req.strUserNo; }) {
+    if constexpr (requires {
+                      ans.strUserID = req.strUserID;
+                      ans.strUserNo = req.strUserNo;
+                  }) {
         ans.strUserID = req.strUserID;
         ans.strUserNo = req.strUserNo;
     }
@@ -59,7 +64,10 @@ void FillSuccess(const Request& req, Answer& ans)
         ans.strUserIP = req.strUserIP;
     if constexpr (requires { ans.bSuccess; })
         ans.bSuccess = true;
-    if constexpr (requires { ans.nBillType; ans.strEndDate; }) {
+    if constexpr (requires {
+                      ans.nBillType;
+                      ans.strEndDate;
+                  }) {
         ans.nProductID = kProductID;
         ans.nRemainMinutes = 600;
         ans.strCRMCode = "CRM";

@@ -75,10 +75,7 @@ testing::AssertionResult GameServer::Init()
     return bStarted ? testing::AssertionSuccess() : testing::AssertionFailure() << "InitModule: " << szError;
 }
 
-void GameServer::WriteSettings() const
-{
-    settings.WriteTo(ExecutableDirectory());
-}
+void GameServer::WriteSettings() const { settings.WriteTo(ExecutableDirectory()); }
 
 void GameServer::Stop()
 {

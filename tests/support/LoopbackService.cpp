@@ -104,20 +104,19 @@ public:
         if (p->bReading || m_bHoldReading)
             return;
         p->bReading = true;
-        p->socket.async_read_some(
-            asio::buffer(p->buffer),
-            [this, nConnection, p](const asio::error_code& failed, std::size_t nSize) {
-                p->bReading = false;
-                if (m_mapConnections.count(nConnection) == 0)
-                    return;
-                if (failed) {
-                    End(nConnection);
-                    return;
-                }
-                m_pSink->OnBytes(nConnection, std::string(p->buffer.data(), nSize));
-                Noticed();
-                Read(nConnection, p);
-            });
+        p->socket.async_read_some(asio::buffer(p->buffer),
+                                  [this, nConnection, p](const asio::error_code& failed, std::size_t nSize) {
+                                      p->bReading = false;
+                                      if (m_mapConnections.count(nConnection) == 0)
+                                          return;
+                                      if (failed) {
+                                          End(nConnection);
+                                          return;
+                                      }
+                                      m_pSink->OnBytes(nConnection, std::string(p->buffer.data(), nSize));
+                                      Noticed();
+                                      Read(nConnection, p);
+                                  });
     }
 
     void Write(int nConnection, const std::string& strBytes)
@@ -254,25 +253,13 @@ private:
 
 LoopbackService::LoopbackService() : m_pImpl(std::make_unique<Impl>()) {}
 
-LoopbackService::~LoopbackService()
-{
-    m_pImpl->Stop();
-}
+LoopbackService::~LoopbackService() { m_pImpl->Stop(); }
 
-void LoopbackService::Start(Sink& sink)
-{
-    m_pImpl->Start(sink);
-}
+void LoopbackService::Start(Sink& sink) { m_pImpl->Start(sink); }
 
-void LoopbackService::Stop()
-{
-    m_pImpl->Stop();
-}
+void LoopbackService::Stop() { m_pImpl->Stop(); }
 
-unsigned short LoopbackService::Port() const
-{
-    return m_pImpl->m_nPort;
-}
+unsigned short LoopbackService::Port() const { return m_pImpl->m_nPort; }
 
 void LoopbackService::Send(int nConnection, const std::string& strBytes)
 {
@@ -297,9 +284,6 @@ void LoopbackService::HoldReading(bool bHold)
     m_pImpl->Do([&] { m_pImpl->HoldReading(bHold); });
 }
 
-void LoopbackService::WaitForSilence()
-{
-    m_pImpl->WaitForQuiet();
-}
+void LoopbackService::WaitForSilence() { m_pImpl->WaitForQuiet(); }
 
 }  // namespace Support

@@ -96,10 +96,7 @@ ServiceScript::ServiceScript(std::unique_ptr<Transport> pTransport) : m_pTranspo
     m_pTransport->Start(*this);
 }
 
-ServiceScript::~ServiceScript()
-{
-    m_pTransport->Stop();
-}
+ServiceScript::~ServiceScript() { m_pTransport->Stop(); }
 
 // ---- the transport's thread ----
 
@@ -304,10 +301,7 @@ int ServiceScript::NewestConnection() const
     return m_mapUnread.rbegin()->first;
 }
 
-void ServiceScript::SendRaw(const std::string& strBytes)
-{
-    m_pTransport->Send(NewestConnection(), strBytes);
-}
+void ServiceScript::SendRaw(const std::string& strBytes) { m_pTransport->Send(NewestConnection(), strBytes); }
 
 void ServiceScript::SendCut(std::size_t nFirst, const Wirova::IMessage& msg)
 {
@@ -331,15 +325,9 @@ void ServiceScript::CloseConnection(int nConnection, bool bAbruptly)
     m_pTransport->Close(nConnection, bAbruptly);
 }
 
-void ServiceScript::Drop()
-{
-    CloseConnection(NewestConnection(), false);
-}
+void ServiceScript::Drop() { CloseConnection(NewestConnection(), false); }
 
-void ServiceScript::Cut()
-{
-    CloseConnection(NewestConnection(), true);
-}
+void ServiceScript::Cut() { CloseConnection(NewestConnection(), true); }
 
 void ServiceScript::Down()
 {
@@ -354,10 +342,7 @@ void ServiceScript::Down()
         CloseConnection(nConnection, false);
 }
 
-void ServiceScript::Up()
-{
-    m_pTransport->Accept(true);
-}
+void ServiceScript::Up() { m_pTransport->Accept(true); }
 
 void ServiceScript::WaitForConnection(int nNumber)
 {

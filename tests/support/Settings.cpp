@@ -15,11 +15,20 @@ std::string Escaped(const std::string& strText)
     std::string out;
     for (const char c : strText) {
         switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            default:
+                out += c;
         }
     }
     return out;
@@ -56,10 +65,7 @@ private:
 };
 
 // 999 is how the file says "none".
-int CountOf(std::size_t nSize)
-{
-    return nSize == 0 ? 999 : static_cast<int>(nSize);
-}
+int CountOf(std::size_t nSize) { return nSize == 0 ? 999 : static_cast<int>(nSize); }
 
 void WriteFile(const fs::path& path, const std::string& strText)
 {

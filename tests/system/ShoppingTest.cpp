@@ -1,5 +1,5 @@
-// Sixty-four threads shopping at a service that delays, drops, cuts and refuses: every call ends in time with its own
-// answer, and the money adds up.
+// Sixty-four threads shopping at a service that delays, drops, cuts and refuses: every call ends in time with
+// its own answer, and the money adds up.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -24,8 +24,8 @@ constexpr long kEnoughGood = 30 * kCallers;
 constexpr int kCoin = 1'000'000;
 constexpr std::chrono::seconds kMoreTime{60};
 constexpr std::chrono::seconds kShopping{VELKAR_SHOPPING_SECONDS};
-// A call waits five seconds; what is above that is the machine's, which is much with sanitizers and two processors.
-// How long the machine itself has stood still is measured and comes on top.
+// A call waits five seconds; what is above that is the machine's, which is much with sanitizers and two
+// processors. How long the machine itself has stood still is measured and comes on top.
 constexpr std::chrono::milliseconds kLongestCall{VELKAR_LONGEST_CALL};
 
 std::string UserOf(int n) { return "shopper" + std::to_string(n); }
@@ -65,13 +65,25 @@ public:
     {
         while (Clock::now() < end || (m_counts.nGood < kEnoughGood && Clock::now() < end + kMoreTime)) {
             switch (m_random() % 8) {
-                case 0: Menu(); break;
-                case 1: Products(); break;
-                case 2: Detail(); break;
-                case 3: Balance(); break;
+                case 0:
+                    Menu();
+                    break;
+                case 1:
+                    Products();
+                    break;
+                case 2:
+                    Detail();
+                    break;
+                case 3:
+                    Balance();
+                    break;
                 case 4:
-                case 5: Buy(); break;
-                default: Box(); break;
+                case 5:
+                    Buy();
+                    break;
+                default:
+                    Box();
+                    break;
             }
         }
     }
@@ -131,7 +143,8 @@ private:
     {
         _LIST_RES res{};
         if (Call(&QueryMenuList, Req<_GAME_REQ>(), res))
-            Read<_MENU_INFO>(res.hData, &GetMenuData, [&](const auto& menu) { m_vecBranches.push_back(menu.szBranchID); });
+            Read<_MENU_INFO>(res.hData, &GetMenuData,
+                             [&](const auto& menu) { m_vecBranches.push_back(menu.szBranchID); });
     }
     void Products()
     {
@@ -145,9 +158,8 @@ private:
         req.nPage = 1;
         _PRODUCT_LIST_RES res{};
         if (Call(&QueryProductList, req, res)) {
-            Read<_PROD_LIST_INFO>(res.hData, &GetProductData, [&](const auto& product) {
-                m_vecProducts.push_back(product.szProductID);
-            });
+            Read<_PROD_LIST_INFO>(res.hData, &GetProductData,
+                                  [&](const auto& product) { m_vecProducts.push_back(product.szProductID); });
         }
     }
     std::string AnyProduct()
@@ -268,17 +280,21 @@ void OrderFaults(SandboxTest::RunningSandbox& sandbox)
     const struct {
         const char* pszKind;
         double dProbability;
-    } kKinds[] = {{R"("kind": "delay", "ms": 300)", 0.05},  {R"("kind": "delay", "ms": 6000)", 0.003},
-                  {R"("kind": "drop")", 0.002},             {R"("kind": "refuse", "code": 99, "text": "not now")", 0.05},
-                  {R"("kind": "split", "bytes": 40)", 0.01}, {R"("kind": "coalesce", "ms": 50)", 0.05},
+    } kKinds[] = {{R"("kind": "delay", "ms": 300)", 0.05},
+                  {R"("kind": "delay", "ms": 6000)", 0.003},
+                  {R"("kind": "drop")", 0.002},
+                  {R"("kind": "refuse", "code": 99, "text": "not now")", 0.05},
+                  {R"("kind": "split", "bytes": 40)", 0.01},
+                  {R"("kind": "coalesce", "ms": 50)", 0.05},
                   {R"("kind": "cut", "bytes": 6)", 0.00005}};
-    for (const char* pszClass : {"XS2C_QueryMenuListAns", "XS2C_QueryProductListAns", "XS2C_QueryProductDetailAns",
-                                 "XS2C_QueryRuvcoinAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
-                                 "XC2S_RequestUseStorageAns", "XS2C_ConfirmUseStorageAns",
-                                 "XS2C_CancelUseStorageAns"}) {
+    for (const char* pszClass :
+         {"XS2C_QueryMenuListAns", "XS2C_QueryProductListAns", "XS2C_QueryProductDetailAns",
+          "XS2C_QueryRuvcoinAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
+          "XC2S_RequestUseStorageAns", "XS2C_ConfirmUseStorageAns", "XS2C_CancelUseStorageAns"}) {
         for (const auto& kind : kKinds) {
             const std::string strFault = std::string(R"({"class": ")") + pszClass + "\", " + kind.pszKind +
-                                         R"(, "count": 0, "probability": )" + std::to_string(kind.dProbability) + "}";
+                                         R"(, "count": 0, "probability": )" +
+                                         std::to_string(kind.dProbability) + "}";
             EXPECT_EQ(sandbox.Post("/fault", strFault).nStatus, 200) << strFault;
         }
     }
@@ -322,14 +338,16 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
             caller.join();
         std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
     }
-    std::printf("%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms; the machine stood still "
-                "for %ld\n",
-                counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
+    std::printf(
+        "%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms; the machine stood still "
+        "for %ld\n",
+        counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
     EXPECT_LT(counts.nLongest, kLongestCall.count() + nStill);
     EXPECT_GE(counts.nGood, kEnoughGood);
     EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
     // Only late details may have left their lists, at most three each.
-    EXPECT_LE(Singleton<CDataPool>::Instance().GetCount(), 3u * static_cast<std::size_t>(counts.nLateDetails));
+    EXPECT_LE(Singleton<CDataPool>::Instance().GetCount(),
+              3u * static_cast<std::size_t>(counts.nLateDetails));
     CheckMoney(sandbox);
     game.Stop();
     EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);

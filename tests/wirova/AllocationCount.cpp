@@ -29,46 +29,16 @@ void* AllocateOrThrow(std::size_t n)
 }  // namespace
 
 // All plain forms of this program go through malloc, so that no pair of them is mixed.
-void* operator new(std::size_t n)
-{
-    return AllocateOrThrow(n);
-}
-void* operator new[](std::size_t n)
-{
-    return AllocateOrThrow(n);
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept
-{
-    return Allocate(n);
-}
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept
-{
-    return Allocate(n);
-}
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-void operator delete[](void* p) noexcept
-{
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
-void operator delete(void* p, const std::nothrow_t&) noexcept
-{
-    std::free(p);
-}
-void operator delete[](void* p, const std::nothrow_t&) noexcept
-{
-    std::free(p);
-}
+void* operator new(std::size_t n) { return AllocateOrThrow(n); }
+void* operator new[](std::size_t n) { return AllocateOrThrow(n); }
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return Allocate(n); }
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return Allocate(n); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 AllocationCount::AllocationCount()
 {
@@ -76,17 +46,8 @@ AllocationCount::AllocationCount()
     t_bCounting = true;
 }
 
-AllocationCount::~AllocationCount()
-{
-    t_bCounting = false;
-}
+AllocationCount::~AllocationCount() { t_bCounting = false; }
 
-std::size_t AllocationCount::Total() const
-{
-    return t_nTotal;
-}
+std::size_t AllocationCount::Total() const { return t_nTotal; }
 
-std::size_t AllocationCount::Largest() const
-{
-    return t_nLargest;
-}
+std::size_t AllocationCount::Largest() const { return t_nLargest; }

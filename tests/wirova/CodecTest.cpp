@@ -135,7 +135,8 @@ TEST(Codec, NestingIsAsBeforeAfterSuccessAndFailure)
         XStubborn& good = records.Add();
         XStubborn& bad = records.Add();
         XStubborn& last = records.Add();
-        for (XStubborn* rec : records) rec->SetNested(bWas);
+        for (XStubborn* rec : records)
+            rec->SetNested(bWas);
 
         EXPECT_EQ(4 + 3, Records::Size(records)) << "all of them nested";
         bad.bSaves = false;
@@ -145,7 +146,8 @@ TEST(Codec, NestingIsAsBeforeAfterSuccessAndFailure)
         EXPECT_EQ(1, bad.nNestedSaves);
         EXPECT_EQ(0, last.nNestedSaves) << "the first failure ends it";
         EXPECT_THROW(Codec<XStubborn>::Load(stream, good), std::bad_alloc);
-        for (const XStubborn* rec : records) EXPECT_EQ(bWas, rec->IsNested());
+        for (const XStubborn* rec : records)
+            EXPECT_EQ(bWas, rec->IsNested());
     }
 }
 

@@ -25,7 +25,8 @@ private:
     void Set(std::vector<T>& v)
     {
         v.resize(2);
-        for (auto& e : v) Set(e);
+        for (auto& e : v)
+            Set(e);
     }
     void Set(Wirova::RecordList& v)
     {

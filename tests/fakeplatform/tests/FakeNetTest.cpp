@@ -39,7 +39,8 @@ protected:
     {
         Fake::HoldPools(false);
         m_client.reset();
-        for (LinkHandle* const pLink : m_vecLinks) Link::Release(pLink);
+        for (LinkHandle* const pLink : m_vecLinks)
+            Link::Release(pLink);
         m_transport.Stop();
         EXPECT_EQ(Fake::Alive(), Fake::Counts()) << Fake::Describe(Fake::Alive());
     }

@@ -46,7 +46,8 @@ TEST_F(FakeOrdersTest, AnOrderSkipsCallsFailsSoManyAndEnds)
     Strova::DestroyHandle(pStream);
 
     Fail(Op::PoolCreate, Fake::kAlways);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(Kernova::ThreadPool::CreateHandle(1), nullptr);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Kernova::ThreadPool::CreateHandle(1), nullptr);
     Fake::Reset();
     Kernova::ThreadPool::DestroyHandle(Kernova::ThreadPool::CreateHandle(1));
 }

@@ -111,25 +111,13 @@ void CTLXMLWrapper::MoveToTop()
     m_current = m_top;
 }
 
-bool CTLXMLWrapper::GetText(char* out, int size)
-{
-    return CopyWhole(out, size, GetText());
-}
+bool CTLXMLWrapper::GetText(char* out, int size) { return CopyWhole(out, size, GetText()); }
 
-const char* CTLXMLWrapper::GetText()
-{
-    return m_current.getText();
-}
+const char* CTLXMLWrapper::GetText() { return m_current.getText(); }
 
-bool CTLXMLWrapper::GetName(char* out, int size)
-{
-    return CopyBounded(out, size, GetName());
-}
+bool CTLXMLWrapper::GetName(char* out, int size) { return CopyBounded(out, size, GetName()); }
 
-const char* CTLXMLWrapper::GetName()
-{
-    return m_current.getName();
-}
+const char* CTLXMLWrapper::GetName() { return m_current.getName(); }
 
 bool CTLXMLWrapper::GetAttribute(char* out, int size, const char* pszAttribute)
 {
@@ -146,15 +134,9 @@ bool CTLXMLWrapper::GetClear(char* out, int size, int nIndex)
     return CopyBounded(out, size, GetClear(nIndex));
 }
 
-const char* CTLXMLWrapper::GetClear(int nIndex)
-{
-    return ClearValue(m_current, nIndex);
-}
+const char* CTLXMLWrapper::GetClear(int nIndex) { return ClearValue(m_current, nIndex); }
 
-int CTLXMLWrapper::GetChildCount(const char* pszName)
-{
-    return m_current.nChildNode(pszName);
-}
+int CTLXMLWrapper::GetChildCount(const char* pszName) { return m_current.nChildNode(pszName); }
 
 bool CTLXMLWrapper::GetChildText(char* out, int size, const char* pszChild, int nIndex)
 {
@@ -187,10 +169,7 @@ const char* CTLXMLWrapper::GetChildClear(int nChildPosition, int nClearIndex)
     return ClearValue(m_current.getChildNode(nChildPosition), nClearIndex);
 }
 
-bool CTLXMLWrapper::AddChild(const char* pszName)
-{
-    return !m_current.addChild(pszName).isEmpty();
-}
+bool CTLXMLWrapper::AddChild(const char* pszName) { return !m_current.addChild(pszName).isEmpty(); }
 
 bool CTLXMLWrapper::AddAttribute(const char* pszName, const char* pszValue)
 {
@@ -237,7 +216,7 @@ bool CTLXMLWrapper::FreeString(char** ppszText)
 {
     if (ppszText == nullptr || *ppszText == nullptr)
         return false;
-    delete[] *ppszText;
+    delete[] * ppszText;
     *ppszText = nullptr;
     return true;
 }

@@ -41,10 +41,7 @@ std::string ReportText(const char* pszFileName, const char* pszTag, const XMLRes
 
 }  // namespace
 
-void SetReportSink(ReportSink pfnSink)
-{
-    g_pfnSink.store(pfnSink);
-}
+void SetReportSink(ReportSink pfnSink) { g_pfnSink.store(pfnSink); }
 
 XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const char*& pszDetail)
 {
@@ -118,10 +115,7 @@ XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, boo
     return node;
 }
 
-const char* XMLNode::getVersion()
-{
-    return "v2.41";
-}
+const char* XMLNode::getVersion() { return "v2.41"; }
 
 const char* XMLNode::getError(int nCode)
 {

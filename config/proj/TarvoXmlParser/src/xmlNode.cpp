@@ -9,10 +9,7 @@ namespace {
 // Below that many siblings a walk is cheaper than an index.
 constexpr std::size_t kIndexFrom = 16;
 
-int Count(std::size_t n)
-{
-    return static_cast<int>(n);
-}
+int Count(std::size_t n) { return static_cast<int>(n); }
 
 template <class T>
 const T* At(const std::vector<T>& items, int nIndex)
@@ -46,20 +43,11 @@ XMLNode& XMLNode::operator=(XMLNode&& other) noexcept
     return *this;
 }
 
-XMLNode::~XMLNode()
-{
-    XMLRecord::Release(m_pRecord);
-}
+XMLNode::~XMLNode() { XMLRecord::Release(m_pRecord); }
 
-bool XMLNode::isDeclaration() const
-{
-    return m_pRecord != nullptr && m_pRecord->bDeclaration;
-}
+bool XMLNode::isDeclaration() const { return m_pRecord != nullptr && m_pRecord->bDeclaration; }
 
-const char* XMLNode::getName() const
-{
-    return m_pRecord == nullptr ? nullptr : m_pRecord->name.get();
-}
+const char* XMLNode::getName() const { return m_pRecord == nullptr ? nullptr : m_pRecord->name.get(); }
 
 const char* XMLNode::getText(int nIndex) const
 {
@@ -84,30 +72,15 @@ const char* XMLNode::getAttribute(const char* pszName, int nPosition) const
     return nullptr;
 }
 
-int XMLNode::nChildNode() const
-{
-    return m_pRecord == nullptr ? 0 : Count(m_pRecord->children.size());
-}
+int XMLNode::nChildNode() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->children.size()); }
 
-int XMLNode::nText() const
-{
-    return m_pRecord == nullptr ? 0 : Count(m_pRecord->texts.size());
-}
+int XMLNode::nText() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->texts.size()); }
 
-int XMLNode::nClear() const
-{
-    return m_pRecord == nullptr ? 0 : Count(m_pRecord->clears.size());
-}
+int XMLNode::nClear() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->clears.size()); }
 
-int XMLNode::nAttribute() const
-{
-    return m_pRecord == nullptr ? 0 : Count(m_pRecord->attributes.size());
-}
+int XMLNode::nAttribute() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->attributes.size()); }
 
-int XMLNode::nElement() const
-{
-    return nChildNode() + nText() + nClear() + nAttribute();
-}
+int XMLNode::nElement() const { return nChildNode() + nText() + nClear() + nAttribute(); }
 
 int XMLNode::nChildNode(const char* pszName) const
 {

@@ -13,10 +13,7 @@ OwnedText CopyText(std::string_view text)
     return copy;
 }
 
-XMLNode XMLRecord::NewRoot()
-{
-    return XMLNode(new XMLRecord());
-}
+XMLNode XMLRecord::NewRoot() { return XMLNode(new XMLRecord()); }
 
 XMLRecord::XMLRecord(std::string_view strName, bool bIsDeclaration)
     : name(CopyText(strName)), bDeclaration(bIsDeclaration)

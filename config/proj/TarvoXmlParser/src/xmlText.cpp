@@ -132,20 +132,11 @@ const LengthTable& LengthsOf(int nEncoding)
                        : std::size_t{0}];
 }
 
-const LengthTable& Options::Lengths() const
-{
-    return LengthsOf(nEncoding);
-}
+const LengthTable& Options::Lengths() const { return LengthsOf(nEncoding); }
 
-Options GetGlobalOptions()
-{
-    return g_options.load();
-}
+Options GetGlobalOptions() { return g_options.load(); }
 
-void SetGlobalOptions(const Options& options)
-{
-    g_options.store(options);
-}
+void SetGlobalOptions(const Options& options) { g_options.store(options); }
 
 std::string_view StripBlanks(std::string_view text)
 {

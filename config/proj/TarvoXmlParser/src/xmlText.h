@@ -37,17 +37,11 @@ inline std::size_t CharLength(const LengthTable& lengths, std::string_view text,
     return nLength == 0 ? 1 : (nLength < nLeft ? nLength : nLeft);
 }
 
-inline bool IsBlank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
+inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 std::string_view StripBlanks(std::string_view text);
 
 // ASCII letters without regard to case, in every locale.
-inline char ToLower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+inline char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool EqualsNoCase(std::string_view a, std::string_view b);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 struct LessNoCase {  // some order, not that of the alphabet
