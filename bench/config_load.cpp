@@ -10,8 +10,6 @@
 #include "config/EventCodeMap.h"
 #include "platform/Host.h"
 
-using Kernova::XTL::Singleton;
-
 namespace {
 
 std::string SettingsText(int nCount)
@@ -48,10 +46,10 @@ double TimeOfLoad(int nCount)
     reader.Shutdown();
     double dBest = 1e9;
     for (int n = 0; n < 10 && bGood; ++n) {
-        Singleton<CBillingIdMap>::Instance().Clear();
-        Singleton<CEventCodeMap>::Instance().Clear();
+        BillingIdMap().Clear();
+        EventCodeMap().Clear();
         const std::clock_t start = std::clock();
-        bGood = reader.Load() && Singleton<CBillingIdMap>::Instance().GetProductCount() == nCount;
+        bGood = reader.Load() && BillingIdMap().GetProductCount() == nCount;
         const double dTaken = 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         dBest = dTaken < dBest ? dTaken : dBest;
     }

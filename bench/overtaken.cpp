@@ -11,8 +11,8 @@
 #include <cstring>
 #include <vector>
 
+#include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
-#include "connector/VelkarConnector.h"
 #include "platform/Host.h"
 #include "tests/support/Settings.h"
 

@@ -11,9 +11,9 @@
 
 #include <malloc.h>
 
+#include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
 #include "bench/PlainSocket.h"
-#include "connector/VelkarConnector.h"
 #include "platform/Host.h"
 #include "tests/support/Settings.h"
 #include "wirova/messages/StorageMessages.h"

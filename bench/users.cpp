@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <functional>
 
+#include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
 #include "bench/PlainSocket.h"
-#include "connector/VelkarConnector.h"
 #include "platform/Host.h"
 #include "session/UserInfoMap.h"
 #include "tests/support/Settings.h"
@@ -19,7 +19,6 @@ namespace {
 using Bench::AtOnceService;
 using Bench::PlainSocket;
 using Clock = AtOnceService::Clock;
-using Kernova::XTL::Singleton;
 
 constexpr int kProducts = 5;
 constexpr int kFirstProduct = 101;
@@ -120,7 +119,7 @@ int main(int argc, char** argv)
     std::printf("%8s %10s | %12s %8s %8s | %12s %8s %8s\n", "users", "walk ms", "charge ms", "/walk",
                 "/socket", "sync ms", "/walk", "/socket");
     std::map<std::string, CUserInfo> users;
-    auto& map = Singleton<CUserInfoMap>::Instance();
+    auto& map = UserInfoMap();
     for (int nUsers = 5000; nUsers <= nLargest; nUsers *= 10) {
         while (static_cast<int>(users.size()) < nUsers) {
             const CUserInfo info = MakeUser(static_cast<int>(users.size()));

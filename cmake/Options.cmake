@@ -2,7 +2,7 @@
 find_package(Threads REQUIRED)
 
 add_library(velkar_options INTERFACE)
-target_include_directories(velkar_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_include_directories(velkar_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(velkar_options INTERFACE Threads::Threads)
 target_compile_options(velkar_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Werror

@@ -3,27 +3,29 @@
 
 #include <cstdio>
 
+#include "base/LastErrorCode.h"
+#include "base/Logger.h"
+#include "base/ModuleFlags.h"
+#include "base/Times.h"
+#include "comm/ChargePass.h"
 #include "comm/FirstConnectWait.h"
-#include "comm/LastErrorCode.h"
 #include "config/ConfigReader.h"
-#include "connector/Logger.h"
-#include "connector/ModuleFlags.h"
 #include "platform/Host.h"
 #include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
-using Kernova::XTL::Singleton;
 
 namespace {
 
 constexpr int kConnectTimeout = 5000;    // milliseconds
 constexpr unsigned int kFirstIdle = 50;  // milliseconds, while the first connection is pending
-constexpr unsigned int kStopPoll = 50;   // milliseconds
 
 }  // namespace
 
-bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks)
+bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks,
+                         RegisterHandlersFunction pfnRegisterHandlers)
 {
+    m_pfnRegisterHandlers.store(pfnRegisterHandlers);
     SetLastErrorText({});
     {
         const ScopedLock lock(m_lockSettings);
@@ -32,10 +34,10 @@ bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& ca
         CopyText(m_id.WID, FieldText(id.WID));
     }
     SetCallbacks(callbacks);
-    Singleton<CFirstConnectWait>::Instance().Open();
+    FirstConnectWait().Open();
     if (!CreateConnector() || !SetConnectorCallbacks() || !ConnectFirst())
         return false;
-    if (!Singleton<CChargeGen>::Instance().Start()) {
+    if (!ChargeGen().Start(&RunChargeCycle)) {
         StartFailed("[Comm Handler] Failed to start a charge gen thread.");
         return false;
     }
@@ -80,8 +82,8 @@ bool CCommHandler::SetConnectorCallbacks()
 
 bool CCommHandler::Connect()
 {
-    auto& wait = Singleton<CFirstConnectWait>::Instance();
-    const auto& config = Singleton<CConfigReader>::Instance();
+    auto& wait = FirstConnectWait();
+    const auto& config = ConfigReader();
     wait.ExpectAnswer();
     if (Netrova::Connector::Connect(m_pConnector.load(), config.GetServerIP().c_str(),
                                     static_cast<unsigned short>(config.GetServerPort()), kConnectTimeout))
@@ -92,7 +94,7 @@ bool CCommHandler::Connect()
 
 bool CCommHandler::ConnectFirst()
 {
-    const auto& config = Singleton<CConfigReader>::Instance();
+    const auto& config = ConfigReader();
     const std::string strServerIP = config.GetServerIP();
     const int nServerPort = config.GetServerPort();
     if (Connect())
@@ -115,9 +117,9 @@ void CCommHandler::Stop()
 {
     BeingTerminatedFlag().Set(true);
     SetCallbacks({});
-    Singleton<CFirstConnectWait>::Instance().Cancel();
+    FirstConnectWait().Cancel();
     Log::Debug("[Comm Handler] Charge thread stop.");
-    Singleton<CChargeGen>::Instance().Stop();
+    ChargeGen().Stop();
     Log::Debug("[Comm Handler] Session thread stop.");
     m_bStop.store(true);
     m_wakeHeartbeat.Set();
@@ -164,20 +166,20 @@ void CCommHandler::BeatHeart()
         Log::Debug("[Comm Handler] Success to send a 'XC2S_Heartbeat' msg.");
     else
         Log::Error("[Comm Handler] Failed to send a 'XC2S_Heartbeat' msg.");
-    m_wakeHeartbeat.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetHeartbeatCycle()));
+    m_wakeHeartbeat.Wait(CycleMilliseconds(ConfigReader().GetHeartbeatCycle()));
     ResetWake(m_wakeHeartbeat);
 }
 
 void CCommHandler::Reconnect()
 {
-    m_wakeReconnect.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetReconnectCycle()));
+    m_wakeReconnect.Wait(CycleMilliseconds(ConfigReader().GetReconnectCycle()));
     if (m_bConnected.load() || m_bStop.load())
         return;
     ResetWake(m_wakeReconnect);
     Log::Info("[Comm Handler] Reconnection to Velkar server.");
     if (!Connect())
         return;
-    auto& wait = Singleton<CFirstConnectWait>::Instance();
+    auto& wait = FirstConnectWait();
     wait.WaitForConnectAnswer();
     if (wait.GetConnectResult() != 0)
         CloseActiveLink();

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <string>
 
-#include "comm/Builders.h"
-#include "comm/Cycle.h"
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
+#include "base/CycleWait.h"
+#include "comm/out/Builders.h"
 #include "platform/Kernova.h"
 #include "platform/KernovaXtl.h"
 #include "platform/Netrova.h"
@@ -17,9 +17,14 @@
 // connected and reconnects while not. Everything is read on the pool's threads.
 class CCommHandler final : public Kernova::Threading::Thread {
 public:
-    // Makes the pool and the connector, connects, and starts the threads. False with the reason in
-    // GetLastErrorText; Stop then takes down what had been started.
-    bool Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks);
+    // Enters the handlers of everything that the service sends into the table.
+    using RegisterHandlersFunction = void (*)(Wirova::CMsgHandlerTable& table);
+
+    // Makes the pool and the connector, connects, and starts the threads. The first connection of the process
+    // calls pfnRegisterHandlers. False with the reason in GetLastErrorText; Stop then takes down what had
+    // been started.
+    bool Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks,
+               RegisterHandlersFunction pfnRegisterHandlers);
     // Ends everything that Start began, from any state, and raises the being-terminated flag. Waits for
     // a callback of the game that is running. Not from inside a callback.
     void Stop();
@@ -85,6 +90,7 @@ private:
     std::atomic<bool> m_bConnected{false};    // between the connected and disconnected callbacks
     std::atomic<bool> m_bFirstConnect{true};  // until the first connected callback of the process
     std::atomic<bool> m_bHandlersRegistered{false};
+    std::atomic<RegisterHandlersFunction> m_pfnRegisterHandlers{nullptr};
     std::atomic<Netrova::Connector::_THandle*> m_pConnector{nullptr};
     Kernova::ThreadPool::_THandle* m_pPool = nullptr;
     // Senders use the connector while Stop takes it away.
@@ -97,3 +103,6 @@ private:
     _CONNECTOR_CALLBACKS m_callbacks GUARDED_BY(m_lockSettings){};
     std::string m_strLastError GUARDED_BY(m_lockSettings);
 };
+
+// The one object of the process.
+inline CCommHandler& CommHandler() { return Kernova::XTL::Singleton<CCommHandler>::Instance(); }

@@ -1,13 +1,11 @@
 // The connector's callbacks and the way out of every message.
+#include "base/LastErrorCode.h"
+#include "base/Logger.h"
 #include "comm/CommHandler.h"
 #include "comm/FrameLoop.h"
-#include "comm/HandlerTable.h"
-#include "comm/LastErrorCode.h"
-#include "connector/Logger.h"
 #include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
-using Kernova::XTL::Singleton;
 using Kernova::XTL::UseScope;
 
 namespace {
@@ -49,7 +47,7 @@ struct OutStream {
 
 void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
 {
-    auto& self = Singleton<CCommHandler>::Instance();
+    auto& self = CommHandler();
     Log::Info("[Comm Handler] Velkar connector is connected to Velkar server.");
     Netrova::Link::AddRef(pLink);
     if (!self.Register()) {
@@ -73,9 +71,9 @@ bool CCommHandler::Register()
     m_bFirstConnect.store(false);
     ResetWake(m_wakeHeartbeat);
     m_wakeReconnect.Set();
-    Singleton<CChargeGen>::Instance().SetDisconnected(false);
+    ChargeGen().SetDisconnected(false);
     if (!m_bHandlersRegistered.exchange(true))
-        RegisterHandlers(m_table);
+        m_pfnRegisterHandlers.load()(m_table);
     _CONNECTOR_ID id;
     {
         const ScopedLock lock(m_lockSettings);
@@ -87,20 +85,20 @@ bool CCommHandler::Register()
 
 void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
 {
-    auto& self = Singleton<CCommHandler>::Instance();
+    auto& self = CommHandler();
     Log::Info("[Comm Handler] Connection to Velkar server is disconnected.");
     Netrova::Link::Release(pLink);
     self.m_bConnected.store(false);
     self.ResetWake(self.m_wakeReconnect);
     self.m_wakeHeartbeat.Set();
-    Singleton<CChargeGen>::Instance().SetDisconnected(true);
+    ChargeGen().SetDisconnected(true);
 }
 
 void CCommHandler::OnTimeout(Netrova::Connector::_THandle*, Netrova::Link::_THandle*, void*) {}
 
 void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
 {
-    const auto& self = Singleton<CCommHandler>::Instance();
+    const auto& self = CommHandler();
     Log::Info("[Comm Handler] Msg from a Velkar server is received.");
     Strova::_THandle* const pStream = Netrova::Link::LockReadStream(pLink);
     if (pStream == nullptr) {

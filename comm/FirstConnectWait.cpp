@@ -1,10 +1,11 @@
 #include "comm/FirstConnectWait.h"
 
+#include "base/Times.h"
+
 using Kernova::XTL::ScopedLock;
 
 namespace {
-constexpr unsigned int kAnswerTimeout = 5000;  // milliseconds
-constexpr unsigned int kLookAgain = 50;        // milliseconds
+constexpr unsigned int kLookAgain = 50;  // milliseconds
 }  // namespace
 
 void CFirstConnectWait::ExpectAnswer()

@@ -45,3 +45,9 @@ private:
     bool m_bArmed GUARDED_BY(m_lock) = false;
     bool m_bCancelled GUARDED_BY(m_lock) = false;
 };
+
+// The one object of the process.
+inline CFirstConnectWait& FirstConnectWait()
+{
+    return Kernova::XTL::Singleton<CFirstConnectWait>::Instance();
+}

@@ -1,7 +1,7 @@
 #include "comm/FrameLoop.h"
 
-#include "comm/LastErrorCode.h"
-#include "connector/Logger.h"
+#include "base/LastErrorCode.h"
+#include "base/Logger.h"
 #include "wirova/Frame.h"
 
 namespace {
@@ -9,30 +9,20 @@ namespace {
 // A stream that refuses to give up a header so often in a row will not do so any more.
 constexpr int kMaxHeaderFailures = 8;
 
-// Whether the stream holds a whole frame.
-bool IsValidStream(Wirova::Stream* pStream)
-{
-    Wirova::int32 nLen = 0;
-    if (!Wirova::PeekFrameLength(pStream, nLen))
-        return false;
-    if (Strova::GetLength(pStream) - 4 >= nLen)
-        return true;
-    Log::DebugFmt("[Comm Handler] IsValidStream failed. Stream body length is too small(Length: %d).", nLen);
-    return false;
-}
-
-bool IsFrameTooLong(Wirova::Stream* pStream)
-{
-    Wirova::int32 nLen = 0;
-    return Wirova::PeekFrameLength(pStream, nLen) && nLen > kMaxBodyLength;
-}
-
 }  // namespace
 
 bool HandleFrames(const Wirova::CMsgHandlerTable& table, Wirova::Stream* pStream, void* pParam)
 {
+    using Wirova::FrameState;
     int nHeaderFailures = 0;
-    while (!IsFrameTooLong(pStream) && IsValidStream(pStream)) {
+    for (;;) {
+        Wirova::int32 nLength = 0;
+        const FrameState state = Wirova::NextFrame(pStream, kMaxBodyLength, nLength);
+        if (state == FrameState::NeedMore)
+            Log::DebugFmt("[Comm Handler] IsValidStream failed. Stream body length is too small(Length: %d).",
+                          nLength);
+        if (state != FrameState::Whole)
+            return state != FrameState::TooLong;
         if (Strova::RemoveLeft(pStream, 4) == -1) {
             Log::ErrorFmt("[Comm Handler] Failed to remove a msg header from a recv stream. [Error code: %d]",
                           LastErrorCode());
@@ -43,5 +33,4 @@ bool HandleFrames(const Wirova::CMsgHandlerTable& table, Wirova::Stream* pStream
         nHeaderFailures = 0;
         table.Dispatch(pStream, pParam);
     }
-    return !IsFrameTooLong(pStream);
 }

@@ -1,6 +1,6 @@
 #include "comm/ResWaiter.h"
 
-#include "connector/ModuleFlags.h"
+#include "base/ModuleFlags.h"
 
 bool CResWaiterMap::AddWaiter(_BASE_RESWAIT* pWaiter)
 {
@@ -26,5 +26,5 @@ std::size_t CResWaiterMap::GetCount()
 WaiterAutoRemover::~WaiterAutoRemover()
 {
     // The map cannot be gone: the export that owns the waiter keeps the process-wide objects alive.
-    Kernova::XTL::Singleton<CResWaiterMap>::Instance().RemoveWaiter(m_waiter.nReqID);
+    ResWaiterMap().RemoveWaiter(m_waiter.nReqID);
 }

@@ -80,6 +80,9 @@ private:
     std::map<int, _BASE_RESWAIT*> m_mapWaiters GUARDED_BY(m_lock);
 };
 
+// The one object of the process.
+inline CResWaiterMap& ResWaiterMap() { return Kernova::XTL::Singleton<CResWaiterMap>::Instance(); }
+
 // The caller's two touches of its own waiter, while answers may be stored into it.
 template <class Response, class Change>
 void PresetResponse(ResponseWait<Response>& waiter, Change change)

@@ -3,7 +3,8 @@
 
 #include <utility>
 
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
+#include "datapool/DataPool.h"
 
 template <class Response, class Visit>
 void ForEachList(Response& res, Visit visit)
@@ -35,5 +36,5 @@ void ForgetLists(Response& res)
 template <class Response>
 void DestroyLists(Response& res)
 {
-    ForEachList(res, [](_DATA_HANDLE*& hList) { DestroyHandle(std::exchange(hList, nullptr)); });
+    ForEachList(res, [](_DATA_HANDLE*& hList) { FreeHandle(std::exchange(hList, nullptr)); });
 }

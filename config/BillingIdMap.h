@@ -38,3 +38,6 @@ private:
     // Every name there has ever been, once; never emptied, because pointers to them are out.
     std::set<std::string> m_setNames GUARDED_BY(m_lock);
 };
+
+// The one object of the process.
+inline CBillingIdMap& BillingIdMap() { return Kernova::XTL::Singleton<CBillingIdMap>::Instance(); }

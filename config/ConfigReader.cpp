@@ -2,14 +2,13 @@
 
 #include <cstdio>
 
+#include "base/Logger.h"
 #include "config/BillingIdMap.h"
 #include "config/EventCodeMap.h"
 #include "config/proj/TarvoXmlParser/src/TextToInteger.h"
 #include "config/proj/TarvoXmlParser/src/xmlParser.h"
-#include "connector/Logger.h"
 
 using Kernova::XTL::ScopedLock;
-using Kernova::XTL::Singleton;
 using Tarvo::XmlParser::TextToInteger;
 
 namespace {
@@ -142,7 +141,7 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
     const int nBillingId = TextToInteger(strElement.c_str());
     if (nBillingId == 0)
         return Fail("Failed to convert 'BILLING_ID' value to integer.");
-    Singleton<CBillingIdMap>::Instance().AddBilling(nProductId, nBillingId, strBillName);
+    BillingIdMap().AddBilling(nProductId, nBillingId, strBillName);
     return true;
 }
 
@@ -152,7 +151,7 @@ bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
         std::string strEventName;
         if (!ReadText(document, std::to_string(n).c_str(), strEventName))
             return false;
-        Singleton<CEventCodeMap>::Instance().AddEvent(n, strEventName);
+        EventCodeMap().AddEvent(n, strEventName);
     }
     return true;
 }

@@ -107,3 +107,6 @@ private:
     // Set before the thread starts, so that a Shutdown right behind it waits for it.
     std::atomic<bool> m_bRunning{false};
 };
+
+// The one object of the process.
+inline CConfigReader& ConfigReader() { return Kernova::XTL::Singleton<CConfigReader>::Instance(); }

@@ -1,6 +1,6 @@
 // The thread that loads the settings file again when it has changed.
+#include "base/Logger.h"
 #include "config/ConfigReader.h"
-#include "connector/Logger.h"
 #include "platform/Platova.h"
 
 using Kernova::XTL::ScopedLock;

@@ -25,3 +25,6 @@ private:
     // Every name there has ever been, once; never emptied, because pointers to them are out.
     std::set<std::string> m_setNames GUARDED_BY(m_lock);
 };
+
+// The one object of the process.
+inline CEventCodeMap& EventCodeMap() { return Kernova::XTL::Singleton<CEventCodeMap>::Instance(); }

@@ -1,41 +1,18 @@
 // Access to result lists. What the families do is told once; each function is a line of data.
-#include <cstring>
 #include <initializer_list>
 #include <string_view>
 
-#include "connector/Guard.h"
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
+#include "connector/CallerText.h"
+#include "connector/ExceptionGuard.h"
 #include "datapool/DataPool.h"
-
-using Kernova::XTL::Singleton;
 
 namespace {
 
 constexpr const char* kException = "There is an exception because of some reasons.";
 
-// The caller's buffer for the text of a failure.
-struct ErrorBuffer {
-    char* pszText;
-    std::size_t nSize;
-
-    void Put(std::string_view text) const
-    {
-        if (pszText == nullptr || nSize == 0)
-            return;
-        const std::size_t nLength = text.size() < nSize ? text.size() : nSize - 1;
-        std::memcpy(pszText, text.data(), nLength);
-        pszText[nLength] = '\0';
-        pszText[nSize - 1] = '\0';
-    }
-    bool Refuse(std::string_view text) const
-    {
-        Put(text);
-        return false;
-    }
-};
-
 template <class T>
-bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, const ErrorBuffer& error,
+bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, const CallerText& error,
                std::initializer_list<std::uint32_t> tags, const char* pszNull,
                const char* pszWrongType) noexcept
 {
@@ -49,7 +26,7 @@ bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, cons
     bool bDone = false;
     Guarded(
         [&] {
-            const auto pNode = Singleton<CDataPool>::Instance().FindListOf<T>(pHandle->nHandleID);
+            const auto pNode = DataPool().FindListOf<T>(pHandle->nHandleID);
             if (pNode == nullptr)
                 return error.Put("Failed to find a data node for getting data.");
             bDone = pNode->Get(*pRecord, nIndex);
@@ -61,7 +38,7 @@ bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, cons
 }
 
 template <class T>
-_DATA_HANDLE* MakeHandle(std::uint32_t nTag, const ErrorBuffer& error) noexcept
+_DATA_HANDLE* MakeHandle(std::uint32_t nTag, const CallerText& error) noexcept
 {
     _DATA_HANDLE* pMade = nullptr;
     Guarded(
@@ -79,7 +56,7 @@ _DATA_HANDLE* MakeHandle(std::uint32_t nTag, const ErrorBuffer& error) noexcept
 }
 
 template <class T>
-bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const ErrorBuffer& error, std::uint32_t nTag,
+bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const CallerText& error, std::uint32_t nTag,
                const char* pszWrongType) noexcept
 {
     if (pHandle == nullptr)
@@ -91,7 +68,7 @@ bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const ErrorBuffer&
     bool bDone = false;
     Guarded(
         [&] {
-            const auto pNode = Singleton<CDataPool>::Instance().FindListOf<T>(pHandle->nHandleID);
+            const auto pNode = DataPool().FindListOf<T>(pHandle->nHandleID);
             if (pNode == nullptr)
                 return error.Put("Failed to find a data node for setting data.");
             pNode->Add(*pRecord);
@@ -105,7 +82,7 @@ bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const ErrorBuffer&
 
 std::size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, std::size_t errorSize)
 {
-    const ErrorBuffer error{errorText, errorSize};
+    const CallerText error{errorText, errorSize};
     if (handle == nullptr) {
         error.Put("Data handle is NULL.");
         return 0;
@@ -113,7 +90,7 @@ std::size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, std::size_t
     std::size_t nSize = 0;
     Guarded(
         [&] {
-            nSize = Singleton<CDataPool>::Instance().GetDataSizeOf(handle->nHandleID);
+            nSize = DataPool().GetDataSizeOf(handle->nHandleID);
             if (nSize == 0)
                 error.Put("There is no data.");
         },
@@ -121,13 +98,7 @@ std::size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, std::size_t
     return nSize;
 }
 
-void DestroyHandle(_DATA_HANDLE* handle)
-{
-    if (handle == nullptr)
-        return;
-    Guarded([&] { Singleton<CDataPool>::Instance().Erase(handle->nHandleID); }, [] {});
-    delete handle;
-}
+void DestroyHandle(_DATA_HANDLE* handle) { FreeHandle(handle); }
 
 // ---- reading: function, record, tags, the record's name and the list's in the texts ----
 #define GET_DATA(function, record, recordName, listName, ...)                                      \
@@ -187,7 +158,7 @@ SET_DATA(SetUseStorageItemData, const _USE_STORAGE_INFO* p, p, DataTag::kUseStor
 namespace {
 
 // Confirming and cancelling take a bare number, and share their text.
-bool SetStorageSeq(const _DATA_HANDLE* pHandle, int nStorageSeq, const ErrorBuffer& error, std::uint32_t nTag)
+bool SetStorageSeq(const _DATA_HANDLE* pHandle, int nStorageSeq, const CallerText& error, std::uint32_t nTag)
 {
     const _CONFIRM_USE_STORAGE_INFO record{nStorageSeq};
     return SetRecord(pHandle, &record, error, nTag,

@@ -1,22 +1,21 @@
 // The life of the library: InitModule and UninitModule.
-#include <cstring>
-
+#include "VelkarConnector.h"
+#include "base/Logger.h"
+#include "base/ModuleFlags.h"
 #include "comm/CommHandler.h"
 #include "comm/FirstConnectWait.h"
+#include "comm/in/HandlerTable.h"
 #include "config/BillingIdMap.h"
 #include "config/ConfigReader.h"
 #include "config/EventCodeMap.h"
-#include "connector/Guard.h"
-#include "connector/Logger.h"
-#include "connector/ModuleFlags.h"
-#include "connector/VelkarConnector.h"
+#include "connector/CallerText.h"
+#include "connector/ExceptionGuard.h"
 #include "datapool/DataPool.h"
 #include "platform/Host.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 
 using Kernova::XTL::ScopedLock;
-using Kernova::XTL::Singleton;
 
 namespace {
 
@@ -30,29 +29,13 @@ Kernova::Threading::CriticalSection& LifecycleLock()
     return *s_pLock;
 }
 
-// The caller's buffer for the error text.
-struct ErrorText {
-    char* pszError;
-    int nErrorSize;
-
-    void Copy(const std::string& strText) const
-    {
-        if (pszError == nullptr || nErrorSize < 1)
-            return;
-        const auto nSize = static_cast<std::size_t>(nErrorSize);
-        const std::size_t nLength = strText.size() < nSize ? strText.size() : nSize - 1;
-        std::memcpy(pszError, strText.data(), nLength);
-        pszError[nLength] = '\0';
-    }
-};
-
 // From the first step of a start to the last one of the stop path.
 void StopRunning() noexcept
 {
     try {
-        Singleton<CConfigReader>::Instance().Shutdown();
-        Singleton<CCommHandler>::Instance().Stop();
-        Singleton<CLogger>::Instance().Uninit();
+        ConfigReader().Shutdown();
+        CommHandler().Stop();
+        Logger().Uninit();
     } catch (...) {  // the flags below still have to fall
     }
     InitializedFlag().Set(false);
@@ -67,52 +50,52 @@ void StopConnector() noexcept
 }
 
 // Everything between the checks and the verdict.
-bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const ErrorText& error)
+bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
     Log::Info("[Velkar Connector] Velkar Connector start...");
     const std::string strDirectory = Host::GetExecutableDirectory();
     const std::string strPrefix = strDirectory.empty() ? "" : strDirectory + Host::GetPathSeparator();
-    error.Copy("");
+    error.Put("");
 
-    auto& config = Singleton<CConfigReader>::Instance();
+    auto& config = ConfigReader();
     if (!config.Open(strPrefix + kSettingsFile)) {
-        error.Copy(config.GetLastErrorText());
+        error.Put(config.GetLastErrorText());
         return false;
     }
-    if (!Singleton<CLogger>::Instance().Init(
-            config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(), config.GetLogovaLogger()))
-        error.Copy("Failed to initialize a logger.");
+    if (!Logger().Init(config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(),
+                       config.GetLogovaLogger()))
+        error.Put("Failed to initialize a logger.");
 
-    auto& comm = Singleton<CCommHandler>::Instance();
-    if (!comm.Start(id, callbacks)) {
-        error.Copy(comm.GetLastErrorText());
+    auto& comm = CommHandler();
+    if (!comm.Start(id, callbacks, &RegisterHandlers)) {
+        error.Put(comm.GetLastErrorText());
         return false;
     }
-    auto& wait = Singleton<CFirstConnectWait>::Instance();
+    auto& wait = FirstConnectWait();
     wait.WaitForConnectAnswer();
     if (wait.GetConnectResult() != 0) {
-        error.Copy(wait.GetConnectMessage());
+        error.Put(wait.GetConnectMessage());
         return false;
     }
     return true;
 }
 
-// A verdict without a start, or none.
+// What InitModule does, as the flags stand: it starts the library, or ends at once with true or with false.
 enum class Verdict { Start, AlreadyRunning, Refused };
-Verdict LookAtFlags(const ErrorText& error)
+Verdict LookAtFlags(const CallerText& error)
 {
     if (InitializedFlag().IsSet()) {
-        error.Copy("Velkar Connector is already initialized.");
+        error.Put("Velkar Connector is already initialized.");
         return Verdict::AlreadyRunning;
     }
     if (BeingTerminatedFlag().IsSet()) {
-        error.Copy("Velkar Connector is being terminated.");
+        error.Put("Velkar Connector is being terminated.");
         return Verdict::Refused;
     }
     return Verdict::Start;
 }
 
-bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const ErrorText& error)
+bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
     Host::HoldLibrary();
     try {
@@ -124,23 +107,23 @@ bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks,
         Log::Fatal("[Velkar Connector] Velkar Connector can't start because of some errors...");
         StopRunning();
     } catch (...) {
-        error.Copy("There is an exception because of some reasons.");
+        error.Put("There is an exception because of some reasons.");
         StopConnector();
     }
     return false;
 }
 
-bool InitGuarded(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, const ErrorText& error)
+bool InitGuarded(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, const CallerText& error)
 {
     if (const Verdict verdict = LookAtFlags(error); verdict != Verdict::Start)
         return verdict == Verdict::AlreadyRunning;
     if (CallbackScope::IsInside()) {
         // Another thread may be waiting for this very callback while it holds the lifecycle lock.
-        error.Copy("Velkar Connector is not initialized.");
+        error.Put("Velkar Connector is not initialized.");
         return false;
     }
     if (pId == nullptr || pCallbacks == nullptr) {
-        error.Copy("Connector id or callbacks arg is NULL.");
+        error.Put("Connector id or callbacks arg is NULL.");
         return false;
     }
     const _CONNECTOR_CALLBACKS callbacks = *pCallbacks;
@@ -163,11 +146,11 @@ void UninitGuarded()
     if (!InitializedFlag().IsSet())
         return;
     StopConnector();
-    Singleton<CBillingIdMap>::Instance().Clear();
-    Singleton<CEventCodeMap>::Instance().Clear();
-    Singleton<CFailedCheckOutVector>::Instance().RemoveAll();
-    Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
-    Singleton<CDataPool>::Instance().Clear();
+    BillingIdMap().Clear();
+    EventCodeMap().Clear();
+    FailedCheckOutVector().RemoveAll();
+    UserInfoMap().RemoveAllUserInfo();
+    DataPool().Clear();
 }
 
 }  // namespace
@@ -175,10 +158,10 @@ void UninitGuarded()
 bool InitModule(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, char* pszError,
                 int nErrorSize)
 {
-    const ErrorText error{pszError, nErrorSize};
+    const CallerText error{pszError, nErrorSize < 1 ? 0 : static_cast<std::size_t>(nErrorSize)};
     bool bStarted = false;
     Guarded([&] { bStarted = InitGuarded(pId, pCallbacks, error); },
-            [&] { error.Copy("There is an exception because of some reasons."); });
+            [&] { error.Put("There is an exception because of some reasons."); });
     return bStarted;
 }
 

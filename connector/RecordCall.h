@@ -1,8 +1,8 @@
 // Requests whose messages have the fields of their records: the shop's and the storage box's calls.
 #pragma once
 
-#include "comm/SameNames.h"
-#include "comm/SendRecords.h"
+#include "comm/out/FieldCopy.h"
+#include "comm/out/SendRecords.h"
 #include "connector/RequestFrame.h"
 
 // The words of one call.

@@ -2,15 +2,14 @@
 // texts; the frame does the rest.
 #pragma once
 
+#include "base/Logger.h"
+#include "base/ModuleFlags.h"
+#include "base/ReqIdGenerator.h"
+#include "base/TextField.h"
+#include "base/Times.h"
 #include "comm/CommHandler.h"
-#include "comm/ReqIdGenerator.h"
 #include "comm/ResWaiter.h"
-#include "connector/Guard.h"
-#include "connector/Logger.h"
-#include "connector/ModuleFlags.h"
-#include "connector/TextField.h"
-
-inline constexpr unsigned int kAnswerTimeout = 5000;  // milliseconds
+#include "connector/ExceptionGuard.h"
 
 // The failure head of a response record.
 template <class Response>
@@ -47,22 +46,21 @@ struct CallBase {
 template <class Call, class Response>
 void RunInside(Call& call, Response& res)
 {
-    using Kernova::XTL::Singleton;
     if (!InitializedFlag().IsSet())
         return SetFailure(res, "Velkar Connector is not initialized.");
     if (const char* const pszRefusal = call.Refuse())
         return SetFailure(res, pszRefusal);
 
-    auto& waiters = Singleton<CResWaiterMap>::Instance();
+    auto& waiters = ResWaiterMap();
     ResponseWait<Response> waiter(TagOf<typename Call::Answer, Response>());
-    waiter.nReqID = static_cast<int>(Singleton<CReqIdGenerator>::Instance().GetNextReqId());
+    waiter.nReqID = static_cast<int>(ReqIdGenerator().GetNextReqId());
     const WaiterAutoRemover waiterAutoRemover(waiter);
     if (!waiters.AddWaiter(&waiter))
         return SetFailure(res, "Velkar Connector is being terminated.");
 
     const auto record = call.MakeRecord(waiter.nReqID);
     call.LogRequest(record);
-    if (!Singleton<CCommHandler>::Instance().SendMessage<typename Call::Request>(record)) {
+    if (!CommHandler().SendMessage<typename Call::Request>(record)) {
         const char* const pszMessage = typename Call::Request().GetMsgName();
         Log::ErrorFmt("[Velkar Connector] Failed to send a '%s' msg(Req ID: %d).", pszMessage, waiter.nReqID);
         SetFailure(res, std::string("Failed to send a '") + pszMessage + "' msg.");

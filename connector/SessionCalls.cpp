@@ -3,14 +3,13 @@
 #include <cstdlib>
 #include <limits>
 
+#include "VelkarConnector.h"
+#include "comm/ChargePass.h"
+#include "config/BillingIdMap.h"
 #include "config/EventCodeMap.h"
 #include "connector/RequestFrame.h"
-#include "connector/VelkarConnector.h"
-#include "session/ChargePass.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
-
-using Kernova::XTL::Singleton;
 
 namespace {
 
@@ -38,16 +37,16 @@ struct LeavingCall : UserCall {
     const char* Refuse()
     {
         strKey = FieldText(pReq->szUserID);
-        const bool bFound = Singleton<CUserInfoMap>::Instance().FindUserInfo(strKey, info);
+        const bool bFound = UserInfoMap().FindUserInfo(strKey, info);
         return bFound ? nullptr : "This user is not checkined.";
     }
     // The user is told to the service at the next connection.
     void OnSendFailed()
     {
-        Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info);
-        Singleton<CUserInfoMap>::Instance().RemoveUserInfo(strKey);
+        FailedCheckOutVector().AddFailedUser(info);
+        UserInfoMap().RemoveUserInfo(strKey);
     }
-    void OnEnd(const _RESULT_RES&) { Singleton<CUserInfoMap>::Instance().RemoveUserInfo(strKey); }
+    void OnEnd(const _RESULT_RES&) { UserInfoMap().RemoveUserInfo(strKey); }
 
     std::string strKey;
     CUserInfo info;
@@ -157,11 +156,11 @@ struct UserMoveFromCall : UserCall {
             info.GetFree() == 'Y' ? 'Y' : 'N');
     }
     // The other game server has let the user go already.
-    void OnSendFailed() { Singleton<CFailedCheckOutVector>::Instance().AddFailedUser(info); }
+    void OnSendFailed() { FailedCheckOutVector().AddFailedUser(info); }
     void OnEnd(const _RESULT_RES& res)
     {
         if (res.bSuccess == 1)
-            Singleton<CUserInfoMap>::Instance().AddUserInfo(info.GetKey(), info);
+            UserInfoMap().AddUserInfo(info.GetKey(), info);
     }
 
     const _USER_MOVE_INFO* pMove;
@@ -205,11 +204,11 @@ void ChargeNow(_RESULT_RES& res)
 }
 
 // A name that lives as long as the library.
-template <class Map>
+template <auto pfnMap>
 const char* NameOf(int nNumber) noexcept
 {
     const char* pszName = "";
-    Guarded([&] { pszName = Singleton<Map>::Instance().InternName(nNumber); }, [] {});
+    Guarded([&] { pszName = pfnMap().InternName(nNumber); }, [] {});
     return pszName;
 }
 
@@ -240,7 +239,7 @@ bool GetBillingInfoForUserMove(const char* pszUserKey, _USER_MOVE_INFO* pInfo)
     Guarded(
         [&] {
             CUserInfo info;
-            bFound = Singleton<CUserInfoMap>::Instance().FindUserInfo(pszUserKey, info);
+            bFound = UserInfoMap().FindUserInfo(pszUserKey, info);
             if (bFound)
                 *pInfo = MakeMoveInfo(info);
         },
@@ -257,5 +256,5 @@ void Charge(_RESULT_RES* pRes)
             [&] { SetFailure(*pRes, "There is an exception because of some reasons."); });
 }
 
-const char* GetBillingName(int nProductID) { return NameOf<CBillingIdMap>(nProductID); }
-const char* GetEventName(int nEventCode) { return NameOf<CEventCodeMap>(nEventCode); }
+const char* GetBillingName(int nProductID) { return NameOf<&BillingIdMap>(nProductID); }
+const char* GetEventName(int nEventCode) { return NameOf<&EventCodeMap>(nEventCode); }

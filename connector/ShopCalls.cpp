@@ -1,6 +1,6 @@
 // The shop's calls: each is a line of data over the common frame.
+#include "VelkarConnector.h"
 #include "connector/RecordCall.h"
-#include "connector/VelkarConnector.h"
 
 #define REQUEST "[Velkar Connector] %s request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tGame ID: %s"
 

@@ -1,6 +1,6 @@
 // The calls of the storage box and the purchase.
+#include "VelkarConnector.h"
 #include "connector/RecordCall.h"
-#include "connector/VelkarConnector.h"
 #include "datapool/DataPool.h"
 
 #define REQUEST "[Velkar Connector] %s request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tGame ID: %s"
@@ -69,7 +69,7 @@ struct UseCall : Base {
             return kUse.pszNull;
         if (pHandle->nType != kTag)
             return kUse.pszWrongType;
-        const auto pNode = Kernova::XTL::Singleton<CDataPool>::Instance().FindListOf<T>(pHandle->nHandleID);
+        const auto pNode = DataPool().FindListOf<T>(pHandle->nHandleID);
         return pNode == nullptr ? kUse.pszNoData : nullptr;
     }
 };

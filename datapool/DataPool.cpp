@@ -3,7 +3,6 @@
 #include <utility>
 
 using Kernova::XTL::ScopedLock;
-using Kernova::XTL::Singleton;
 
 bool CDataPool::Insert(std::uint32_t nHandleID, Node pNode)
 {
@@ -60,18 +59,22 @@ std::size_t CDataPool::GetCount()
     return m_mapNodes.size();
 }
 
-CDataAutoDestroyer::~CDataAutoDestroyer()
+void FreeHandle(_DATA_HANDLE* pHandle) noexcept
 {
-    if (!m_bArmed || m_pHandle == nullptr)
+    if (pHandle == nullptr)
         return;
     try {
-        Singleton<CDataPool>::Instance().Erase(m_pHandle->nHandleID);
-    } catch (...) {  // no pool any more, so it is not in it
+        const Kernova::XTL::ExitGate::Scope inside;
+        DataPool().Erase(pHandle->nHandleID);
+    } catch (...) {  // the process is exiting and the pool is gone
     }
-    delete m_pHandle;
+    delete pHandle;
 }
 
-bool CDataAutoDestroyer::InsertNode()
+CDataAutoDestroyer::~CDataAutoDestroyer()
 {
-    return Singleton<CDataPool>::Instance().Insert(m_pHandle->nHandleID, m_pNode);
+    if (m_bArmed)
+        FreeHandle(m_pHandle);
 }
+
+bool CDataAutoDestroyer::InsertNode() { return DataPool().Insert(m_pHandle->nHandleID, m_pNode); }

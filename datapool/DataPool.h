@@ -8,17 +8,13 @@
 #include <new>
 #include <vector>
 
-#include "comm/ReqIdGenerator.h"
-#include "connector/VelkarConnector.h"
+#include "base/ReqIdGenerator.h"
 #include "datapool/DataNode.h"
 #include "platform/KernovaXtl.h"
 
 // What the game holds. On the heap, alone; its list is in the pool, or nowhere any more.
 struct _DATA_HANDLE {
-    explicit _DATA_HANDLE(std::uint32_t nTag)
-        : nHandleID(Kernova::XTL::Singleton<CReqIdGenerator>::Instance().NextHandleID()), nType(nTag)
-    {
-    }
+    explicit _DATA_HANDLE(std::uint32_t nTag) : nHandleID(ReqIdGenerator().NextHandleID()), nType(nTag) {}
     std::uint32_t nHandleID;  // key in the pool
     std::uint32_t nType;      // a DataTag
 };
@@ -75,6 +71,12 @@ private:
     std::map<std::uint32_t, Node> m_mapNodes GUARDED_BY(m_lock);
     std::vector<std::unique_ptr<_DATA_HANDLE>> m_vecOrphans GUARDED_BY(m_lock);
 };
+
+// The one object of the process.
+inline CDataPool& DataPool() { return Kernova::XTL::Singleton<CDataPool>::Instance(); }
+
+// Takes the handle's list out of the pool and frees the handle. Takes null.
+void FreeHandle(_DATA_HANDLE* pHandle) noexcept;
 
 // The handle and the list that a handler or an export is making: taken out of the pool and freed at the end
 // of the scope, unless they have been handed on.

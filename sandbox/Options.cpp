@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "sandbox/Version.h"
+#include "sandbox/base/Version.h"
 
 namespace Sandbox {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "sandbox/Console.h"
+#include "sandbox/base/Console.h"
 
 namespace Sandbox {
 

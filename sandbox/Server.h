@@ -8,22 +8,22 @@
 #include <set>
 #include <type_traits>
 
-#include "sandbox/Clock.h"
-#include "sandbox/Console.h"
-#include "sandbox/Control.h"
-#include "sandbox/Faults.h"
-#include "sandbox/HttpServer.h"
-#include "sandbox/Link.h"
-#include "sandbox/MessageLog.h"
 #include "sandbox/Options.h"
-#include "sandbox/Registry.h"
-#include "sandbox/Seed.h"
-#include "sandbox/Service.h"
-#include "sandbox/StartError.h"
-#include "sandbox/Store.h"
-#include "sandbox/Timers.h"
-#include "sandbox/Traffic.h"
-#include "sandbox/Triggers.h"
+#include "sandbox/base/Clock.h"
+#include "sandbox/base/Console.h"
+#include "sandbox/base/StartError.h"
+#include "sandbox/base/Timers.h"
+#include "sandbox/control/Control.h"
+#include "sandbox/control/HttpServer.h"
+#include "sandbox/seed/Seed.h"
+#include "sandbox/service/Registry.h"
+#include "sandbox/service/Service.h"
+#include "sandbox/service/Triggers.h"
+#include "sandbox/store/Store.h"
+#include "sandbox/wire/Faults.h"
+#include "sandbox/wire/Link.h"
+#include "sandbox/wire/MessageLog.h"
+#include "sandbox/wire/Traffic.h"
 
 namespace Sandbox {
 

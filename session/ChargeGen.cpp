@@ -1,19 +1,14 @@
 #include "session/ChargeGen.h"
 
-#include "comm/Cycle.h"
+#include "base/CycleWait.h"
+#include "base/Logger.h"
+#include "base/Times.h"
 #include "config/ConfigReader.h"
-#include "connector/Logger.h"
 #include "platform/Host.h"
-#include "session/ChargePass.h"
 
-using Kernova::XTL::Singleton;
-
-namespace {
-constexpr unsigned int kStopPoll = 50;  // milliseconds
-}  // namespace
-
-bool CChargeGen::Start()
+bool CChargeGen::Start(Pass pfnPass)
 {
+    m_pfnPass = pfnPass;
     m_bStop.store(false);
     m_wake.Reset();
     m_bRunning.store(true);
@@ -49,14 +44,12 @@ void CChargeGen::Run()
     Log::Info("[Charge Gen] Charge gen thread start.");
     bool bLast = false;  // after a stop has been seen, however long it takes to terminate this thread
     while (!Terminated() && !bLast) {
-        m_wake.Wait(CycleMilliseconds(Singleton<CConfigReader>::Instance().GetChargeCycle()));
+        m_wake.Wait(CycleMilliseconds(ConfigReader().GetChargeCycle()));
         ResetUnlessStopping(m_wake, m_bStop);
         bLast = m_bStop.load();
         if (m_bDisconnected.load())
             continue;
         Log::Info("[Charge Gen] Try to send a 'XC2S_ChargeReq' msg");
-        SendChargePass([](int nProductId) {
-            Log::DebugFmt("[Charge Gen] Failed to send a 'XC2S_ChargeReq' msg for PID: %d.", nProductId);
-        });
+        m_pfnPass();
     }
 }

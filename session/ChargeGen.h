@@ -3,14 +3,16 @@
 
 #include <atomic>
 
-#include "platform/Kernova.h"
+#include "platform/KernovaXtl.h"
 
-// A process-wide object without users of its own: each pass sends one message a product, and filling it
-// scans the users.
+// A process-wide object. It keeps the time alone: what a pass does is given to it.
 class CChargeGen final : public Kernova::Threading::Thread {
 public:
-    // The first pass comes one whole cycle after the start. False if there is no thread.
-    bool Start();
+    using Pass = void (*)();
+
+    // pfnPass runs on this thread, the first time one whole cycle after the start. False if there is no
+    // thread.
+    bool Start(Pass pfnPass);
     // Waits for a pass that is running, and for the last one, which the stop itself begins if the link
     // stands; never for a cycle.
     void Stop();
@@ -21,8 +23,12 @@ public:
 private:
     void Run();
 
+    Pass m_pfnPass = nullptr;  // set before the thread starts
     std::atomic<bool> m_bRunning{false};
     std::atomic<bool> m_bStop{false};
     std::atomic<bool> m_bDisconnected{false};
     Kernova::Threading::ManualResetEvent m_wake{false};
 };
+
+// The one object of the process.
+inline CChargeGen& ChargeGen() { return Kernova::XTL::Singleton<CChargeGen>::Instance(); }

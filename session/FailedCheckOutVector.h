@@ -37,3 +37,9 @@ private:
     std::set<std::pair<std::string, std::string>> m_setKeyAndIP GUARDED_BY(m_lock);  // of m_vecUsers
     std::size_t m_nListed GUARDED_BY(m_lock) = 0;  // so many at the front are the listed ones
 };
+
+// The one object of the process.
+inline CFailedCheckOutVector& FailedCheckOutVector()
+{
+    return Kernova::XTL::Singleton<CFailedCheckOutVector>::Instance();
+}

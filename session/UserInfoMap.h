@@ -1,12 +1,11 @@
 // Who is checked in on this game server. In memory only; it stays as it is through a disconnection.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "connector/VelkarConnector.h"
 #include "platform/KernovaXtl.h"
 #include "session/UserInfo.h"
 #include "wirova/messages/SessionMessages.h"
@@ -39,26 +38,24 @@ public:
         return true;
     }
 
+    // One walk over all users for the charge of one product. onExpired(info) is called for each user of any
+    // product whose term has ended, with the map's lock held; the caller removes these users afterwards. The
+    // users of this product who are to be charged are appended to the list, and are not first any more. False
+    // when memory has run out; what was appended stays.
+    bool ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId,
+                            const std::function<void(const CUserInfo&)>& onExpired);
+
     // One record for each user, in ascending order of the key. False for an empty map or when memory
     // has run out; what was appended stays.
-    // One pass over all users for the charge of one product, with the active links locked by the caller.
-    // Users of any product whose term has ended are checked out at the service, told to the game and removed;
-    // the users of this product that are to be charged are appended, and are not first any more. Returns how
-    // many were appended; 0, with nobody told or removed, when memory has run out. The game is called without
-    // the map's lock.
-    int ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId);
-
     bool GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list);
 
 private:
-    // Charges one user or checks the user out; what the game has to be told goes into vecNotiInfos.
-    static void ScanUser(CUserInfo& info, ChargeState state, int nProductId,
-                         Wirova::RecordVector<XChargeInfo>& list,
-                         std::vector<_BILLING_NOTI_INFO>& vecNotiInfos);
-
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
     std::map<std::string, std::unique_ptr<CUserInfo>> m_mapUsers GUARDED_BY(m_lock);
 };
+
+// The one object of the process.
+inline CUserInfoMap& UserInfoMap() { return Kernova::XTL::Singleton<CUserInfoMap>::Instance(); }
 
 // The wire's record of one user, as both lists carry it.
 void FillCheckOutInfo(XCheckOutInfo& record, const CUserInfo& info);

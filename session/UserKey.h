@@ -11,7 +11,7 @@
 // other field is empty. Both are fields of every message and record that names a user.
 inline void PutKey(std::string& strID, std::string& strNo, std::string_view key)
 {
-    const bool bNumber = Kernova::XTL::Singleton<CConfigReader>::Instance().IsUseUserNumber();
+    const bool bNumber = ConfigReader().IsUseUserNumber();
     (bNumber ? strNo : strID) = key;
     (bNumber ? strID : strNo).clear();
 }

@@ -9,13 +9,16 @@ bool WriteFrame(Stream* stream, const IMessage& msg)
     return Codec<int32>::Save(stream, msg.GetSize()) && msg.Save(stream);
 }
 
-bool PeekFrameLength(Stream* stream, int32& nLen)
+FrameState NextFrame(Stream* stream, int32 nMaxLength, int32& nLength)
 {
     unsigned char bytes[sizeof(int32)];
-    if (Strova::Peek(stream, bytes, sizeof(bytes)) != static_cast<int>(sizeof(bytes)))
-        return false;
-    nLen = GetBigEndian<int32>(bytes);
-    return true;
+    constexpr int nHeader = sizeof(bytes);
+    if (Strova::Peek(stream, bytes, nHeader) != nHeader)
+        return FrameState::NoLength;
+    nLength = GetBigEndian<int32>(bytes);
+    if (nLength > nMaxLength)
+        return FrameState::TooLong;
+    return Strova::GetLength(stream) - nHeader >= nLength ? FrameState::Whole : FrameState::NeedMore;
 }
 
 }  // namespace Wirova

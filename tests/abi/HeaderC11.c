@@ -1,5 +1,5 @@
 /* The public header alone, as C11. */
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 
 void CallFromC(const _USER_REQ* pReq, _CHECKIN_RES* pRes, bool* pStarted);
 void CallFromC(const _USER_REQ* pReq, _CHECKIN_RES* pRes, bool* pStarted)

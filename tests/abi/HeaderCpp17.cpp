@@ -1,5 +1,5 @@
 // The public header alone, as C++17.
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 
 static_assert(__cplusplus < 202002L, "this file checks the older standard");
 

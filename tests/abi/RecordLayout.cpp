@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 
 namespace {
 

@@ -5,8 +5,6 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 class NoticeTest : public LogicTest {
 protected:
     void SetUp() override
@@ -17,7 +15,7 @@ protected:
         ASSERT_EQ(Game().Checkin("abc").nResult, 0);
         Service().Forget();
     }
-    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
+    static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
     void SendEvent(int nCode, const std::string& strUserID = "abc", const std::string& strUserNo = "")
     {
         XS2C_BillingEventNotice notice;
@@ -76,10 +74,10 @@ TEST_F(NoticeTest, AnExpiryThatCannotBeSentIsKeptIfTheUserIsKnown)
     Game().On<BillingEvent>([](const auto&) { FailSend(); });
     SendEvent(0, "unknown");
     Settle();
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
     SendEvent(0);
     Settle();
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);
     EXPECT_FALSE(IsIn("abc"));
 }
 

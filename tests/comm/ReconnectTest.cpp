@@ -6,7 +6,6 @@
 namespace {
 
 using Names = std::vector<std::string>;
-using Kernova::XTL::Singleton;
 
 class ReconnectTest : public LogicTest {
 protected:
@@ -29,8 +28,8 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     Service().Down();
     Service().WaitForDisconnect();
     while (Game().Checkout("bob").szError != std::string("Failed to send a 'XC2S_CheckOutReq' msg."))
-        ASSERT_TRUE(Singleton<CUserInfoMap>::Instance().HasUserInfo("bob"));
-    EXPECT_FALSE(Singleton<CUserInfoMap>::Instance().HasUserInfo("bob"));
+        ASSERT_TRUE(UserInfoMap().HasUserInfo("bob"));
+    EXPECT_FALSE(UserInfoMap().HasUserInfo("bob"));
     Service().Forget();
     Service().Up();
     const auto failed = Service().Expect<XC2S_FailedCheckOutReq>();
@@ -44,7 +43,7 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     EXPECT_EQ(Service().Names(),
               (Names{"XC2S_VelkarConnectReq", "XC2S_FailedCheckOutReq", "XC2S_UserListSyncReq"}));
     EXPECT_TRUE(Journal::WaitFor(Journal::Level::Info, "\tUser ID: bob\r\n\tUser IP: 10.0.0.1\r\n"));
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
 }
 
 TEST_F(ReconnectTest, EmptyListsSendNothing)
@@ -60,7 +59,7 @@ TEST_F(ReconnectTest, EmptyListsSendNothing)
 TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
 {
     Play({"alice"});
-    Singleton<CFailedCheckOutVector>::Instance().AddFailedUser([] {
+    FailedCheckOutVector().AddFailedUser([] {
         CUserInfo info;
         info.SetKey("bob");
         info.SetUserIP("10.0.0.2");
@@ -75,7 +74,7 @@ TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
     Fail(Op::LinkSend, kAlways);
     Service().Send(XS2C_VelkarConnectAns());
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_UserListSyncReq' msg."));
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);
 }
 
 TEST_F(ReconnectTest, ARefusalDropsTheLinkAndIsTriedAgain)

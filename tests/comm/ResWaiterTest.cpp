@@ -4,15 +4,15 @@
 
 #include <thread>
 
-#include "comm/ReqIdGenerator.h"
-#include "connector/ModuleFlags.h"
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
+#include "base/ModuleFlags.h"
+#include "base/ReqIdGenerator.h"
 #include "wirova/messages/SessionMessages.h"
 
 namespace {
 
 using CheckinWait = ResponseWait<_CHECKIN_RES>;
-CResWaiterMap& Waiters() { return Kernova::XTL::Singleton<CResWaiterMap>::Instance(); }
+CResWaiterMap& Waiters() { return ResWaiterMap(); }
 
 TEST(ResWaiter, AnAnswerReachesItsOwnWaiterOnly)
 {

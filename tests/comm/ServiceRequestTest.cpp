@@ -4,8 +4,6 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 constexpr const char* kNoCallback = "Failed to load function pointer for call back operation.";
 
 class ServiceRequestTest : public LogicTest {
@@ -152,7 +150,7 @@ TEST_F(ServiceRequestTest, EmptyListsAndRefusedOnes)
     EXPECT_TRUE(refused->vecInventory.empty());
     Ask<XS2C_QueryGameMoneyReq>(4);  // the handler before has ended
     EXPECT_EQ(GetDataSize(&kept, nullptr, 0), 0u);
-    EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);
+    EXPECT_EQ(DataPool().GetCount(), 0u);
 }
 
 TEST_F(ServiceRequestTest, ItemsToSave)
@@ -226,7 +224,7 @@ TEST_F(ServiceRequestTest, AGameThatThrowsHurtsOnlyItsOwnRequest)
     EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
                                 "[Comm Handler] There is an exception in OnQeuryInventoryInfoReq func."));
     EXPECT_EQ(Service().Count<XC2S_SpendGameMoneyAns>(), 0);
-    EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);
+    EXPECT_EQ(DataPool().GetCount(), 0u);
 }
 
 TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)

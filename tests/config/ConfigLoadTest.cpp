@@ -11,12 +11,10 @@
 #include "tests/config/Growth.h"
 #include "tests/config/SettingsText.h"
 
-using Kernova::XTL::Singleton;
-
 namespace {
 
-CBillingIdMap& Products() { return Singleton<CBillingIdMap>::Instance(); }
-CEventCodeMap& Events() { return Singleton<CEventCodeMap>::Instance(); }
+CBillingIdMap& Products() { return BillingIdMap(); }
+CEventCodeMap& Events() { return EventCodeMap(); }
 
 class ConfigLoad : public testing::Test {
 protected:

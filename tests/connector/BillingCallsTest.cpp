@@ -6,12 +6,10 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 class BillingCallsTest : public LogicTest {
 protected:
-    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
-    static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+    static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
+    static std::size_t Lists() { return DataPool().GetCount(); }
     static _USER_MOVE_INFO MoveInfo()
     {
         _USER_MOVE_INFO info{};
@@ -72,7 +70,7 @@ TEST_F(BillingCallsTest, ListsOfOtherBillings)
         EXPECT_EQ(info.nBillingID, 0);
         DestroyHandle(res.hBillingData);
         EXPECT_EQ(Lists(), 0u);
-        Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+        UserInfoMap().RemoveAllUserInfo();
     }
 }
 
@@ -206,7 +204,7 @@ TEST_F(BillingCallsTest, AUserMovesAway)
     EXPECT_STREQ(Game().Call(&UserMoveTo, Game().User("abc")).szError,
                  "Failed to send a 'XC2S_UserMoveToReq' msg.");
     EXPECT_FALSE(IsIn("abc"));
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);
 }
 
 TEST_F(BillingCallsTest, AUserArrives)
@@ -215,7 +213,7 @@ TEST_F(BillingCallsTest, AUserArrives)
     ASSERT_TRUE(Game().Start());
     EXPECT_EQ(MoveFrom("abc", MoveInfo()).bSuccess, 1);
     CUserInfo info;
-    ASSERT_TRUE(Singleton<CUserInfoMap>::Instance().FindUserInfo("abc", info));
+    ASSERT_TRUE(UserInfoMap().FindUserInfo("abc", info));
     EXPECT_EQ(info.GetSeqNo(), "77");
     EXPECT_EQ(info.GetBillingID(), 3);
     EXPECT_EQ(info.GetCRMCode(), std::string(16, 'c'));
@@ -245,12 +243,12 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
     Service().SayNothing();
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
                  "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.");
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 0u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
     FailSend();
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "Failed to send a 'XC2S_UserMoveFromReq' msg.");
     EXPECT_FALSE(IsIn("abc"));
     Wirova::RecordVector<XCheckOutInfo> list;
-    ASSERT_TRUE(Singleton<CFailedCheckOutVector>::Instance().GetFailedCheckOutList(list));
+    ASSERT_TRUE(FailedCheckOutVector().GetFailedCheckOutList(list));
     EXPECT_EQ(list[0]->strSeqNo, "77");
 
     const _USER_REQ req = Game().User("abc");

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 #include "datapool/DataPool.h"
 
 namespace {
@@ -59,7 +59,7 @@ void CheckGet(bool (*pfnGet)(const _DATA_HANDLE*, std::size_t, T*, char*, std::s
         EXPECT_EQ(std::memcmp(&record, &second, sizeof(T)), 0);
         EXPECT_FALSE(pfnGet(pHandle.get(), 0, nullptr, szError, sizeof(szError)));
         EXPECT_STREQ(szError, pszNull);
-        Kernova::XTL::Singleton<CDataPool>::Instance().Clear();  // as a stop of the library does
+        DataPool().Clear();  // as a stop of the library does
         EXPECT_FALSE(pfnGet(pHandle.get(), 0, &record, szError, sizeof(szError)));
         EXPECT_STREQ(szError, "Failed to find a data node for getting data.");
         EXPECT_EQ(GetDataSize(pHandle.get(), szError, sizeof(szError)), 0u);
@@ -141,7 +141,7 @@ void CheckSet(Set pfnSet, _DATA_HANDLE* (*pfnMake)(char*, std::size_t), std::uin
     EXPECT_TRUE(set(pHandle.get(), szError, sizeof(szError)));
     EXPECT_STREQ(szError, "untouched");
     EXPECT_EQ(GetDataSize(pHandle.get(), szError, sizeof(szError)), 2u);
-    auto& pool = Kernova::XTL::Singleton<CDataPool>::Instance();
+    auto& pool = DataPool();
     T record{};
     ASSERT_TRUE(pool.FindListOf<T>(pHandle->nHandleID)->Get(record, 1));
     const T expected = Filled<T>('s');

@@ -2,8 +2,8 @@
 #include <future>
 #include <thread>
 
-#include "connector/Logger.h"
-#include "connector/ModuleFlags.h"
+#include "base/Logger.h"
+#include "base/ModuleFlags.h"
 #include "tests/fakeplatform/LogicTest.h"
 
 namespace {
@@ -109,7 +109,7 @@ TEST_F(LogicTest, ALogCallThatThrowsSilencesTheLogAndNothingElse)
     Journal::Clear();
     EXPECT_EQ(Game().Checkout("abc").bSuccess, 1);
     EXPECT_TRUE(Journal::Lines().empty());
-    Kernova::XTL::Singleton<CLogger>::Instance().Mend();
+    Logger().Mend();
 }
 
 TEST_F(LogicTest, TheErrorTextFitsItsBuffer)

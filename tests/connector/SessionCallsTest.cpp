@@ -8,15 +8,13 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 class SessionCallsTest : public LogicTest {
 protected:
-    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
+    static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
     static CUserInfo InfoOf(const char* pszUser)
     {
         CUserInfo info;
-        EXPECT_TRUE(Singleton<CUserInfoMap>::Instance().FindUserInfo(pszUser, info));
+        EXPECT_TRUE(UserInfoMap().FindUserInfo(pszUser, info));
         return info;
     }
     _CHECKIN_RES CheckinAnsweredWith(int nCode)
@@ -69,7 +67,7 @@ TEST_F(SessionCallsTest, CodesOfTheService)
         EXPECT_EQ(res.nResult, row.nResult) << row.nCode;
         EXPECT_EQ(res.bExtra, row.bExtra ? 1 : 0) << row.nCode;
         EXPECT_EQ(IsIn("abc"), row.nResult == 0) << row.nCode;
-        Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
+        UserInfoMap().RemoveAllUserInfo();
     }
 }
 
@@ -152,7 +150,7 @@ TEST_F(SessionCallsTest, ACheckoutThatCannotBeSentIsKept)
         Fail(op);
         EXPECT_STREQ(Game().Checkout("abc").szError, "Failed to send a 'XC2S_CheckOutReq' msg.");
         EXPECT_FALSE(IsIn("abc"));
-        auto& failed = Singleton<CFailedCheckOutVector>::Instance();
+        auto& failed = FailedCheckOutVector();
         EXPECT_EQ(failed.GetCount(), 1u);
         failed.RemoveAll();
     }
@@ -186,10 +184,10 @@ TEST_F(SessionCallsTest, ALateCheckinThatCannotBeUndoneIsKeptWithItsSeqNo)
     FailSend();
     Service().Reply(*req, [](auto& ans) { ans.strSeqNo = "99"; });
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "for checkin timeout."));
-    while (Singleton<CFailedCheckOutVector>::Instance().GetCount() == 0)
+    while (FailedCheckOutVector().GetCount() == 0)
         std::this_thread::yield();
     Wirova::RecordVector<XCheckOutInfo> list;
-    Singleton<CFailedCheckOutVector>::Instance().GetFailedCheckOutList(list);
+    FailedCheckOutVector().GetFailedCheckOutList(list);
     EXPECT_EQ(list[0]->strSeqNo, "99");
 }
 
@@ -262,7 +260,7 @@ TEST_F(SessionCallsTest, ACheckoutRightBehindTheCheckinFindsItsUser)
     }
     for (auto& caller : vecCallers)
         EXPECT_EQ(caller.get(), 0);
-    EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+    EXPECT_EQ(ResWaiterMap().GetCount(), 0u);
 }
 
 }  // namespace

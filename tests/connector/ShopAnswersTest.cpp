@@ -4,9 +4,7 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
-std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+std::size_t Lists() { return DataPool().GetCount(); }
 
 // Every field of a wire record gets a value of its own: texts an over-long one.
 template <class Row>

@@ -7,8 +7,6 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 // A body as it has to look, written field by field.
 class Body {
 public:
@@ -82,7 +80,7 @@ class ShopCallsTest : public LogicTest {
 protected:
     using Handle = std::unique_ptr<_DATA_HANDLE, decltype(&DestroyHandle)>;
     static Handle Own(_DATA_HANDLE* p) { return {p, &DestroyHandle}; }
-    static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+    static std::size_t Lists() { return DataPool().GetCount(); }
 
     // Calls with both settings of USE_USER_NUMBER and compares what leaves behind the message's id and Req
     // ID.
@@ -197,7 +195,7 @@ TEST_F(ShopCallsTest, HandlesOfAMoveAreLookedAtBeforeAnythingIsSent)
         EXPECT_EQ(std::string(Game().Call(row.pfnCall, req).szError),
                   std::string("Data handle type doesn't refer to ") + row.pszVerb);
         const Handle gone = Own(row.pfnMake(nullptr, 0));
-        Singleton<CDataPool>::Instance().Erase(gone->nHandleID);
+        DataPool().Erase(gone->nHandleID);
         req.hUseStorage = gone.get();
         EXPECT_EQ(std::string(Game().Call(row.pfnCall, req).szError),
                   std::string("There is no data about ") + row.pszVerb);

@@ -9,9 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "VelkarConnector.h"
+
 namespace {
 
-using Kernova::XTL::Singleton;
 using Tags = CDataNode<_TAG_INFO>;
 
 TEST(DataPool, KeepsTheFirstNodeOfAnId)
@@ -88,7 +89,7 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
 
 TEST(DataPool, HandleIdsWrapToOneAndNeverToZero)
 {
-    auto& ids = Singleton<CReqIdGenerator>::Instance();
+    auto& ids = ReqIdGenerator();
     ids.SetLastHandleId(0xFFFFFFFE);
     EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 0xFFFFFFFFu);
     EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 1u);
@@ -97,7 +98,7 @@ TEST(DataPool, HandleIdsWrapToOneAndNeverToZero)
 // Leaks are the sanitizer's to find.
 TEST(DataAutoDestroyer, FreesWhatHasNotBeenHandedOn)
 {
-    auto& pool = Singleton<CDataPool>::Instance();
+    auto& pool = DataPool();
     const std::size_t nBefore = pool.GetCount();
     {
         CDataAutoDestroyer neverInserted;

@@ -2,11 +2,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "VelkarConnector.h"
 #include "comm/FrameLoop.h"
-#include "comm/HandlerTable.h"
 #include "comm/ResWaiter.h"
+#include "comm/in/HandlerTable.h"
 #include "connector/RequestFrame.h"
-#include "connector/VelkarConnector.h"
 #include "datapool/DataPool.h"
 #include "platform/KernovaXtl.h"
 #include "session/FailedCheckOutVector.h"
@@ -33,7 +33,7 @@ struct Waiting {
     explicit Waiting(int nReqID) : waiter(TagOf<Answer, Response>())
     {
         waiter.nReqID = nReqID;
-        Kernova::XTL::Singleton<CResWaiterMap>::Instance().AddWaiter(&waiter);
+        ResWaiterMap().AddWaiter(&waiter);
     }
     ~Waiting()
     {
@@ -47,7 +47,6 @@ struct Waiting {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
 {
-    using Kernova::XTL::Singleton;
     const Waiting<XS2C_CheckInAns, _CHECKIN_RES> checkin(1);
     const Waiting<XS2C_CheckOutAns, _RESULT_RES> checkout(2);
     Waiting<XS2C_CheckInExAns, _CHECKIN_EX_RES> checkinEx(3);
@@ -68,8 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
         HandleFrames(Table(), pStream, nullptr);
     }
     Strova::DestroyHandle(pStream);
-    Singleton<CUserInfoMap>::Instance().RemoveAllUserInfo();
-    Singleton<CFailedCheckOutVector>::Instance().RemoveAll();
-    Singleton<CDataPool>::Instance().Clear();  // the lists of late details
+    UserInfoMap().RemoveAllUserInfo();
+    FailedCheckOutVector().RemoveAll();
+    DataPool().Clear();  // the lists of late details
     return 0;
 }

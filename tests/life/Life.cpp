@@ -13,7 +13,7 @@
 #include <string>
 #include <thread>
 
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 #include "tests/support/LoopbackService.h"
 #include "tests/support/ServiceScript.h"
 #include "tests/support/Settings.h"

@@ -69,15 +69,15 @@ TEST_F(LoopbackTest, ManyCallersGetTheirOwnAnswers)
     }
     for (auto& caller : vecCallers)
         caller.get();
-    EXPECT_EQ(Kernova::XTL::Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+    EXPECT_EQ(ResWaiterMap().GetCount(), 0u);
 }
 
 TEST_F(LoopbackTest, ACallerNeverWaitsForAPeerThatDoesNotRead)
 {
     ASSERT_TRUE(Game().Start());
     Service().HoldReading(true);
-    auto& comm = Kernova::XTL::Singleton<CCommHandler>::Instance();
-    auto& failed = Kernova::XTL::Singleton<CFailedCheckOutVector>::Instance();
+    auto& comm = CommHandler();
+    auto& failed = FailedCheckOutVector();
     for (int n = 0; n < 1000; ++n) {
         CUserInfo info;
         info.SetKey("user" + std::to_string(n));

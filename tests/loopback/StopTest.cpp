@@ -2,7 +2,7 @@
 // callback of the game takes longer.
 #include <thread>
 
-#include "connector/ModuleFlags.h"
+#include "base/ModuleFlags.h"
 #include "tests/support/LoopbackTest.h"
 
 namespace {

@@ -1,9 +1,9 @@
 // What the HTTP interface shows, what it resets, and whom it does not serve.
 #include <gtest/gtest.h>
 
-#include "sandbox/MessageJson.h"
+#include "sandbox/wire/MessageJson.h"
 #include "tests/sandbox/SandboxFixture.h"
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 using namespace SandboxTest;
 

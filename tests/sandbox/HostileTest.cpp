@@ -4,10 +4,10 @@
 #include <limits>
 #include <random>
 
-#include "sandbox/Frames.h"
+#include "sandbox/wire/Frames.h"
 #include "tests/sandbox/SandboxFixture.h"
 #include "wirova/BigEndian.h"
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 using namespace SandboxTest;
 

@@ -1,7 +1,7 @@
 // What a database file keeps.
 #include <gtest/gtest.h>
 
-#include "sandbox/Sqlite.h"
+#include "sandbox/store/Sqlite.h"
 #include "tests/sandbox/SandboxFixture.h"
 
 using namespace SandboxTest;

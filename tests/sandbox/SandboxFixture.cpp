@@ -14,9 +14,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "sandbox/Frames.h"
+#include "sandbox/wire/Frames.h"
 #include "wirova/BigEndian.h"
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 namespace SandboxTest {
 namespace {

@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "sandbox/JsonObject.h"
 #include "sandbox/Server.h"
+#include "sandbox/base/JsonObject.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace SandboxTest {

@@ -1,7 +1,7 @@
 // Users and shops from a file, and mistakes in it.
 #include <gtest/gtest.h>
 
-#include "sandbox/Seed.h"
+#include "sandbox/seed/Seed.h"
 #include "tests/sandbox/SandboxFixture.h"
 
 using namespace SandboxTest;

@@ -1,7 +1,7 @@
 // Checkin, checkout, queries, moves and charges.
 #include <gtest/gtest.h>
 
-#include "sandbox/DateText.h"
+#include "sandbox/base/DateText.h"
 #include "tests/sandbox/SandboxFixture.h"
 
 using namespace SandboxTest;

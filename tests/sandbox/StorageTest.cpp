@@ -1,7 +1,7 @@
 // Storage boxes: what is listed, and the two steps into an inventory.
 #include <gtest/gtest.h>
 
-#include "sandbox/Service.h"
+#include "sandbox/service/Service.h"
 #include "tests/sandbox/SandboxFixture.h"
 
 using namespace SandboxTest;

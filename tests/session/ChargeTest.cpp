@@ -7,8 +7,6 @@
 
 namespace {
 
-using Kernova::XTL::Singleton;
-
 constexpr Host::LocalTime kNow = {2026, 3, 4, 5, 6, 7, 0};
 constexpr const char* kPast = "20260304050606";
 constexpr const char* kFuture = "20260304050608";
@@ -71,11 +69,8 @@ protected:
         HostProcess::SetLocalTime(kNow);
         Game().settings.products = {{7, "Gold", 2}, {8, "Silver", 3}};
     }
-    static void Add(const CUserInfo& info)
-    {
-        Singleton<CUserInfoMap>::Instance().AddUserInfo(info.GetKey(), info);
-    }
-    static bool IsIn(const char* pszUser) { return Singleton<CUserInfoMap>::Instance().HasUserInfo(pszUser); }
+    static void Add(const CUserInfo& info) { UserInfoMap().AddUserInfo(info.GetKey(), info); }
+    static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
     static _RESULT_RES ChargeAll()
     {
         _RESULT_RES res;
@@ -149,7 +144,7 @@ TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)
     Add(BilledUser("pays", 2, ""));
     FailSend();  // the checkout
     ChargeAll();
-    EXPECT_EQ(Singleton<CFailedCheckOutVector>::Instance().GetCount(), 1u);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);
     EXPECT_FALSE(IsIn("gone"));
     EXPECT_EQ(Service().Expect<XC2S_ChargeReq>()->vecChargeInfo.size(), 1u);
     EXPECT_TRUE(Journal::Logged(Journal::Level::Error,

@@ -17,14 +17,14 @@ struct AnswerOf;
     };
 
 // What the connector asks: XC2S_...Req, answered by XS2C_...Ans.
-#define SUPPORT_ASKED_BY_CONNECTOR(X)                                                                     \
-    X(VelkarConnect)                                                                                      \
-    X(CheckIn)                                                                                            \
-    X(CheckInEx) X(CheckOut) X(QueryBillingInfo) X(QueryBillingInfoEx) X(UserMoveTo) X(UserMoveFrom)      \
-        X(Charge) X(QueryMenuList) X(QueryProductList) X(QueryProductDetail) X(QueryDiscount) X(QueryTag) \
-            X(QueryCoupont) X(QuerySpecialProductList) X(QuerySpecialProduct) X(QueryRuvcoin)             \
-                X(SearchStorage) X(ConfirmReadStorage) X(ConfirmUseStorage) X(CancelUseStorage)           \
-                    X(PurchaseProduct)
+// clang-format off
+#define SUPPORT_ASKED_BY_CONNECTOR(X)                                                             \
+    X(VelkarConnect) X(CheckIn) X(CheckInEx) X(CheckOut) X(QueryBillingInfo) X(QueryBillingInfoEx) \
+    X(UserMoveTo) X(UserMoveFrom) X(Charge) X(QueryMenuList) X(QueryProductList)                   \
+    X(QueryProductDetail) X(QueryDiscount) X(QueryTag) X(QueryCoupont) X(QuerySpecialProductList)  \
+    X(QuerySpecialProduct) X(QueryRuvcoin) X(SearchStorage) X(ConfirmReadStorage)                  \
+    X(ConfirmUseStorage) X(CancelUseStorage) X(PurchaseProduct)
+// clang-format on
 #define SUPPORT_PAIR(name) SUPPORT_ANSWER(XC2S_##name##Req, XS2C_##name##Ans)
 SUPPORT_ASKED_BY_CONNECTOR(SUPPORT_PAIR)
 #undef SUPPORT_PAIR

@@ -35,7 +35,7 @@
 #include <string>
 #include <vector>
 
-#include "connector/VelkarConnector.h"
+#include "VelkarConnector.h"
 #include "tests/support/Settings.h"
 
 namespace Support {

@@ -6,7 +6,7 @@
 
 #include "tests/support/Outside.h"
 #include "wirova/Frame.h"
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 namespace Support {
 

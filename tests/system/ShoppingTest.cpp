@@ -9,14 +9,13 @@
 
 #include "comm/ResWaiter.h"
 #include "datapool/DataPool.h"
-#include "sandbox/Seed.h"
+#include "sandbox/seed/Seed.h"
 #include "tests/sandbox/SandboxFixture.h"
 #include "tests/support/GameServer.h"
 
 namespace {
 
 using namespace Support;
-using Kernova::XTL::Singleton;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kCallers = 64;
@@ -344,13 +343,12 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
         counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
     EXPECT_LT(counts.nLongest, kLongestCall.count() + nStill);
     EXPECT_GE(counts.nGood, kEnoughGood);
-    EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+    EXPECT_EQ(ResWaiterMap().GetCount(), 0u);
     // Only late details may have left their lists, at most three each.
-    EXPECT_LE(Singleton<CDataPool>::Instance().GetCount(),
-              3u * static_cast<std::size_t>(counts.nLateDetails));
+    EXPECT_LE(DataPool().GetCount(), 3u * static_cast<std::size_t>(counts.nLateDetails));
     CheckMoney(sandbox);
     game.Stop();
-    EXPECT_EQ(Singleton<CDataPool>::Instance().GetCount(), 0u);
+    EXPECT_EQ(DataPool().GetCount(), 0u);
 }
 
 }  // namespace

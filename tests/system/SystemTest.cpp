@@ -10,7 +10,6 @@
 namespace {
 
 using namespace Support;
-using Kernova::XTL::Singleton;
 using SandboxTest::HttpAnswer;
 
 class SystemTest : public testing::Test {
@@ -25,7 +24,7 @@ protected:
     {
         Game().Stop();
         EXPECT_EQ(GameServer::Breaches(), 0);
-        EXPECT_EQ(Singleton<CResWaiterMap>::Instance().GetCount(), 0u);
+        EXPECT_EQ(ResWaiterMap().GetCount(), 0u);
     }
 
     GameServer& Game() { return m_game; }
@@ -45,7 +44,7 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         return Count(strClass) == nCount;
     }
-    static std::size_t Lists() { return Singleton<CDataPool>::Instance().GetCount(); }
+    static std::size_t Lists() { return DataPool().GetCount(); }
 
 private:
     // Long enough for every call to wait before its answer comes.
@@ -70,7 +69,7 @@ TEST_F(SystemTest, AnswersAfterTheirCallersFiveSeconds)
     EXPECT_EQ(Game().Checkin("bob").nResult, 0);  // behind everything that was late
     EXPECT_EQ(Count("XC2S_CheckOutReq"), 2u);
     EXPECT_EQ(Sandbox().Sessions().size(), 1u);
-    EXPECT_EQ(Singleton<CUserInfoMap>::Instance().GetCount(), 1u);
+    EXPECT_EQ(UserInfoMap().GetCount(), 1u);
     EXPECT_EQ(Lists(), 0u);
 }
 

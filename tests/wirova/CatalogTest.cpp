@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "wirova/MessageCatalog.h"
 #include "wirova/messages/AllMessages.h"
+#include "wirova/messages/MessageCatalog.h"
 
 namespace {
 

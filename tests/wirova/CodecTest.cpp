@@ -182,16 +182,22 @@ TEST(Codec, NoNumberInAnyMessageMakesItCostly)
     EXPECT_GT(nThrown, 30U);
 }
 
-TEST(Frame, LengthStaysInTheStreamAndMayBeAnything)
+TEST(Frame, TheFrontOfAStreamIsLookedAtAndLeftAlone)
 {
     int32 nLen = 5;
-    ByteStream stream(Wire("FFFFFF"));
-    EXPECT_FALSE(PeekFrameLength(stream, nLen));
+    ByteStream negative(Wire("FFFFFF"));
+    EXPECT_EQ(FrameState::NoLength, NextFrame(negative, 4, nLen));
     EXPECT_EQ(5, nLen);
-    stream.Append(Wire("FE 00"));
-    EXPECT_TRUE(PeekFrameLength(stream, nLen));
+    negative.Append(Wire("FE 00"));
+    EXPECT_EQ(FrameState::Whole, NextFrame(negative, 4, nLen));
     EXPECT_EQ(-2, nLen);
-    EXPECT_EQ(5, stream.Length());
+    EXPECT_EQ(5, negative.Length());
+    ByteStream cut(Wire("00000004 0A0B0C"));
+    EXPECT_EQ(FrameState::NeedMore, NextFrame(cut, 4, nLen));
+    EXPECT_EQ(4, nLen);
+    EXPECT_EQ(FrameState::TooLong, NextFrame(cut, 3, nLen));
+    cut.Append(Wire("0D"));
+    EXPECT_EQ(FrameState::Whole, NextFrame(cut, 4, nLen));
 }
 
 }  // namespace

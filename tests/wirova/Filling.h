@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 // Gives every field the next value of a row, and every vector two elements.
 class Filler {

@@ -5,7 +5,7 @@
 
 #include "tests/wirova/ByteStream.h"
 #include "wirova/Frame.h"
-#include "wirova/MessageCatalog.h"
+#include "wirova/messages/MessageCatalog.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <thread>
 
+#include "base/Logger.h"
 #include "config/ConfigReader.h"
-#include "connector/Logger.h"
 #include "tests/config/SettingsText.h"
 #include "tests/fakeplatform/Fake.h"
 #include "tests/fakeplatform/FakeHost.h"
@@ -35,7 +35,6 @@ protected:
         EXPECT_TRUE(Fake::Alive() == Fake::Counts()) << Fake::Describe(Fake::Alive());
         EXPECT_TRUE(Fake::Violations().empty());
     }
-    static CLogger& Logger() { return Kernova::XTL::Singleton<CLogger>::Instance(); }
     static Settings::Text Port(int nPort)
     {
         return Settings::Text().Set("SERVER_PORT", std::to_string(nPort));

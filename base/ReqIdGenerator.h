@@ -1,0 +1,42 @@
+// The two counters of the library: ids of requests and ids of data handles.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/KernovaXtl.h"
+
+// Any thread. Ids run from 1 to 0xFFFFFFFF and wrap to 1; 0 is never given out.
+class CReqIdGenerator {
+public:
+    std::uint32_t GetNextReqId() { return m_reqId.Next(); }
+    std::uint32_t NextHandleID() { return m_handleId.Next(); }
+
+    // For tests of the wrap.
+    void SetLastReqId(std::uint32_t n) { m_reqId.SetLast(n); }
+    void SetLastHandleId(std::uint32_t n) { m_handleId.SetLast(n); }
+
+private:
+    class Counter {
+    public:
+        std::uint32_t Next()
+        {
+            const Kernova::XTL::ScopedLock lock(m_lock);
+            m_nLast = m_nLast <= 0xFFFFFFFEu ? m_nLast + 1 : 1;
+            return m_nLast;
+        }
+        void SetLast(std::uint32_t n)
+        {
+            const Kernova::XTL::ScopedLock lock(m_lock);
+            m_nLast = n;
+        }
+
+    private:
+        Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+        std::uint32_t m_nLast GUARDED_BY(m_lock) = 0;
+    };
+    Counter m_reqId;
+    Counter m_handleId;
+};
+
+// The one object of the process.
+inline CReqIdGenerator& ReqIdGenerator() { return Kernova::XTL::Singleton<CReqIdGenerator>::Instance(); }

@@ -1,0 +1,102 @@
+#include "comm/in/HandlerTable.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "base/LastErrorCode.h"
+#include "base/Logger.h"
+#include "comm/in/Handlers.h"
+#include "wirova/messages/BaseMessages.h"
+#include "wirova/messages/GameServiceMessages.h"
+#include "wirova/messages/SessionMessages.h"
+#include "wirova/messages/ShopMessages.h"
+#include "wirova/messages/StorageMessages.h"
+
+namespace {
+
+// A text as a template argument.
+template <std::size_t N>
+struct Name {
+    char sz[N];
+    constexpr Name(const char (&text)[N]) { std::copy_n(text, N, sz); }
+};
+
+bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
+{
+    if (msg.Load(pStream))
+        return true;
+    Log::ErrorFmt("[Comm Handler] Failed to load a '%s' msg from a recv stream. [Error code: %d]",
+                  msg.GetMsgName(), LastErrorCode());
+    return false;
+}
+
+// What every handler is around its own work.
+template <class Message, Name kHandler, auto pfnBody>
+bool Handle(Wirova::Stream* pStream, void*, void*)
+{
+    try {
+        Message msg;
+        Log::InfoFmt("[Comm Handler] Type of the msg from a Velkar server is '%s'.", msg.GetMsgName());
+        return LoadLogged(msg, pStream) && pfnBody(msg);
+    } catch (...) {
+        Log::ErrorFmt("[Comm Handler] There is an exception in %s func.", kHandler.sz);
+        return false;
+    }
+}
+
+// Takes the message off the stream and does nothing with it.
+template <class Message>
+bool Drop(const Message&)
+{
+    return true;
+}
+
+struct Row {
+    Wirova::int32 nMsgID;
+    Wirova::MsgHandler pfnHandler;
+};
+template <class Message, Name kHandler, auto pfnBody = &Drop<Message>>
+constexpr Row kRow{Message::kMsgID, &Handle<Message, kHandler, pfnBody>};
+
+constexpr Row kTable[] = {
+    kRow<XS2C_VelkarConnectAns, "OnVelkarAddConnctorAns", &OnVelkarAddConnctorAns>,
+    kRow<XS2C_BillingEventNotice, "OnBillingEventNotice", &OnBillingEventNotice>,
+    kRow<XS2C_NotifyStorageInfo, "OnStorageInfoNotice", &OnStorageInfoNotice>,
+    kRow<XS2C_CheckInAns, "OnCheckinRes", &OnCheckinRes>,
+    kRow<XS2C_CheckInExAns, "OnCheckInExAns", &OnCheckInExAns>,
+    kRow<XS2C_CheckOutAns, "OnCheckOutRes", &OnCheckOutRes>,
+    kRow<XS2C_ChargeAns, "OnChargeRes">,
+    kRow<XS2C_QueryBillingInfoAns, "OnQueryBillingInfoRes", &OnQueryBillingInfoRes>,
+    kRow<XS2C_QueryBillingInfoExAns, "OnQueryBillingInfoExAns", &OnQueryBillingInfoExAns>,
+    kRow<XS2C_UserMoveToAns, "OnUserMoveToRes", &OnUserMoveToRes>,
+    kRow<XS2C_UserMoveFromAns, "OnUserMoveFromRes", &OnUserMoveFromRes>,
+    kRow<XS2C_QueryMenuListAns, "OnQueryMenuListAns", &OnQueryMenuListAns>,
+    kRow<XS2C_QueryProductListAns, "OnQueryProductListAns", &OnQueryProductListAns>,
+    kRow<XS2C_QueryProductDetailAns, "OnQueryProductDetailInfoAns", &OnQueryProductDetailInfoAns>,
+    kRow<XS2C_QueryDiscountAns, "OnQueryDiscountListAns", &OnQueryDiscountListAns>,
+    kRow<XS2C_QueryCoupontAns, "OnSearchCouponAns", &OnSearchCouponAns>,
+    kRow<XS2C_QueryTagAns, "OnQueryTagListAns", &OnQueryTagListAns>,
+    kRow<XS2C_QuerySpecialProductListAns, "OnSearchSpecialProductListAns", &OnSearchSpecialProductListAns>,
+    kRow<XS2C_QuerySpecialProductAns, "OnSearchSpecialProductInfoAns", &OnSearchSpecialProductInfoAns>,
+    kRow<XS2C_SearchStorageAns, "OnSearchStorageAns", &OnSearchStorageAns>,
+    kRow<XS2C_ConfirmReadStorageAns, "OnReadStorageAns", &OnReadStorageAns>,
+    kRow<XC2S_RequestUseStorageAns, "OnUseStorageAns", &OnUseStorageAns>,
+    kRow<XS2C_ConfirmUseStorageAns, "OnConfirmUseStorageAns", &OnConfirmUseStorageAns>,
+    kRow<XS2C_CancelUseStorageAns, "OnCancelUseStorageAns", &OnCancelUseStorageAns>,
+    kRow<XS2C_PurchaseProductAns, "OnPurchaseProductAns", &OnPurchaseProductAns>,
+    kRow<XS2C_QueryRuvcoinAns, "OnQueryRuvCoinInfoAns", &OnQueryRuvCoinInfoAns>,
+    kRow<XS2C_QueryGameMoneyReq, "OnQueryGameMoneyInfoReq", &OnQueryGameMoneyInfoReq>,
+    kRow<XS2C_SpendGameMoneyReq, "OnReduceGameMoneyReq", &OnReduceGameMoneyReq>,
+    kRow<XS2C_QueryInventoryReq, "OnQeuryInventoryInfoReq", &OnQeuryInventoryInfoReq>,
+    kRow<XS2C_SaveInventoryReq, "OnSaveInventoryReq", &OnSaveInventoryReq>,
+    kRow<XS2C_QueryCharacterReq, "OnQeuryCharacterInfoReq", &OnQeuryCharacterInfoReq>,
+};
+static_assert(std::size(kTable) == 31);
+
+}  // namespace
+
+void RegisterHandlers(Wirova::CMsgHandlerTable& table)
+{
+    for (const Row& row : kTable)
+        table.RegisterHandler(row.nMsgID, row.pfnHandler, nullptr);
+}

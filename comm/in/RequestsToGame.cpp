@@ -1,0 +1,214 @@
+// What the service asks of the game: the callback is called here and its answer sent at once.
+#include "base/Logger.h"
+#include "comm/CallGame.h"
+#include "comm/CommHandler.h"
+#include "comm/in/Handlers.h"
+#include "comm/out/FieldCopy.h"
+#include "datapool/DataPool.h"
+#include "session/UserKey.h"
+
+namespace {
+
+constexpr const char* kNoCallback = "Failed to load function pointer for call back operation.";
+
+// Calls the game; a null callback is a failure with its own text and no log line. Runs onFailed when the game
+// was called and reports a failure.
+template <class Request, class Result, class OnFailed>
+void AskGame(void (*pfnCallback)(const Request*, Result*), const Request& req, Result& res, OnFailed onFailed)
+{
+    if (pfnCallback != nullptr) {
+        CallGame(pfnCallback, &req, &res);
+        if (res.bSuccess == 0)
+            onFailed();
+        return;
+    }
+    res.bSuccess = 0;
+    if constexpr (requires { res.szMessage; })
+        CopyText(res.szMessage, kNoCallback);
+    else
+        CopyText(res.szError, kNoCallback);
+}
+
+// pszFormat takes the name of the answer and the Req ID.
+template <class Answer, class Record>
+bool SendAnswer(const Record& arg,
+                const char* pszFormat = "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).")
+{
+    if (CommHandler().SendMessage<Answer>(arg))
+        return true;
+    Log::ErrorFmt(pszFormat, Answer().GetMsgName(), arg.nReqID);
+    return false;
+}
+
+// The request as the game reads it.
+template <class Request, class Message>
+Request MakeReq(const Message& msg)
+{
+    Request req{};
+    CopySameNames(req, msg);
+    if constexpr (requires { req.szUserKey; })
+        CopyText(req.szUserKey, TakeUserKey(msg));
+    if constexpr (requires { req.szRecvUserKey; })
+        CopyText(req.szRecvUserKey, msg.strRecvUserID.empty() ? msg.strRecvUserNo : msg.strRecvUserID);
+    return req;
+}
+
+template <class Answer, class Message, class Request>
+bool AnswerMoney(const Message& msg, const Request& req,
+                 void (*pfnCallback)(const Request*, _GAME_MONEY_RES*))
+{
+    _GAME_MONEY_RES res{};
+    AskGame(pfnCallback, req, res, [&] {
+        Log::DebugFmt(
+            "[Comm Handler] Failed to reduce user's game money.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+            "\tUser No: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(),
+            std::string(FieldText(res.szMessage)).c_str());
+    });
+    _MONEY_SEND arg{};
+    arg.bSuccess = res.bSuccess;
+    CopyText(arg.szMessage, FieldText(res.szMessage));
+    arg.nGameMoney = res.bSuccess == 0 ? -1 : res.nGameMoney;
+    arg.nReqID = msg.nReqID;
+    return SendAnswer<Answer>(arg);
+}
+
+// The game fills a list of T, which lives as long as this.
+template <class Answer, class T, class Message, class Request, class LogFailed>
+bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
+                void (*pfnCallback)(const Request*, _GAME_DATA_RES*), LogFailed logFailed,
+                const char* pszSendFailed)
+{
+    CDataAutoDestroyer autoDestroyer;
+    if (autoDestroyer.Make<T>(nTag) == nullptr)
+        return false;
+    autoDestroyer.InsertNode();
+    _GAME_DATA_RES res{};
+    res.pHandle = autoDestroyer.GetHandle();
+    AskGame(pfnCallback, req, res, [&] { logFailed(std::string(FieldText(res.szMessage)).c_str()); });
+    _LIST_SEND arg{};
+    arg.nReqID = msg.nReqID;
+    // The game may have written over the pointer; the list is the one that it was given.
+    if (res.bSuccess != 0)
+        arg.pHandle = res.pHandle == nullptr ? nullptr : autoDestroyer.GetHandle();
+    CopyText(arg.szMessage, FieldText(res.szMessage));
+    return SendAnswer<Answer>(arg, pszSendFailed);
+}
+
+void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq& msg)
+{
+    for (std::size_t n = 0; n < msg.vecInventory.size(); ++n) {
+        const XInventory& item = *msg.vecInventory[n];
+        _INVENTORY_ITEM_INFO insert{};
+        CopySameNames(insert, item);
+        insert.cUseStatus = '\0';  // always, in an item to be saved
+        node.Add(insert);
+        Log::DebugFmt(
+            "['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
+            "\tPeriod: %d\r\n\tValid Term: %s\r\n\tUse Status: %c\r\n\tPossible Level: %d\r\n"
+            "\tOption Code: %s\r\n\tOption Value: %s",
+            static_cast<int>(n), insert.szItemID, insert.nCount, insert.nUseCount, insert.nPeriod,
+            insert.szValidTerm, insert.cUseStatus, insert.nPossibleLevel, insert.szOptionCode,
+            insert.szOptionValue);
+    }
+}
+
+}  // namespace
+
+bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
+{
+    Log::DebugFmt(
+        "[Comm Handler] 'QueryGameMoneyInfo' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str());
+    return AnswerMoney<XC2S_QueryGameMoneyAns>(
+        msg, MakeReq<_GAME_USER_REQ>(msg),
+        CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryGameMoney>());
+}
+
+bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg)
+{
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_SpendGameMoneyReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s\r\n\tGame money: %d",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nGameMoney);
+    return AnswerMoney<XC2S_SpendGameMoneyAns>(
+        msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
+        CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnSpendGameMoney>());
+}
+
+bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
+{
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_QueryInventoryReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tCharacter ID: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
+        msg.strUserNo.c_str(), msg.strCharacterID.c_str());
+    const auto logFailed = [&](const char* pszMessage) {
+        Log::DebugFmt(
+            "[Comm Handler] Failed to search user's inventory.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n"
+            "\tUser No: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), pszMessage);
+    };
+    return AnswerList<XC2S_QueryInventoryAns, _INVENTORY_ITEM_INFO>(
+        msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
+        CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryInventory>(), logFailed,
+        "[Comm Handler] Failed to send a '%s' msg(Req ID: d).");  // without the number, as it has always been
+}
+
+bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)
+{
+    Log::DebugFmt(
+        "[Comm Handler] 'XS2C_QueryCharacterReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
+        "\tServer ID: %s\r\n\tSearch type: %c\r\n\tSearch value: %s",
+        msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.cSearchType,
+        msg.strSearchValue.c_str());
+    const auto logFailed = [&](const char* pszMessage) {
+        Log::DebugFmt(
+            "[Comm Handler] Failed to search user's characters.\r\n\tReq ID: %d\r\n"
+            "\tUser ID or User No or Character ID: %s\r\n\tError message: %s",
+            msg.nReqID, msg.strSearchValue.c_str(), pszMessage);
+    };
+    return AnswerList<XC2S_QueryCharacterAns, _CHARACTER_INFO>(
+        msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter,
+        CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
+        "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).");
+}
+
+bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
+{
+    Log::DebugFmt(
+        "[Comm Handler] 'SaveInventory' msg contents.\r\n\tMsg ID: %d\r\n\tGame ID: %s\r\n"
+        "\tOrder seq: %d\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
+        "\tRecv user ID: %s\r\n\tRecv user No: %s\r\n\tRecv server ID: %s\r\n\tRecv character ID: %s\r\n"
+        "\tGift message: %s\r\n\tPrice: %d",
+        msg.nReqID, msg.strGameID.c_str(), msg.nOrderSeq, msg.strUserID.c_str(), msg.strUserNo.c_str(),
+        msg.strServerID.c_str(), msg.strCharacterID.c_str(), msg.strRecvUserID.c_str(),
+        msg.strRecvUserNo.c_str(), msg.strRecvServerID.c_str(), msg.strRecvCharacterID.c_str(),
+        msg.strGiftMessage.c_str(), msg.nPrice);
+    CDataAutoDestroyer autoDestroyer;
+    auto* const pNode = autoDestroyer.Make<_INVENTORY_ITEM_INFO>(DataTag::kSaveInventory);
+    if (pNode == nullptr)
+        return false;
+    AddItems(*pNode, msg);
+    autoDestroyer.InsertNode();
+    auto req = MakeReq<_SAVE_INVENTORY_REQ>(msg);
+    req.pHandle = autoDestroyer.GetHandle();
+    _RESULT_RES res{};
+    AskGame(CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnSaveInventory>(), std::as_const(req), res,
+            [&] {
+                Log::DebugFmt(
+                    "[Comm Handler] Failed to save item info in user's inventory.\r\n\tReq ID: %d\r\n"
+                    "\tUser ID: %s\r\n\tUser No: %s\r\n\tRecv User ID: %s\r\n\tRecv User No: %s\r\n"
+                    "\tError message: %s",
+                    msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strRecvUserID.c_str(),
+                    msg.strRecvUserNo.c_str(), std::string(FieldText(res.szError)).c_str());
+            });
+    _SAVE_SEND arg{};
+    arg.bSuccess = res.bSuccess;
+    CopyText(arg.szMessage, FieldText(res.szError));
+    arg.nReqID = msg.nReqID;
+    return SendAnswer<XC2S_SaveInventoryAns>(arg);
+}

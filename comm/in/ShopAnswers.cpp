@@ -1,0 +1,105 @@
+// Answers of the shop.
+#include "comm/in/Handlers.h"
+#include "comm/in/ListAnswer.h"
+
+// handler, message, list, tag, record, response, the call's name, the empty list's text, what follows the
+// refusal's and the contents' lines
+#define LIST_ANSWER(handler, message, list, tag, record, response, call, empty, refusedTail, contentsTail) \
+    bool handler(message& msg)                                                                             \
+    {                                                                                                      \
+        return CompleteList<tag, record, response>(                                                        \
+            msg, msg.list,                                                                                 \
+            {"[Comm Handler] '" call "(Req ID: %d)' request failed." refusedTail,                          \
+             empty " in '" #message "' msg.",                                                              \
+             "[Comm Handler] " call "(Req ID: %d)' msg contents." contentsTail});                          \
+    }
+LIST_ANSWER(OnQueryMenuListAns, XS2C_QueryMenuListAns, vecMenu, DataTag::kMenu, _MENU_INFO, _LIST_RES,
+            "QueryMenuList", "There is no menu list info", "", "")
+LIST_ANSWER(OnQueryProductListAns, XS2C_QueryProductListAns, vecProduct, DataTag::kProductList,
+            _PROD_LIST_INFO, _PRODUCT_LIST_RES, "QueryProductList", "There is no product list info",
+            " State: %d Count: %d Msg: %s", "")
+LIST_ANSWER(OnQueryDiscountListAns, XS2C_QueryDiscountAns, vecDiscount, DataTag::kDiscount, _DISCOUNT_INFO,
+            _LIST_RES, "QueryDiscountList", "There is no discount info", "", "\r\n\tPrice: %d")
+LIST_ANSWER(OnQueryTagListAns, XS2C_QueryTagAns, vecTag, DataTag::kTag, _TAG_INFO, _LIST_RES, "QueryTagList",
+            "There is no tag info", "", "")
+LIST_ANSWER(OnSearchCouponAns, XS2C_QueryCoupontAns, vecCoupon, DataTag::kCoupon, _COUPON_INFO, _LIST_RES,
+            "QueryCouponList", "There is no coupon list info", "", "")
+LIST_ANSWER(OnSearchSpecialProductListAns, XS2C_QuerySpecialProductListAns, vecSpecialProductList,
+            DataTag::kSpecialProductList, _SPECIAL_PRODUCT_LIST_INFO, _LIST_RES, "QuerySpecialProductList",
+            "There is no special product list info", "", "")
+LIST_ANSWER(OnSearchSpecialProductInfoAns, XS2C_QuerySpecialProductAns, vecSpecialProduct,
+            DataTag::kSpecialProduct, _SPECIAL_PRODUCT_INFO, _LIST_RES, "QuerySpecialProductInfo",
+            "There is no special product info", "", "")
+LIST_ANSWER(OnSearchStorageAns, XS2C_SearchStorageAns, vecStorage, DataTag::kStorage, _STORAGE_INFO,
+            _LIST_RES, "SearchStorage", "There is no item info", "", "")
+
+namespace {
+
+void LogDetail(const XS2C_QueryProductDetailAns& msg, const _PRODUCT_DETAIL_RES& res)
+{
+    Log::DebugFmt(
+        "[Comm Handler] QueryProductDetailInfo(Req ID: %d)' msg contents.\r\n\tBranch ID: %s\r\n"
+        "\tProduct ID: %s\r\n\tProduct Name: %s\r\n\tProduct detail desc: %s\r\n\tImage URL: %s\r\n"
+        "\tMovie URL: %s\r\n\tDirection: %s\r\n\tCoupon use type: %c\r\n\tDiscount type: %c",
+        msg.nReqID, res.szBranchID, res.szProductID, res.szProductName, res.szProductDetailDesc,
+        res.szImageURL, res.szMovieURL, res.szDirection, res.cCouponUseType, res.cDiscountType);
+}
+
+// Gives the list away; null, and the list stays with its destroyer, if it is empty.
+template <class Rows>
+_DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
+{
+    if (rows.empty())
+        return nullptr;
+    list.Disarm();
+    return list.GetHandle();
+}
+
+}  // namespace
+
+// Unlike the others this one gives its lists away before it knows whether anybody waits: those of a late
+// answer stay in the pool until it is emptied.
+bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
+{
+    CDataAutoDestroyer children, conditions, options;
+    auto* const pChildren = children.Make<_CHILDPROD_INFO>(DataTag::kChildProduct);
+    auto* const pConditions = conditions.Make<_CONDITION_INFO>(DataTag::kCondition);
+    auto* const pOptions = options.Make<_OPTION_INFO>(DataTag::kOption);
+    if (pChildren == nullptr || pConditions == nullptr || pOptions == nullptr)
+        return false;
+    if (msg.nState != 0 || msg.vecChildProduct.empty()) {
+        Log::DebugFmt("[Comm Handler] 'QueryProductDetailInfo(Req ID: %d)' request failed.", msg.nReqID);
+        return CompleteRefused<_PRODUCT_DETAIL_RES>(
+            msg, "There is no product list info in 'queryProductDetailInfoAnsMsg' msg.");
+    }
+    _PRODUCT_DETAIL_RES res{};
+    CopySameNames(res, msg);
+    LogDetail(msg, res);
+    FileRows(children, *pChildren, msg.vecChildProduct);
+    FileRows(conditions, *pConditions, msg.vecCondition);
+    FileRows(options, *pOptions, msg.vecOption);
+    res.bSuccess = 1;
+    res.hChildProduct = HandOver(children, msg.vecChildProduct);
+    res.hCondition = HandOver(conditions, msg.vecCondition);
+    res.hOption = HandOver(options, msg.vecOption);
+    if (ResWaiterMap().CompleteWaiter<XS2C_QueryProductDetailAns>(msg.nReqID, res))
+        return true;
+    ForEachList(res, [](_DATA_HANDLE* pHandle) {
+        if (pHandle != nullptr)
+            DataPool().KeepOrphan(pHandle);
+    });
+    return false;
+}
+
+bool OnQueryRuvCoinInfoAns(const XS2C_QueryRuvcoinAns& msg)
+{
+    _RUVCOIN_RES res{};
+    res.bSuccess = msg.nState == 0 && msg.nRuvCoin >= 0;
+    if (res.bSuccess == 0)
+        CopyText(res.szError, msg.strMessage);
+    res.nRuvCoin = msg.nRuvCoin;
+    ResWaiterMap().CompleteWaiter<XS2C_QueryRuvcoinAns>(msg.nReqID, res);
+    Log::DebugFmt("[Comm Handler] QueryRuvCoinInfo(Req ID: %d)' msg contents.\r\n\tRuv coin: %d", msg.nReqID,
+                  msg.nRuvCoin);
+    return true;
+}

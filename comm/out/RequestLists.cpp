@@ -1,0 +1,84 @@
+// The lists that storage and purchase requests carry.
+#include <stdexcept>
+
+#include "comm/out/Builders.h"
+#include "datapool/DataPool.h"
+
+namespace {
+
+template <class T>
+std::shared_ptr<CDataNode<T>> ListOf(const _DATA_HANDLE* pHandle)
+{
+    return pHandle == nullptr ? nullptr : DataPool().FindListOf<T>(pHandle->nHandleID);
+}
+
+// Rows is a list of numbers or of records.
+template <class T, class Rows>
+Built PutRows(Rows& rows, const _DATA_HANDLE* pHandle)
+{
+    const auto pNode = ListOf<T>(pHandle);
+    if (pNode == nullptr)
+        return Built::Failed;
+    pNode->ForEach([&](const T& record) {
+        if constexpr (std::is_same_v<typename Rows::value_type, Wirova::int32>)
+            rows.push_back(record.nStorageSeq);
+        else
+            CopySameNames(rows.Add(), record);
+    });
+    return Built::Ready;
+}
+
+// A code and a value, of a coupon's row or an option's.
+struct Pair {
+    std::string_view first, second;
+};
+Pair PairOf(const _USE_COUPON_INFO& row) { return {CutText(row.szCouponUseID), CutText(row.szCouponCode)}; }
+Pair PairOf(const _USE_OPTION_INFO& row) { return {CutText(row.szOptionCode), CutText(row.szOptionValue)}; }
+
+// Both kinds of rows look alike, and no purchase has ever asked which of them a handle holds.
+template <class Put>
+bool ForEachPair(const _DATA_HANDLE* pHandle, Put put)
+{
+    const auto putAll = [&](const auto& pNode) {
+        if (pNode == nullptr)
+            return false;
+        pNode->ForEach([&](const auto& row) { put(PairOf(row)); });
+        return true;
+    };
+    return putAll(ListOf<_USE_COUPON_INFO>(pHandle)) || putAll(ListOf<_USE_OPTION_INFO>(pHandle));
+}
+
+}  // namespace
+
+Built PutLists(XC2S_RequestUseStorageReq& msg, const _STORAGE_USE_REQ& record)
+{
+    return PutRows<_USE_STORAGE_INFO>(msg.vecStorageUse, record.hUseStorage);
+}
+Built PutLists(XC2S_ConfirmUseStorageReq& msg, const _STORAGE_USE_REQ& record)
+{
+    return PutRows<_CONFIRM_USE_STORAGE_INFO>(msg.vecStorageSeq, record.hUseStorage);
+}
+Built PutLists(XC2S_CancelUseStorageReq& msg, const _STORAGE_USE_REQ& record)
+{
+    return PutRows<_CONFIRM_USE_STORAGE_INFO>(msg.vecStorageSeq, record.hUseStorage);
+}
+
+Built PutLists(XC2S_PurchaseProductReq& msg, const _PURCHASE_REQ& record)
+{
+    if (record.hUseOption != nullptr && record.hUseCoupon == nullptr)
+        throw std::invalid_argument("an option handle without a coupon handle");
+    if (record.hUseCoupon == nullptr)
+        return Built::Ready;
+    const bool bPut = ForEachPair(record.hUseCoupon, [&](const Pair& pair) {
+        auto& coupon = msg.vecUseCoupon.Add();
+        coupon.strCouponUseID = pair.first;
+        coupon.strCouponCode = pair.second;
+        // The options have always been read from the coupon handle, too.
+        if (record.hUseOption != nullptr) {
+            auto& option = msg.vecUseOption.Add();
+            option.strOptionCode = pair.first;
+            option.strOptionValue = pair.second;
+        }
+    });
+    return bPut ? Built::Ready : Built::Failed;
+}

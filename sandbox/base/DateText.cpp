@@ -1,0 +1,54 @@
+#include "sandbox/base/DateText.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Sandbox {
+
+std::string FormatDate(std::time_t time)
+{
+    std::tm tm{};
+    localtime_r(&time, &tm);
+    char szDate[16];
+    return {szDate, std::strftime(szDate, sizeof(szDate), "%Y%m%d%H%M%S", &tm)};
+}
+
+std::string FormatTimestamp(std::chrono::system_clock::time_point time)
+{
+    using namespace std::chrono;
+    const std::time_t seconds = system_clock::to_time_t(time);
+    const auto nMillisecond = duration_cast<milliseconds>(time.time_since_epoch()).count() % 1000;
+    std::tm tm{};
+    gmtime_r(&seconds, &tm);
+    char szDay[32], szAll[48];
+    std::strftime(szDay, sizeof(szDay), "%Y-%m-%dT%H:%M:%S", &tm);
+    std::snprintf(szAll, sizeof(szAll), "%s.%03dZ", szDay, static_cast<int>(nMillisecond));
+    return szAll;
+}
+
+std::optional<std::time_t> ParseDate(const std::string& strDate)
+{
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    if (strDate.size() != 14 || !std::all_of(strDate.begin(), strDate.end(), isDigit))
+        return std::nullopt;
+    const auto number = [&](std::size_t nPos, std::size_t nLength) {
+        return std::stoi(strDate.substr(nPos, nLength));
+    };
+    std::tm tm{};
+    tm.tm_year = number(0, 4) - 1900;
+    tm.tm_mon = number(4, 2) - 1;
+    tm.tm_mday = number(6, 2);
+    tm.tm_hour = number(8, 2);
+    tm.tm_min = number(10, 2);
+    tm.tm_sec = number(12, 2);
+    tm.tm_isdst = -1;
+    const std::tm asked = tm;
+    const std::time_t time = std::mktime(&tm);
+    // mktime turns the 31st of April into the 1st of May. The hour may differ where the clocks are put on.
+    const bool bExists = tm.tm_year == asked.tm_year && tm.tm_mon == asked.tm_mon &&
+                         tm.tm_mday == asked.tm_mday && tm.tm_min == asked.tm_min &&
+                         tm.tm_sec == asked.tm_sec;
+    return bExists ? std::optional(time) : std::nullopt;
+}
+
+}  // namespace Sandbox

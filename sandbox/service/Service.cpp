@@ -1,0 +1,186 @@
+#include "sandbox/service/Service.h"
+
+#include <string_view>
+
+#include "wirova/messages/MessageCatalog.h"
+
+namespace Sandbox {
+namespace {
+
+// What may come before the registration: connectors let their first heartbeat overtake it.
+template <class Req>
+constexpr bool kAnytime = std::same_as<Req, XC2S_VelkarConnectReq> || std::same_as<Req, XC2S_Heartbeat>;
+
+constexpr char kRegisterFirst[] = "This connector is not registered.";
+
+}  // namespace
+
+// A request with an answer.
+template <class Req, class Ans, void (Service::*Handler)(Service::Call&, const Req&, Ans&)>
+struct Service::RowOf<Handler> {
+    static void Run(Service& service, Call& call, Wirova::Stream* body)
+    {
+        Req req;
+        service.Receive(call, req, body);
+        Ans ans;
+        Echo(req, ans);
+        const auto refuse = [&](int nResult, const char* pszText) {
+            ans.Clear();
+            Echo(req, ans);
+            SetRefusal(ans, nResult, pszText);
+        };
+        if (call.pConnector == nullptr && !kAnytime<Req>) {
+            refuse(kNotRegistered, kRegisterFirst);
+        } else {
+            try {
+                service.Commit(call, [&] { (service.*Handler)(call, req, ans); });
+            } catch (const Refusal& refusal) {
+                call.vecAnswered.clear();
+                refuse(refusal.GetResult(), refusal.what());
+            } catch (const StoreError& e) {
+                call.vecAnswered.clear();
+                service.m_console.Say(std::string("The database has failed: ") + e.what());
+                refuse(kStoreFailed, "The sandbox's database has failed.");
+            }
+        }
+        service.m_traffic.Send(call.link, ans);
+        try {
+            for (const auto& answered : call.vecAnswered)
+                answered();
+        } catch (const StoreError& e) {
+            service.m_console.Say(std::string("The database has failed: ") + e.what());
+        }
+    }
+    static constexpr Row kRow{Req::kMsgID, Run};
+};
+
+// A message without one.
+template <class Req, void (Service::*Handler)(Service::Call&, const Req&)>
+struct Service::RowOf<Handler> {
+    static void Run(Service& service, Call& call, Wirova::Stream* body)
+    {
+        Req req;
+        service.Receive(call, req, body);
+        if (call.pConnector == nullptr && !kAnytime<Req>) {
+            service.m_console.Say(call.link.GetName() + ": a " + req.GetMsgName() +
+                                  " before the registration is dropped");
+            return;
+        }
+        try {
+            service.Commit(call, [&] { (service.*Handler)(call, req); });
+        } catch (const StoreError& e) {
+            service.m_console.Say(std::string("The database has failed: ") + e.what());
+        }
+    }
+    static constexpr Row kRow{Req::kMsgID, Run};
+};
+
+const Service::Row Service::kRows[] = {
+    RowOf<&Service::Heartbeat>::kRow,
+    RowOf<&Service::VelkarConnect>::kRow,
+    RowOf<&Service::FailedCheckOut>::kRow,
+    RowOf<&Service::UserListSync>::kRow,
+    RowOf<&Service::CheckIn>::kRow,
+    RowOf<&Service::CheckInEx>::kRow,
+    RowOf<&Service::CheckOut>::kRow,
+    RowOf<&Service::QueryBillingInfo>::kRow,
+    RowOf<&Service::QueryBillingInfoEx>::kRow,
+    RowOf<&Service::UserMoveTo>::kRow,
+    RowOf<&Service::UserMoveFrom>::kRow,
+    RowOf<&Service::Charge>::kRow,
+    RowOf<&Service::QueryMenuList>::kRow,
+    RowOf<&Service::QueryProductList>::kRow,
+    RowOf<&Service::QueryProductDetail>::kRow,
+    RowOf<&Service::QueryDiscount>::kRow,
+    RowOf<&Service::QueryCoupont>::kRow,
+    RowOf<&Service::QueryTag>::kRow,
+    RowOf<&Service::QuerySpecialProductList>::kRow,
+    RowOf<&Service::QuerySpecialProduct>::kRow,
+    RowOf<&Service::QueryRuvcoin>::kRow,
+    RowOf<&Service::SearchStorage>::kRow,
+    RowOf<&Service::ConfirmReadStorage>::kRow,
+    RowOf<&Service::RequestUseStorage>::kRow,
+    RowOf<&Service::ConfirmUseStorage>::kRow,
+    RowOf<&Service::CancelUseStorage>::kRow,
+    RowOf<&Service::PurchaseProduct>::kRow,
+};
+
+Service::Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
+                 const Console& console, const IClock& clock, bool bSaveOnPurchase)
+    : m_store(store),
+      m_registry(registry),
+      m_traffic(traffic),
+      m_triggers(triggers),
+      m_log(log),
+      m_console(console),
+      m_clock(clock),
+      m_catalogue(store.GetCatalogue()),
+      m_ledger(store.GetLedger()),
+      m_bSaveOnPurchase(bSaveOnPurchase)
+{
+}
+
+void Service::Handle(Link& link, Wirova::Stream* body)
+{
+    m_traffic.Receive(link, body,
+                      [this, &link](Wirova::Stream* whole, const std::vector<std::string>& vecFaults) {
+                          Serve(link, whole, vecFaults);
+                      });
+}
+
+void Service::Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults)
+{
+    const Wirova::int32 nMsgID = PeekMsgID(body);
+    Call call{link, link.GetConnector(), vecFaults, {}, {}};
+    for (const Row& row : kRows) {
+        if (row.nMsgID == nMsgID)
+            return row.run(*this, call, body);
+    }
+    OtherMessage(call, nMsgID, body);
+}
+
+template <class Req>
+void Service::Receive(Call& call, Req& req, Wirova::Stream* body)
+{
+    LoadBody(req, body);
+    m_log.Record(call.link.GetName(), Direction::FromConnector, req, call.vecFaults);
+}
+
+template <class Work>
+void Service::Commit(Call& call, const Work& work)
+{
+    Transaction transaction = m_store.Begin();
+    work();
+    transaction.Commit();
+    for (const auto& after : call.vecAfter)
+        after();
+}
+
+// An answer to a request of the service goes to who waits for it. What nobody here has a handler for is
+// shown and dropped.
+void Service::OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body)
+{
+    const auto msg = Wirova::MakeMessage(nMsgID);
+    if (msg == nullptr)
+        throw ProtocolError("there is no message with the id " + std::to_string(nMsgID));
+    Receive(call, *msg, body);
+    if (m_triggers.OnAnswer(call.link, *msg))
+        return;
+    if (Triggers::IsAnswer(nMsgID)) {
+        m_console.Say(call.link.GetName() + ": nobody waits for this " + msg->GetMsgName());
+        return;
+    }
+    m_console.Say(call.link.GetName() + ": a " + msg->GetMsgName() +
+                  " is not served here and stays unanswered");
+}
+
+char SearchType(char cType, const char* pszKnown)
+{
+    if (cType == '\0' || cType == ' ')
+        return 'A';
+    if (std::string_view(pszKnown).find(cType) == std::string_view::npos)
+        throw Refusal(kBadSearch, std::string("The search type is none of ") + pszKnown + ".");
+    return cType;
+}
+
+}  // namespace Sandbox

@@ -1,0 +1,145 @@
+// Purchases, and what follows a booked one: the notice of a gift, the order to the game to save it.
+#include <memory>
+
+#include "sandbox/service/Cashier.h"
+#include "sandbox/service/Service.h"
+
+namespace Sandbox {
+
+// A purchase that is booked. Outlives its request.
+struct Service::Delivered {
+    XC2S_PurchaseProductReq req;
+    Sale sale;
+    User buyer;
+    User receiver;
+    Session session;  // the receiver's, at the time of the purchase
+};
+
+void Service::PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS2C_PurchaseProductAns& ans)
+{
+    RequireGame(req.strGameID);
+    auto pDelivered = std::make_shared<Delivered>();
+    const User& buyer = pDelivered->buyer = RequireUser(KeyOf(req));
+    User& receiver = pDelivered->receiver = buyer;
+    if (!req.strRecvUserID.empty() || !req.strRecvUserNo.empty()) {
+        const UserKey key =
+            req.strRecvUserID.empty() ? UserKey{req.strRecvUserNo, true} : UserKey{req.strRecvUserID, false};
+        const auto found = m_store.FindUser(key);
+        if (!found)
+            throw Refusal(kUnknownReceiver, "There is no user " + Quoted(key.strText) + " to receive it.");
+        receiver = *found;
+    }
+    const Sale& sale = pDelivered->sale = Cashier(m_store, m_clock).Sell(req, buyer, receiver);
+    ans.nOrderSeq = sale.nOrderSeq;
+    ans.nBuyPrice = sale.nPrice;
+
+    const auto session = m_store.FindSessionOf(receiver.nID);
+    const bool bGift = receiver.nID != buyer.nID;
+    const bool bSave = sale.bSave || m_bSaveOnPurchase;
+    if (!session || session->nMovingSince != 0 || LinkOf(*session) == nullptr || !(bGift || bSave))
+        return;
+    pDelivered->session = *session;
+    pDelivered->req.strGameID = req.strGameID;
+    pDelivered->req.strServerID = req.strServerID;
+    pDelivered->req.strCharacterID = req.strCharacterID;
+    pDelivered->req.strGiftMessage = req.strGiftMessage;
+    if (bSave) {
+        // Nobody else may move them meanwhile.
+        const std::time_t until = m_clock.Now() + kReserveSeconds;
+        for (const std::int64_t nSeq : sale.vecEntries)
+            m_ledger.Reserve(nSeq, until, sale.strServerID, sale.strCharacterID);
+        call.vecAnswered.push_back([this, pDelivered] { AskToSave(pDelivered); });
+    } else {
+        call.vecAnswered.push_back([this, pDelivered] { NotifyStorage(*pDelivered); });
+    }
+}
+
+Link* Service::LinkOf(const Session& session)
+{
+    const Connector* const pConnector = m_registry.Find(session.nConnector);
+    return pConnector != nullptr && pConnector->pLink != nullptr && pConnector->pLink->IsOpen()
+               ? pConnector->pLink
+               : nullptr;
+}
+
+void Service::NotifyStorage(const Delivered& delivered)
+{
+    Link* const pLink = LinkOf(delivered.session);
+    if (pLink == nullptr)
+        return;
+    XS2C_NotifyStorageInfo notice;
+    notice.strGameID = delivered.req.strGameID;
+    notice.strServerID = delivered.sale.strServerID;
+    (delivered.session.bByNumber ? notice.strUserNo : notice.strUserID) =
+        delivered.session.bByNumber ? delivered.session.strUserNo : delivered.session.strUserID;
+    notice.strCharacterID = delivered.sale.strCharacterID;
+    notice.nItemCnt = static_cast<int>(delivered.sale.vecEntries.size());
+    m_traffic.Send(*pLink, notice);
+}
+
+void Service::AskToSave(const std::shared_ptr<Delivered>& pDelivered)
+{
+    const auto& [shown, sale, buyer, receiver, session] = *pDelivered;
+    Link* const pLink = LinkOf(session);
+    if (pLink == nullptr)
+        return OnSaved(*pDelivered, nullptr, "The connector has no link.");
+    XS2C_SaveInventoryReq req;
+    req.strGameID = shown.strGameID;
+    req.nOrderSeq = sale.nOrderSeq;
+    (session.bByNumber ? req.strUserNo : req.strUserID) =
+        session.bByNumber ? buyer.strUserNo : buyer.strUserID;
+    req.strServerID = shown.strServerID;
+    req.strCharacterID = shown.strCharacterID;
+    (session.bByNumber ? req.strRecvUserNo : req.strRecvUserID) =
+        session.bByNumber ? receiver.strUserNo : receiver.strUserID;
+    req.strRecvServerID = sale.strServerID;
+    req.strRecvCharacterID = sale.strCharacterID;
+    req.strGiftMessage = shown.strGiftMessage;
+    req.nPrice = sale.nPrice;
+    for (const std::int64_t nSeq : sale.vecEntries) {
+        Entry entry;
+        if (!m_ledger.FindEntry(nSeq, entry))
+            continue;
+        XInventory& item = req.vecInventory.Add();
+        item.strItemID = entry.row.strItemID;
+        item.nCount = entry.row.nCount;
+        item.nUseCount = entry.row.nUseCount;
+        item.nPeriod = entry.row.nPeriod;
+        item.nPossibleLevel = entry.row.nPossibleLevel;
+        item.strValidTerm = entry.row.strValidTerm;
+        item.cUseStatus = 'N';
+        item.strOptionCode = entry.row.strOptionCode;
+        item.strOptionValue = entry.row.strOptionValue;
+    }
+    m_triggers.Ask(*pLink, req, kSavePatience,
+                   [this, pDelivered](const Wirova::IMessage* pAnswer, int, const std::string& strWhy) {
+                       OnSaved(*pDelivered, pAnswer, strWhy);
+                   });
+}
+
+// Saved: the entries have been moved. Not saved, or nobody knows: they wait in the box.
+void Service::OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswer, const std::string& strWhy)
+{
+    const auto* const pSaved = dynamic_cast<const XC2S_SaveInventoryAns*>(pAnswer);
+    const bool bSaved = pSaved != nullptr && pSaved->nState == 0;
+    try {
+        Transaction transaction = m_store.Begin();
+        for (const std::int64_t nSeq : delivered.sale.vecEntries) {
+            Entry entry;
+            if (m_ledger.FindEntry(nSeq, entry) && entry.state == EntryState::Reserved)
+                m_ledger.SetState(nSeq, bSaved ? EntryState::Used : EntryState::Waiting);
+        }
+        transaction.Commit();
+    } catch (const StoreError& e) {
+        m_console.Say(std::string("The database has failed: ") + e.what());
+        return;
+    }
+    if (bSaved)
+        return;
+    m_console.Note("order " + std::to_string(delivered.sale.nOrderSeq) + " waits in the storage box: " +
+                   (pSaved != nullptr ? Printable(pSaved->strMessage) : strWhy));
+    if (delivered.receiver.nID != delivered.buyer.nID)
+        NotifyStorage(delivered);
+}
+
+}  // namespace Sandbox

@@ -1,0 +1,214 @@
+#include "sandbox/wire/Link.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Sandbox {
+namespace {
+
+constexpr std::size_t kMaxWrite = 256 * 1024;  // bytes that one write gathers, or one frame
+
+std::string AddressOf(const asio::ip::tcp::socket& socket)
+{
+    asio::error_code error;
+    const auto endpoint = socket.remote_endpoint(error);
+    return error ? "(gone)" : endpoint.address().to_string() + ':' + std::to_string(endpoint.port());
+}
+
+}  // namespace
+
+Link::Link(asio::ip::tcp::socket socket, IOwner& owner, const IClock& clock)
+    : m_socket(std::move(socket)),
+      m_timer(m_socket.get_executor()),
+      m_owner(owner),
+      m_clock(clock),
+      m_strName(AddressOf(m_socket)),
+      m_msStarted(clock.Milliseconds()),
+      m_msHeard(m_msStarted),
+      m_input(MakeStream()),
+      m_holdTimer(m_socket.get_executor())
+{
+}
+
+void Link::Start()
+{
+    asio::error_code ignored;
+    m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    Read();
+}
+
+void Link::SetConnector(Connector* pConnector, const std::string& strName)
+{
+    m_pConnector = pConnector;
+    m_strName = strName;
+}
+
+void Link::Close(const std::string& strWhy)
+{
+    if (!m_bOpen)
+        return;
+    m_bOpen = false;
+    const auto self = shared_from_this();  // the owner may let go of it
+    asio::error_code ignored;
+    m_socket.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
+    m_socket.close(ignored);
+    m_timer.cancel();
+    m_holdTimer.cancel();
+    m_mapQueue.clear();
+    m_owner.OnClosed(*this, strWhy);
+}
+
+void Link::Read()
+{
+    if (!m_bOpen || m_bReading || IsPaused())
+        return;
+    m_bReading = true;
+    const auto self = shared_from_this();
+    m_socket.async_read_some(asio::buffer(m_arrInput),
+                             [this, self](asio::error_code error, std::size_t nRead) {
+                                 m_bReading = false;
+                                 if (m_bOpen)
+                                     OnRead(error, static_cast<int>(nRead));
+                             });
+}
+
+void Link::OnRead(const asio::error_code& error, int nRead)
+{
+    if (error == asio::error::eof) {
+        const bool bMidway = Strova::GetLength(m_input.get()) > 0;
+        return Close(bMidway ? "the peer closed it in the middle of a frame" : "the peer closed it");
+    }
+    if (error)
+        return Close(error.message());
+    m_msHeard = m_clock.Milliseconds();
+    if (Strova::Write(m_input.get(), m_arrInput.data(), nRead) != nRead)
+        return Close("out of memory");
+    TakeFrames();
+}
+
+// Also goes on with what a pause has left over.
+void Link::TakeFrames()
+{
+    Guard([this] {
+        while (m_bOpen && !IsPaused()) {
+            const StreamPtr body = TakeBody(m_input.get());
+            if (body == nullptr)
+                break;
+            m_owner.OnFrame(*this, body.get());
+        }
+    });
+    Read();
+}
+
+void Link::Guard(const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const ProtocolError& e) {
+        Close(std::string("protocol broken: ") + e.what());
+    } catch (const std::exception& e) {
+        Close(std::string("internal failure: ") + e.what());
+    }
+}
+
+void Link::Post(std::string strBytes, const Delivery& delivery)
+{
+    if (!m_bOpen)
+        return;
+    m_nQueuedBytes += strBytes.size();
+    if (m_nQueuedBytes > kMaxQueuedBytes)
+        return Close("the peer does not read: " + std::to_string(m_nQueuedBytes) + " bytes wait for it");
+    strBytes.insert(0, std::exchange(m_strHeld, {}));
+    m_holdTimer.cancel();
+    if (delivery.hold.count() == 0)
+        return Enqueue(std::move(strBytes), delivery);
+    m_strHeld = std::move(strBytes);
+    m_holdTimer.expires_after(delivery.hold);
+    m_holdTimer.async_wait([this, self = shared_from_this()](asio::error_code error) {
+        if (!error)
+            ReleaseHeld();
+    });
+}
+
+void Link::ReleaseHeld()
+{
+    if (m_bOpen && !m_strHeld.empty())
+        Enqueue(std::exchange(m_strHeld, {}), {});
+}
+
+void Link::Enqueue(std::string strBytes, const Delivery& delivery)
+{
+    m_mapQueue.emplace(std::chrono::steady_clock::now() + delivery.delay,
+                       Item{std::move(strBytes), delivery.nPiece, delivery.bLast});
+    Write();
+}
+
+void Link::Write()
+{
+    if (!m_bOpen || m_bWriting || m_mapQueue.empty())
+        return;
+    const Due now = std::chrono::steady_clock::now();
+    if (m_mapQueue.begin()->first > now) {
+        m_timer.expires_at(m_mapQueue.begin()->first);
+        m_timer.async_wait([this, self = shared_from_this()](asio::error_code error) {
+            if (!error)
+                Write();
+        });
+        return;
+    }
+    TakeDueItems(now);
+    m_bWriting = true;
+    m_nWritten = m_nPieces = 0;
+    WriteNextPiece();
+}
+
+void Link::TakeDueItems(Due now)
+{
+    auto it = m_mapQueue.begin();
+    m_writing = std::move(it->second);
+    it = m_mapQueue.erase(it);
+    if (!m_writing.IsPlain())
+        return;
+    while (it != m_mapQueue.end() && it->first <= now && it->second.IsPlain() &&
+           m_writing.strBytes.size() + it->second.strBytes.size() <= kMaxWrite) {
+        m_writing.strBytes += it->second.strBytes;
+        it = m_mapQueue.erase(it);
+    }
+}
+
+void Link::WriteNextPiece()
+{
+    std::size_t nBytes = m_writing.strBytes.size() - m_nWritten;
+    if (m_writing.nPiece != 0 && ++m_nPieces < kMaxPieces)
+        nBytes = std::min(nBytes, m_writing.nPiece);
+    asio::async_write(m_socket, asio::buffer(m_writing.strBytes.data() + m_nWritten, nBytes),
+                      [this, self = shared_from_this(), nBytes](asio::error_code error, std::size_t) {
+                          if (!m_bOpen)
+                              return;
+                          if (error)
+                              return Close(error.message());
+                          m_nWritten += nBytes;
+                          if (m_nWritten == m_writing.strBytes.size())
+                              return OnWritten();
+                          m_timer.expires_after(kPiecePause);
+                          m_timer.async_wait([this, self](asio::error_code cancelled) {
+                              if (!cancelled && m_bOpen)
+                                  WriteNextPiece();
+                          });
+                      });
+}
+
+void Link::OnWritten()
+{
+    m_bWriting = false;
+    if (m_writing.bLast)
+        return Close("cut off by a fault");
+    const bool bWasPaused = IsPaused();
+    m_nQueuedBytes -= m_writing.strBytes.size();
+    m_writing = {};
+    Write();
+    if (bWasPaused && !IsPaused())
+        TakeFrames();
+}
+
+}  // namespace Sandbox

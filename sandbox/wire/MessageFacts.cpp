@@ -1,0 +1,97 @@
+#include "sandbox/wire/MessageFacts.h"
+
+#include <algorithm>
+
+#include "wirova/messages/StorageMessages.h"
+
+namespace Sandbox {
+namespace {
+
+using Wirova::ClassInfo;
+using Wirova::IMessage;
+using Wirova::int32;
+
+constexpr std::string_view kToService = "XC2S_", kToConnector = "XS2C_", kReq = "Req", kAns = "Ans";
+
+// Calls with(field) for the field of that name and type.
+template <class Field, class With>
+void WithField(IMessage& msg, std::string_view strName, const With& with)
+{
+    Wirova::VisitMessage(msg, [&](const char* pszName, auto& field) {
+        if constexpr (std::is_same_v<std::remove_reference_t<decltype(field)>, Field>) {
+            if (pszName == strName)
+                with(field);
+        }
+    });
+}
+
+}  // namespace
+
+const ClassInfo* FindClassByName(std::string_view strName)
+{
+    const auto all = Wirova::AllClasses();
+    const auto it = std::find_if(all.begin(), all.end(), [&](const ClassInfo& info) {
+        return !info.bRecord && strName == info.pszName;
+    });
+    return it != all.end() ? &*it : nullptr;
+}
+
+bool ComesFromConnector(const ClassInfo& info)
+{
+    // The one answer whose name has the wrong direction.
+    return info.nMsgID != XC2S_RequestUseStorageAns::kMsgID &&
+           std::string_view(info.pszName).starts_with(kToService);
+}
+
+const ClassInfo* AnswerOf(const ClassInfo& info)
+{
+    const std::string_view strName = info.pszName;
+    if (!strName.ends_with(kReq))
+        return nullptr;
+    const bool bFromConnector = ComesFromConnector(info);
+    const std::string strRest =
+        std::string(strName.substr(kToService.size(), strName.size() - kToService.size() - kReq.size())) +
+        std::string(kAns);
+    for (const std::string_view strPrefix : {kToConnector, kToService}) {
+        const ClassInfo* const pAnswer = FindClassByName(std::string(strPrefix) + strRest);
+        if (pAnswer != nullptr && ComesFromConnector(*pAnswer) != bFromConnector)
+            return pAnswer;
+    }
+    return nullptr;
+}
+
+std::optional<int32> GetReqID(const IMessage& msg)
+{
+    std::optional<int32> nReqID;
+    WithField<int32>(const_cast<IMessage&>(msg), "nReqID", [&](const int32& v) { nReqID = v; });
+    return nReqID;
+}
+
+void SetReqID(IMessage& msg, int32 nReqID)
+{
+    WithField<int32>(msg, "nReqID", [&](int32& v) { v = nReqID; });
+}
+
+bool SetRefused(IMessage& msg, int nResult, const std::string& strText)
+{
+    bool bHasResult = false;
+    for (const char* const pszName : {"nResult", "nState"})
+        WithField<int32>(msg, pszName, [&](int32& v) { v = nResult, bHasResult = true; });
+    WithField<Wirova::boolean>(msg, "bSuccess", [&](Wirova::boolean& v) { v = false, bHasResult = true; });
+    for (const char* const pszName : {"strErrorMsg", "strMessage"})
+        WithField<std::string>(msg, pszName, [&](std::string& v) { v = strText; });
+    return bHasResult;
+}
+
+void EchoFields(const IMessage& req, IMessage& ans)
+{
+    if (const auto nReqID = GetReqID(req))
+        SetReqID(ans, *nReqID);
+    for (const char* const pszName : {"strUserID", "strUserNo", "strUserIP"}) {
+        WithField<std::string>(const_cast<IMessage&>(req), pszName, [&](const std::string& v) {
+            WithField<std::string>(ans, pszName, [&](std::string& copy) { copy = v; });
+        });
+    }
+}
+
+}  // namespace Sandbox

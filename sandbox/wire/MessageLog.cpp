@@ -1,0 +1,40 @@
+#include "sandbox/wire/MessageLog.h"
+
+#include "sandbox/wire/MessageJson.h"
+#include "wirova/messages/BaseMessages.h"
+#include "wirova/messages/MessageCatalog.h"
+
+namespace Sandbox {
+namespace {
+
+constexpr std::size_t kMaxLine = 400;      // bytes, unless the console is verbose
+constexpr std::size_t kMaxVerbose = 4000;  // bytes, if it is
+constexpr JsonLimits kRingLimits{1024, 100, MessageLog::kMaxFields};
+
+std::string Cut(std::string strText, std::size_t nMax)
+{
+    if (strText.size() > nMax)
+        strText.replace(nMax, std::string::npos, "...");
+    return strText;
+}
+
+}  // namespace
+
+void MessageLog::Record(const std::string& strConnector, Direction direction, const Wirova::IMessage& msg,
+                        std::vector<std::string> vecFaults)
+{
+    const bool bRoutine = msg.GetMsgID() == XC2S_Heartbeat::kMsgID;
+    if (!m_console.IsQuiet() && (!bRoutine || m_console.IsVerbose())) {
+        std::string strLine = strConnector + (direction == Direction::FromConnector ? " <- " : " -> ");
+        for (const std::string& strFault : vecFaults)
+            strLine += "[" + strFault + "] ";
+        m_console.Note(strLine +
+                       Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerbose : kMaxLine));
+    }
+    if (m_messages.size() == kMaxMessages)
+        m_messages.pop_front();
+    m_messages.push_back({++m_nCount, std::chrono::system_clock::now(), strConnector, direction,
+                          msg.GetMsgName(), DumpJson(FieldsToJson(msg, kRingLimits)), std::move(vecFaults)});
+}
+
+}  // namespace Sandbox

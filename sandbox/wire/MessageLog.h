@@ -1,0 +1,48 @@
+// Every message that comes or goes: into a ring of the last ones, and as a line to the console.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "sandbox/base/Console.h"
+#include "wirova/WirovaBase.h"
+
+namespace Sandbox {
+
+enum class Direction { FromConnector, ToConnector };
+
+struct LoggedMessage {
+    std::uint64_t nNumber;  // counted from 1
+    std::chrono::system_clock::time_point time;
+    std::string strConnector;  // its name, or the peer's address before registration
+    Direction direction;
+    const char* pszClass;
+    std::string strFields;               // a JSON object of at most about kMaxFields bytes, secrets blanked
+    std::vector<std::string> vecFaults;  // what faults have done to it
+};
+
+// Belongs to the server's thread.
+class MessageLog {
+public:
+    static constexpr std::size_t kMaxMessages = 500;
+    static constexpr std::size_t kMaxFields = 64 << 10;  // bytes of one message; so the ring has a bound
+
+    explicit MessageLog(const Console& console) : m_console(console) {}
+
+    // Heartbeats reach the console only when it is verbose.
+    void Record(const std::string& strConnector, Direction direction, const Wirova::IMessage& msg,
+                std::vector<std::string> vecFaults = {});
+    const std::deque<LoggedMessage>& GetMessages() const { return m_messages; }  // oldest first
+    std::uint64_t GetCount() const { return m_nCount; }                          // of all ever recorded
+    void Clear() { m_messages.clear(); }                                         // the numbers go on
+
+private:
+    const Console& m_console;
+    std::uint64_t m_nCount = 0;
+    std::deque<LoggedMessage> m_messages;
+};
+
+}  // namespace Sandbox

@@ -1,0 +1,92 @@
+#include "sandbox/wire/Traffic.h"
+
+#include <algorithm>
+#include <string>
+
+#include "sandbox/wire/MessageFacts.h"
+#include "wirova/BigEndian.h"
+
+namespace Sandbox {
+
+Wirova::int32 PeekMsgID(Wirova::Stream* body)
+{
+    unsigned char bytes[sizeof(Wirova::int32)] = {};
+    Strova::Peek(body, bytes, sizeof(bytes));
+    return Wirova::GetBigEndian<Wirova::int32>(bytes);
+}
+
+void Traffic::Send(Link& link, Wirova::IMessage& msg)
+{
+    const Mishap mishap = m_faults.Take(msg.GetMsgID(), link.GetName());
+    if (mishap.refused)
+        SetRefused(msg, mishap.refused->nResult, mishap.refused->strText);
+    if (mishap.nReqID)
+        SetReqID(msg, *mishap.nReqID);
+    m_log.Record(link.GetName(), Direction::ToConnector, msg, mishap.vecNames);
+    if (mishap.bDrop)
+        return;
+    std::string strFrame = FrameOf(msg);
+    Delivery delivery{m_answerDelay + mishap.delay, mishap.nPiece, mishap.hold, false};
+    for (int i = 1; i < mishap.nCopies; ++i)
+        link.Post(strFrame, delivery);
+    if (mishap.nCutAfter) {
+        strFrame.resize(std::min(strFrame.size(), *mishap.nCutAfter));
+        delivery.bLast = true;
+        delivery.hold = {};
+    }
+    link.Post(std::move(strFrame), delivery);
+}
+
+void Traffic::Receive(Link& link, Wirova::Stream* body, const Serve& serve)
+{
+    const Wirova::int32 nMsgID = PeekMsgID(body);
+    const Wirova::ClassInfo* const pClass = Wirova::FindClass(nMsgID);
+    if (pClass == nullptr || !ComesFromConnector(*pClass))
+        return serve(body, {});  // no fault is meant for it
+    const Mishap mishap = m_faults.Take(nMsgID, link.GetName());
+    if (mishap.bDrop || mishap.refused) {
+        const auto msg = pClass->pfnMake();
+        LoadBody(*msg, body);
+        m_log.Record(link.GetName(), Direction::FromConnector, *msg, mishap.vecNames);
+        if (!mishap.bDrop)
+            Refuse(link, *msg, *mishap.refused);
+        return;
+    }
+    if (mishap.delay.count() > 0)
+        return ServeLater(link, body, mishap, serve);
+    serve(body, mishap.vecNames);
+}
+
+void Traffic::ServeLater(Link& link, Wirova::Stream* body, const Mishap& mishap, const Serve& serve)
+{
+    const int nSize = Strova::GetLength(body);
+    std::string strBody(static_cast<std::size_t>(nSize), '\0');
+    if (m_nHeldBack + strBody.size() > kMaxHeldBack)
+        throw ProtocolError("a delay holds back more than " + std::to_string(kMaxHeldBack) + " bytes");
+    Strova::Read(body, strBody.data(), nSize);
+    m_nHeldBack += strBody.size();
+    m_timers.After(mishap.delay, [this, wpLink = link.weak_from_this(), strBody = std::move(strBody),
+                                  vecNames = mishap.vecNames, serve] {
+        m_nHeldBack -= strBody.size();
+        const auto pLink = wpLink.lock();
+        if (pLink == nullptr || !pLink->IsOpen())
+            return;
+        pLink->Guard([&] {
+            const StreamPtr late = MakeStream();
+            if (Strova::Write(late.get(), strBody.data(), static_cast<int>(strBody.size())) < 0)
+                throw std::bad_alloc();
+            serve(late.get(), vecNames);
+        });
+    });
+}
+
+// In the service's place, without a change of anything.
+void Traffic::Refuse(Link& link, Wirova::IMessage& req, const Mishap::Refused& refused)
+{
+    const auto ans = AnswerOf(*Wirova::FindClass(req.GetMsgID()))->pfnMake();
+    EchoFields(req, *ans);
+    SetRefused(*ans, refused.nResult, refused.strText);
+    Send(link, *ans);
+}
+
+}  // namespace Sandbox
