@@ -6,8 +6,8 @@
 //             (string, strUserID))           // [22] empty when USE_USER_NUMBER is on
 //     };
 //
-// declares the fields in wire order and gives the class its eight operations, its constant kMsgID and
-// the walk ForEachField. The fields are public and used directly. A number in brackets in a field's
+// declares the fields in wire order, the class's eight operations, its constant kMsgID and the walk
+// ForEachField. The fields are public and used directly. A number in brackets in a field's
 // comment is the most bytes that this system keeps of a text, or puts into it: the wire has no limit.
 #pragma once
 
@@ -72,7 +72,9 @@ void ClearAll(M& msg)
 #define WIROVA_LEAST_A_END
 #define WIROVA_LEAST_B_END
 
-// The body of a wire class: its name, its id, its fields in wire order.
+// The declaration of a wire class: its name, its id, its fields in wire order. The operations that walk the
+// fields are compiled once, by WIROVA_MESSAGE_OPERATIONS in messages/Operations.cpp, and not by every source
+// that uses the class.
 #define WIROVA_MESSAGE(cls, id, fields)                                                                   \
     static constexpr Wirova::int32 kMsgID = id;                                                           \
     static_assert(kMsgID > 0 && kMsgID < (1 << 28) && (kMsgID & 0xF) == 0xA, "mistyped id");              \
@@ -80,21 +82,32 @@ void ClearAll(M& msg)
     Wirova::int32 nMsgID = kMsgID;                                                                        \
     WIROVA_CAT(WIROVA_FIELD_A fields, _END)                                                               \
     [[maybe_unused]] static constexpr Wirova::int32 kMinSize = 0 WIROVA_CAT(WIROVA_LEAST_A fields, _END); \
-    void Clear() override { Wirova::ClearAll(*this); }                                                    \
-    Wirova::int32 GetMsgID() const override { return kMsgID; }                                            \
-    const char* GetMsgName() const override                                                               \
-    {                                                                                                     \
-        static_assert(std::is_same_v<const cls&, decltype(*this)>, "names another class");                \
-        return #cls;                                                                                      \
-    }                                                                                                     \
-    Wirova::int32 GetSize() const override { return Wirova::SizeOf(*this); }                              \
-    bool Save(Wirova::Stream* s) const override { return Wirova::SaveTo(s, *this); }                      \
-    bool Load(Wirova::Stream* s) override { return Wirova::LoadFrom(s, *this); }                          \
-    void SetNested(bool b) override { bNested = b; }                                                      \
-    bool IsNested() const override { return bNested; }                                                    \
+    cls();                                                                                                \
+    ~cls() override;                                                                                      \
+    void Clear() override;                                                                                \
+    Wirova::int32 GetMsgID() const override;                                                              \
+    const char* GetMsgName() const override;                                                              \
+    Wirova::int32 GetSize() const override;                                                               \
+    bool Save(Wirova::Stream* s) const override;                                                          \
+    bool Load(Wirova::Stream* s) override;                                                                \
+    void SetNested(bool b) override;                                                                      \
+    bool IsNested() const override;                                                                       \
     template <class Self, class Visit>                                                                    \
     static bool ForEachField([[maybe_unused]] Self& self, [[maybe_unused]] Visit visit)                   \
     {                                                                                                     \
         return true WIROVA_CAT(WIROVA_VISIT_A fields, _END);                                              \
     }
+
+// The operations of a class, once for each class in the whole program.
+#define WIROVA_MESSAGE_OPERATIONS(cls)                                           \
+    cls::cls() = default;                                                        \
+    cls::~cls() = default;                                                       \
+    void cls::Clear() { Wirova::ClearAll(*this); }                               \
+    Wirova::int32 cls::GetMsgID() const { return kMsgID; }                       \
+    const char* cls::GetMsgName() const { return #cls; }                         \
+    Wirova::int32 cls::GetSize() const { return Wirova::SizeOf(*this); }         \
+    bool cls::Save(Wirova::Stream* s) const { return Wirova::SaveTo(s, *this); } \
+    bool cls::Load(Wirova::Stream* s) { return Wirova::LoadFrom(s, *this); }     \
+    void cls::SetNested(bool b) { bNested = b; }                                 \
+    bool cls::IsNested() const { return bNested; }
 // clang-format on

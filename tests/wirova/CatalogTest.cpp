@@ -67,6 +67,7 @@ TEST(Catalog, PasswordsAreShownOnlyOnDemand)
 struct XImpostor final : IMessage {
     WIROVA_MESSAGE(XImpostor, XC2S_CheckInReq::kMsgID, (int32, nReqID))
 };
+WIROVA_MESSAGE_OPERATIONS(XImpostor)
 
 TEST(Catalog, AClassThatIsNotInTheListIsNotTouched)
 {

@@ -27,6 +27,7 @@ struct XEveryType final : IMessage {
         (vector<XUseCouponInfo>, vecRecord))
 };
 // clang-format on
+WIROVA_MESSAGE_OPERATIONS(XEveryType)
 
 TEST(Codec, EncodesEachFieldType)
 {
