@@ -19,7 +19,8 @@ public:
     }
 
 private:
-    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                                       Kernova::Threading::LockRank::Leaf};
     bool m_bSet GUARDED_BY(m_lock) = false;
 };
 

@@ -31,7 +31,8 @@ private:
         }
 
     private:
-        Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+        Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                                   Kernova::Threading::LockRank::Leaf};
         std::uint32_t m_nLast GUARDED_BY(m_lock) = 0;
     };
     Counter m_reqId;

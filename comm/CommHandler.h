@@ -98,7 +98,8 @@ private:
     Kernova::Threading::ManualResetEvent m_wakeHeartbeat{false};
     Kernova::Threading::ManualResetEvent m_wakeReconnect{false};
     Wirova::CMsgHandlerTable m_table;  // written once, before the first answer can arrive
-    mutable Kernova::Threading::CriticalSection m_lockSettings{Kernova::XTL::kSpinCount};
+    mutable Kernova::Threading::CriticalSection m_lockSettings{Kernova::XTL::kSpinCount,
+                                                               Kernova::Threading::LockRank::Leaf};
     _CONNECTOR_ID m_id GUARDED_BY(m_lockSettings){};
     _CONNECTOR_CALLBACKS m_callbacks GUARDED_BY(m_lockSettings){};
     std::string m_strLastError GUARDED_BY(m_lockSettings);

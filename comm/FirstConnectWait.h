@@ -36,7 +36,7 @@ private:
         int nResult = -1;
         std::string strMessage;
     };
-    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};
     Kernova::Threading::ManualResetEvent m_answered{false};
     Kernova::Threading::ManualResetEvent m_armed{false};
     Answer m_answer GUARDED_BY(m_lock);   // in force

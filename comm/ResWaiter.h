@@ -21,8 +21,9 @@ struct _BASE_RESWAIT {
 
     const AnswerTag tagAnswer;
     int nReqID = 0;
-    Kernova::Threading::CriticalSection lock{Kernova::XTL::kSpinCount};  // guards stResponse; a leaf
-    Kernova::Threading::ManualResetEvent hEvent{false};  // set when the answer has been stored
+    Kernova::Threading::CriticalSection lock{
+        Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};  // guards stResponse; a leaf
+    Kernova::Threading::ManualResetEvent hEvent{false};                 // set when the answer has been stored
 };
 
 template <class Response>
@@ -76,7 +77,7 @@ private:
         return true;
     }
 
-    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Table};
     std::map<int, _BASE_RESWAIT*> m_mapWaiters GUARDED_BY(m_lock);
 };
 

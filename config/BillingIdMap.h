@@ -31,7 +31,8 @@ private:
         const std::string* pName;  // one of m_setNames
     };
 
-    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                                       Kernova::Threading::LockRank::Leaf};
     std::map<std::int32_t, Billing> m_mapBilling GUARDED_BY(m_lock);
     // The keys of the map, once they have been asked for by position; else empty.
     mutable std::vector<std::int32_t> m_vecIds GUARDED_BY(m_lock);

@@ -93,7 +93,8 @@ private:
     void LookAtFile(const std::string& strFileName, bool bLogFailure);
     void Reload();
 
-    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                                       Kernova::Threading::LockRank::Leaf};
     Settings m_settings GUARDED_BY(m_lock);
     std::string m_strFileName GUARDED_BY(m_lock);
     std::string m_strLastError GUARDED_BY(m_lock);

@@ -20,7 +20,8 @@ public:
     void Clear();
 
 private:
-    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                                       Kernova::Threading::LockRank::Leaf};
     std::map<std::int32_t, const std::string*> m_mapEvents GUARDED_BY(m_lock);
     // Every name there has ever been, once; never emptied, because pointers to them are out.
     std::set<std::string> m_setNames GUARDED_BY(m_lock);

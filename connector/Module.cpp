@@ -25,7 +25,8 @@ constexpr const char* kSettingsFile = "VelkarConnectorConfig.tl2";
 // destroyed, so that a call during the process's exit finds it.
 Kernova::Threading::CriticalSection& LifecycleLock()
 {
-    static auto* const s_pLock = new Kernova::Threading::CriticalSection(Kernova::XTL::kSpinCount);
+    static auto* const s_pLock = new Kernova::Threading::CriticalSection(
+        Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Lifecycle);
     return *s_pLock;
 }
 

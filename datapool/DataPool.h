@@ -67,7 +67,7 @@ public:
     std::size_t GetCount();
 
 private:
-    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};
     std::map<std::uint32_t, Node> m_mapNodes GUARDED_BY(m_lock);
     std::vector<std::unique_ptr<_DATA_HANDLE>> m_vecOrphans GUARDED_BY(m_lock);
 };

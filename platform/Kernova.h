@@ -9,30 +9,19 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/LockRank.h"
 #include "platform/ThreadAnnotations.h"
 
 namespace Kernova {
 
 namespace Threading {
 
-// Mutual exclusion, re-entrant on the thread that holds it.
-//
-// The order in which a thread may take the system's locks, outermost first:
-//   1. the module's lifecycle lock (InitModule and UninitModule against each other);
-//   2. a link's read-stream lock (held over a handler);
-//   3. the connector's active link list (held over building and sending a message);
-//   4. CUserInfoMap's lock (held over completing a checkin's waiter and adding its user);
-//   5. CFailedCheckOutVector's lock, or CResWaiterMap's lock;
-//   6. everything else: a waiter's own lock, the two flag locks, the settings' locks, the id source's locks,
-//   the pool's
-//      map lock. These are leaves: nothing is taken while one of them is held.
-// A thread that holds 4 may take 3 again only because it entered through 3 and 3 is re-entrant.
-// No lock is held while a caller waits for an answer. 2 and, in the charge scan, 3 are held while
-// the game's callback runs.
+// Mutual exclusion, re-entrant on the thread that holds it. LockRank.h says in which order a thread may take
+// the system's locks.
 class CAPABILITY("mutex") CriticalSection {
 public:
     // spinCount: how many times Lock tries before it sleeps.
-    explicit CriticalSection(unsigned int spinCount);
+    CriticalSection(unsigned int spinCount, LockRank rank);
     ~CriticalSection();
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
@@ -43,6 +32,7 @@ public:
 private:
     std::recursive_mutex m_mutex;
     unsigned int m_nSpinCount;
+    const LockRank m_rank;
     std::atomic<bool> m_bSpinning{false};  // somebody spins
 };
 

@@ -113,7 +113,8 @@ public:
 private:
     static T& Create()
     {
-        static Threading::CriticalSection* const s_pLock = new Threading::CriticalSection(kSpinCount);
+        static Threading::CriticalSection* const s_pLock =
+            new Threading::CriticalSection(kSpinCount, Threading::LockRank::Creation);
         ScopedLock lock(*s_pLock);
         if (T* p = s_pInstance.load())
             return *p;

@@ -56,7 +56,8 @@ namespace Connector {
 struct _THandle;
 using Callback = void (*)(_THandle*, Link::_THandle*, void* context);
 
-_THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool);  // null on failure
+// Null on failure; a pool serves one connector at a time.
+_THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool);
 // Closes the links, waits until every callback has returned and the disconnected callbacks have
 // run, and frees the connector. Takes null. Must not be called from one of its own callbacks.
 void DestroyHandle(_THandle*);

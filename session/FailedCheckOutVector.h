@@ -32,7 +32,7 @@ public:
     std::size_t GetCount();
 
 private:
-    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Table};
     std::vector<CUserInfo> m_vecUsers GUARDED_BY(m_lock);  // only ever appended to, or cut at the front
     std::set<std::pair<std::string, std::string>> m_setKeyAndIP GUARDED_BY(m_lock);  // of m_vecUsers
     std::size_t m_nListed GUARDED_BY(m_lock) = 0;  // so many at the front are the listed ones

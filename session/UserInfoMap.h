@@ -50,7 +50,8 @@ public:
     bool GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list);
 
 private:
-    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount};
+    Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
+                                               Kernova::Threading::LockRank::UserInfoMap};
     std::map<std::string, std::unique_ptr<CUserInfo>> m_mapUsers GUARDED_BY(m_lock);
 };
 

@@ -5,6 +5,7 @@
 
 #include "platform/KernovaXtl.h"
 #include "platform/common/LastError.h"
+#include "platform/common/LockOrder.h"
 
 namespace Kernova::Threading {
 
@@ -25,8 +26,8 @@ std::chrono::steady_clock::time_point Deadline(unsigned int milliseconds)
 
 }  // namespace
 
-CriticalSection::CriticalSection(unsigned int spinCount)
-    : m_nSpinCount(std::thread::hardware_concurrency() > 1 ? spinCount : 0)
+CriticalSection::CriticalSection(unsigned int spinCount, LockRank rank)
+    : m_nSpinCount(std::thread::hardware_concurrency() > 1 ? spinCount : 0), m_rank(rank)
 {
 }
 
@@ -34,6 +35,7 @@ CriticalSection::~CriticalSection() = default;
 
 void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
 {
+    Internal::BeforeLock(this, m_rank);
     if (m_mutex.try_lock())
         return;
     // One thread spins, the others sleep: a crowd of spinners takes the processors from the holder, and
@@ -51,7 +53,11 @@ void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
     m_mutex.lock();
 }
 
-void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS { m_mutex.unlock(); }
+void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
+{
+    Internal::AfterUnlock(this);
+    m_mutex.unlock();
+}
 
 ManualResetEvent::ManualResetEvent(bool signalled) : m_bSignalled(signalled) {}
 ManualResetEvent::~ManualResetEvent() = default;

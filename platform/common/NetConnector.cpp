@@ -65,27 +65,16 @@ void _THandle::CloseLinks()
     }
 }
 
-bool _THandle::Run()
+void _THandle::Run()
 {
     for (;;) {
         try {
-            if (m_context.run_one() == 0)
-                return true;
+            m_context.run();
+            return;
         } catch (...) {  // only what a handler of this library has let through for want of memory
             RaiseAssertion("[Netrova::Connector] A handler has thrown.");
         }
-        int nEvictions = m_nEvictions.load();
-        while (nEvictions > 0) {
-            if (m_nEvictions.compare_exchange_weak(nEvictions, nEvictions - 1))
-                return false;
-        }
     }
-}
-
-void _THandle::Evict()
-{
-    m_nEvictions.fetch_add(1);
-    Post([] {});  // wakes one worker; whichever is the first to finish a handler leaves
 }
 
 void _THandle::SetCallback(Event event, Callback pfnCallback, void* pContext)

@@ -62,8 +62,7 @@ private:
         void* pContext = nullptr;
     };
 
-    bool Run() override;
-    void Evict() override;
+    void Run() override;
     std::error_code Establish(const std::shared_ptr<ConnectCall>& pCall, const std::string& strHost,
                               unsigned short nPort);
     void AddActive(Socket socket);
@@ -72,9 +71,8 @@ private:
     asio::io_context m_context;  // goes last: sockets and timers belong to it
     std::unique_ptr<asio::executor_work_guard<asio::io_context::executor_type>> m_pWork;
     Kernova::ThreadPool::_THandle& m_pool;
-    std::atomic<int> m_nEvictions{0};  // workers that still have to leave
 
-    Kernova::Internal::OwnedLock m_activeLock;  // guards the list
+    Kernova::Internal::OwnedLock m_activeLock{Kernova::Threading::LockRank::ActiveLinks};  // guards the list
     ActiveLinkList::_THandle m_active;
 
     Kernova::Internal::Mutex m_mutex;

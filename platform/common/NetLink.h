@@ -70,7 +70,7 @@ private:
     std::atomic<int> m_nRefs{1};
     std::shared_ptr<_THandle> m_pSelf;  // held while the count is not 0
 
-    Kernova::Internal::OwnedLock m_readLock;  // guards the stream
+    Kernova::Internal::OwnedLock m_readLock{Kernova::Threading::LockRank::ReadStream};  // guards the stream
     Strova::_THandle* const m_pStream;
 
     Kernova::Internal::Mutex m_mutex;

@@ -11,6 +11,8 @@ namespace Kernova::Internal {
 
 class OwnedLock {
 public:
+    explicit OwnedLock(Threading::LockRank rank) : m_lock(XTL::kSpinCount, rank) {}
+
     void Lock() NO_THREAD_SAFETY_ANALYSIS
     {
         m_lock.Lock();
@@ -29,7 +31,7 @@ public:
     }
 
 private:
-    Threading::CriticalSection m_lock{XTL::kSpinCount};
+    Threading::CriticalSection m_lock;
     std::atomic<std::thread::id> m_owner{};
     int m_nDepth = 0;  // the holder's
 };

@@ -1,6 +1,5 @@
 #include "platform/common/ThreadPool.h"
 
-#include <algorithm>
 #include <exception>
 #include <system_error>
 
@@ -46,62 +45,28 @@ void _THandle::Main()
 {
     const MutexLock lock(m_mutex);
     while (!m_bEnd) {
-        Entry* const pEntry = Neediest();
-        if (pEntry == nullptr) {
+        if (m_pWork == nullptr || m_bFinished) {
             m_cond.wait(m_mutex);
             continue;
         }
-        ++pEntry->nWorkers;
-        ++pEntry->nStaying;
+        IWork* const pWork = m_pWork;
+        ++m_nWorkers;
         m_mutex.unlock();
-        const bool bFinished = pEntry->pWork->Run();
+        pWork->Run();
         m_mutex.lock();
-        --pEntry->nWorkers;
-        if (bFinished)
-            pEntry->bFinished = true;
+        --m_nWorkers;
+        m_bFinished = true;
         m_cond.notify_all();
-    }
-}
-
-// The work with the fewest workers.
-_THandle::Entry* _THandle::Neediest()
-{
-    Entry* pResult = nullptr;
-    for (Entry& entry : m_listWork) {
-        if (!entry.bFinished && (pResult == nullptr || entry.nStaying < pResult->nStaying))
-            pResult = &entry;
-    }
-    return pResult;
-}
-
-// Calls back as many workers from the others as the newest work is entitled to.
-void _THandle::MakeRoom()
-{
-    const int nShare = static_cast<int>(m_vecThreads.size() / m_listWork.size());
-    for (int n = 0; n < nShare; ++n) {
-        Entry* pRichest = nullptr;
-        for (Entry& entry : m_listWork) {
-            if (!entry.bFinished && (pRichest == nullptr || entry.nStaying > pRichest->nStaying))
-                pRichest = &entry;
-        }
-        if (pRichest == nullptr || pRichest->nStaying <= nShare)
-            return;
-        --pRichest->nStaying;
-        pRichest->pWork->Evict();
     }
 }
 
 bool _THandle::Attach(IWork& work)
 {
     const MutexLock lock(m_mutex);
-    if (m_listWork.size() >= m_vecThreads.size())
+    if (m_pWork != nullptr)
         return false;
-    try {
-        m_listWork.push_back(Entry{&work, 0, 0, false});
-    } catch (const std::exception&) {
-        return false;
-    }
-    MakeRoom();
+    m_pWork = &work;
+    m_bFinished = false;
     m_cond.notify_all();
     return true;
 }
@@ -109,19 +74,17 @@ bool _THandle::Attach(IWork& work)
 void _THandle::Detach(IWork& work)
 {
     const MutexLock lock(m_mutex);
-    const auto it = std::find_if(m_listWork.begin(), m_listWork.end(),
-                                 [&work](const Entry& entry) { return entry.pWork == &work; });
-    if (it == m_listWork.end())
+    if (m_pWork != &work)
         return;
-    while (!it->bFinished || it->nWorkers != 0)
+    while (!m_bFinished || m_nWorkers != 0)
         m_cond.wait(m_mutex);
-    m_listWork.erase(it);
+    m_pWork = nullptr;
 }
 
 bool _THandle::HasWork()
 {
     const MutexLock lock(m_mutex);
-    return !m_listWork.empty();
+    return m_pWork != nullptr;
 }
 
 _THandle* CreateHandle(std::size_t threads)

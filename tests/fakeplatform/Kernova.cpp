@@ -9,7 +9,11 @@
 
 namespace Kernova::Threading {
 
-CriticalSection::CriticalSection(unsigned int spinCount) : m_nSpinCount(spinCount) {}
+CriticalSection::CriticalSection(unsigned int spinCount, LockRank rank)
+    : m_nSpinCount(spinCount), m_rank(rank)
+{
+    (void)m_rank;
+}
 CriticalSection::~CriticalSection() = default;
 
 void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS { m_mutex.lock(); }

@@ -19,7 +19,7 @@ constexpr unsigned int kLong = 3'600'000;
 
 TEST(CriticalSection, LetsOneThreadInAtATime)
 {
-    CriticalSection lock(XTL::kSpinCount);
+    CriticalSection lock(XTL::kSpinCount, LockRank::Leaf);
     int nInside = 0;
     int nTotal = 0;
     bool bOverlap = false;
@@ -42,10 +42,29 @@ TEST(CriticalSection, LetsOneThreadInAtATime)
     EXPECT_EQ(8000, nTotal);
 }
 
+#if !defined(NDEBUG) && !defined(VELKAR_FAKE_PLATFORM)
+TEST(LockOrderDeathTest, ALockTakenAgainstTheOrderEndsADebuggingBuild)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    CriticalSection outer(0, LockRank::ActiveLinks);
+    CriticalSection inner(0, LockRank::UserInfoMap);
+    {
+        const XTL::ScopedLock first(outer);
+        const XTL::ScopedLock second(inner);
+        const XTL::ScopedLock again(outer);
+    }
+    const auto takeBackwards = [&] {
+        const XTL::ScopedLock first(inner);
+        const XTL::ScopedLock second(outer);
+    };
+    EXPECT_DEATH(takeBackwards(), "against the order of locks");
+}
+#endif
+
 TEST(CriticalSection, IsHeldUntilTheOutermostUnlock) NO_THREAD_SAFETY_ANALYSIS
 {
     for (const unsigned int nSpinCount : {0u, XTL::kSpinCount}) {
-        CriticalSection lock(nSpinCount);
+        CriticalSection lock(nSpinCount, LockRank::Leaf);
         for (int n = 0; n < 3; ++n)
             lock.Lock();
         lock.Unlock();
