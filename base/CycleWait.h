@@ -1,4 +1,5 @@
-// How the threads that keep a cycle of the settings file wait.
+// The wait of the comm thread and the charge thread between two passes. Both take the length of their cycle
+// from the settings file and wait on an event, so that a stop or a change of the connection ends the wait.
 #pragma once
 
 #include <algorithm>
@@ -6,15 +7,17 @@
 
 #include "platform/KernovaXtl.h"
 
-// The wait of a cycle. A value below 1 is waited for as 1 second: a typo in the settings of a running
-// server must not become a flood. The longest wait is about 46 days.
+// The cycle of the settings file, in seconds, as the milliseconds of a wait. A cycle below 1 becomes 1
+// second, because a typo in the settings of a running server must not flood the service with messages. A
+// cycle above 4,000,000 seconds (46 days) becomes 46 days, because more milliseconds do not fit the result.
 inline unsigned int CycleMilliseconds(int nSeconds)
 {
     return static_cast<unsigned int>(std::clamp(nSeconds, 1, 4'000'000)) * 1000u;
 }
 
-// Clears the event that cuts a wait short, but never the signal of a stop, which raises its flag first and
-// sets the event second: one of the two is seen here.
+// Clears the event that cuts a wait short, so that the next wait is a whole one, but keeps the signal of a
+// stop. A stop raises bStop first and sets the event second. If the stop comes before the Reset, the flag is
+// seen here and the event is set again; if it comes after the Reset, the stop sets the event itself.
 inline void ResetUnlessStopping(Kernova::Threading::ManualResetEvent& event, const std::atomic<bool>& bStop)
 {
     event.Reset();

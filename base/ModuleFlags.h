@@ -1,10 +1,11 @@
-// The two flags that every export and every waiter consults, and the mark of a thread that is inside a
-// callback of the game. A leaf.
+// The state of the whole library: whether it is initialised, whether it is being terminated, and whether the
+// calling thread is inside a callback of the game. Exports, waiters, start and stop ask for it.
 #pragma once
 
 #include "platform/KernovaXtl.h"
 
-// One byte with its own lock. Nobody holds the locks of both flags at once.
+// One flag with its own lock. Any thread. No code holds the locks of two flags at once, so their order does
+// not matter.
 class CModuleFlag {
 public:
     bool IsSet() const
@@ -24,21 +25,25 @@ private:
     bool m_bSet GUARDED_BY(m_lock) = false;
 };
 
-// Initialised: from a successful InitModule until the stop path ends.
-// Being terminated: while the stop path runs. Never destroyed, so that an export called while the
-// process exits finds them.
+// Set from a successful InitModule until the stop path ends. While it is not set, every request export
+// refuses with "Velkar Connector is not initialized.". The two flags live on the heap and are never
+// destroyed, so that an export that the game calls while the process exits still finds them.
 inline CModuleFlag& InitializedFlag()
 {
     static auto* const s_pFlag = new CModuleFlag;
     return *s_pFlag;
 }
+
+// Set while the stop path runs. No new waiter is accepted meanwhile, and InitModule refuses.
 inline CModuleFlag& BeingTerminatedFlag()
 {
     static auto* const s_pFlag = new CModuleFlag;
     return *s_pFlag;
 }
 
-// Around every call into the game: stopping the library from in there would wait for itself.
+// Marks the calling thread as inside a callback of the game, for the length of the scope; scopes nest.
+// InitModule and UninitModule refuse to work on a marked thread: a stop waits until every running callback
+// has returned, so a stop from inside a callback would wait for itself for ever.
 class CallbackScope {
 public:
     CallbackScope() { ++s_nDepth; }

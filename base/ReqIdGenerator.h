@@ -1,21 +1,24 @@
-// The two counters of the library: ids of requests and ids of data handles.
+// The two counters of the library. A Req ID joins a request, its waiter and its answer; a handle id is the
+// key of a result list in the data pool.
 #pragma once
 
 #include <cstdint>
 
 #include "platform/KernovaXtl.h"
 
-// Any thread. Ids run from 1 to 0xFFFFFFFF and wrap to 1; 0 is never given out.
+// Any thread. The ids of each counter run from 1 to 0xFFFFFFFF and start again at 1; 0 is never given out. An
+// id comes again only after more than 4,000 million others, long after its waiter has timed out.
 class CReqIdGenerator {
 public:
     std::uint32_t GetNextReqId() { return m_reqId.Next(); }
     std::uint32_t NextHandleID() { return m_handleId.Next(); }
 
-    // For tests of the wrap.
+    // The id given out last, so that a test can begin shortly before the end of the range.
     void SetLastReqId(std::uint32_t n) { m_reqId.SetLast(n); }
     void SetLastHandleId(std::uint32_t n) { m_handleId.SetLast(n); }
 
 private:
+    // One counter; the lock makes counting up and reading the new id one step.
     class Counter {
     public:
         std::uint32_t Next()

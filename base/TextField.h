@@ -1,11 +1,13 @@
-// Fixed text fields of the public records and of the send records.
+// Fixed text fields, such as char[23] for a user's id, of the public records and of the send records. A
+// field's width counts the NUL that ends its text.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
 #include <string_view>
 
-// Copies at most N - 1 bytes and fills the rest of the field with NULs.
+// Copies at most N - 1 bytes of the text, cutting a longer text silently, and fills the rest of the field
+// with NULs. The cut counts bytes: a character of several bytes may lose its end.
 template <std::size_t N>
 void CopyText(char (&szField)[N], std::string_view text)
 {
@@ -14,7 +16,8 @@ void CopyText(char (&szField)[N], std::string_view text)
     std::memset(szField + nLength, 0, N - nLength);
 }
 
-// What a field of the game holds: to its NUL, or to its end if it has none.
+// The text of a field that the game has filled: up to its first NUL, or all N bytes if the game has written
+// no NUL. Nothing behind the field is ever read.
 template <std::size_t N>
 std::string_view FieldText(const char (&szField)[N])
 {

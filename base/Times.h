@@ -1,8 +1,9 @@
-// Times that more than one part of the library keeps, in milliseconds.
+// Times that more than one folder of the library uses, in milliseconds.
 #pragma once
 
-// The longest wait for an answer of the service, of a request and of the registration alike.
+// The longest time that a request export waits for its answer, and that InitModule and the comm thread wait
+// for the answer to the registration.
 inline constexpr unsigned int kAnswerTimeout = 5000;
 
-// The distance of two looks at whether a thread that has been asked to end has done so.
+// While a stop waits for a thread to end, it asks the thread's running flag once in this time.
 inline constexpr unsigned int kStopPoll = 50;

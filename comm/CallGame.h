@@ -1,10 +1,11 @@
-// Every call into the game goes through here.
+// The only way from the library into the game's code: every callback of _CONNECTOR_CALLBACKS is called here.
 #pragma once
 
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
 
-// Calls the game with the mark that stopping the library looks at. Whatever it throws passes.
+// Calls the game's callback, with the calling thread marked as inside a callback for that time. An exception
+// that the game throws goes on to the caller of CallGame.
 template <class... Params, class... Args>
 void CallGame(void (*pfnCallback)(Params...), Args... args)
 {
@@ -12,8 +13,8 @@ void CallGame(void (*pfnCallback)(Params...), Args... args)
     pfnCallback(args...);
 }
 
-// Tells the game something that needs no answer. A null callback does nothing, and what the game throws ends
-// here: the caller has work of its own to finish.
+// Calls a callback that has no result. A null callback does nothing. An exception of the game is logged and
+// goes no further, because the caller still has to check the user out or to walk the rest of its list.
 template <class Record>
 void TellGame(void (*pfnCallback)(const Record*), const Record& record) noexcept
 {

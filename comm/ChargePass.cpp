@@ -1,3 +1,5 @@
+// Builds the charge message of a product: who is charged, and whose term has ended. Runs on the charge thread
+// once a cycle, or on a game thread inside the export Charge.
 #include "comm/ChargePass.h"
 
 #include <vector>
@@ -11,7 +13,9 @@
 
 namespace {
 
-// Tells the service that the user's term has ended.
+// Sends the checkout of a user whose term has ended. Runs inside the scan, with the active link list and
+// the user map's lock held; both locks are re-entrant, which the send needs. A checkout that cannot be sent
+// is kept for the next connection, and the user expires here all the same.
 void CheckOutExpired(const CUserInfo& info)
 {
     CheckOutUnasked(
@@ -30,7 +34,8 @@ void CheckOutExpired(const CUserInfo& info)
         });
 }
 
-// Event and specific code 0, no parameter.
+// The notice that the game gets about a user whose term has ended: event code 0 (BILLING_EXPIRE), specific
+// code 0 and no parameter, all of which are the zeros of a new record.
 void AddExpiryNotice(std::vector<_BILLING_NOTI_INFO>& vecNotices, const CUserInfo& info)
 {
     auto& notice = vecNotices.emplace_back();
@@ -38,7 +43,9 @@ void AddExpiryNotice(std::vector<_BILLING_NOTI_INFO>& vecNotices, const CUserInf
     CopyText(notice.szUserIP, info.GetUserIP());
 }
 
-// How many users are to be charged; 0, with nobody told or removed, when memory has run out.
+// Fills the list with the users of the product who are to be charged, and returns their number. Returns 0
+// when memory has run out: the expired users then stay in the map, the game is not told of them, and the next
+// pass finds them again.
 int CollectUsers(Wirova::RecordVector<XChargeInfo>& list, int nProductId)
 {
     std::vector<_BILLING_NOTI_INFO> vecNotices;
@@ -48,6 +55,8 @@ int CollectUsers(Wirova::RecordVector<XChargeInfo>& list, int nProductId)
     });
     if (!bScanned)
         return 0;
+    // The game is called after the scan has released the user map's lock, so that other threads reach the map
+    // while the callback runs. The users are removed whether the game has given a callback or not.
     const auto pfnBillingEvent = CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>();
     for (const _BILLING_NOTI_INFO& notice : vecNotices) {
         TellGame(pfnBillingEvent, notice);
@@ -74,6 +83,7 @@ int SendChargePass(void (*pfnOnFailed)(int nProductId))
 {
     const auto& products = BillingIdMap();
     int nSent = 0;
+    // A reload may add products while this loop runs; the count is therefore asked for again at each turn.
     for (int n = 0; n < products.GetProductCount(); ++n) {
         const int nProductId = products.GetProductIdAt(n);
         if (CommHandler().SendMessage<XC2S_ChargeReq>(_CHARGE_SEND{nProductId}))

@@ -1,14 +1,17 @@
-// One charge of all configured products, with the checkout of the users whose term has ended.
+// The charge: one message for each configured product that names its users, and the checkout of the users
+// whose term has ended. CChargeGen calls RunChargeCycle once a cycle, the export Charge calls SendChargePass
+// at once.
 #pragma once
 
 #include "comm/out/SendRecords.h"
 #include "wirova/messages/SessionMessages.h"
 
-// Sends one message for each product, in ascending order of the ids, and calls onFailed with each product
-// whose message could not be sent. Returns how many went out or had nobody to charge.
+// Sends one message for each product of the settings, in ascending order of the product ids, and calls
+// pfnOnFailed for each product whose message could not be sent; a failed product is not tried again before
+// the next pass. Returns the number of products whose message went out or that had nobody to charge.
 int SendChargePass(void (*pfnOnFailed)(int nProductId));
 
-// The pass of the charge generator's thread.
+// The pass of the charge thread: SendChargePass with a log line for each product that failed.
 void RunChargeCycle();
 
 // The product whose users an XC2S_ChargeReq names.
@@ -16,7 +19,9 @@ struct _CHARGE_SEND {
     int nProductId;
 };
 
-// All users of one product who are to be charged. Filling the message checks users of any product out whose
-// term has ended, tells the game of them and removes them; who is in the message counts as charged before,
-// whether it is sent or not. Runs with the active link list locked, also while the game is called.
+// Fills the message with all users of one product who are to be charged; Built::Nothing if there are none.
+// The same walk finds the users of any product whose term has ended: they are checked out at the service,
+// told to the game and removed from the user map. A user in the message is no longer a first-time user, even
+// if the message then cannot be sent. Runs with the active link list locked, also while the game's callback
+// runs, so no other message leaves meanwhile.
 Built Build(XC2S_ChargeReq& msg, const _CHARGE_SEND& record);

@@ -1,3 +1,4 @@
+// How the answer to the registration gets from the handler's thread to the thread that has connected.
 #include "comm/FirstConnectWait.h"
 
 #include "base/Times.h"
@@ -5,7 +6,9 @@
 using Kernova::XTL::ScopedLock;
 
 namespace {
-constexpr unsigned int kLookAgain = 50;  // milliseconds
+// How long a held handler sleeps before it asks again whether the waiter has armed, in milliseconds. The
+// waiter also wakes the handler at once; the limit only covers a signal that a new round has reset.
+constexpr unsigned int kLookAgain = 50;
 }  // namespace
 
 void CFirstConnectWait::ExpectAnswer()
@@ -26,15 +29,18 @@ void CFirstConnectWait::ForgetAnswer()
 void CFirstConnectWait::WaitForConnectAnswer()
 {
     {
+        // The failure of a timeout stands here before the wait begins; an answer overwrites it.
         const ScopedLock lock(m_lock);
         m_answer = {-1, "Failed to add connector to Velkar server."};
         m_answered.Reset();
         m_bArmed = true;
         m_armed.Set();
+        // A stop that came before this wait has set m_answered, and the Reset above has cleared that signal.
         if (m_bCancelled)
             m_answered.Set();
     }
     m_answered.Wait(kAnswerTimeout);
+    // From here on the round is over: a handler that comes later is not held and changes nothing.
     const ScopedLock lock(m_lock);
     m_bArmed = false;
     m_bExpected = false;
@@ -71,6 +77,7 @@ void CFirstConnectWait::ReleaseConnectWait()
             const ScopedLock lock(m_lock);
             if (!m_bExpected || m_bCancelled)
                 return;
+            // Disarming lets only one answer through: a second answer of the same round is not expected.
             if (m_bArmed) {
                 m_answer = m_pending;
                 m_bArmed = false;

@@ -1,35 +1,44 @@
-// Carries the answer to the connect request from the handler to the thread that waits for it.
+// Carries the service's answer to the registration (XS2C_VelkarConnectAns) from its handler, on a pool
+// thread, to the thread that has opened the connection and waits: InitModule's thread, or the comm thread at
+// a reconnection.
 #pragma once
 
 #include <string>
 
 #include "platform/KernovaXtl.h"
 
-// One connection attempt is one round: ExpectAnswer before Connect, WaitForConnectAnswer after it, and
-// at most one answer delivered in between. What a handler sets takes effect only once the waiter has
-// armed, so that a fast answer is never lost; an answer that no round expects takes no effect at all.
+// One connection attempt is one round: the connecting thread calls ExpectAnswer before Connect and
+// WaitForConnectAnswer after it, and at most one answer is delivered in the round. The answer can arrive
+// before the thread waits. The handler is therefore held until WaitForConnectAnswer has begun ("armed"), and
+// only then is the answer handed over: a fast answer is never lost. An answer outside a round has no effect.
 class CFirstConnectWait {
 public:
     // ---- the waiting side: InitModule's thread or the comm thread ----
+    // Begins a round.
     void ExpectAnswer();
-    void ForgetAnswer();  // the connection did not come about
-    // Blocks up to 5000 milliseconds. Afterwards the result is the service's, or -1 with the text
-    // "Failed to add connector to Velkar server.".
+    // Ends a round whose Connect has failed, and releases a handler that is held.
+    void ForgetAnswer();
+    // Blocks up to 5000 milliseconds and ends the round. Afterwards the result and the message are the
+    // service's, or -1 and "Failed to add connector to Velkar server." after a timeout or a stop.
     void WaitForConnectAnswer();
     int GetConnectResult();
     std::string GetConnectMessage();
 
     // ---- the answering side: a pool thread inside the handler ----
+    // These two only store the answer; ReleaseConnectWait hands it over.
     void SetConnectResult(int nResult);
     void SetConnectMessage(const std::string& strMessage);
-    // Holds the handler, and with it the link's reader, until the waiter has armed; then hands over what
-    // was set and wakes it. Returns at once if nobody expects an answer or the library is being
-    // terminated.
+    // Holds the handler, and with it the link's reader, until the waiting thread has armed; then hands the
+    // stored answer over and wakes that thread. Returns at once if no round expects an answer or the library
+    // is being terminated.
     void ReleaseConnectWait();
 
     // ---- start and stop of the comm handler ----
-    void Open();    // rounds may begin
-    void Cancel();  // ends a wait and a held handler, and every later one until Open
+    // Allows rounds again after a Cancel.
+    void Open();
+    // Ends a running wait and releases a held handler. Until the next Open every wait ends at once and no
+    // handler is held, so that a stop waits for neither.
+    void Cancel();
 
 private:
     struct Answer {
@@ -37,13 +46,13 @@ private:
         std::string strMessage;
     };
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};
-    Kernova::Threading::ManualResetEvent m_answered{false};
-    Kernova::Threading::ManualResetEvent m_armed{false};
-    Answer m_answer GUARDED_BY(m_lock);   // in force
-    Answer m_pending GUARDED_BY(m_lock);  // set by a handler, not in force yet
-    bool m_bExpected GUARDED_BY(m_lock) = false;
-    bool m_bArmed GUARDED_BY(m_lock) = false;
-    bool m_bCancelled GUARDED_BY(m_lock) = false;
+    Kernova::Threading::ManualResetEvent m_answered{false};  // wakes the waiting thread
+    Kernova::Threading::ManualResetEvent m_armed{false};     // releases a held handler
+    Answer m_answer GUARDED_BY(m_lock);                      // what the waiting thread reads
+    Answer m_pending GUARDED_BY(m_lock);                     // stored by a handler, not handed over yet
+    bool m_bExpected GUARDED_BY(m_lock) = false;             // a round is open
+    bool m_bArmed GUARDED_BY(m_lock) = false;                // WaitForConnectAnswer waits
+    bool m_bCancelled GUARDED_BY(m_lock) = false;            // between Cancel and Open
 };
 
 // The one object of the process.

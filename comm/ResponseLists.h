@@ -1,4 +1,5 @@
-// The lists that a response record brings.
+// The result lists that a response record of the public header carries as handles. Request frame and waiters
+// treat all records alike: the templates here look for the handle fields by name.
 #pragma once
 
 #include <utility>
@@ -6,6 +7,8 @@
 #include "VelkarConnector.h"
 #include "datapool/DataPool.h"
 
+// Calls visit(handle) for each handle field of the record, null handles included. A record type without a
+// handle field is not visited.
 template <class Response, class Visit>
 void ForEachList(Response& res, Visit visit)
 {
@@ -20,6 +23,7 @@ void ForEachList(Response& res, Visit visit)
     }
 }
 
+// Whether the record type has a handle field at all. Has to name the same fields as ForEachList.
 // clang-format off
 template <class Response>
 inline constexpr bool kHasLists = requires(Response& res) { res.hBillingData; } ||
@@ -27,12 +31,15 @@ inline constexpr bool kHasLists = requires(Response& res) { res.hBillingData; } 
                                   requires(Response& res) { res.hChildProduct; };
 // clang-format on
 
-// They are null in every response of failure.
+// Nulls the handles and frees nothing: for a caller's record that holds arbitrary bytes before the call. A
+// response of failure has only null handles.
 template <class Response>
 void ForgetLists(Response& res)
 {
     ForEachList(res, [](_DATA_HANDLE*& hList) { hList = nullptr; });
 }
+
+// Frees the lists of a response that no caller will get, and nulls the handles.
 template <class Response>
 void DestroyLists(Response& res)
 {

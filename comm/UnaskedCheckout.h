@@ -1,12 +1,14 @@
-// Checkouts that the library sends by itself: no caller waits for their answer.
+// Checkouts that the library sends by itself: for a user whose term has ended, and for a checkin whose caller
+// has given up. No caller waits for their answer.
 #pragma once
 
 #include "comm/CommHandler.h"
 #include "session/FailedCheckOutVector.h"
 
-// Checks the user out at the service. onSent() or onFailed() writes the line of the log that belongs to the
-// occasion. A checkout that cannot be sent is kept for the next accepted connection, unless the record has no
-// IP: then the user was not in the map.
+// Sends one checkout for the user with Req ID -1, so that its answer wakes nobody. onSent() or onFailed()
+// writes the log line of the occasion. A checkout that cannot be sent is kept for the next accepted
+// connection. A record without an IP is not kept; the expiry notice of a user who is not in the user map
+// makes such a record.
 template <class OnSent, class OnFailed>
 void CheckOutUnasked(const CUserInfo& info, OnSent onSent, OnFailed onFailed)
 {

@@ -1,3 +1,4 @@
+// The products of the settings file.
 #include "config/BillingIdMap.h"
 
 using Kernova::XTL::ScopedLock;
@@ -9,7 +10,8 @@ void CBillingIdMap::AddBilling(std::int32_t nProductId, std::int32_t nBillingId,
         return;
     const std::string* const pName = &*m_setNames.insert(strName).first;
     m_mapBilling.emplace(nProductId, Billing{nBillingId, pName});
-    // Products mostly come in ascending order, while the charge generator walks them.
+    // A reload adds products while the charge thread may walk them by position. A product with the highest id
+    // so far only makes the index of that walk longer; any other product makes the index invalid.
     if (!m_vecIds.empty() && nProductId > m_vecIds.back())
         m_vecIds.push_back(nProductId);
     else

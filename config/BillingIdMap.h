@@ -1,5 +1,7 @@
-// CBillingIdMap: the products that the game bills. Filled by CConfigReader, read by anybody on any thread;
-// its lock is a leaf.
+// CBillingIdMap: the products that the game bills, from the group BILLING_ID_INFO of the settings file. Each
+// product has a billing id, which decides whether its users are charged and whether they expire (see
+// CUserInfo), and a name. Filled by CConfigReader at each load, read on any thread. No other lock is taken
+// under its lock.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +14,20 @@
 
 class CBillingIdMap {
 public:
-    // An entry that is there is left as it is.
+    // An entry of the same product id is left as it is: a reload adds products but changes none.
     void AddBilling(std::int32_t nProductId, std::int32_t nBillingId, const std::string& strName);
     // 0 if there is no such product.
     std::int32_t GetBillingId(std::int32_t nProductId) const;
     // Empty if there is no such product.
     std::string GetBillingName(std::int32_t nProductId) const;
-    // The same as a text that stays good, whatever becomes of the entry, as long as the library is loaded.
+    // The same name as a text that stays valid as long as the library is loaded, also after a Clear. Empty if
+    // there is no such product. For the export GetBillingName, whose caller owns nothing.
     const char* InternName(std::int32_t nProductId) const;
     std::int32_t GetProductCount() const;
-    // In ascending order of the ids, from 0; -1 (all bits set) at or past the count.
+    // The product id at that position, from 0, in ascending order of the ids; -1 (all bits set) for a
+    // position outside the map. Made for a walk over all products: a position costs no walk of its own.
     std::int32_t GetProductIdAt(std::int32_t nPosition) const;
+    // Removes all entries; the names stay valid.
     void Clear();
 
 private:
@@ -34,9 +39,11 @@ private:
     mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                        Kernova::Threading::LockRank::Leaf};
     std::map<std::int32_t, Billing> m_mapBilling GUARDED_BY(m_lock);
-    // The keys of the map, once they have been asked for by position; else empty.
+    // The keys of the map by position. Empty until a position is asked for, and emptied again by an entry
+    // that does not belong at its end.
     mutable std::vector<std::int32_t> m_vecIds GUARDED_BY(m_lock);
-    // Every name there has ever been, once; never emptied, because pointers to them are out.
+    // Every name that an entry has ever had, each once. Never emptied, because the game holds pointers to
+    // them.
     std::set<std::string> m_setNames GUARDED_BY(m_lock);
 };
 

@@ -1,3 +1,4 @@
+// One load of the settings file, key by key, and the accessors. ConfigReload.cpp decides when a load happens.
 #include "config/ConfigReader.h"
 
 #include <cstdio>
@@ -13,13 +14,15 @@ using Tarvo::XmlParser::TextToInteger;
 
 namespace {
 
-constexpr const char* kTopTag = "TARVO";
-// The way of writing that a list is empty, since 0 counts as a failed conversion.
+constexpr const char* kTopTag = "TARVO";  // the element around the whole file
+// A count of 999 means that the list is empty: the count 0 cannot be written, because 0 is how a failed
+// conversion to a number shows.
 constexpr int kNoEntries = 999;
-// Longest value with its NUL.
+// Bytes of the longest value with its NUL; a longer value counts as a missing one.
 constexpr int kValueSize = 255;
 
-// Where the report of a bad file goes when nobody could see a dialog. Any thread.
+// The report of a file that is no XML, where no dialog can be shown: at a reload, and on systems without one.
+// Standard error gets the report too, because a logger may not be running yet. Any thread.
 void ReportBadFile(const char* pszTitle, const char* pszText)
 {
     std::fprintf(stderr, "%s: %s", pszTitle, pszText);
@@ -41,11 +44,13 @@ bool CConfigReader::Load() { return LoadFile(false); }
 
 void CConfigReader::CloseDocument()
 {
-    Document old;
+    Document old;  // freed behind the lock: a large document takes time
     const ScopedLock lock(m_lock);
     old.swap(m_pParser);
 }
 
+// The old document goes first, so a load that cannot open the file leaves none. The new document is read
+// without the lock, while the accessors go on working, and is stored afterwards.
 bool CConfigReader::LoadFile(bool bMayShowDialog)
 {
     CloseDocument();
@@ -70,7 +75,8 @@ bool CConfigReader::LoadFile(bool bMayShowDialog)
     return bResult;
 }
 
-// A failure of the two lists is a failure of the load, but does not keep the steps behind it from running.
+// The steps of a load in the order of the file's keys. A bad entry in one of the two lists makes the load
+// fail, but the groups behind that list are read nevertheless; any other failure ends the load at once.
 bool CConfigReader::ReadDocument(IXmlParser& document)
 {
     if (!Tarvo::XmlParser::MoveToModule(&document, "VELKAR"))
@@ -91,6 +97,8 @@ bool CConfigReader::ReadDocument(IXmlParser& document)
     return ReadLogovaInfo(document) && bBillingIds && bEventCodes;
 }
 
+// The group CONNECTOR_INFO. The flag is true for exactly "true" or "TRUE" and false for any other text, which
+// is no failure.
 bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
 {
     std::string strUseUserNumber;
@@ -107,15 +115,18 @@ bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
     return true;
 }
 
+// The products stand in property arrays that are named "1", "2" and so on. A bad one ends the list.
 bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount)
 {
-    for (int n = 0; n < nCount; ++n) {  // the arrays are named from 1
+    for (int n = 0; n < nCount; ++n) {
         if (!ReadBillingId(document, std::to_string(n + 1)))
             return false;
     }
     return true;
 }
 
+// One product: its array holds product id, name and billing id, in this order. An id of 0 counts as
+// unreadable.
 bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIndex)
 {
     std::string strElement;
@@ -145,6 +156,8 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
     return true;
 }
 
+// The names of the event codes stand in properties that are named by the code, from "0". A missing one ends
+// the list.
 bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
 {
     for (int n = 0; n < nCount; ++n) {
@@ -156,6 +169,7 @@ bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
     return true;
 }
 
+// The group LOGOVA_INFO: what InitModule starts the logger with.
 bool CConfigReader::ReadLogovaInfo(IXmlParser& document)
 {
     return MoveToGroup(document, "LOGOVA_INFO") &&
@@ -164,7 +178,7 @@ bool CConfigReader::ReadLogovaInfo(IXmlParser& document)
            ReadText(document, "LOGOVA_LOGGER", &Settings::strLogovaLogger);
 }
 
-// ---- single steps ----
+// ---- the single steps of a load: each fails with a text that names its key ----
 
 bool CConfigReader::MoveToGroup(IXmlParser& document, const char* pszGroup)
 {
@@ -191,7 +205,7 @@ bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::stri
     return true;
 }
 
-// The number is in force before it is tested: a refused one leaves 0.
+// The number is stored before it is tested: after a refused one the setting in force is 0.
 bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember)
 {
     std::string strValue;
@@ -205,6 +219,7 @@ bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::in
     return nValue != 0 || Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
 }
 
+// The length of a list; 999 stands for 0.
 bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCount)
 {
     std::string strValue;
@@ -224,6 +239,7 @@ void CConfigReader::SetLastError(const std::string& strError)
     m_strLastError = strError;
 }
 
+// Keeps and logs the text of a failure. False, so that a step can return the call.
 bool CConfigReader::Fail(const std::string& strError)
 {
     SetLastError(strError);
@@ -231,7 +247,7 @@ bool CConfigReader::Fail(const std::string& strError)
     return false;
 }
 
-// ---- accessors ----
+// ---- accessors: each returns a copy, because a reload may change the value at any time ----
 
 std::string CConfigReader::GetFileName() const
 {

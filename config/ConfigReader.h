@@ -1,9 +1,10 @@
-// CConfigReader: the settings file and everything that comes from it. It alone knows the file's keys. Its
-// thread loads the file again whenever its last write time has moved; the values are read afresh at each
-// use, so that a reload takes effect without any signal.
+// CConfigReader: the settings file and everything that comes from it. No other class knows the keys of the
+// file. The reload thread loads the file again whenever its last write time has changed. All users of a
+// setting read it afresh at each use, so a reload takes effect without any signal: an address at the next
+// connection, a cycle at the next wait, the logger's settings at the next InitModule.
 //
-// Open and Shutdown are called under the module's lifecycle lock, the accessors on any thread. m_lock is a
-// leaf: no log line is written and no file is read under it.
+// Open and Shutdown are called by InitModule and UninitModule, one at a time; the accessors are called on any
+// thread. No other lock is taken, no log line written and no file read under m_lock.
 #pragma once
 
 #include <atomic>
@@ -20,30 +21,37 @@ public:
     CConfigReader();
     ~CConfigReader() override;
 
-    // Loads the file and, if that went well, starts to watch the directory of the host's executable. This
-    // load alone may show a bad file in a dialog, and then waits until it is closed. True only if all
-    // settings have been read; otherwise no thread runs and GetLastErrorText says what is wrong.
+    // Loads the file and, if all settings have been read, starts the reload thread, which watches the
+    // directory of the host's executable. A bad file may be shown in a dialog, and Open then blocks until the
+    // dialog is closed. False if a setting could not be read: no thread runs then, and GetLastErrorText says
+    // what is wrong.
     bool Open(const std::string& strTL2FileName);
-    // Reads the whole file: overwrites each value as it reaches it and adds new products and events. A
-    // failure half-way leaves what has been read so far in force. Never shows a dialog.
+    // Reads the file from its first key to its last. Each value is in force as soon as it has been read; new
+    // products and events are added to their maps. After a failure half-way the values read so far stay in
+    // force and the others are as they were. Never shows a dialog.
     bool Load();
-    // Ends the thread, waiting for a load in progress, and lets go of the document. The values stay.
+    // Ends the reload thread, waits for a load in progress, and frees the document. The values stay.
     void Shutdown();
+    // Frees the document of the last load, if there is one.
     void CloseDocument();
 
     std::string GetServerIP() const;
     std::int32_t GetServerPort() const;
-    // In seconds; any number, also below 1, and 0 after a reload that found none.
+    // In seconds, as the file has them: also negative, and 0 after a reload that found no number.
     std::int32_t GetHeartbeatCycle() const;
     std::int32_t GetReconnectCycle() const;
     std::int32_t GetChargeCycle() const;
+    // True: users travel by number; false: by id.
     bool IsUseUserNumber() const;
+    // What the logger is started with: its configuration file, relative to the executable's directory, and
+    // two names.
     std::string GetLogovaConfigFile() const;
     std::string GetLogovaService() const;
     std::string GetLogovaLogger() const;
-    // Of the most recent failure; a good load does not clear it.
+    // The text of the most recent failure; a load without a failure does not clear it.
     std::string GetLastErrorText() const;
 
+    // The reload thread.
     void Execute() override;
 
 private:
@@ -65,7 +73,7 @@ private:
         std::string strLogovaLogger;
     };
 
-    // ConfigReader.cpp: one load.
+    // ConfigReader.cpp: one load. A step that fails keeps the text of its failure, logs it and returns false.
     bool LoadFile(bool bMayShowDialog);
     bool ReadDocument(IXmlParser& document);
     bool ReadConnectorInfo(IXmlParser& document);
@@ -81,7 +89,7 @@ private:
     void SetLastError(const std::string& strError);
     bool Fail(const std::string& strError);
 
-    // ConfigReload.cpp: the thread.
+    // ConfigReload.cpp: the reload thread.
     class RunningScope;
     class StopEventScope;
     std::string GetFileName() const;
@@ -98,14 +106,17 @@ private:
     Settings m_settings GUARDED_BY(m_lock);
     std::string m_strFileName GUARDED_BY(m_lock);
     std::string m_strLastError GUARDED_BY(m_lock);
-    // Of the last load; a load in progress works on one of its own, which nobody can take away.
+    // The document of the last load. A load in progress works on a document of its own, so that Shutdown
+    // cannot free the document under it.
     Document m_pParser GUARDED_BY(m_lock);
-    // There while Execute runs; a request to stop that comes before that is kept in the flag.
+    // Not null while the reload thread can wait on it. A Shutdown that comes earlier is seen by
+    // m_bStopRequested.
     Host::StopEvent* m_pStopEvent GUARDED_BY(m_lock) = nullptr;
     bool m_bStopRequested GUARDED_BY(m_lock) = false;
-    // Last write time of the file that the most recent load began with.
+    // The file's last write time when the most recent load began; another time means that the file has
+    // changed.
     std::atomic<std::int64_t> m_nLastWriteTime{0};
-    // Set before the thread starts, so that a Shutdown right behind it waits for it.
+    // Set before the reload thread starts, so that a Shutdown right after Open waits for the thread.
     std::atomic<bool> m_bRunning{false};
 };
 

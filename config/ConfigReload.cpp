@@ -1,4 +1,6 @@
-// The thread that loads the settings file again when it has changed.
+// The reload thread: watches the directory of the host's executable and loads the settings file again when
+// its last write time has changed. No failure here stops the library; without the thread the settings stay
+// what they are.
 #include "base/Logger.h"
 #include "config/ConfigReader.h"
 #include "platform/Platova.h"
@@ -7,13 +9,16 @@ using Kernova::XTL::ScopedLock;
 
 namespace {
 
-constexpr unsigned int kPoll = 50;  // milliseconds
-// Longer than the tick by which a system stamps its files. What is written a tick after a time has been
-// stamped gets another one; so a load that begins that late cannot be followed by a save that goes unseen.
+// How often a waiting thread looks whether it has to stop, in milliseconds.
+constexpr unsigned int kPoll = 50;
+// Longer than the step of the clock by which a system stamps its files, in milliseconds. Two saves within one
+// step get the same time. A load therefore begins one tick after the time of the file: any later save gets
+// another time and is noticed.
 constexpr unsigned int kFileClockTick = 50;
-// A file that is being written all the time is loaded nevertheless, every so many ticks.
+// A file that is written again and again is loaded after this many ticks, although its time has not stood
+// still.
 constexpr int kMostTicks = 20;
-// Between two tries while the directory cannot be watched, in milliseconds.
+// The pause between two tries while the directory cannot be watched, in milliseconds.
 constexpr unsigned int kWatchAgain = 1000;
 
 int LastError() { return static_cast<int>(Platova::GetLastError()); }
@@ -24,7 +29,7 @@ struct CloseChange {
 
 }  // namespace
 
-// To the end of Execute, however it ends.
+// Holds the running flag to the end of Execute, also when an exception ends it: Shutdown waits for the flag.
 class CConfigReader::RunningScope {
 public:
     explicit RunningScope(std::atomic<bool>& bRunning) : m_bRunning(bRunning) { m_bRunning.store(true); }
@@ -36,7 +41,8 @@ private:
     std::atomic<bool>& m_bRunning;
 };
 
-// Shows the event to Shutdown as long as it is there.
+// Makes the stop event, and lets Shutdown set it for as long as it exists. Get() is null if it could not be
+// made.
 class CConfigReader::StopEventScope {
 public:
     explicit StopEventScope(CConfigReader& reader) : m_reader(reader), m_pEvent(Host::CreateStopEvent())
@@ -69,6 +75,7 @@ bool CConfigReader::Open(const std::string& strTL2FileName)
         m_strFileName = strTL2FileName;
         m_bStopRequested = false;
     }
+    // The time is read before the load: a save during the load is then a change that the reload thread finds.
     std::int64_t nTime = 0;
     if (Host::GetLastWriteTime(strTL2FileName, nTime) && Host::IsFreshlyWritten(strTL2FileName))
         Settle(strTL2FileName, nTime);
@@ -76,10 +83,12 @@ bool CConfigReader::Open(const std::string& strTL2FileName)
     if (!LoadFile(true))
         return false;
     if (!m_bRunning.exchange(true) && !Start())
-        m_bRunning.store(false);  // the settings then stay what they are
+        m_bRunning.store(false);  // no thread could be made: the library runs without reloading
     return true;
 }
 
+// The thread has ended before its document is freed, and a thread that has not reached its wait yet sees the
+// flag.
 void CConfigReader::Shutdown()
 {
     {
@@ -99,11 +108,12 @@ void CConfigReader::Execute()
     const RunningScope running(m_bRunning);
     try {
         Run();
-    } catch (...) {  // no memory; the settings then stay what they are
+    } catch (...) {  // out of memory: the thread ends and the settings stay what they are
         Log::Error("[Config reader::Reload thread] There is an exception because of some reasons.");
     }
 }
 
+// A file or an event that is not there ends the thread at once, with a log line.
 void CConfigReader::Run()
 {
     const std::string strFileName = GetFileName();
@@ -124,8 +134,8 @@ void CConfigReader::Run()
     Watch(strFileName, stop.Get());
 }
 
-// Only the host's directory is watched: a settings file elsewhere is looked at when something in there
-// changes.
+// Watches the directory of the host's executable alone. A change of any file there makes the thread look at
+// the settings file, wherever that file is; a settings file elsewhere causes no such look by itself.
 void CConfigReader::Watch(const std::string& strFileName, Host::StopEvent* pStop)
 {
     const std::unique_ptr<Host::ChangeNotification, CloseChange> change(
@@ -137,7 +147,7 @@ void CConfigReader::Watch(const std::string& strFileName, Host::StopEvent* pStop
             LastError());
         return;
     }
-    LookAtFile(strFileName, false);  // it may have changed since Open began to load it
+    LookAtFile(strFileName, false);  // the file may have changed between the load in Open and the watch
     while (!Terminated() && !MustStop()) {
         switch (Host::WaitForStopOrChange(pStop, change.get())) {
             case Host::WaitResult::Stopped:
@@ -149,13 +159,15 @@ void CConfigReader::Watch(const std::string& strFileName, Host::StopEvent* pStop
                 LookAtFile(strFileName, true);
                 if (!Host::FindNextChange(change.get()))
                     Pause(kWatchAgain);
+                // Once more, for a save between the first look and the renewed watch.
                 LookAtFile(strFileName, false);
                 break;
         }
     }
 }
 
-// Loads the file if its last write time has moved, and again if it has moved meanwhile.
+// Loads the file if its last write time has changed, and once more for each change during the load. The time
+// is stored before the load, so a load that fails is not repeated before the file changes again.
 void CConfigReader::LookAtFile(const std::string& strFileName, bool bLogFailure)
 {
     while (!MustStop()) {
@@ -179,7 +191,8 @@ void CConfigReader::LookAtFile(const std::string& strFileName, bool bLogFailure)
     }
 }
 
-// Waits until the time has stood still for a tick. False if the file has gone.
+// Waits until the file's time has not changed for one tick, or kMostTicks have passed, and leaves the last
+// time in nTime. False if the file is no longer there.
 bool CConfigReader::Settle(const std::string& strFileName, std::int64_t& nTime) const
 {
     for (int n = 0; n < kMostTicks && !MustStop(); ++n) {
@@ -194,7 +207,8 @@ bool CConfigReader::Settle(const std::string& strFileName, std::int64_t& nTime) 
     return true;
 }
 
-// Whatever becomes of the load, the thread goes on watching.
+// One load on this thread. A load that fails, or throws, does not end the thread: the next save may be a good
+// one.
 void CConfigReader::Reload()
 {
     Log::Info("[Config reader::Reload thread] Reload TL2 contents.");
@@ -205,13 +219,15 @@ void CConfigReader::Reload()
     }
 }
 
-// Not Terminated, which between Shutdown and the next Start speaks of the thread before.
+// Whether Shutdown has been called since the last Open. Terminated() cannot tell: after a Shutdown it stays
+// true until the next Start, and the Open in between has to load and settle as well.
 bool CConfigReader::MustStop() const
 {
     const ScopedLock lock(m_lock);
     return m_bStopRequested;
 }
 
+// Sleeps that long, but no longer than a poll once Shutdown has been called.
 void CConfigReader::Pause(unsigned int milliseconds) const
 {
     for (unsigned int n = 0; n < milliseconds && !MustStop(); n += kPoll)

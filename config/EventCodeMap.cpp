@@ -1,3 +1,4 @@
+// The names of the billing event codes.
 #include "config/EventCodeMap.h"
 
 using Kernova::XTL::ScopedLock;

@@ -1,5 +1,6 @@
-// CEventCodeMap: the names of the billing event codes. Filled by CConfigReader, read by anybody on any
-// thread; its lock is a leaf.
+// CEventCodeMap: the names of the billing event codes, from the group SPECIFIC_EVENT_CODE_INFO of the
+// settings file. The library itself treats events by their number; the names serve the export GetEventName.
+// Filled by CConfigReader at each load, read on any thread. No other lock is taken under its lock.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +12,22 @@
 
 class CEventCodeMap {
 public:
-    // An entry that is there is left as it is.
+    // An entry of the same code is left as it is: a reload adds codes but changes none.
     void AddEvent(std::int32_t nEventCode, const std::string& strName);
     // Empty if there is no such code.
     std::string GetEventName(std::int32_t nEventCode) const;
-    // The same as a text that stays good, whatever becomes of the entry, as long as the library is loaded.
+    // The same name as a text that stays valid as long as the library is loaded, also after a Clear. Empty if
+    // there is no such code.
     const char* InternName(std::int32_t nEventCode) const;
+    // Removes all entries; the names stay valid.
     void Clear();
 
 private:
     mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                        Kernova::Threading::LockRank::Leaf};
     std::map<std::int32_t, const std::string*> m_mapEvents GUARDED_BY(m_lock);
-    // Every name there has ever been, once; never emptied, because pointers to them are out.
+    // Every name that an entry has ever had, each once. Never emptied, because the game holds pointers to
+    // them.
     std::set<std::string> m_setNames GUARDED_BY(m_lock);
 };
 

@@ -1,4 +1,7 @@
-// Access to result lists. What the families do is told once; each function is a line of data.
+// The data calls: how the game reads a result list, makes a handle for a request and adds records to it.
+// There are three families (Get...Data, GetHandleFor..., Set...Data). Each family's work is a template; each
+// export is one line with its record, its kind of list and its texts. None of these calls asks whether the
+// library is initialised, and none blocks: they only use the data pool.
 #include <initializer_list>
 #include <string_view>
 
@@ -11,6 +14,8 @@ namespace {
 
 constexpr const char* kException = "There is an exception because of some reasons.";
 
+// Copies one record out of the list. The order of the checks decides which text the game gets: null
+// arguments, then the kind of the handle, then the list, then the index. pRecord is only written on success.
 template <class T>
 bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, const CallerText& error,
                std::initializer_list<std::uint32_t> tags, const char* pszNull,
@@ -37,6 +42,8 @@ bool GetRecord(const _DATA_HANDLE* pHandle, std::size_t nIndex, T* pRecord, cons
     return bDone;
 }
 
+// Makes a handle with an empty list of records T. Null when memory has run out, or when the list could not be
+// entered into the pool. The handle belongs to the game, which ends it with DestroyHandle.
 template <class T>
 _DATA_HANDLE* MakeHandle(std::uint32_t nTag, const CallerText& error) noexcept
 {
@@ -55,6 +62,8 @@ _DATA_HANDLE* MakeHandle(std::uint32_t nTag, const CallerText& error) noexcept
     return pMade;
 }
 
+// Adds a copy of the record to the list behind the handle. nTag is the only kind of list that the export
+// accepts.
 template <class T>
 bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const CallerText& error, std::uint32_t nTag,
                const char* pszWrongType) noexcept
@@ -80,6 +89,7 @@ bool SetRecord(const _DATA_HANDLE* pHandle, const T* pRecord, const CallerText& 
 
 }  // namespace
 
+// An empty list, a destroyed one and a null handle all give 0, with a text each.
 std::size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, std::size_t errorSize)
 {
     const CallerText error{errorText, errorSize};
@@ -100,7 +110,7 @@ std::size_t GetDataSize(const _DATA_HANDLE* handle, char* errorText, std::size_t
 
 void DestroyHandle(_DATA_HANDLE* handle) { FreeHandle(handle); }
 
-// ---- reading: function, record, tags, the record's name and the list's in the texts ----
+// ---- reading: export, record, names of record and list in the error texts, accepted kinds of list ----
 #define GET_DATA(function, record, recordName, listName, ...)                                      \
     bool function(const _DATA_HANDLE* handle, std::size_t index, record* pRecord, char* errorText, \
                   std::size_t errorSize)                                                           \
@@ -128,7 +138,7 @@ GET_DATA(GetSaveItemData, _INVENTORY_ITEM_INFO, "SAVE_ITEM_INFO", "item info for
          DataTag::kSaveInventory)
 #undef GET_DATA
 
-// ---- making: function, record, tag ----
+// ---- making: export, record, kind of list ----
 #define MAKE_HANDLE(function, record, tag)                         \
     _DATA_HANDLE* function(char* errorText, std::size_t errorSize) \
     {                                                              \
@@ -141,7 +151,7 @@ MAKE_HANDLE(GetHandleForConfirmUseStorageItemInfo, _CONFIRM_USE_STORAGE_INFO, Da
 MAKE_HANDLE(GetHandleForCancelUseStorageItemInfo, _CONFIRM_USE_STORAGE_INFO, DataTag::kCancelUseStorage)
 #undef MAKE_HANDLE
 
-// ---- adding: function, parameter, record, tag, the list's name in the text ----
+// ---- adding: export, its parameter, pointer to the record, kind of list, list's name in the error text ----
 #define SET_DATA(function, parameter, pRecord, tag, listName)                                    \
     bool function(const _DATA_HANDLE* handle, parameter, char* errorText, std::size_t errorSize) \
     {                                                                                            \
@@ -157,7 +167,8 @@ SET_DATA(SetUseStorageItemData, const _USE_STORAGE_INFO* p, p, DataTag::kUseStor
 
 namespace {
 
-// Confirming and cancelling take a bare number, and share their text.
+// Confirming and cancelling take the storage number itself in place of a record. Both use the text about
+// confirming when the handle is of another kind.
 bool SetStorageSeq(const _DATA_HANDLE* pHandle, int nStorageSeq, const CallerText& error, std::uint32_t nTag)
 {
     const _CONFIRM_USE_STORAGE_INFO record{nStorageSeq};

@@ -1,4 +1,7 @@
-// The life of the library: InitModule and UninitModule.
+// The life of the library: InitModule and UninitModule. A start reads the settings file, starts the logger
+// and the comm handler, which connects, and waits for the service's answer to the registration. A stop ends
+// the reload thread, the comm handler and the logger, and empties the tables. A start that fails stops what
+// it had begun.
 #include "VelkarConnector.h"
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
@@ -19,10 +22,11 @@ using Kernova::XTL::ScopedLock;
 
 namespace {
 
-constexpr const char* kSettingsFile = "VelkarConnectorConfig.tl2";
+constexpr const char* kSettingsFile = "VelkarConnectorConfig.tl2";  // in the directory of the host executable
 
-// InitModule and UninitModule against each other; taken by no thread that is inside a callback. Never
-// destroyed, so that a call during the process's exit finds it.
+// Keeps InitModule and UninitModule of several threads apart. A thread that is inside a callback of the game
+// never takes this lock, because a stop holds it while it waits for running callbacks. The lock is never
+// destroyed, so that a call during the exit of the process still finds it.
 Kernova::Threading::CriticalSection& LifecycleLock()
 {
     static auto* const s_pLock = new Kernova::Threading::CriticalSection(
@@ -30,14 +34,15 @@ Kernova::Threading::CriticalSection& LifecycleLock()
     return *s_pLock;
 }
 
-// From the first step of a start to the last one of the stop path.
+// The stop path, from any state that a start can have reached. Clears both flags at its end, whatever has
+// failed.
 void StopRunning() noexcept
 {
     try {
         ConfigReader().Shutdown();
         CommHandler().Stop();
         Logger().Uninit();
-    } catch (...) {  // the flags below still have to fall
+    } catch (...) {  // without memory for one of the steps the flags below are cleared all the same
     }
     InitializedFlag().Set(false);
     BeingTerminatedFlag().Set(false);
@@ -50,7 +55,8 @@ void StopConnector() noexcept
     StopRunning();
 }
 
-// Everything between the checks and the verdict.
+// The steps of a start. False with the reason in the caller's buffer; the caller of this function then runs
+// the stop path. Blocks for up to 5000 milliseconds to connect and as long again for the service's answer.
 bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
     Log::Info("[Velkar Connector] Velkar Connector start...");
@@ -58,11 +64,14 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
     const std::string strPrefix = strDirectory.empty() ? "" : strDirectory + Host::GetPathSeparator();
     error.Put("");
 
+    // The first load may show a bad settings file in a dialog, which blocks until it is closed.
     auto& config = ConfigReader();
     if (!config.Open(strPrefix + kSettingsFile)) {
         error.Put(config.GetLastErrorText());
         return false;
     }
+    // A logger that does not start is no failure: the library runs without a log, and the text stays in the
+    // buffer even if the rest of the start succeeds.
     if (!Logger().Init(config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(),
                        config.GetLogovaLogger()))
         error.Put("Failed to initialize a logger.");
@@ -96,8 +105,10 @@ Verdict LookAtFlags(const CallerText& error)
     return Verdict::Start;
 }
 
+// Runs with the lifecycle lock held, so a failed start has been taken down before another call can begin.
 bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
+    // The library's threads run its code, so the system must not unload it before StopRunning releases it.
     Host::HoldLibrary();
     try {
         if (StartConnector(id, callbacks, error)) {
@@ -114,12 +125,16 @@ bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks,
     return false;
 }
 
+// Looks at the flags twice: once without the lock, so that a call during a long start or stop by another
+// thread is answered where possible, and once more when it has the lock, because that thread may have
+// finished meanwhile.
 bool InitGuarded(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallbacks, const CallerText& error)
 {
     if (const Verdict verdict = LookAtFlags(error); verdict != Verdict::Start)
         return verdict == Verdict::AlreadyRunning;
     if (CallbackScope::IsInside()) {
-        // Another thread may be waiting for this very callback while it holds the lifecycle lock.
+        // A stop on another thread may be waiting for this very callback while it holds the lifecycle lock;
+        // waiting for that lock here would never end.
         error.Put("Velkar Connector is not initialized.");
         return false;
     }
@@ -127,6 +142,7 @@ bool InitGuarded(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallback
         error.Put("Connector id or callbacks arg is NULL.");
         return false;
     }
+    // The caller's blocks need not outlive the call.
     const _CONNECTOR_CALLBACKS callbacks = *pCallbacks;
     const _CONNECTOR_ID id = *pId;
     const ScopedLock lock(LifecycleLock());
@@ -135,6 +151,9 @@ bool InitGuarded(const _CONNECTOR_ID* pId, const _CONNECTOR_CALLBACKS* pCallback
     return StartLocked(id, callbacks, error);
 }
 
+// Does nothing on a library that is not initialised, or that another thread is stopping. The tables are
+// emptied after the stop, when no thread of the library uses them any more; checkouts that could not be sent
+// are given up.
 void UninitGuarded()
 {
     if (!InitializedFlag().IsSet() || BeingTerminatedFlag().IsSet())

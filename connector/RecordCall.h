@@ -1,22 +1,24 @@
-// Requests whose messages have the fields of their records: the shop's and the storage box's calls.
+// The calls of the shop and the storage box for the request frame. Their messages consist of the fields of
+// their records, so a call is fully described by the two message classes and its texts.
 #pragma once
 
 #include "comm/out/FieldCopy.h"
 #include "comm/out/SendRecords.h"
 #include "connector/RequestFrame.h"
 
-// The words of one call.
+// The texts of one call.
 struct CallWords {
     const char* pszLabel;         // in the line of a null argument
     const char* pszRequestLabel;  // in the line of the request
-    const char* pszTimeout;
+    const char* pszTimeout;       // what the game reads in szError after 5000 milliseconds without an answer
 };
 
-// The fields of each record as the line of the request shows them, behind the Req ID.
+// Writes the log line of a request: the call's name, the Req ID and the fields of the record. One
+// specialisation for each record, in ShopCalls.cpp and StorageCalls.cpp.
 template <class Record>
 void LogFields(const char* pszLabel, const RecordSend<Record>& record);
 
-// kWords is a CallWords with static storage.
+// The request frame's view of such a call. The caller's record has to outlive the call; it is only read.
 template <class Record, class RequestMessage, class AnswerMessage, const CallWords& kWords>
 struct RecordCall : CallBase {
     using Request = RequestMessage;
@@ -27,6 +29,8 @@ struct RecordCall : CallBase {
     explicit RecordCall(const Record* p) : pReq(p) {}
 
     bool HasNullArg() const { return pReq == nullptr; }
+    // A copy of the caller's record; its texts end in a NUL even where the game has filled a field to its
+    // end.
     RecordSend<Record> MakeRecord(int nReqID) const
     {
         RecordSend<Record> send{*pReq, nReqID};

@@ -1,4 +1,7 @@
-// The session calls of the interface.
+// The session calls: checkin, checkout, billing queries, moves between game servers, the charge on demand and
+// the names of products and events. The request frame does what all requests have in common; a call states
+// here its messages, its texts, and what it does to the user map. The checkins change nothing here: the
+// handler of the answer enters the user.
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -13,7 +16,7 @@
 
 namespace {
 
-// A call that names one user.
+// A call that names one user by key and address. pReq is the caller's record, which outlives the call.
 struct UserCall : CallBase {
     explicit UserCall(const _USER_REQ* p) : pReq(p) {}
 
@@ -30,7 +33,9 @@ struct UserCall : CallBase {
     const _USER_REQ* pReq;
 };
 
-// A call for a user who is checked in here, and who is gone afterwards whatever the answer.
+// A call that takes a user away from this game server: Checkout and UserMoveTo. The user has to be in the
+// user map before the call, and has left the map after it, whatever the service answers and also after a
+// timeout.
 struct LeavingCall : UserCall {
     explicit LeavingCall(const _USER_REQ* p) : UserCall(p) {}
 
@@ -40,7 +45,7 @@ struct LeavingCall : UserCall {
         const bool bFound = UserInfoMap().FindUserInfo(strKey, info);
         return bFound ? nullptr : "This user is not checkined.";
     }
-    // The user is told to the service at the next connection.
+    // A user whose request could not be sent is reported to the service at the next accepted connection.
     void OnSendFailed()
     {
         FailedCheckOutVector().AddFailedUser(info);
@@ -49,10 +54,10 @@ struct LeavingCall : UserCall {
     void OnEnd(const _RESULT_RES&) { UserInfoMap().RemoveUserInfo(strKey); }
 
     std::string strKey;
-    CUserInfo info;
+    CUserInfo info;  // the user as the map had it before the request
 };
 
-// pszReqID: the calls do not agree on how the number is labelled.
+// pszReqID is the label of the Req ID, which differs from call to call: "ReqID" or "Req ID".
 void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND& record,
                     const char* pszUserIP)
 {
@@ -60,7 +65,8 @@ void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND
                  pszLabel, pszReqID, record.nReqID, record.szUserKey, pszUserIP);
 }
 
-// A call that changes nothing in the frame but its words.
+// Defines a call that adds to the frame only its messages and its texts. The texts stand as the game gets
+// them, spelling included.
 #define PLAIN_CALL(call, request, answer, label, requestLabel, reqID, timeout) \
     struct call : UserCall {                                                   \
         using UserCall::UserCall;                                              \
@@ -85,6 +91,7 @@ PLAIN_CALL(QueryBillingInfoExCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBilling
            "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.")
 #undef PLAIN_CALL
 
+// The log line shows the address of the user map, because a checkout sends none.
 struct CheckoutCall : LeavingCall {
     using LeavingCall::LeavingCall;
     using Request = XC2S_CheckOutReq;
@@ -110,7 +117,8 @@ struct UserMoveToCall : LeavingCall {
     }
 };
 
-// The user as the other game server knew it, to be entered here if the service agrees.
+// The user as the other game server knew it, to be entered into the user map if the service agrees. A Seq No
+// of 0 stands for none and becomes an empty text.
 CUserInfo MakeMovedUser(const _USER_SEND& record, const _USER_MOVE_INFO& move)
 {
     CUserInfo info;
@@ -126,6 +134,8 @@ CUserInfo MakeMovedUser(const _USER_SEND& record, const _USER_MOVE_INFO& move)
     return info;
 }
 
+// Takes a user over from another game server. The user enters the map on a success only: after a timeout the
+// user is not in the map, even if the service has agreed.
 struct UserMoveFromCall : UserCall {
     UserMoveFromCall(const _USER_REQ* p, const _USER_MOVE_INFO* pInfo) : UserCall(p), pMove(pInfo) {}
 
@@ -155,7 +165,7 @@ struct UserMoveFromCall : UserCall {
             pMove->nSeqNo, info.GetCRMCode().c_str(), info.GetEndDate().c_str(), info.IsFirst() ? 'Y' : 'N',
             info.GetFree() == 'Y' ? 'Y' : 'N');
     }
-    // The other game server has let the user go already.
+    // The other game server has let the user go already, so nobody but this one can still report the user.
     void OnSendFailed() { FailedCheckOutVector().AddFailedUser(info); }
     void OnEnd(const _RESULT_RES& res)
     {
@@ -167,7 +177,8 @@ struct UserMoveFromCall : UserCall {
     CUserInfo info;
 };
 
-// What is no number counts as far as it is one; what is too large becomes the largest.
+// The Seq No of the user map, a decimal text, as the number of the public record: the leading digits of the
+// text, 0 if there are none, and the nearest int if the number does not fit.
 int SeqNoOf(const std::string& str)
 {
     const long long n = std::strtoll(str.c_str(), nullptr, 10);
@@ -175,6 +186,7 @@ int SeqNoOf(const std::string& str)
         std::clamp<long long>(n, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
+// What the game carries to the other game server, which hands it to UserMoveFrom there.
 _USER_MOVE_INFO MakeMoveInfo(const CUserInfo& info)
 {
     _USER_MOVE_INFO move{};
@@ -188,6 +200,8 @@ _USER_MOVE_INFO MakeMoveInfo(const CUserInfo& info)
     return move;
 }
 
+// One charge pass on the caller's thread. Not a request: nobody waits for the answer of the service. One
+// product whose message went out, or that had nobody to charge, is enough for success.
 void ChargeNow(_RESULT_RES& res)
 {
     if (!InitializedFlag().IsSet())
@@ -203,7 +217,8 @@ void ChargeNow(_RESULT_RES& res)
     SetFailure(res, "Failed to send a 'XC2S_ChargeReq' msg.");
 }
 
-// A name that lives as long as the library.
+// The name of a product or an event; "" for an unknown number. The text stays valid as long as the library is
+// loaded, also after a reload or UninitModule.
 template <auto pfnMap>
 const char* NameOf(int nNumber) noexcept
 {
@@ -231,6 +246,7 @@ void UserMoveFrom(const _USER_REQ* pReq, const _USER_MOVE_INFO* pInfo, _RESULT_R
     RunRequest(UserMoveFromCall(pReq, pInfo), pRes);
 }
 
+// Reads the user map only, whether the library is initialised or not, and writes no log line.
 bool GetBillingInfoForUserMove(const char* pszUserKey, _USER_MOVE_INFO* pInfo)
 {
     bool bFound = false;

@@ -1,7 +1,10 @@
-// The shop's calls: each is a line of data over the common frame.
+// The calls of the shop: menu, products, discounts, tags, coupons, special products and the Ruv coin balance.
+// Each call is one line of data for the request frame; the log lines of the requests stand above them, one a
+// record.
 #include "VelkarConnector.h"
 #include "connector/RecordCall.h"
 
+// The head of the log line of a request.
 #define REQUEST "[Velkar Connector] %s request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tGame ID: %s"
 
 template <>
@@ -9,7 +12,7 @@ void LogFields(const char* pszLabel, const RecordSend<_GAME_REQ>& send)
 {
     Log::InfoFmt(REQUEST, pszLabel, send.nReqID, send.record.szGameID);
 }
-// Search type and value are not shown.
+// The record's search type and search value are no part of this line.
 template <>
 void LogFields(const char* pszLabel, const RecordSend<_PRODUCT_LIST_REQ>& send)
 {
@@ -46,7 +49,8 @@ void LogFields(const char* pszLabel, const RecordSend<_RUVCOIN_REQ>& send)
                  send.nReqID, send.record.szUserID);
 }
 
-// function, record, response, the messages' name
+// Defines an export of the shop: the export's name, which is also its name in the log, the request record,
+// the response record, and the name that its two wire classes have between prefix and suffix.
 #define SHOP_CALL(function, record, response, message)                                                     \
     static constexpr CallWords k##function##Words = {                                                      \
         #function, #function, "Failed to receive a 'XS2C_" #message "Ans' msg because of timeout."};       \

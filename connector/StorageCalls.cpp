@@ -1,13 +1,17 @@
-// The calls of the storage box and the purchase.
+// The calls of the storage box and the purchase. Items get from the box into a character's inventory in two
+// steps, which the game drives: StorageToInventory reserves them, ConfirmStorageToInventory or
+// CancelStorageToInventory ends the reservation. The library remembers nothing between the steps.
 #include "VelkarConnector.h"
 #include "connector/RecordCall.h"
 #include "datapool/DataPool.h"
 
+// The head of the log line of a request, and the part that names a character.
 #define REQUEST "[Velkar Connector] %s request.\r\n-Contents-\r\n\tReq ID: %d\r\n\tGame ID: %s"
 #define CHARACTER "\r\n\tServer ID: %s\r\n\tUser ID: %s\r\n\tCharacter ID: %s"
 
 namespace {
 
+// The log line of a request that shows the character alone.
 template <class Record>
 void LogCharacter(const char* pszLabel, const RecordSend<Record>& send)
 {
@@ -35,7 +39,7 @@ void LogFields(const char* pszLabel, const RecordSend<_STORAGE_READ_REQ>& send)
     Log::InfoFmt(REQUEST CHARACTER "\r\n\tStorage Req: %d\r\n\tDelete: %s", pszLabel, send.nReqID, r.szGameID,
                  r.szServerID, r.szUserID, r.szCharacterID, r.nStorageSeq, r.bDelete != 0 ? "Y" : "N");
 }
-// The pass word's place in the line is kept, the pass word itself is not for a log.
+// The line shows stars in place of the buyer's pass word, and nothing if there is no pass word.
 template <>
 void LogFields(const char* pszLabel, const RecordSend<_PURCHASE_REQ>& send)
 {
@@ -51,14 +55,16 @@ void LogFields(const char* pszLabel, const RecordSend<_PURCHASE_REQ>& send)
 
 namespace {
 
-// What a step of the move into the inventory says of its handle.
+// The texts with which a step of the move refuses a handle: none given, one of another kind, one without a
+// list.
 struct UseWords {
     const char* pszNull;
     const char* pszWrongType;
     const char* pszNoData;
 };
 
-// A call that takes a list of T under that tag.
+// A step of the move into the inventory: before anything is sent, its handle has to have a list of records T
+// and the kind kTag. The list itself is read while the message is built.
 template <class Base, class T, std::uint32_t kTag, const UseWords& kUse>
 struct UseCall : Base {
     using Base::Base;
@@ -76,7 +82,8 @@ struct UseCall : Base {
 
 }  // namespace
 
-// function, record, response, request, answer, label of the request's line
+// Defines the frame's view of an export: the export's name, the request record, the two messages, and the
+// name of the call in the log line of the request, which is not always the export's.
 #define STORAGE_CALL(function, record, request, answer, requestLabel)                          \
     static constexpr CallWords k##function##Words = {                                          \
         #function, requestLabel, "Failed to receive a '" #answer "' msg because of timeout."}; \
@@ -95,6 +102,7 @@ STORAGE_CALL(PurchaseProduct, _PURCHASE_REQ, XC2S_PurchaseProductReq, XS2C_Purch
              "PurchaseProduct")
 #undef STORAGE_CALL
 
+// The texts stand as the game gets them, spelling included.
 static constexpr UseWords kUse = {"Handle for using storage items is NULL.",
                                   "Data handle type doesn't refer to using storage items info.",
                                   "There is no data about using storage items info."};

@@ -1,3 +1,5 @@
+// The data pool, and the two ends of a handle: FreeHandle, and the scope object of a handle that is being
+// made.
 #include "datapool/DataPool.h"
 
 #include <utility>
@@ -14,7 +16,8 @@ bool CDataPool::Insert(std::uint32_t nHandleID, Node pNode)
 
 bool CDataPool::Erase(std::uint32_t nHandleID)
 {
-    Node pErased;  // a long list is freed after the lock has gone
+    // Declared before the lock and so freed after its release: freeing a long list keeps nobody waiting.
+    Node pErased;
     const ScopedLock lock(m_lock);
     const auto it = m_mapNodes.find(nHandleID);
     if (it == m_mapNodes.end())
@@ -37,6 +40,8 @@ std::size_t CDataPool::GetDataSizeOf(std::uint32_t nHandleID)
     return pNode == nullptr ? 0 : pNode->GetSize();
 }
 
+// The unique_ptr takes the handle before anything can throw: without memory the handle is freed and its list
+// stays in the pool.
 void CDataPool::KeepOrphan(_DATA_HANDLE* pHandle)
 {
     std::unique_ptr<_DATA_HANDLE> pOrphan(pHandle);
@@ -44,6 +49,7 @@ void CDataPool::KeepOrphan(_DATA_HANDLE* pHandle)
     m_vecOrphans.push_back(std::move(pOrphan));
 }
 
+// The lists and handles are swapped out under the lock and freed behind it.
 void CDataPool::Clear()
 {
     std::map<std::uint32_t, Node> mapCleared;

@@ -1,4 +1,6 @@
-// The handles of result lists and what stands behind them.
+// The data pool: result lists that the game reads, and lists that the game fills, each behind a handle. A
+// handler or an export makes a list and its handle, and gives the handle to the game; DestroyHandle ends
+// both.
 #pragma once
 
 #include <cstddef>
@@ -12,15 +14,19 @@
 #include "datapool/DataNode.h"
 #include "platform/KernovaXtl.h"
 
-// What the game holds. On the heap, alone; its list is in the pool, or nowhere any more.
+// What the game holds of a list: a small object on the heap. The handle does not own the list, which the pool
+// keeps under nHandleID. After UninitModule has emptied the pool a handle has no list any more, and calls
+// with it fail.
 struct _DATA_HANDLE {
     explicit _DATA_HANDLE(std::uint32_t nTag) : nHandleID(ReqIdGenerator().NextHandleID()), nType(nTag) {}
     std::uint32_t nHandleID;  // key in the pool
     std::uint32_t nType;      // a DataTag
 };
 
-// What a handle's list consists of and where it comes from. The numbers are fixed.
+// The kinds of lists. A kind says what records a list holds and which call it comes from or goes to, so that
+// an export can refuse a handle of another call. The numbers never change.
 namespace DataTag {
+// Results: made by the handler of an answer, read by the game.
 inline constexpr std::uint32_t kCheckinBilling = 0;
 inline constexpr std::uint32_t kQueryBilling = 4;
 inline constexpr std::uint32_t kMenu = 7;
@@ -34,37 +40,42 @@ inline constexpr std::uint32_t kCoupon = 14;
 inline constexpr std::uint32_t kSpecialProductList = 15;
 inline constexpr std::uint32_t kSpecialProduct = 16;
 inline constexpr std::uint32_t kStorage = 17;
+// Requests: made and filled by the game, read while the request is built.
 inline constexpr std::uint32_t kUseStorage = 18;
 inline constexpr std::uint32_t kConfirmUseStorage = 19;
 inline constexpr std::uint32_t kCancelUseStorage = 20;
 inline constexpr std::uint32_t kUseCoupon = 21;
 inline constexpr std::uint32_t kUseOption = 22;
+// Requests of the service: live for the length of the game's callback.
 inline constexpr std::uint32_t kInventory = 26;      // filled by pfnQueryInventory
 inline constexpr std::uint32_t kSaveInventory = 27;  // read by pfnSaveInventory
 inline constexpr std::uint32_t kCharacter = 28;      // filled by pfnQueryCharacter
 }  // namespace DataTag
 
-// Any thread. The lock covers the map alone and is a leaf. A node that has been found lives as long as its
-// finder keeps it, also when the pool is emptied meanwhile.
+// Any thread. The lock covers the map only, and no other lock is taken under it. A list that has been found
+// lives as long as its finder keeps the pointer, even if its handle is destroyed or the pool is emptied
+// meanwhile.
 class CDataPool {
 public:
     using Node = std::shared_ptr<CDataBaseNode>;
 
     bool Insert(std::uint32_t nHandleID, Node pNode);  // false for a null node or an id that is there
-    bool Erase(std::uint32_t nHandleID);
-    Node Find(std::uint32_t nHandleID);  // null if there is none
-    // Null also for a list of other records.
+    bool Erase(std::uint32_t nHandleID);               // false if there is none
+    Node Find(std::uint32_t nHandleID);                // null if there is none
+    // The list of records T under that id; null if there is none or it holds other records.
     template <class T>
     std::shared_ptr<CDataNode<T>> FindListOf(std::uint32_t nHandleID)
     {
         return std::dynamic_pointer_cast<CDataNode<T>>(Find(nHandleID));
     }
+    // Number of records in the list; 0 if there is no list.
     std::size_t GetDataSizeOf(std::uint32_t nHandleID);
-    // Takes a handle that nobody has any more, to free it when the pool is emptied; its list stays till then,
-    // too.
+    // Takes ownership of a handle that no caller has received, and frees it when the pool is emptied. The
+    // handle's list stays in the pool until then, too.
     void KeepOrphan(_DATA_HANDLE* pHandle);
+    // Frees all lists and the orphaned handles. Handles that the game holds stay valid for DestroyHandle.
     void Clear();
-    std::size_t GetCount();
+    std::size_t GetCount();  // lists in the pool
 
 private:
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};
@@ -75,11 +86,12 @@ private:
 // The one object of the process.
 inline CDataPool& DataPool() { return Kernova::XTL::Singleton<CDataPool>::Instance(); }
 
-// Takes the handle's list out of the pool and frees the handle. Takes null.
+// Takes the handle's list out of the pool and frees the handle; null is allowed. While the process exits the
+// pool may be gone: the handle alone is freed then.
 void FreeHandle(_DATA_HANDLE* pHandle) noexcept;
 
-// The handle and the list that a handler or an export is making: taken out of the pool and freed at the end
-// of the scope, unless they have been handed on.
+// Owns a handle and its list while a handler or an export is making them. At the end of the scope the list is
+// taken out of the pool and the handle freed, unless Disarm has been called because the game now owns them.
 class CDataAutoDestroyer {
 public:
     CDataAutoDestroyer() = default;
@@ -91,7 +103,7 @@ public:
     void SetNode(CDataPool::Node pNode) { m_pNode = std::move(pNode); }
     void Disarm() { m_bArmed = false; }
 
-    // Makes both; null when memory has run out.
+    // Makes the handle and an empty list of records T. Returns the list; null when memory has run out.
     template <class T>
     CDataNode<T>* Make(std::uint32_t nTag)
     try {
@@ -102,7 +114,7 @@ public:
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    // Files the list in the pool under the handle's id. False if that fails.
+    // Enters the list into the pool under the handle's id. False if that id is in use.
     bool InsertNode();
     _DATA_HANDLE* GetHandle() const { return m_pHandle; }
 

@@ -1,3 +1,4 @@
+// The charge thread: start, stop and the loop of its cycle.
 #include "session/ChargeGen.h"
 
 #include "base/CycleWait.h"
@@ -11,6 +12,7 @@ bool CChargeGen::Start(Pass pfnPass)
     m_pfnPass = pfnPass;
     m_bStop.store(false);
     m_wake.Reset();
+    // Set before the thread runs, so that a Stop right behind this call waits for the thread.
     m_bRunning.store(true);
     if (Thread::Start())
         return true;
@@ -22,6 +24,7 @@ void CChargeGen::Stop()
 {
     if (!m_bRunning.load())
         return;
+    // Flag first, event second: ResetUnlessStopping relies on this order.
     m_bStop.store(true);
     m_wake.Set();
     Thread::Stop();
@@ -29,6 +32,7 @@ void CChargeGen::Stop()
         Host::Sleep(kStopPoll);
 }
 
+// An exception ends the thread and is logged; no further charge is sent until the library is started again.
 void CChargeGen::Execute()
 {
     try {
@@ -42,8 +46,11 @@ void CChargeGen::Execute()
 void CChargeGen::Run()
 {
     Log::Info("[Charge Gen] Charge gen thread start.");
-    bool bLast = false;  // after a stop has been seen, however long it takes to terminate this thread
+    // A stop that ends the wait still lets one pass run, if the link stands. bLast makes sure that it is one
+    // pass only, because Terminated() becomes true some time after the stop flag.
+    bool bLast = false;
     while (!Terminated() && !bLast) {
+        // The cycle is read afresh at each turn, so a reloaded CHARGE_CYCLE counts from the next wait on.
         m_wake.Wait(CycleMilliseconds(ConfigReader().GetChargeCycle()));
         ResetUnlessStopping(m_wake, m_bStop);
         bLast = m_bStop.load();

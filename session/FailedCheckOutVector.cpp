@@ -1,3 +1,4 @@
+// The list of failed checkouts; comm/in/ConnectAnswer.cpp delivers it after an accepted registration.
 #include "session/FailedCheckOutVector.h"
 
 #include <new>
@@ -14,6 +15,8 @@ void CFailedCheckOutVector::AddFailedUser(const CUserInfo& info)
     const auto [it, bNew] = m_setKeyAndIP.emplace(info.GetKey(), info.GetUserIP());
     if (!bNew)
         return;
+    // The set finds a double entry without a walk over the list. Both have to name the same users, so the set
+    // gives its entry back if the list cannot grow.
     try {
         m_vecUsers.push_back(info);
     } catch (...) {
@@ -25,6 +28,8 @@ void CFailedCheckOutVector::AddFailedUser(const CUserInfo& info)
 bool CFailedCheckOutVector::GetFailedCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list)
 try {
     const ScopedLock lock(m_lock);
+    // Counted at the end only: if memory runs out on the way, no user is listed and none will be cleared
+    // unsent.
     m_nListed = 0;
     for (const CUserInfo& info : m_vecUsers)
         FillCheckOutInfo(list.Add(), info);
@@ -48,6 +53,7 @@ bool CFailedCheckOutVector::DumpFailedUsers(std::string& out)
     return true;
 }
 
+// Only the listed users at the front go; a user who was added meanwhile stands behind them and stays.
 void CFailedCheckOutVector::ClearFailedUsers()
 {
     const ScopedLock lock(m_lock);

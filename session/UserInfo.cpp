@@ -1,12 +1,14 @@
+// Whether a user's billing term has ended, and whether the user is to be charged.
 #include "session/UserInfo.h"
 
 #include <array>
 
 namespace {
 
-// Year, month, day, hour, minute, second.
+// Year, month, day, hour, minute, second: two arrays compare in the order of time.
 using DateFields = std::array<int, 6>;
 
+// Reads "yyyymmddhhmmss". A field ends at its first character that is not a digit; what is missing is 0.
 DateFields ParseEndDate(const std::string& str)
 {
     constexpr std::array<std::size_t, 6> kWidths = {4, 2, 2, 2, 2, 2};
@@ -32,6 +34,7 @@ bool CUserInfo::IsEndDatePassed(const Host::LocalTime& now) const
 
 ChargeState CUserInfo::GetChargeState(const Host::LocalTime& now) const
 {
+    // Billing id 1 has a fixed term, 2 a running charge, 3 both.
     const bool bTerm = m_nBillingID == 1 || m_nBillingID == 3;
     const bool bCharged = m_nBillingID == 2 || m_nBillingID == 3;
     if (bTerm && IsEndDatePassed(now))

@@ -1,4 +1,4 @@
-// One checked-in user.
+// One checked-in user: what the service has answered to the checkin, and what the charge needs of it.
 #pragma once
 
 #include <string>
@@ -7,11 +7,12 @@
 
 // What the charge scan does with a user.
 enum class ChargeState {
-    Expired = -1,  // the term has ended
-    Nothing = 0,
-    Charge = 1,
+    Expired = -1,  // the term has ended: check out, tell the game, remove
+    Nothing = 0,   // neither expired nor charged
+    Charge = 1,    // belongs into the charge message of the user's product
 };
 
+// A plain value; copies are handed out under the user map's lock, so a copy belongs to one thread.
 class CUserInfo {
 public:
     CUserInfo() = default;
@@ -19,7 +20,7 @@ public:
     CUserInfo& operator=(const CUserInfo&) = default;
     virtual ~CUserInfo() = default;
 
-    // Key and IP decide, byte by byte; the other members play no part.
+    // Two records are equal if their keys and IPs are equal byte by byte; the other members are not compared.
     friend bool operator==(const CUserInfo& a, const CUserInfo& b)
     {
         return a.m_strKey == b.m_strKey && a.m_strUserIP == b.m_strUserIP;
@@ -35,11 +36,12 @@ public:
     char GetFree() const { return m_cFree; }
     bool IsFirst() const { return m_bFirst; }
 
-    // By billing id: 1 is a fixed term, 2 a running charge, 3 both; any other id has neither.
+    // What the charge does with this user at that local time. The billing id decides: 1 is a fixed term, 2 a
+    // running charge, 3 both. Any other id, such as the 0 of a product that is not configured, is neither.
     ChargeState GetChargeState(const Host::LocalTime& now) const;
     ChargeState GetChargeState() const { return GetChargeState(Host::GetLocalTime()); }
-    // Whether the end date's second is over. Digits that are missing count as 0, so that an empty date has
-    // passed.
+    // Whether the end date lies before that local time; its own second still belongs to the term. Missing
+    // digits count as 0, so an empty date has passed.
     bool IsEndDatePassed(const Host::LocalTime& now) const;
     bool IsEndDatePassed() const { return IsEndDatePassed(Host::GetLocalTime()); }
 
@@ -54,13 +56,13 @@ public:
     void SetFirst(bool b) { m_bFirst = b; }
 
 private:
-    std::string m_strKey;  // the text that identifies the user
-    std::string m_strUserIP;
-    std::string m_strEndDate;  // end of the term, 14 digits, local time of the game server
-    std::string m_strCRMCode;
-    std::string m_strSeqNo;  // decimal text of the checkin; goes back with every checkout and charge
+    std::string m_strKey;      // the text by which the game names the user: an id or a number
+    std::string m_strUserIP;   // dotted address
+    std::string m_strEndDate;  // end of the term, yyyymmddhhmmss, local time of the game server
+    std::string m_strCRMCode;  // the service's own, passed on unread
+    std::string m_strSeqNo;    // decimal text of the checkin; goes back with every checkout and charge
     int m_nProductID = -1;
     int m_nBillingID = 0;  // from the settings, for the product, at the time of the checkin
-    char m_cFree = 'N';
-    bool m_bFirst = true;  // until the user's first charge
+    char m_cFree = 'N';    // the service's Free mark, passed on unread
+    bool m_bFirst = true;  // until the user is first put into a charge message
 };

@@ -1,3 +1,4 @@
+// The single operations of the user map; the walk of the charge is in ChargeScan.cpp.
 #include "session/UserInfoMap.h"
 
 #include <new>
@@ -10,6 +11,9 @@ bool CUserInfoMap::AddUserInfo(std::string strKey, const CUserInfo& info)
 {
     if (strKey.empty() || !IsValidUserInfo(info))
         return false;
+    // A new checkin of the same user replaces the old record. The lock is not held from here to the
+    // insertion, so another thread can enter the key in between; try_emplace then fails and the other
+    // thread's record stays.
     if (HasUserInfo(strKey) && !RemoveUserInfo(strKey))
         return false;
     auto pCopy = std::make_unique<CUserInfo>(info);
@@ -19,7 +23,7 @@ bool CUserInfoMap::AddUserInfo(std::string strKey, const CUserInfo& info)
 
 bool CUserInfoMap::RemoveUserInfo(std::string strKey)
 {
-    std::unique_ptr<CUserInfo> pRemoved;  // destroyed after the lock has gone
+    std::unique_ptr<CUserInfo> pRemoved;  // declared before the lock, so destroyed after it is released
     const ScopedLock lock(m_lock);
     const auto it = m_mapUsers.find(strKey);
     if (it == m_mapUsers.end())
@@ -62,6 +66,7 @@ std::size_t CUserInfoMap::GetCount()
     return m_mapUsers.size();
 }
 
+// Out of memory counts as an empty list: the message is then not sent, which is no failure of the send.
 bool CUserInfoMap::GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list)
 try {
     const ScopedLock lock(m_lock);

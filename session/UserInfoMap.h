@@ -1,4 +1,6 @@
-// Who is checked in on this game server. In memory only; it stays as it is through a disconnection.
+// The users who are checked in on this game server. A user enters with a successful checkin or move, and
+// leaves with a checkout, a move away, the end of the term, or an order of the service. In memory only. A
+// loss of the connection does not change the map; after the next one the service is sent the whole list.
 #pragma once
 
 #include <functional>
@@ -10,23 +12,25 @@
 #include "session/UserInfo.h"
 #include "wirova/messages/SessionMessages.h"
 
-// Any thread; every operation is one hold of the lock unless it says otherwise. Keys are the texts by
-// which the game names its users.
+// Any thread. Every operation takes the lock once, unless its comment says otherwise. The lock comes behind
+// the active link list and before the lock of CFailedCheckOutVector. Keys are the texts by which the game
+// names its users.
 class CUserInfoMap {
 public:
-    // Replaces a record of the same key. False for an empty key, an invalid record, or when another
-    // thread has entered the key between the removal and the insertion (two holds).
+    // Enters a copy of the record and replaces a record of the same key. False for an empty key or an invalid
+    // record. Removal and insertion take the lock separately: false also if another thread enters the key in
+    // between.
     bool AddUserInfo(std::string strKey, const CUserInfo& info);
     bool RemoveUserInfo(std::string strKey);                // true if a record was removed
     bool FindUserInfo(std::string strKey, CUserInfo& out);  // copies into out on true only
     bool HasUserInfo(std::string strKey);
-    static bool IsValidUserInfo(const CUserInfo& info);  // a key or an IP is there
+    static bool IsValidUserInfo(const CUserInfo& info);  // false if key and IP are both empty
     void RemoveAllUserInfo();
     std::size_t GetCount();
 
-    // Runs complete(), which wakes the caller of a checkin and says whether there was one, and adds the
-    // user if so and if bAdd is set, all in one hold: the woken caller cannot look the user up before
-    // the user is there. Returns what complete() said.
+    // Runs complete(), which wakes the caller of a checkin and returns whether there was one. If there was
+    // one and bAdd is set, adds the user. Both happen under one hold of the lock: a Checkout that the woken
+    // caller makes at once finds the user. Returns the result of complete().
     template <class Complete>
     bool CompleteAndAdd(const CUserInfo& info, bool bAdd, Complete complete)
     {
@@ -38,10 +42,10 @@ public:
         return true;
     }
 
-    // One walk over all users for the charge of one product. onExpired(info) is called for each user of any
-    // product whose term has ended, with the map's lock held; the caller removes these users afterwards. The
-    // users of this product who are to be charged are appended to the list, and are not first any more. False
-    // when memory has run out; what was appended stays.
+    // One walk over all users for the charge of one product. onExpired(info) is called, with the map's lock
+    // held, for each user of any product whose term has ended; the caller of the scan removes these users
+    // afterwards. The users of this product who are to be charged are appended to the list and lose their
+    // first mark. False when memory has run out; what was appended stays.
     bool ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId,
                             const std::function<void(const CUserInfo&)>& onExpired);
 
@@ -58,5 +62,6 @@ private:
 // The one object of the process.
 inline CUserInfoMap& UserInfoMap() { return Kernova::XTL::Singleton<CUserInfoMap>::Instance(); }
 
-// The wire's record of one user, as both lists carry it.
+// Fills the wire record of one user, which the list of failed checkouts and the list of checked-in users
+// share.
 void FillCheckOutInfo(XCheckOutInfo& record, const CUserInfo& info);

@@ -1,4 +1,5 @@
-// How a user is named on the wire.
+// How a user is named on the wire. The game knows one text for a user, the key; messages have two fields for
+// the key, strUserID and strUserNo, and use one of them.
 #pragma once
 
 #include <string>
@@ -7,14 +8,15 @@
 #include "config/ConfigReader.h"
 #include "platform/KernovaXtl.h"
 
-// The key travels as the user number or as the user id, as USE_USER_NUMBER says at this moment; the
-// other field is empty. Both are fields of every message and record that names a user.
+// Puts the key into the number field if the setting USE_USER_NUMBER is true, otherwise into the id field, and
+// empties the other field. The setting is read at every call, so a reload counts from the next message on.
 inline void PutKey(std::string& strID, std::string& strNo, std::string_view key)
 {
     const bool bNumber = ConfigReader().IsUseUserNumber();
     (bNumber ? strNo : strID) = key;
     (bNumber ? strID : strNo).clear();
 }
+// The same for a message or record with the usual names of the two fields.
 template <class Record>
 void PutUserKey(Record& record, std::string_view key)
 {

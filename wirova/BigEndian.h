@@ -1,4 +1,5 @@
-// The wire's byte order, and the only place that knows it. Shifts: right on any machine.
+// The byte order of the wire: big-endian, the most significant byte first. No other file knows it. The bytes
+// are made and read by shifts, which give the same result on every processor and need no alignment.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +7,7 @@
 
 namespace Wirova {
 
+// Writes the integer, signed or not, as sizeof(T) bytes.
 template <class T>
 void PutBigEndian(T value, unsigned char (&bytes)[sizeof(T)])
 {
@@ -14,6 +16,7 @@ void PutBigEndian(T value, unsigned char (&bytes)[sizeof(T)])
         bytes[i] = static_cast<unsigned char>(u & 0xFF);
 }
 
+// The integer that PutBigEndian has written.
 template <class T>
 T GetBigEndian(const unsigned char (&bytes)[sizeof(T)])
 {

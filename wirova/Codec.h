@@ -1,6 +1,11 @@
-// One block for each field type of the wire: size, save, load and clear. Any other type does not
-// compile. A length or count on the wire is a claim: memory is committed only for what has arrived.
-// Sizes are summed in 64 bits, so that texts of gigabytes end in a failed Save and not in an overflow.
+// How each field type stands on the wire: one Codec for each type, with size, save, load and clear. A field
+// of any other type does not compile. A length or a count on the wire is the peer's claim: memory is taken
+// only for bytes that have arrived. Sizes are summed in 64 bits, so that texts of gigabytes make Save fail
+// instead of overflowing.
+//
+// Each Codec has: kMinSize, the fewest bytes that a field can take; Size, the bytes that Save would write
+// now; Save and Load, which return false when the stream fails and do not undo what they have done by then;
+// and Clear, except for records, which stand in vectors only.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +22,8 @@ namespace Wirova {
 // The most bytes of a text, and elements of a vector, that a count on the wire can hold.
 inline constexpr std::size_t kMaxCount = std::numeric_limits<int32>::max();
 
-// While it lives the record leaves its id out; then the record is as it was, also after a failure.
+// Makes the record leave out its id for the length of the scope, and puts the record back into its former
+// state at the end, also after a failure or an exception.
 class NestedScope {
 public:
     explicit NestedScope(IMessage& rec) : m_rec(rec), m_bWas(rec.IsNested()) { rec.SetNested(true); }
@@ -35,6 +41,7 @@ struct Codec;
 template <class T>
 using CodecOf = Codec<std::remove_cvref_t<T>>;
 
+// Integers: big-endian, two's complement, without gaps.
 template <class T>
     requires std::same_as<T, int32> || std::same_as<T, int64>
 struct Codec<T> {
@@ -57,6 +64,7 @@ struct Codec<T> {
     static void Clear(T& v) { v = 0; }
 };
 
+// One byte, as it is in both directions.
 template <class T>
     requires std::same_as<T, char> || std::same_as<T, boolean>
 struct Codec<T> {
@@ -68,6 +76,7 @@ struct Codec<T> {
     static void Clear(T& v) { v = T(); }
 };
 
+// A text: its length in bytes as an int32, then the bytes, without a NUL. The bytes are not looked at.
 template <>
 struct Codec<string> {
     static constexpr int32 kMinSize = 4;
@@ -85,7 +94,8 @@ struct Codec<string> {
         if (!Codec<int32>::Load(s, nSize))
             return false;
         if (nSize < 1)
-            return true;  // and the string stays as it stands
+            return true;  // an empty text, or a negative length: the string stays as it is
+        // Space for the bytes that are there only; if they are fewer than claimed, the load fails.
         const int nArrived = std::min(nSize, Strova::GetLength(s));
         v.resize(static_cast<std::size_t>(std::max(nArrived, 0)));
         return Strova::Read(s, v.data(), nArrived) == nSize;
@@ -93,7 +103,7 @@ struct Codec<string> {
     static void Clear(string& v) { v.clear(); }
 };
 
-// A record: its fields without its id.
+// A record inside a vector: its fields without its id, because the type of the vector says the class.
 template <std::derived_from<IMessage> T>
 struct Codec<T> {
     static constexpr int32 kMinSize = T::kMinSize;
@@ -114,7 +124,7 @@ struct Codec<T> {
     }
 };
 
-// Vectors of records hold pointers, the others values.
+// The element behind an iterator: a vector of records holds pointers, any other vector holds values.
 template <class T>
 T& Element(T* rec)
 {
@@ -125,6 +135,7 @@ const T& Element(const T& value)
 {
     return value;
 }
+// Reads one element and appends it. An element that fails is not appended.
 template <class T>
 bool LoadElement(Stream* s, std::vector<T>& v)
 {
@@ -144,12 +155,13 @@ bool LoadElement(Stream* s, RecordVector<T>& v)
     return true;
 }
 
+// A vector: the number of its elements as an int32, then the elements.
 template <class V>
     requires requires(V& v) { LoadElement(nullptr, v); }
 struct Codec<V> {
     using Sample = decltype(Element(*std::declval<const V&>().begin()));
     static constexpr int32 kMinElement = CodecOf<Sample>::kMinSize;
-    static constexpr int32 kMaxReserve = 256;  // beyond that a vector grows with what has arrived
+    static constexpr int32 kMaxReserve = 256;  // elements reserved at once; more make the vector grow
     static constexpr int32 kMinSize = 4;
     static int64 Size(const V& v)
     {
@@ -170,8 +182,8 @@ struct Codec<V> {
         if (!Codec<int32>::Load(s, nSize))
             return false;
         if (nSize < 0)
-            throw std::length_error("negative element count");  // for the guard around every handler
-        // A record without a field would let a few bytes claim 2^31 records.
+            throw std::length_error("negative element count");  // the guard around every handler logs it
+        // Elements without any byte would let a few bytes of the wire claim 2^31 elements.
         static_assert(kMinElement > 0);
         const int32 nPossible = std::max(Strova::GetLength(s), 0) / kMinElement;
         v.reserve(v.size() + static_cast<std::size_t>(std::min({nSize, nPossible, kMaxReserve})));

@@ -1,3 +1,4 @@
+// Writing and recognising frames. The frame loop in comm/ takes the frames off the stream.
 #include "wirova/Frame.h"
 
 #include "wirova/Codec.h"
@@ -18,6 +19,7 @@ FrameState NextFrame(Stream* stream, int32 nMaxLength, int32& nLength)
     nLength = GetBigEndian<int32>(bytes);
     if (nLength > nMaxLength)
         return FrameState::TooLong;
+    // A negative length is never more than what is there, so it counts as whole, with an empty body.
     return Strova::GetLength(stream) - nHeader >= nLength ? FrameState::Whole : FrameState::NeedMore;
 }
 

@@ -1,4 +1,5 @@
-// All that follows from a class's one list of fields.
+// What makes a wire class of a list of fields. A new message is one such list in wirova/messages/; size,
+// save, load, clear and the walk over its fields follow from the list:
 //
 //     struct XC2S_CheckInReq final : Wirova::IMessage {
 //         WIROVA_MESSAGE(XC2S_CheckInReq, 4143642,
@@ -6,15 +7,18 @@
 //             (string, strUserID))           // [22] empty when USE_USER_NUMBER is on
 //     };
 //
-// declares the fields in wire order, the class's eight operations, its constant kMsgID and the walk
-// ForEachField. The fields are public and used directly. A number in brackets in a field's
-// comment is the most bytes that this system keeps of a text, or puts into it: the wire has no limit.
+// This declares the fields in wire order and declares the eight operations of IMessage, its constant
+// kMsgID and the walk ForEachField. The fields are public and used directly. A number in brackets in a
+// field's comment is the most bytes that this system keeps of a text, or puts into it; the wire itself has no
+// limit.
 #pragma once
 
 #include "wirova/Codec.h"
 
 namespace Wirova {
 
+// Bytes that SaveTo would write now: the id, unless the message is nested, and the fields. A sum that does
+// not fit is given as the largest int32; writing such a message fails.
 template <class M>
 int32 SizeOf(const M& msg)
 {
@@ -26,6 +30,7 @@ int32 SizeOf(const M& msg)
     return static_cast<int32>(std::min<int64>(nLength, std::numeric_limits<int32>::max()));
 }
 
+// Writes the id and the fields in wire order, up to the first that fails.
 template <class M>
 bool SaveTo(Stream* s, const M& msg)
 {
@@ -33,6 +38,8 @@ bool SaveTo(Stream* s, const M& msg)
            M::ForEachField(msg, [&](const char*, const auto& f) { return CodecOf<decltype(f)>::Save(s, f); });
 }
 
+// Reads the id and the fields in wire order, up to the first that fails. The id is stored unchecked: the
+// dispatch has chosen the class by it.
 template <class M>
 bool LoadFrom(Stream* s, M& msg)
 {
@@ -40,6 +47,7 @@ bool LoadFrom(Stream* s, M& msg)
            M::ForEachField(msg, [&](const char*, auto& f) { return CodecOf<decltype(f)>::Load(s, f); });
 }
 
+// Makes every field zero or empty.
 template <class M>
 void ClearAll(M& msg)
 {
@@ -52,7 +60,10 @@ void ClearAll(M& msg)
 }  // namespace Wirova
 
 // clang-format off: the macros below read as tables.
-// Walk a list (type, name)(type, name)... of any length: A and B hand over to each other.
+// These macros walk a list (type, name)(type, name)... of any length. Each element is expanded by A or B, and
+// the result ends in the name of the other one, which takes the next element; a macro cannot expand itself.
+// At the end of the list that name gets _END pasted to it and vanishes. FIELD declares the fields, VISIT
+// calls a function for each of them, LEAST sums their smallest sizes.
 #define WIROVA_CAT_(a, b) a##b
 #define WIROVA_CAT(a, b) WIROVA_CAT_(a, b)
 #define WIROVA_FIELD_A(type, name) \
@@ -72,9 +83,10 @@ void ClearAll(M& msg)
 #define WIROVA_LEAST_A_END
 #define WIROVA_LEAST_B_END
 
-// The declaration of a wire class: its name, its id, its fields in wire order. The operations that walk the
-// fields are compiled once, by WIROVA_MESSAGE_OPERATIONS in messages/Operations.cpp, and not by every source
-// that uses the class.
+// The declaration of a wire class: its name, its id, its fields in wire order. The assertion on the id finds
+// slips of the pen: all ids of the protocol are positive, below 2 to the power 28, and end in the hexadecimal
+// digit A. The operations that walk the fields are compiled once, by WIROVA_MESSAGE_OPERATIONS in
+// messages/Operations.cpp, and not by every source that uses the class.
 #define WIROVA_MESSAGE(cls, id, fields)                                                                   \
     static constexpr Wirova::int32 kMsgID = id;                                                           \
     static_assert(kMsgID > 0 && kMsgID < (1 << 28) && (kMsgID & 0xF) == 0xA, "mistyped id");              \

@@ -2,6 +2,7 @@
 #include "wirova/BigEndian.h"
 #include "wirova/WirovaBase.h"
 
+// The table is a list that is walked for each message; the connector enters 31 handlers.
 namespace Wirova {
 
 bool CMsgHandlerTable::RegisterHandler(int32 nMsgID, MsgHandler handler, void* pContext)
@@ -18,6 +19,7 @@ bool CMsgHandlerTable::RegisterHandler(int32 nMsgID, MsgHandler handler, void* p
 
 bool CMsgHandlerTable::Dispatch(Stream* stream, void* pParam) const
 {
+    // The id stays on the stream, because the handler's Load reads it as the first field of the body.
     unsigned char bytes[sizeof(int32)];
     if (Strova::Peek(stream, bytes, sizeof(bytes)) != static_cast<int>(sizeof(bytes))) {
         RaiseAssertion("Invalid stream. Stream length is too short.");

@@ -1,4 +1,5 @@
-// The base of all messages and records, and the table of handlers. Knows streams and nothing above.
+// The wire's types, the base of all messages and records, and the table that maps a message id to its
+// handler. This folder knows byte streams and nothing of sockets, threads, settings or waiters.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +17,8 @@ using int32 = std::int32_t;
 using int64 = std::int64_t;
 using string = std::string;
 
-// One byte of the wire, kept as it came: a received 2 stays 2, which a C++ bool cannot hold.
+// A flag of the wire: one byte that is kept as it came. A received 2 stays 2, which a C++ bool cannot hold.
+// As a condition, every byte but 0 is true.
 struct boolean {
     std::uint8_t nByte = 0;
     boolean() = default;
@@ -33,9 +35,11 @@ struct boolean {
 template <class T>
 class RecordVector;
 
+// A message, or a record that travels inside a message's vector. The derived classes are lists of fields
+// (Message.h). A message lives on one thread's stack and owns the records in its vectors.
 class IMessage {
 public:
-    // The words of the field lists.
+    // The type names that the lists of fields use.
     using int32 = Wirova::int32;
     using int64 = Wirova::int64;
     using string = Wirova::string;
@@ -49,10 +53,11 @@ public:
     virtual int32 GetMsgID() const = 0;          // the class's constant
     virtual const char* GetMsgName() const = 0;  // the class's name
     virtual int32 GetSize() const = 0;           // bytes that Save would write now
-    // Fields in wire order; false at the first that fails, and what has been written or read stays so.
+    // Write or read the fields in wire order. False at the first that fails; what has been written to the
+    // stream, or taken off it, by then is not undone.
     virtual bool Save(Stream* stream) const = 0;
     virtual bool Load(Stream* stream) = 0;
-    // While nested, GetSize, Save and Load leave nMsgID out.
+    // While a record is nested, as in a vector, GetSize, Save and Load leave nMsgID out.
     virtual void SetNested(bool bNested) = 0;
     virtual bool IsNested() const = 0;
 
@@ -63,7 +68,7 @@ protected:
     IMessage() = default;
 };
 
-// Pointers to records that the message owns; deleted last first.
+// A message's vector of records: pointers to records that the vector owns and deletes, the last one first.
 template <class T>
 class RecordVector {
 public:
@@ -73,6 +78,7 @@ public:
     RecordVector& operator=(const RecordVector&) = delete;
     ~RecordVector() { clear(); }
 
+    // Appends the record, by default a new one, and returns it.
     T& Add(std::unique_ptr<T> rec = std::make_unique<T>())
     {
         m_vec.push_back(rec.get());
@@ -83,7 +89,7 @@ public:
         for (; !m_vec.empty(); m_vec.pop_back())
             delete m_vec.back();
     }
-    // The record is not needed any more; its place stays, with null in it.
+    // Frees one record before the others. Its place stays and holds null, so the other indexes do not move.
     void Drop(std::size_t i)
     {
         delete m_vec[i];
@@ -101,18 +107,20 @@ private:
     std::vector<T*> m_vec;
 };
 
-// Takes the stream, the context of the registration and the parameter of the dispatch. What it
-// returns is Dispatch's result.
+// A handler gets the stream with the message at its front, the context of its registration and the parameter
+// of the dispatch. Its result becomes the result of Dispatch.
 using MsgHandler = bool (*)(Stream* stream, void* pContext, void* pParam);
 
+// Maps message ids to handlers. No lock: the table is filled before the first dispatch and only read
+// afterwards.
 class CMsgHandlerTable {
 public:
     // False, and no change, if the id is registered already.
     bool RegisterHandler(int32 nMsgID, MsgHandler handler, void* pContext);
-    // For ids that nobody has registered; none unless set.
+    // The handler of all ids that are not registered. Without it Dispatch returns false for such an id.
     void SetDefaultHandler(MsgHandler handler, void* pContext) { m_default = {handler, pContext}; }
-    // Runs the handler of the id at the front of the stream, which the handler takes off itself.
-    // False with the stream as it is if there is no id or no handler.
+    // Runs the handler of the id at the front of the stream. The handler takes id and message off the stream.
+    // False, with the stream as it is, if fewer than 4 bytes are there or no handler is found.
     bool Dispatch(Stream* stream, void* pParam) const;
 
 private:

@@ -1,4 +1,6 @@
-// The service's answer to the registration of this connector.
+// The service's answer to the registration of this connector, at the first connection and at every
+// reconnection. After an acceptance the service is brought up to date with two lists: the users whose
+// checkout could not be sent, and the users who are checked in here. Both are sent before InitModule returns.
 #include "base/LastErrorCode.h"
 #include "base/Logger.h"
 #include "comm/CommHandler.h"
@@ -8,11 +10,13 @@
 
 namespace {
 
-// Lets the waiting thread go at the end of the handler, also on the way out of an exception.
+// Wakes the thread that waits for the registration at the end of the handler, also when an exception ends the
+// handler; that thread would otherwise wait for its whole 5000 milliseconds.
 struct ConnectWaitReleaser {
     ~ConnectWaitReleaser() { FirstConnectWait().ReleaseConnectWait(); }
 };
 
+// Sends a list; an empty list is not sent and counts as success.
 template <class M>
 bool SendList()
 {
@@ -23,6 +27,8 @@ bool SendList()
     return false;
 }
 
+// A list of failed checkouts that could not be sent stays for the next connection. The second list is sent
+// whatever became of the first.
 void SendLists()
 {
     if (SendList<XC2S_FailedCheckOutReq>()) {

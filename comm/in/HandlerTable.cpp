@@ -1,3 +1,6 @@
+// The table of all messages that arrive: which class a message id stands for, and which function handles it.
+// A new message of the service needs one row here, a class in wirova/messages and a declaration in
+// Handlers.h.
 #include "comm/in/HandlerTable.h"
 
 #include <algorithm>
@@ -14,13 +17,15 @@
 
 namespace {
 
-// A text as a template argument.
+// A text as a template argument: the handler's name, which the line about an exception shows.
 template <std::size_t N>
 struct Name {
     char sz[N];
     constexpr Name(const char (&text)[N]) { std::copy_n(text, N, sz); }
 };
 
+// A message that does not load is logged and dropped. No waiter is woken, so the caller of its request runs
+// into the timeout.
 bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
 {
     if (msg.Load(pStream))
@@ -30,7 +35,8 @@ bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
     return false;
 }
 
-// What every handler is around its own work.
+// The common part of all handlers: the line with the message's name, loading, and the guard that keeps an
+// exception of one message from ending the receive loop. pfnBody is the handler's own work.
 template <class Message, Name kHandler, auto pfnBody>
 bool Handle(Wirova::Stream* pStream, void*, void*)
 {
@@ -44,13 +50,15 @@ bool Handle(Wirova::Stream* pStream, void*, void*)
     }
 }
 
-// Takes the message off the stream and does nothing with it.
+// The body of a handler that only takes its message off the stream. The answer to a charge is such a message:
+// nothing in the connector waits for it.
 template <class Message>
 bool Drop(const Message&)
 {
     return true;
 }
 
+// One row of the table: the message id and the function that the dispatch calls for it.
 struct Row {
     Wirova::int32 nMsgID;
     Wirova::MsgHandler pfnHandler;
@@ -58,6 +66,7 @@ struct Row {
 template <class Message, Name kHandler, auto pfnBody = &Drop<Message>>
 constexpr Row kRow{Message::kMsgID, &Handle<Message, kHandler, pfnBody>};
 
+// The handlers' names are those of the log lines; OnQeury... is spelled as the lines spell it.
 constexpr Row kTable[] = {
     kRow<XS2C_VelkarConnectAns, "OnVelkarAddConnctorAns", &OnVelkarAddConnctorAns>,
     kRow<XS2C_BillingEventNotice, "OnBillingEventNotice", &OnBillingEventNotice>,

@@ -1,6 +1,8 @@
-// The handlers' own work, after the message has been loaded and inside the guard that all of them share.
-// They run on a pool thread with the link's read stream locked, one at a time, in the order of arrival.
-// What they return is Dispatch's result, which nobody reads.
+// The handlers' own work, one function a message. HandlerTable.cpp has loaded the message and catches every
+// exception. Handlers run on a pool thread with the link's read stream locked, one at a time, in the order of
+// arrival: a handler that takes long, or a game callback inside it, delays all later messages of the link. A
+// handler's result is the result of Dispatch, which the frame loop ignores; false means that the handler has
+// given up.
 #pragma once
 
 #include "wirova/messages/BaseMessages.h"
@@ -9,13 +11,14 @@
 #include "wirova/messages/ShopMessages.h"
 #include "wirova/messages/StorageMessages.h"
 
+// ---- the answer to the registration: ConnectAnswer.cpp ----
 bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg);
 
-// ---- notices ----
+// ---- notices: Notices.cpp ----
 bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg);
 bool OnStorageInfoNotice(const XS2C_NotifyStorageInfo& msg);
 
-// ---- answers to the session calls ----
+// ---- answers to the session calls: SessionAnswers.cpp ----
 bool OnCheckinRes(const XS2C_CheckInAns& msg);
 bool OnCheckOutRes(const XS2C_CheckOutAns& msg);
 bool OnCheckInExAns(const XS2C_CheckInExAns& msg);
@@ -24,14 +27,15 @@ bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg);
 bool OnUserMoveToRes(const XS2C_UserMoveToAns& msg);
 bool OnUserMoveFromRes(const XS2C_UserMoveFromAns& msg);
 
-// ---- requests of the service to the game ----
+// ---- requests of the service to the game: RequestsToGame.cpp ----
 bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg);
 bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg);
 bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg);
 bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg);
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg);
 
-// ---- answers of the shop and the storage box; those with a list take it out of their message ----
+// ---- answers of the shop and the storage box: ShopAnswers.cpp, StorageAnswers.cpp ----
+// A handler that takes its message by a reference that is not const empties the message's lists, row by row.
 bool OnQueryMenuListAns(XS2C_QueryMenuListAns& msg);
 bool OnQueryProductListAns(XS2C_QueryProductListAns& msg);
 bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg);

@@ -1,4 +1,6 @@
-// What the answers with a list have in common: the list goes behind a handle, the handle to the caller.
+// The common way of all answers with a list: the rows of the message become records of a list in the data
+// pool, and the handle of that list goes to the waiting caller. ShopAnswers.cpp states what differs between
+// them.
 #pragma once
 
 #include "base/Logger.h"
@@ -6,16 +8,20 @@
 #include "comm/out/FieldCopy.h"
 #include "datapool/DataPool.h"
 
-// The words of one kind of answer. Formats take the Req ID; pszRefused of the product list more.
+// The texts of one kind of answer.
 struct ListWords {
+    // Log format of a refusal or an empty list. Is given Req ID, state, number of rows and the service's
+    // text; most formats show the Req ID alone.
     const char* pszRefused;
+    // What the game reads in szError when the service agrees but the list is empty.
     const char* pszEmpty;
+    // Log format of the answer. Is given the Req ID, and the price where the message has one.
     const char* pszContents;
 };
 
 inline const char* YesOrNo(unsigned char b) { return b != 0 ? "Y" : "N"; }
 
-// One record of a list in the log, with its position from 0.
+// Writes one record of a list to the log, with its position n from 0. The overloads stand in RowLog.cpp.
 inline void LogRow(int n, const _TAG_INFO& r) { Log::DebugFmt("['%d'th Tag Info]\r\n\tTag: %s", n, r.szTag); }
 void LogRow(int n, const _MENU_INFO& r);
 void LogRow(int n, const _PROD_LIST_INFO& r);
@@ -28,12 +34,14 @@ void LogRow(int n, const _SPECIAL_PRODUCT_LIST_INFO& r);
 void LogRow(int n, const _SPECIAL_PRODUCT_INFO& r);
 void LogRow(int n, const _STORAGE_INFO& r);
 
+// Fills the public record from the row of the message.
 inline void FillRecord(_TAG_INFO& record, const std::string& row) { CopyText(record.szTag, row); }
 template <class Record, class Row>
 void FillRecord(Record& record, const Row& row)
 {
     CopySameNames(record, row);
-    // A user may be named by id or by number.
+    // In a row of the storage box each of the two users is named by id or, if the id is empty, by number. The
+    // public record has one field for either.
     if constexpr (requires { record.szSenderUserID, row.strSenderUserNo; }) {
         CopyText(record.szSenderUserID,
                  row.strSenderUserID.empty() ? row.strSenderUserNo : row.strSenderUserID);
@@ -41,8 +49,9 @@ void FillRecord(Record& record, const Row& row)
     }
 }
 
-// Fills the list and files it, unless it is empty. Each row of the message goes as soon as its record is
-// there: a long list is never in memory twice.
+// Turns the rows into records of the node, and enters the node into the data pool unless there are no rows.
+// Each row of the message is freed as soon as its record has been added, so a long list is never in memory
+// twice.
 template <class Record, class Rows>
 void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
 {
@@ -61,7 +70,8 @@ void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
         list.InsertNode();
 }
 
-// A refusal by the service, or an answer without anything in it.
+// Wakes the caller with a failure and no handle. szError is the service's text if the service has refused, or
+// pszEmpty if it has agreed but sent no rows.
 template <class Response, class Message>
 bool CompleteRefused(const Message& msg, const char* pszEmpty)
 {
@@ -71,6 +81,9 @@ bool CompleteRefused(const Message& msg, const char* pszEmpty)
     return false;
 }
 
+// The whole handler of an answer with one list. kTag is the kind of the list (DataTag) and the type of the
+// handle. If nobody waits any more, or anything throws, autoDestroyer frees the list and its handle. The
+// handle belongs to the caller as soon as CompleteWaiter has accepted it.
 template <std::uint32_t kTag, class Record, class Response, class Message, class Rows>
 bool CompleteList(const Message& msg, Rows& rows, const ListWords& words)
 {
@@ -89,7 +102,7 @@ bool CompleteList(const Message& msg, Rows& rows, const ListWords& words)
         Log::DebugFmt(words.pszContents, msg.nReqID);
     FileRows(autoDestroyer, *pNode, rows);
     Response res{};
-    CopySameNames(res, msg);  // the numbers of the whole list
+    CopySameNames(res, msg);  // what belongs to the whole list: a price, or the three list values
     res.bSuccess = 1;
     res.hData = autoDestroyer.GetHandle();
     if (!ResWaiterMap().CompleteWaiter<Message>(msg.nReqID, res))

@@ -1,4 +1,5 @@
-// What the service tells without being asked.
+// The two messages that the service sends by itself and that have no answer: a billing event of a user, and
+// items that have come into a user's storage box. Both are told to the game on this pool thread.
 #include <cstdint>
 
 #include "base/Logger.h"
@@ -10,21 +11,27 @@
 
 namespace {
 
-// Event codes with a treatment of their own.
+// The event codes that are treated in a way of their own. BILLING_EXPIRE: the game is told and the user is
+// checked out. FORCE_CHECKOUT: the user leaves the user map and the game is not told. The other two are told
+// to the game with the user's address. Any further code is told without the address.
 enum EventCode : int { BILLING_EXPIRE = 0, TOLD_WITH_IP = 1, FORCE_CHECKOUT = 2, TOLD_WITH_IP_TOO = 3 };
 
+// Whether the notice to the game carries the user's address.
 bool IsToldWithIP(int nEventCode)
 {
     return nEventCode == BILLING_EXPIRE || nEventCode == TOLD_WITH_IP || nEventCode == TOLD_WITH_IP_TOO;
 }
 
-// The format has always printed the address of the text; it stays a number.
+// The log line shows the parameter with "%d", as the memory address of its text cut to 32 bits. Whoever reads
+// the logs by machine expects a number there, so the line shows no text; the game gets the text itself.
 int AddressOf(const std::string& str)
 {
     return static_cast<int>(reinterpret_cast<std::uintptr_t>(str.c_str()));
 }
 
-// The user's time is over and the game has been told: the user leaves the service and the map.
+// Checks out the user whose time is over, after the game has been told, and removes the user from the user
+// map. A user who is not in the map is checked out too, but is not kept for later if that checkout cannot be
+// sent.
 void CheckOutExpired(const XS2C_BillingEventNotice& msg, const std::string& strKey)
 {
     CUserInfo info;
@@ -81,6 +88,8 @@ bool OnStorageInfoNotice(const XS2C_NotifyStorageInfo& msg)
         "[Comm Handler] 'XS2C_NotifyStorageInfo' msg contents.\r\n\tUser ID: %s\r\n\tUser No: %s\r\n"
         "\tCharacter ID: %s\r\n\tItem cnt: %d",
         msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nItemCnt);
+    // A notice about a user who is not checked in here does not reach the game. A notice without any user
+    // does.
     const std::string& strKey = TakeUserKey(msg);
     if (!strKey.empty() && !UserInfoMap().HasUserInfo(strKey))
         return false;

@@ -1,4 +1,7 @@
-// What the service asks of the game: the callback is called here and its answer sent at once.
+// The requests of the service that only the game can answer: game money, inventory, characters, items to
+// save. Each handler unpacks the message into a flat record, calls the game's callback on this pool thread,
+// and sends the game's answer under the Req ID of the service. While the callback runs, no other message of
+// the link is handled: an export that the game calls inside its callback can only time out.
 #include "base/Logger.h"
 #include "comm/CallGame.h"
 #include "comm/CommHandler.h"
@@ -11,8 +14,9 @@ namespace {
 
 constexpr const char* kNoCallback = "Failed to load function pointer for call back operation.";
 
-// Calls the game; a null callback is a failure with its own text and no log line. Runs onFailed when the game
-// was called and reports a failure.
+// Calls the game and leaves its answer in res. If the game has given no callback, res becomes a failure with
+// the text kNoCallback, so that the service gets an answer. onFailed() writes the log line of a failure that
+// the game itself reports.
 template <class Request, class Result, class OnFailed>
 void AskGame(void (*pfnCallback)(const Request*, Result*), const Request& req, Result& res, OnFailed onFailed)
 {
@@ -29,7 +33,8 @@ void AskGame(void (*pfnCallback)(const Request*, Result*), const Request& req, R
         CopyText(res.szError, kNoCallback);
 }
 
-// pszFormat takes the name of the answer and the Req ID.
+// Sends the game's answer. An answer that cannot be sent is logged with pszFormat, which is given the
+// message's name and the Req ID; what the game has done stays done.
 template <class Answer, class Record>
 bool SendAnswer(const Record& arg,
                 const char* pszFormat = "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).")
@@ -40,7 +45,8 @@ bool SendAnswer(const Record& arg,
     return false;
 }
 
-// The request as the game reads it.
+// The record that the game's callback reads. A user is named by id or, if the id is empty, by number; the
+// record has one key for either.
 template <class Request, class Message>
 Request MakeReq(const Message& msg)
 {
@@ -53,6 +59,8 @@ Request MakeReq(const Message& msg)
     return req;
 }
 
+// The whole handler of the two money requests. A failure carries a balance of -1, whatever the game has
+// written. The spend request shares the log line about reducing with the query.
 template <class Answer, class Message, class Request>
 bool AnswerMoney(const Message& msg, const Request& req,
                  void (*pfnCallback)(const Request*, _GAME_MONEY_RES*))
@@ -73,7 +81,9 @@ bool AnswerMoney(const Message& msg, const Request& req,
     return SendAnswer<Answer>(arg);
 }
 
-// The game fills a list of T, which lives as long as this.
+// The whole handler of the two list requests. The game fills a list of T behind the handle in res; the list
+// ends with this function, so the game must not keep the handle. Without memory for the list the service gets
+// no answer at all.
 template <class Answer, class T, class Message, class Request, class LogFailed>
 bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
                 void (*pfnCallback)(const Request*, _GAME_DATA_RES*), LogFailed logFailed,
@@ -88,20 +98,22 @@ bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
     AskGame(pfnCallback, req, res, [&] { logFailed(std::string(FieldText(res.szMessage)).c_str()); });
     _LIST_SEND arg{};
     arg.nReqID = msg.nReqID;
-    // The game may have written over the pointer; the list is the one that it was given.
+    // A null pHandle after the call, or a failure, is sent as a failure. Any other pointer that the game has
+    // written is not followed: the list that is sent is always the list that the game was given.
     if (res.bSuccess != 0)
         arg.pHandle = res.pHandle == nullptr ? nullptr : autoDestroyer.GetHandle();
     CopyText(arg.szMessage, FieldText(res.szMessage));
     return SendAnswer<Answer>(arg, pszSendFailed);
 }
 
+// Turns the items of the message into the records that the game reads with GetSaveItemData.
 void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq& msg)
 {
     for (std::size_t n = 0; n < msg.vecInventory.size(); ++n) {
         const XInventory& item = *msg.vecInventory[n];
         _INVENTORY_ITEM_INFO insert{};
         CopySameNames(insert, item);
-        insert.cUseStatus = '\0';  // always, in an item to be saved
+        insert.cUseStatus = '\0';  // never the message's value: an item to be saved has no status yet
         node.Add(insert);
         Log::DebugFmt(
             "['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
@@ -155,7 +167,8 @@ bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
     return AnswerList<XC2S_QueryInventoryAns, _INVENTORY_ITEM_INFO>(
         msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
         CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryInventory>(), logFailed,
-        "[Comm Handler] Failed to send a '%s' msg(Req ID: d).");  // without the number, as it has always been
+        // "d" is no slip of this source: the line shows the letter in place of the number.
+        "[Comm Handler] Failed to send a '%s' msg(Req ID: d).");
 }
 
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)

@@ -1,4 +1,6 @@
-// The records of lists in the log.
+// How each kind of record looks in the log: one overload of LogRow a record, written at level debug while the
+// list of an answer is filed. n is the position from 0. Flags are shown as Y or N, all other fields as they
+// are.
 #include "comm/in/ListAnswer.h"
 
 void LogRow(int n, const _MENU_INFO& r)

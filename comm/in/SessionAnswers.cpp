@@ -1,4 +1,6 @@
-// Answers to the session calls.
+// Answers to the session calls: checkin, checkout, billing queries, moves between game servers. A handler
+// turns the service's result into the game's, keeps the user map up to date and wakes the caller. A checkin
+// whose caller has given up in the meantime is taken back by a checkout.
 #include "base/Logger.h"
 #include "comm/ResWaiter.h"
 #include "comm/UnaskedCheckout.h"
@@ -11,10 +13,12 @@
 
 namespace {
 
+// The two codes of the service that set bExtra.
 constexpr int kExtraSuccess = 90006;
-constexpr int kExtraFailure = 30006;  // the highest code that becomes -1
+constexpr int kExtraFailure = 30006;  // also the highest code that becomes -1
 
-// The service's code as the game sees it.
+// The service's code as the game sees it: 90006 becomes 0, the codes from 2 to 30006 become -1, any other
+// code is passed on as it is. So 0 alone is success, and a 1 reaches the game as 1.
 template <class Response>
 void ApplyResult(Response& res, int nCode)
 {
@@ -25,20 +29,23 @@ void ApplyResult(Response& res, int nCode)
         res.nResult = nCode >= 2 && nCode <= kExtraFailure ? -1 : nCode;
 }
 
-// The low 32 bits of the wire's value, zero-extended: what the record has always held.
+// The remaining minutes of the billing in use as the public record holds them: the low 32 bits of the wire's
+// 64, without a sign. A wire value of -1 therefore reads 4294967295.
 long long RemainMinutes(Wirova::int64 nWire)
 {
     return static_cast<long long>(static_cast<std::uint32_t>(nWire));
 }
 
+// The billing id that the settings file gives to the product; 0 if the product is not configured, and then
+// the user is neither charged nor expired.
 int ConfiguredBillingId(int nProductId) { return BillingIdMap().GetBillingId(nProductId); }
 
-// ---- the contents line: the head of all answers, then what differs ----
+// ---- the log line with an answer's contents: a head that all answers share, then what differs ----
 
 #define CONTENTS "[Comm Handler] '%s' msg contents.\r\n\tReq ID: %d\r\n\tUser ID: %s\r\n\tUser No: %s"
 #define CONTENTS_WITH_IP CONTENTS "\r\n\tUser IP: %s"
 
-// pszTail is a format of what follows the head.
+// pszTail is the format of what follows the head; its arguments come behind it.
 #define LOG_CONTENTS(msg, pszTail, ...)                                                          \
     Log::DebugFmt(CONTENTS_WITH_IP pszTail, msg.GetMsgName(), msg.nReqID, msg.strUserID.c_str(), \
                   msg.strUserNo.c_str(), msg.strUserIP.c_str() __VA_OPT__(, ) __VA_ARGS__)
@@ -49,7 +56,8 @@ void LogFailure(const Message& msg)
     LOG_CONTENTS(msg, "\r\n\tSuccess: false\r\n\tError Msg: %s", msg.strErrorMsg.c_str());
 }
 
-// The billing in use; the Ex answers name it as such, since others follow.
+// Logs the billing in use. The answers of the Ex calls mark it as the one used, because the user's other
+// billings follow in lines of their own.
 template <class Message>
 void LogBilling(const Message& msg)
 {
@@ -79,6 +87,8 @@ void LogBilling(const Message& msg)
 
 // ---- checkins and billing queries ----
 
+// Copies the billing in use into the response. nBillingID is the configured billing id after a checkin, and
+// the service's own bill type after a query.
 template <class Response, class Message>
 void FillBilling(Response& res, const Message& msg, int nBillingID)
 {
@@ -87,7 +97,8 @@ void FillBilling(Response& res, const Message& msg, int nBillingID)
     res.nRemainMinutes = RemainMinutes(msg.nRemainMinutes);
 }
 
-// The user as the map keeps it; texts as the caller's record has them.
+// The user as the user map keeps it. CRM code and end date are taken from the response, where they have been
+// cut to the widths of the public record.
 template <class Message, class Response>
 CUserInfo MakeUserInfo(const Message& msg, const Response& res)
 {
@@ -104,7 +115,8 @@ CUserInfo MakeUserInfo(const Message& msg, const Response& res)
     return info;
 }
 
-// The service holds a user checked in whose caller has given up: the checkin is taken back.
+// Checks a user out whom the service has checked in after the caller's 5000 milliseconds. The caller has been
+// told of a timeout and the user is not in the user map, so nobody else would end this checkin.
 void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
 {
     CheckOutUnasked(
@@ -123,8 +135,8 @@ void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
         });
 }
 
-// Wakes the caller of a checkin. A user who is in is entered into the map, or checked out again if nobody
-// waits any more. Whether somebody did.
+// Wakes the caller of a checkin and returns whether a caller was waiting. A user whom the service has checked
+// in is entered into the user map if there was a caller, and is checked out again if there was none.
 template <class Message, class Response>
 bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCall)
 {
@@ -137,6 +149,8 @@ bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCal
     return bWaiter;
 }
 
+// Appends the user's other billings to the list. Unlike the billing in use, they keep all 64 bits of the
+// remaining minutes and always have the configured billing id.
 template <class Message>
 void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
 {
@@ -154,8 +168,9 @@ void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
     }
 }
 
-// What both answers with a list have in common. nBillingID is the main entry's; complete(res) wakes the
-// caller and says whether there was one, who then owns the list.
+// The common work of the two answers with a list. nBillingID is the billing id of the billing in use.
+// complete(res) wakes the caller and returns whether there was one. If there was, the list belongs to that
+// caller; if not, autoDestroyer frees the list.
 template <class Message, class Complete>
 bool CompleteWithList(const Message& msg, std::uint32_t nTag, int nBillingID, Complete complete)
 {
@@ -182,6 +197,7 @@ bool CompleteWithList(const Message& msg, std::uint32_t nTag, int nBillingID, Co
     return true;
 }
 
+// Wakes the caller of a call whose answer is a flag and a text. It does not matter whether anybody waits.
 template <class Message>
 bool CompleteResult(const Message& msg)
 {
@@ -192,7 +208,8 @@ bool CompleteResult(const Message& msg)
     return true;
 }
 
-// The map is changed by the callers.
+// The answers to both moves. The user map is changed by the exports UserMoveTo and UserMoveFrom, on their
+// callers' threads; so the answer to a UserMoveFrom that has timed out leaves the user out of the map.
 template <class Message>
 bool OnUserMove(const Message& msg)
 {
@@ -248,8 +265,8 @@ bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg)
     });
 }
 
-// No caller is no event: answers to checkouts that nobody waits for end here. The map is not touched, the
-// caller has removed the user.
+// The answer to a checkout that the library has sent by itself finds no caller here and has no further
+// effect. The user map is not touched: whoever sent the checkout removes the user.
 bool OnCheckOutRes(const XS2C_CheckOutAns& msg)
 {
     if (msg.bSuccess.nByte == 1) {

@@ -1,9 +1,16 @@
-// Answers of the shop.
+// Answers of the shop, and the search of the storage box, which works in the same way. Most of them bring one
+// list and are stated as one line of data; the product detail brings three lists, the Ruv coin balance none.
 #include "comm/in/Handlers.h"
 #include "comm/in/ListAnswer.h"
 
-// handler, message, list, tag, record, response, the call's name, the empty list's text, what follows the
-// refusal's and the contents' lines
+// Defines the handler of an answer with one list:
+//   handler, message   the function and the wire class that it takes
+//   list, tag, record  the message's list, its kind in the data pool, the public record of a row
+//   response           the public record of the answer
+//   call               the call's name in the log lines
+//   empty              the text for the game when there are no rows; the message's name follows it
+//   refusedTail        the end of the log line of a refusal
+//   contentsTail       the end of the log line of the answer
 #define LIST_ANSWER(handler, message, list, tag, record, response, call, empty, refusedTail, contentsTail) \
     bool handler(message& msg)                                                                             \
     {                                                                                                      \
@@ -35,6 +42,7 @@ LIST_ANSWER(OnSearchStorageAns, XS2C_SearchStorageAns, vecStorage, DataTag::kSto
 
 namespace {
 
+// The product's own fields; its three lists are logged row by row.
 void LogDetail(const XS2C_QueryProductDetailAns& msg, const _PRODUCT_DETAIL_RES& res)
 {
     Log::DebugFmt(
@@ -45,7 +53,8 @@ void LogDetail(const XS2C_QueryProductDetailAns& msg, const _PRODUCT_DETAIL_RES&
         res.szImageURL, res.szMovieURL, res.szDirection, res.cCouponUseType, res.cDiscountType);
 }
 
-// Gives the list away; null, and the list stays with its destroyer, if it is empty.
+// The handle of a list that has rows, which the destroyer then no longer frees. Null for an empty list, whose
+// handle the destroyer frees at the end of the handler.
 template <class Rows>
 _DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
 {
@@ -57,8 +66,10 @@ _DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
 
 }  // namespace
 
-// Unlike the others this one gives its lists away before it knows whether anybody waits: those of a late
-// answer stay in the pool until it is emptied.
+// The handler with three lists. Only the child products are compulsory; conditions and options may be missing
+// and then have a null handle. Unlike the other handlers, this one disarms its destroyers before it knows
+// whether anybody waits. The lists of a late answer therefore stay in the data pool, and UninitModule frees
+// them together with their handles.
 bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
 {
     CDataAutoDestroyer children, conditions, options;
@@ -91,6 +102,7 @@ bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
     return false;
 }
 
+// A negative balance is a failure even if the service reports success. The balance is copied in any case.
 bool OnQueryRuvCoinInfoAns(const XS2C_QueryRuvcoinAns& msg)
 {
     _RUVCOIN_RES res{};

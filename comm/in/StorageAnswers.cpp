@@ -1,4 +1,5 @@
-// Answers of the storage box and the purchase that bring a state and a text.
+// Answers of the storage box and of the purchase. They bring a state (0 is success), a text and no list; the
+// search of the storage box, which brings a list, is in ShopAnswers.cpp.
 #include "VelkarConnector.h"
 #include "base/Logger.h"
 #include "comm/ResWaiter.h"
@@ -7,16 +8,18 @@
 
 namespace {
 
+// Wakes the caller with the state and the text. If nobody waits any more, nothing is left to free.
 template <class Response, class Message>
 void CompleteState(const Message& msg)
 {
     Response res{};
-    CopySameNames(res, msg);  // the order's numbers, whatever the state
+    CopySameNames(res, msg);  // order number and price of a purchase, also when the service has refused
     res.bSuccess = msg.nState == 0;
     CopyText(res.szError, msg.strMessage);
     ResWaiterMap().CompleteWaiter<Message>(msg.nReqID, res);
 }
 
+// The whole handler of the four answers that differ in the call's name alone.
 template <class Message>
 bool OnState(const Message& msg, const char* pszFormat)
 {
@@ -27,6 +30,7 @@ bool OnState(const Message& msg, const char* pszFormat)
 
 }  // namespace
 
+// The end of all log lines of this file, behind the call's name.
 #define STATE "(Req ID: %d)' msg contents.\r\n\tState: %d\r\n\tMessage: %s"
 
 bool OnReadStorageAns(const XS2C_ConfirmReadStorageAns& msg)

@@ -1,3 +1,5 @@
+// The builders of the messages that name one user for a checkout, that report lists of users, and that
+// register this connector.
 #include "comm/out/Builders.h"
 
 #include <cstdio>
@@ -11,6 +13,7 @@
 Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record)
 {
     const std::string strKey(FieldText(record.szUserKey));
+    // A user who is not in the map, as after a late checkin, leaves info empty and goes out without a Seq No.
     CUserInfo info;
     UserInfoMap().FindUserInfo(strKey, info);
     msg.nReqID = record.nReqID;
@@ -38,7 +41,7 @@ Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id)
     msg.strWID = FieldText(id.WID);
     msg.nHeartbeatCycle = ConfigReader().GetHeartbeatCycle();
     const Host::LocalTime now = Host::GetLocalTime();
-    char szTime[64];
+    char szTime[64];  // local time of the game server, with milliseconds
     std::snprintf(szTime, sizeof(szTime), "%04d/%02d/%02d %02d:%02d:%02d.%03d", now.nYear, now.nMonth,
                   now.nDay, now.nHour, now.nMinute, now.nSecond, now.nMillisecond);
     msg.strConnectTime = szTime;

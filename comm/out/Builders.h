@@ -1,5 +1,8 @@
-// How each outgoing message is filled from what its sender takes: one overload of Build for each
-// message. A builder runs with the active link list locked.
+// The builders: one overload of Build for each outgoing message fills the message from what its sender hands
+// over. SendMessage of CCommHandler calls the builder with the active link list locked, then writes the
+// message to the link. What a builder throws goes on to the sender, and nothing is sent. Several builders
+// read the data pool, the user map or the list of failed checkouts, whose locks stand behind the active link
+// list in the order of locks.
 #pragma once
 
 #include "base/TextField.h"
@@ -14,7 +17,8 @@
 
 struct _CONNECTOR_ID;
 
-// The lists of a request; most have none.
+// Fills the lists of a request from the data handles of its record. This general version is for the requests
+// without a list.
 template <class M, class Record>
 Built PutLists(M&, const Record&)
 {
@@ -23,10 +27,12 @@ Built PutLists(M&, const Record&)
 Built PutLists(XC2S_RequestUseStorageReq& msg, const _STORAGE_USE_REQ& record);
 Built PutLists(XC2S_ConfirmUseStorageReq& msg, const _STORAGE_USE_REQ& record);
 Built PutLists(XC2S_CancelUseStorageReq& msg, const _STORAGE_USE_REQ& record);
-// Throws for an option handle without a coupon handle.
+// Throws std::invalid_argument for an option handle without a coupon handle: the options are read from the
+// coupon handle, and the export then reports an exception to the game.
 Built PutLists(XC2S_PurchaseProductReq& msg, const _PURCHASE_REQ& record);
 
-// Five user requests have the same fields.
+// The user requests that consist of Req ID, user and address: both checkins, both billing queries, both
+// moves.
 template <class M>
     requires requires(M& msg) { msg.nReqID, msg.strUserID, msg.strUserNo, msg.strUserIP; }
 Built Build(M& msg, const _USER_SEND& record)
@@ -37,16 +43,20 @@ Built Build(M& msg, const _USER_SEND& record)
     return Built::Ready;
 }
 
-// The address has no place in a checkout: the Seq No of the user's checkin stands there, empty if the
-// user is not in the map.
+// A checkout carries no address. In its place stands the Seq No of the user's checkin, which is looked up in
+// the user map and is empty if the user is not there.
 Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record);
 
+// The two lists that follow an accepted registration. Built::Nothing for an empty list, also when memory has
+// run out while the list was made.
 Built Build(XC2S_FailedCheckOutReq& msg);
 Built Build(XC2S_UserListSyncReq& msg);
+// The registration: who this connector is, its heartbeat cycle and the time of sending.
 Built Build(XC2S_VelkarConnectReq& msg, const _CONNECTOR_ID& id);
 
-// The shop's and the storage box's requests: the fields that message and record have in common, and the users
-// by USE_USER_NUMBER. Lists are read from the handles of the record; a handle without a list fails the send.
+// The requests of the shop and the storage box. All fields whose names message and record share are copied;
+// buyer and receiver are put into the id or the number field, as USE_USER_NUMBER says. Lists are read from
+// the data handles of the record, and a handle without a list makes the send fail.
 template <class M, class Record>
 Built Build(M& msg, const RecordSend<Record>& send)
 {
@@ -59,11 +69,14 @@ Built Build(M& msg, const RecordSend<Record>& send)
     return PutLists(msg, send.record);
 }
 
-// The game's answers. A failed spend is told by its money of -1; its state stays 0.
+// The game's answers to requests of the service. The service recognises a failed spend by the game money of
+// -1, because the state of that answer is 0 in any case; the other answers report a failure with the state
+// -1.
 Built Build(XC2S_QueryGameMoneyAns& msg, const _MONEY_SEND& record);
 Built Build(XC2S_SpendGameMoneyAns& msg, const _MONEY_SEND& record);
 Built Build(XC2S_SaveInventoryAns& msg, const _SAVE_SEND& record);
 Built Build(XC2S_QueryInventoryAns& msg, const _LIST_SEND& record);
 Built Build(XC2S_QueryCharacterAns& msg, const _LIST_SEND& record);
 
+// A heartbeat has no field.
 inline Built Build(XC2S_Heartbeat&) { return Built::Ready; }

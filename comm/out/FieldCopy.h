@@ -1,6 +1,7 @@
-// Public records and wire classes name their fields alike: szItemID is strItemID, nPrice is nPrice. So they
-// are copied by name, in both directions. What does not follow the rule (the user's key, a flag that stays
-// zero) is said where it is done.
+// Copies fields between the public records and the wire classes, in both directions. Both sides name their
+// fields alike: szItemID of a record is strItemID of a message, nPrice is nPrice on both sides. So a field is
+// copied because its name stands in one of the two lists below and both types have it. A new field whose name
+// is missing in the lists stays zero. Exceptions, such as the user's key, are filled in by the callers.
 #pragma once
 
 #include <string>
@@ -9,7 +10,7 @@
 #include "wirova/WirovaBase.h"
 
 // clang-format off
-// The names that stand on both sides, without their prefixes.
+// The names of text fields without their prefix sz or str, and the names of all other fields.
 #define VELKAR_SAME_TEXTS(X)                                                                                  \
     X(BranchID) X(BranchName) X(BuyDate) X(CharacterID) X(ChildProductID) X(ClassName) X(Condition)            \
     X(ConditionValue) X(CouponCode) X(CouponName) X(CouponUseID) X(CRMCode) X(Direction) X(DiscountInfo)       \
@@ -27,13 +28,16 @@
     X(cSearchType) X(cUseStatus) X(bBonus) X(bDelete) X(bDuplicateSell) X(bGift) X(bNew) X(bRead) X(bUse)
 // clang-format on
 
-// What a field of the game holds, without a NUL at most one byte less than its width.
+// The text of a field that the game has filled, at most N - 1 bytes: where the NUL is missing, the last byte
+// is taken for it.
 template <std::size_t N>
 std::string_view CutText(const char (&szField)[N])
 {
     return FieldText(szField).substr(0, N - 1);
 }
 
+// Copies one value between the type of a record and the type of the wire. A flag keeps its byte, so that a 2
+// is still a 2 on the other side.
 inline void CopyValue(unsigned char& to, const Wirova::boolean& from) { to = from.nByte; }
 inline void CopyValue(Wirova::boolean& to, unsigned char from) { to = Wirova::boolean::FromByte(from); }
 template <class T>
@@ -43,7 +47,8 @@ void CopyValue(T& to, const T& from)
 }
 inline void CopyValue(long long& to, const Wirova::int64& from) { to = static_cast<long long>(from); }
 
-// Every field that both have. Texts are cut to the record's width less one.
+// Copies every field of the two lists that both types have, and leaves all others of `to` as they are. Texts
+// are cut to the record's width less one. The tests for the fields are made by the compiler.
 template <class To, class From>
 void CopySameNames(To& to, const From& from)
 {
@@ -61,7 +66,8 @@ void CopySameNames(To& to, const From& from)
 #undef VELKAR_COPY
 }
 
-// A record's texts end in a NUL at their last byte, whatever the game has filled in.
+// Puts a NUL into the last byte of every text field, so that the record of a game that has filled a field to
+// its end can be logged with "%s".
 template <class Record>
 void EndTexts(Record& record)
 {

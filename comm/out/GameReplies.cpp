@@ -1,4 +1,5 @@
-// How the game's answers to the service are filled.
+// The builders of the game's answers to the service's requests. The handlers in comm/in/RequestsToGame.cpp
+// call the game and hand its result over as one of the send records.
 #include "comm/out/Builders.h"
 #include "comm/out/FieldCopy.h"
 #include "datapool/DataPool.h"
@@ -6,10 +7,11 @@
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = -1;
-constexpr int kNoMoney = -1;
+constexpr int kDone = 0;      // nState of a success
+constexpr int kFailed = -1;   // nState of a failure
+constexpr int kNoMoney = -1;  // nGameMoney of a failure
 
+// The head of every answer. A success carries the connector's own text pszDone, a failure the game's text.
 template <class Message, class Record>
 void PutState(Message& msg, const Record& record, bool bDone, const char* pszDone, int nFailedState = kFailed)
 {
@@ -18,6 +20,7 @@ void PutState(Message& msg, const Record& record, bool bDone, const char* pszDon
     msg.strMessage = bDone ? std::string_view(pszDone) : CutText(record.szMessage);
 }
 
+// One row of a list; a character's row also names its user, by id or by number.
 template <class Row, class Record>
 void FillRow(Row& row, const Record& info)
 {
@@ -26,6 +29,9 @@ void FillRow(Row& row, const Record& info)
         PutUserKey(row, CutText(info.szUserID));
 }
 
+// Answers with the list behind the handle; an empty list is a success with the text pszEmpty. A null handle
+// stands for a failure of the game. A handle whose list is not in the data pool, or holds other records,
+// fails the send.
 template <class Record, class Message, class Rows>
 Built BuildList(Message& msg, Rows& rows, const _LIST_SEND& record, const char* pszDone, const char* pszEmpty)
 {
@@ -43,6 +49,7 @@ Built BuildList(Message& msg, Rows& rows, const _LIST_SEND& record, const char* 
 
 }  // namespace
 
+// Only a success byte of exactly 1 is a success here, as in the two builders below.
 Built Build(XC2S_QueryGameMoneyAns& msg, const _MONEY_SEND& record)
 {
     const bool bDone = record.bSuccess == 1;
@@ -51,6 +58,7 @@ Built Build(XC2S_QueryGameMoneyAns& msg, const _MONEY_SEND& record)
     return Built::Ready;
 }
 
+// The state is 0 also for a failure: the protocol tells a failed spend by its game money of -1.
 Built Build(XC2S_SpendGameMoneyAns& msg, const _MONEY_SEND& record)
 {
     const bool bDone = record.bSuccess == 1;

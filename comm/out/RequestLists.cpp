@@ -1,4 +1,5 @@
-// The lists that storage and purchase requests carry.
+// The lists of the storage and purchase requests. The game has filled them row by row behind a data handle;
+// here, during the send, their records become rows of the message. The handle stays the game's.
 #include <stdexcept>
 
 #include "comm/out/Builders.h"
@@ -6,13 +7,16 @@
 
 namespace {
 
+// The list of records T behind the handle; null for a null handle, a destroyed one, or a list of other
+// records.
 template <class T>
 std::shared_ptr<CDataNode<T>> ListOf(const _DATA_HANDLE* pHandle)
 {
     return pHandle == nullptr ? nullptr : DataPool().FindListOf<T>(pHandle->nHandleID);
 }
 
-// Rows is a list of numbers or of records.
+// Appends one row for each record. Rows is a vector of storage numbers or a vector of wire records. A handle
+// without a list fails the send.
 template <class T, class Rows>
 Built PutRows(Rows& rows, const _DATA_HANDLE* pHandle)
 {
@@ -28,14 +32,15 @@ Built PutRows(Rows& rows, const _DATA_HANDLE* pHandle)
     return Built::Ready;
 }
 
-// A code and a value, of a coupon's row or an option's.
+// The two texts of a row: a coupon's use id and code, or an option's code and value.
 struct Pair {
     std::string_view first, second;
 };
 Pair PairOf(const _USE_COUPON_INFO& row) { return {CutText(row.szCouponUseID), CutText(row.szCouponCode)}; }
 Pair PairOf(const _USE_OPTION_INFO& row) { return {CutText(row.szOptionCode), CutText(row.szOptionValue)}; }
 
-// Both kinds of rows look alike, and no purchase has ever asked which of them a handle holds.
+// Calls put() for each row behind the handle, which may hold coupons or options: both have two texts of the
+// same width, and a purchase accepts either kind in its coupon handle. False if the handle has neither.
 template <class Put>
 bool ForEachPair(const _DATA_HANDLE* pHandle, Put put)
 {
@@ -73,7 +78,8 @@ Built PutLists(XC2S_PurchaseProductReq& msg, const _PURCHASE_REQ& record)
         auto& coupon = msg.vecUseCoupon.Add();
         coupon.strCouponUseID = pair.first;
         coupon.strCouponCode = pair.second;
-        // The options have always been read from the coupon handle, too.
+        // The option handle only says whether there is an option list. The rows of that list are the rows of
+        // the coupon handle; the list behind the option handle itself is not read.
         if (record.hUseOption != nullptr) {
             auto& option = msg.vecUseOption.Add();
             option.strOptionCode = pair.first;

@@ -1,5 +1,5 @@
-// What the exports and the handlers hand to the senders: plain records with the Req ID, zeroed before they
-// are filled.
+// The send records: what exports and handlers hand to SendMessage, and what the builders read. Plain records
+// that are zeroed before they are filled. They live on the sender's stack for the length of the call.
 #pragma once
 
 #include <string_view>
@@ -7,11 +7,11 @@
 #include "VelkarConnector.h"
 #include "base/TextField.h"
 
-// What became of filling a message.
+// The result of a builder.
 enum class Built {
     Ready = 1,    // the message goes out
     Nothing = 0,  // there is nothing to send, which is no failure
-    Failed = -1,
+    Failed = -1,  // the message could not be filled; the send fails
 };
 
 // Every request that names one user.
@@ -21,14 +21,16 @@ struct _USER_SEND {
     int nReqID;  // -1: nobody waits for the answer
 };
 
-// The requests of the shop and the storage box: the caller's record, each text ending in a NUL.
+// The requests of the shop and the storage box: a copy of the caller's record, in which every text ends in a
+// NUL, and the Req ID.
 template <class Record>
 struct RecordSend {
     Record record;
     int nReqID;
 };
 
-// A checkout that no caller of the game waits for.
+// The record of a checkout that the library sends by itself. Its Req ID of -1 is never given to a waiter, so
+// the answer wakes nobody.
 inline _USER_SEND UnaskedCheckout(std::string_view key)
 {
     _USER_SEND record{};
@@ -45,7 +47,7 @@ struct _MONEY_SEND {
     int nReqID;
 };
 
-// The game's answer to an order to save items.
+// The game's answer to a request to save items.
 struct _SAVE_SEND {
     unsigned char bSuccess;  // done if exactly 1
     char szMessage[1025];

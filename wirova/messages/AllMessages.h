@@ -1,4 +1,5 @@
-// All wire classes, and the one list of them.
+// All wire classes, and the only list of them. A new class is added to one of the two lists; the catalogue
+// (MessageCatalog.h) is made from both.
 #pragma once
 
 #include "wirova/messages/BaseMessages.h"
@@ -9,7 +10,7 @@
 
 // clang-format off
 
-// What travels by itself.
+// The messages: classes that travel by themselves, with their id.
 #define WIROVA_TOP_LEVEL_CLASSES(X)                                                                      \
     X(XC2S_Heartbeat) X(XC2S_VelkarConnectReq) X(XS2C_VelkarConnectAns) X(XC2S_CheckInReq)               \
     X(XS2C_CheckInAns) X(XC2S_CheckInExReq) X(XS2C_CheckInExAns) X(XC2S_CheckOutReq) X(XS2C_CheckOutAns) \
@@ -31,7 +32,7 @@
     X(XS2C_QueryInventoryReq) X(XC2S_QueryInventoryAns) X(XS2C_QueryCharacterReq)                        \
     X(XC2S_QueryCharacterAns) X(XS2C_SaveInventoryReq) X(XC2S_SaveInventoryAns)
 
-// What travels only inside a vector.
+// The records: classes that travel only inside a vector of a message, without their id.
 #define WIROVA_RECORD_CLASSES(X)                                                                          \
     X(XChargeInfo) X(XCheckOutInfo) X(XUserBillingInfo) X(XMenuContents) X(XProductListContents)          \
     X(XChildProduct) X(XProductCondition) X(XProductOption) X(XDiscountInfo) X(XCouponInfo)               \

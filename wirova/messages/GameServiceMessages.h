@@ -1,4 +1,4 @@
-// Where the service asks and the connector answers for the game: money, inventory, characters.
+// The requests of the service that the connector answers for the game: money, inventory, characters.
 // The order of the leading texts differs between the requests.
 #pragma once
 
@@ -6,6 +6,7 @@
 
 // clang-format off
 
+// Asks how much game money a user has.
 struct XS2C_QueryGameMoneyReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_QueryGameMoneyReq, 157047530,
         (int32,  nReqID)               // the service's number; the answer echoes it
@@ -16,6 +17,7 @@ struct XS2C_QueryGameMoneyReq final : Wirova::IMessage {
         (string, strCharacterID))      // [20]
 };
 
+// Orders game money to be taken from a user.
 struct XS2C_SpendGameMoneyReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_SpendGameMoneyReq, 57242298,
         (int32,  nReqID)               // the service's number; the answer echoes it
@@ -27,6 +29,7 @@ struct XS2C_SpendGameMoneyReq final : Wirova::IMessage {
         (int32,  nGameMoney))          // game money to take
 };
 
+// Asks for the items in the inventory of a character.
 struct XS2C_QueryInventoryReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_QueryInventoryReq, 116373210,
         (int32,  nReqID)               // the service's number; the answer echoes it
@@ -37,6 +40,7 @@ struct XS2C_QueryInventoryReq final : Wirova::IMessage {
         (string, strCharacterID))      // [20]
 };
 
+// Asks for characters, by user or by character.
 struct XS2C_QueryCharacterReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_QueryCharacterReq, 251465082,
         (int32,  nReqID)               // the service's number; the answer echoes it
@@ -46,6 +50,7 @@ struct XS2C_QueryCharacterReq final : Wirova::IMessage {
         (string, strSearchValue))      // [22] a user identifier, user number or character identifier
 };
 
+// An item of an inventory.
 struct XInventory final : Wirova::IMessage {
     WIROVA_MESSAGE(XInventory, 33982202,
         (string, strItemID)            // [20]
@@ -59,6 +64,7 @@ struct XInventory final : Wirova::IMessage {
         (string, strOptionValue))      // [100]
 };
 
+// Orders the items of a purchase to be put into an inventory.
 struct XS2C_SaveInventoryReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_SaveInventoryReq, 39436058,
         (int32,              nReqID)              // the service's number; the answer echoes it
@@ -77,6 +83,7 @@ struct XS2C_SaveInventoryReq final : Wirova::IMessage {
         (vector<XInventory>, vecInventory))       // items to save
 };
 
+// The game money of the user.
 struct XC2S_QueryGameMoneyAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_QueryGameMoneyAns, 34245194,
         (int32,  nReqID)               // echo
@@ -85,7 +92,8 @@ struct XC2S_QueryGameMoneyAns final : Wirova::IMessage {
         (int32,  nGameMoney))          // game money of the user; -1 on failure
 };
 
-// Unlike the others: the service tells a failure by nGameMoney, not by nState.
+// The game money after the spend. A failure shows in nGameMoney and not in nState, unlike in the other
+// answers.
 struct XC2S_SpendGameMoneyAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_SpendGameMoneyAns, 148033274,
         (int32,  nReqID)               // echo
@@ -94,6 +102,7 @@ struct XC2S_SpendGameMoneyAns final : Wirova::IMessage {
         (int32,  nGameMoney))          // the game's number; -1: failure
 };
 
+// The items in the inventory; an empty list is a success.
 struct XC2S_QueryInventoryAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_QueryInventoryAns, 216951130,
         (int32,              nReqID)         // echo
@@ -102,6 +111,7 @@ struct XC2S_QueryInventoryAns final : Wirova::IMessage {
         (vector<XInventory>, vecInventory))  // the items found
 };
 
+// A character of a user.
 struct XCharacter final : Wirova::IMessage {
     WIROVA_MESSAGE(XCharacter, 120529066,
         (string, strUserID)            // [22] empty when USE_USER_NUMBER is on
@@ -111,6 +121,7 @@ struct XCharacter final : Wirova::IMessage {
         (int32,  nCharacterValue))     // the game's own number, passed on unread
 };
 
+// The characters found; an empty list is a success.
 struct XC2S_QueryCharacterAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_QueryCharacterAns, 202184522,
         (int32,              nReqID)         // echo
@@ -119,6 +130,7 @@ struct XC2S_QueryCharacterAns final : Wirova::IMessage {
         (vector<XCharacter>, vecCharacter))  // the characters found
 };
 
+// Whether the items have been put into the inventory.
 struct XC2S_SaveInventoryAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_SaveInventoryAns, 87132490,
         (int32,  nReqID)               // echo

@@ -1,3 +1,5 @@
+// The catalogue: one table row for each wire class, made from the lists in AllMessages.h, and the description
+// of messages as text.
 #include "wirova/messages/MessageCatalog.h"
 
 #include <algorithm>
@@ -12,6 +14,7 @@ namespace Wirova {
 
 namespace {
 
+// A vector of records T behind the interface without a type.
 template <class T>
 class RecordListOf final : public RecordList {
 public:
@@ -24,6 +27,7 @@ private:
     RecordVector<T>& m_vec;
 };
 
+// Hands one field to the visitor; a vector of records goes as a RecordList.
 template <class T>
 void VisitField(FieldVisitor& visitor, const char* pszName, T& v)
 {
@@ -42,6 +46,8 @@ std::unique_ptr<IMessage> Make()
     return std::make_unique<M>();
 }
 
+// The two functions of a table row: one makes an object of class M, one walks the fields of an object of
+// class M.
 template <class M>
 bool Visit(IMessage& msg, FieldVisitor& visitor)
 {
@@ -58,6 +64,7 @@ constexpr ClassInfo kClasses[] = {WIROVA_TOP_LEVEL_CLASSES(TOP_LEVEL) WIROVA_REC
 #undef TOP_LEVEL
 #undef RECORD
 
+// Found by the compiler: two classes with one id would answer for each other.
 constexpr bool IdsAreUnique()
 {
     for (const ClassInfo* p = std::begin(kClasses); p != std::end(kClasses); ++p) {
@@ -71,6 +78,7 @@ static_assert(IdsAreUnique(), "two classes with one id");
 constexpr std::size_t kMaxText = 200;     // bytes of a text that are shown
 constexpr std::size_t kMaxElements = 20;  // elements of a vector that are shown
 
+// Control characters, quotes and backslashes are escaped, so that a description stays on one line.
 void AppendCharacter(string& out, char c)
 {
     const auto u = static_cast<unsigned char>(c);
@@ -85,7 +93,8 @@ void AppendCharacter(string& out, char c)
     out += c;
 }
 
-// "name: value" for each field; the bytes of a text are shown as they are, control characters escaped.
+// The visitor that writes "name: value" for each field. The bytes of a text are shown as they are, apart from
+// the escapes; records are written like messages inside their vector.
 class Describer final : public FieldVisitor {
 public:
     Describer(string& out, Secrets secrets) : m_out(out), m_secrets(secrets) {}

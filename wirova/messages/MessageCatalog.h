@@ -1,5 +1,6 @@
-// Wire messages for whoever does not know their classes: made by id, named, shown as text, and walked
-// field by field. All of it follows from the list in messages/AllMessages.h, and is compiled once.
+// The catalogue of all wire classes, for code that handles messages without knowing their classes, such as
+// the sandbox and the tests: makes a message by its id, names it, shows it as text, and walks its fields.
+// Everything follows from the lists in AllMessages.h and is compiled once.
 #pragma once
 
 #include <span>
@@ -8,7 +9,8 @@
 
 namespace Wirova {
 
-// A vector of records without its type. It stands on the message's own vector and dies with the visit.
+// A message's vector of records, seen without the type of its records. It refers to the vector in the message
+// and is only valid during the visit.
 class RecordList {
 public:
     virtual std::size_t size() const = 0;
@@ -19,7 +21,8 @@ protected:
     ~RecordList() = default;
 };
 
-// Is given every field of a message in wire order, without bNested and nMsgID.
+// The receiver of a walk: is called with the name and the value of each field in wire order. bNested and
+// nMsgID are no fields. The values may be changed.
 class FieldVisitor {
 public:
     virtual void Field(const char* pszName, int32& v) = 0;
@@ -35,33 +38,35 @@ protected:
     ~FieldVisitor() = default;
 };
 
+// What the catalogue knows of a class.
 struct ClassInfo {
     int32 nMsgID;
     const char* pszName;
-    bool bRecord;  // travels only inside a vector
-    std::unique_ptr<IMessage> (*pfnMake)();
+    bool bRecord;                                            // travels only inside a vector
+    std::unique_ptr<IMessage> (*pfnMake)();                  // a new object with empty fields
     bool (*pfnVisit)(IMessage& msg, FieldVisitor& visitor);  // false, and no visit, for another class
 };
 
-// All classes, the top-level ones first; null for an id that no class has.
+// All classes, the messages first, then the records. FindClass gives null for an id that no class has.
 std::span<const ClassInfo> AllClasses();
 const ClassInfo* FindClass(int32 nMsgID);
 
-// A new message of a top-level class; null for any other id.
+// A new message; null for the id of a record or of no class.
 std::unique_ptr<IMessage> MakeMessage(int32 nMsgID);
-// "unknown message" for an id that no class has.
+// The name of a class; "unknown message" for an id that no class has.
 const char* MessageName(int32 nMsgID);
 
-// False, and no visit, for a class that is not in the list.
+// Walks the fields of the message. False, and no call of the visitor, for a class that is not in the
+// catalogue.
 bool VisitFields(IMessage& msg, FieldVisitor& visitor);
 
-enum class Secrets { Blank, Show };
-// One line: the name and all fields. Bounded: of a long text the first bytes and its length, of a long
-// vector the first elements and their number. Passwords are blanked unless they are asked for.
+enum class Secrets { Blank, Show };  // whether pass words appear in a description
+// The message as one line of text: its name and all fields. The length is limited: a long text shows its
+// first bytes and its length, a long vector its first elements and their number.
 string DescribeMessage(const IMessage& msg, Secrets secrets = Secrets::Blank);
 
-// Calls visit(name, field) for each field, as VisitFields does, with any callable that takes every
-// field type: the eight of FieldVisitor, references to const for a const message.
+// Calls visit(name, field) for each field, as VisitFields does, without a class derived from FieldVisitor.
+// visit has to take all eight field types of FieldVisitor; for a const message it gets references to const.
 template <class Visit>
 bool VisitMessage(IMessage& msg, Visit&& visit)
 {
@@ -82,7 +87,7 @@ bool VisitMessage(IMessage& msg, Visit&& visit)
 template <class Visit>
 bool VisitMessage(const IMessage& msg, Visit&& visit)
 {
-    // The fields go on as const, so nothing is changed through the cast.
+    // visit gets each field as const, so the cast lets nobody change the message.
     return VisitMessage(const_cast<IMessage&>(msg),
                         [&](const char* pszName, const auto& field) { visit(pszName, field); });
 }

@@ -1,12 +1,13 @@
 // A user's storage box and the purchase of products. Moving items to the inventory takes two steps:
 // request, then confirm or cancel.
-// Every answer begins with nReqID, nState and strMessage; the rest counts when nState is 0.
+// Every answer begins with nReqID, nState and strMessage; its list is only valid when nState is 0.
 #pragma once
 
 #include "wirova/Message.h"
 
 // clang-format off
 
+// Asks for the items in the storage box of a user.
 struct XC2S_SearchStorageReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_SearchStorageReq, 79808954,
         (int32,  nReqID)               // the answer echoes it
@@ -19,6 +20,7 @@ struct XC2S_SearchStorageReq final : Wirova::IMessage {
         (string, strSearchValue))      // [22] the game's own, passed on unread
 };
 
+// An item in a storage box: a purchase, or the gift of a sender.
 struct XStorageInfo final : Wirova::IMessage {
     WIROVA_MESSAGE(XStorageInfo, 41670522,
         (int32,   nStorageSeq)
@@ -52,6 +54,7 @@ struct XStorageInfo final : Wirova::IMessage {
         (boolean, bNew))
 };
 
+// The items in the storage box.
 struct XS2C_SearchStorageAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_SearchStorageAns, 169331290,
         (int32,                nReqID)       // echo
@@ -60,6 +63,7 @@ struct XS2C_SearchStorageAns final : Wirova::IMessage {
         (vector<XStorageInfo>, vecStorage))  // items in the storage box
 };
 
+// Marks an item as read, and deletes it on request.
 struct XC2S_ConfirmReadStorageReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_ConfirmReadStorageReq, 114115994,
         (int32,   nReqID)              // the answer echoes it
@@ -72,6 +76,7 @@ struct XC2S_ConfirmReadStorageReq final : Wirova::IMessage {
         (boolean, bDelete))            // whether to delete it
 };
 
+// Whether the item has been marked.
 struct XS2C_ConfirmReadStorageAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_ConfirmReadStorageAns, 34848986,
         (int32,  nReqID)               // echo
@@ -79,6 +84,7 @@ struct XS2C_ConfirmReadStorageAns final : Wirova::IMessage {
         (string, strMessage))          // [1024] text of the service
 };
 
+// An item to be moved to the inventory.
 struct XStorageUseInfo final : Wirova::IMessage {
     WIROVA_MESSAGE(XStorageUseInfo, 252135210,
         (int32,  nStorageSeq)          // storage number of the item
@@ -86,6 +92,7 @@ struct XStorageUseInfo final : Wirova::IMessage {
         (string, strItemID))           // [20]
 };
 
+// The first step of the move: the service reserves the items.
 struct XC2S_RequestUseStorageReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_RequestUseStorageReq, 215876218,
         (int32,                   nReqID)          // the answer echoes it
@@ -97,7 +104,8 @@ struct XC2S_RequestUseStorageReq final : Wirova::IMessage {
         (vector<XStorageUseInfo>, vecStorageUse))  // items to move
 };
 
-// Comes from the service: the prefix is the protocol's own slip and stays.
+// Whether the items are reserved. Comes from the service in spite of its prefix, which the protocol has
+// fixed.
 struct XC2S_RequestUseStorageAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_RequestUseStorageAns, 265459162,
         (int32,  nReqID)               // echo
@@ -105,6 +113,7 @@ struct XC2S_RequestUseStorageAns final : Wirova::IMessage {
         (string, strMessage))          // [1024] text of the service
 };
 
+// The second step: the game has put the items into the inventory.
 struct XC2S_ConfirmUseStorageReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_ConfirmUseStorageReq, 176611130,
         (int32,         nReqID)          // the answer echoes it
@@ -116,6 +125,7 @@ struct XC2S_ConfirmUseStorageReq final : Wirova::IMessage {
         (vector<int32>, vecStorageSeq))  // the numbers of the items
 };
 
+// Whether the service has confirmed the move.
 struct XS2C_ConfirmUseStorageAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_ConfirmUseStorageAns, 111378682,
         (int32,  nReqID)               // echo
@@ -123,6 +133,7 @@ struct XS2C_ConfirmUseStorageAns final : Wirova::IMessage {
         (string, strMessage))          // [1024] text of the service
 };
 
+// The second step if the game could not take the items: the service ends the reservation.
 struct XC2S_CancelUseStorageReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_CancelUseStorageReq, 202931658,
         (int32,         nReqID)          // the answer echoes it
@@ -134,6 +145,7 @@ struct XC2S_CancelUseStorageReq final : Wirova::IMessage {
         (vector<int32>, vecStorageSeq))  // the numbers of the items
 };
 
+// Whether the service has cancelled the move.
 struct XS2C_CancelUseStorageAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_CancelUseStorageAns, 81647098,
         (int32,  nReqID)               // echo
@@ -141,18 +153,21 @@ struct XS2C_CancelUseStorageAns final : Wirova::IMessage {
         (string, strMessage))          // [1024] text of the service
 };
 
+// A coupon that the buyer uses.
 struct XUseCouponInfo final : Wirova::IMessage {
     WIROVA_MESSAGE(XUseCouponInfo, 7506970,
         (string, strCouponUseID)       // [20] of XCouponInfo
         (string, strCouponCode))       // [20] of XCouponInfo
 };
 
+// An option that the buyer chooses.
 struct XUseOptionInfo final : Wirova::IMessage {
     WIROVA_MESSAGE(XUseOptionInfo, 244079178,
         (string, strOptionCode)        // [20] of XProductOption
         (string, strOptionValue))      // [20] of XProductOption
 };
 
+// Buys a product, for the buyer or as a gift for a receiver.
 struct XC2S_PurchaseProductReq final : Wirova::IMessage {
     WIROVA_MESSAGE(XC2S_PurchaseProductReq, 114099850,
         (int32,                  nReqID)              // the answer echoes it
@@ -175,6 +190,7 @@ struct XC2S_PurchaseProductReq final : Wirova::IMessage {
         (vector<XUseOptionInfo>, vecUseOption))       // options chosen
 };
 
+// Whether the product has been bought.
 struct XS2C_PurchaseProductAns final : Wirova::IMessage {
     WIROVA_MESSAGE(XS2C_PurchaseProductAns, 60035162,
         (int32,  nReqID)               // echo

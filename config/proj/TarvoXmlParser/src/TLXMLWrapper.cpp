@@ -1,3 +1,5 @@
+// The operations of IXmlParser. Each is a short step on the tree; the copies into the caller's buffer are
+// bounded.
 #include "config/proj/TarvoXmlParser/src/TLXMLWrapper.h"
 
 #include <algorithm>
@@ -10,6 +12,8 @@
 namespace Tarvo::XmlParser {
 namespace {
 
+// Puts "" into the buffer, which it keeps if the operation fails. False for a buffer that cannot take even
+// that.
 bool Empty(char* out, int size)
 {
     if (out == nullptr || size < 1)
@@ -18,13 +22,15 @@ bool Empty(char* out, int size)
     return true;
 }
 
+// The caller has made sure that the text and its NUL fit.
 void Copy(char* out, std::string_view text)
 {
     std::copy(text.begin(), text.end(), out);
     out[text.size()] = '\0';
 }
 
-// The whole text or nothing: a value cut short would be a wrong value.
+// For texts and attributes: copies the whole text, or fails if it does not fit, because a setting cut short
+// would be a wrong setting.
 bool CopyWhole(char* out, int size, const char* pszText)
 {
     if (!Empty(out, size) || pszText == nullptr)
@@ -36,7 +42,8 @@ bool CopyWhole(char* out, int size, const char* pszText)
     return true;
 }
 
-// As many whole characters as fit in front of the NUL.
+// For names and clear sections: copies as many whole characters as fit in front of the NUL. Characters have
+// the lengths of the current encoding option, so that none is cut in two.
 bool CopyBounded(char* out, int size, const char* pszText)
 {
     if (!Empty(out, size) || pszText == nullptr)
@@ -176,6 +183,7 @@ bool CTLXMLWrapper::AddAttribute(const char* pszName, const char* pszValue)
     return m_current.addAttribute(pszName, pszValue) != nullptr;
 }
 
+// The interface promises false in every case.
 bool CTLXMLWrapper::AddText(const char* pszText)
 {
     m_current.addText(pszText);
@@ -188,6 +196,7 @@ bool CTLXMLWrapper::AddClear(const char* pszValue, const char* pszOpenTag, const
            m_current.addClear(pszValue, pszOpenTag, pszCloseTag) != nullptr;
 }
 
+// The whole buffer is zeroed first, so the text ends in a NUL wherever it is cut.
 bool CTLXMLWrapper::CreateString(char* out, int size, bool)
 {
     if (out == nullptr || size < 1)

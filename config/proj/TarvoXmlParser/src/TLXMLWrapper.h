@@ -1,4 +1,4 @@
-// IXmlParser over a tree of nodes.
+// CTLXMLWrapper: the only implementation of IXmlParser, over the tree that xmlParser.h builds.
 #pragma once
 
 #include <vector>
@@ -8,6 +8,8 @@
 
 namespace Tarvo::XmlParser {
 
+// Holds the document by its top node, and the current position by its node and the ancestors of that node.
+// Handles are counted, so moving copies no document. One thread at a time.
 class CTLXMLWrapper : public IXmlParser {
 public:
     CTLXMLWrapper() = default;
@@ -48,17 +50,20 @@ public:
     bool CreateString(char** ppszOut, int* pnLength) override;
     bool FreeString(char** ppszText) override;
 
-    // OpenFile, with the choice whether the report of a bad file may wait in a dialog.
+    // OpenFile of the interface, except that bMayShowDialog false sends the report of a bad file to the sink
+    // at once.
     bool OpenFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog);
-    // The first child of the current node that is called pszElement and whose attribute "name" has that
-    // value, as a position among those children; -1 if a child without a name comes first, or there is
-    // none. Takes no walk over them, unlike asking for one name after the other.
+    // The first child of the current node whose element is pszElement and whose attribute "name" is pszName,
+    // as a position among the children of that element; -1 if there is none, or if a child without the
+    // attribute comes before it. Uses an index, so that a file with thousands of properties is not walked for
+    // each of them.
     int FindNamedChild(const char* pszElement, const char* pszName) const;
 
 private:
+    // Makes the node the document, with the position at its top. False, and no change, for an empty node.
     bool Take(XMLNode node);
 
-    XMLNode m_top;
+    XMLNode m_top;  // empty until a document has been read
     XMLNode m_current;
     std::vector<XMLNode> m_stack;  // ancestors of the current position, nearest last
 };

@@ -1,3 +1,4 @@
+// The search for modules, groups and properties in a TL2 file, over any IXmlParser.
 #include "config/proj/TarvoXmlParser/src/TarvoXmlParser.h"
 
 #include <cstdio>
@@ -13,6 +14,7 @@
 namespace Tarvo::XmlParser {
 namespace {
 
+// The words of the file format: elements first, attributes second.
 constexpr const char* kModule = "module";
 constexpr const char* kGroup = "group";
 constexpr const char* kProperty = "property";
@@ -21,17 +23,21 @@ constexpr const char* kName = "name";
 constexpr const char* kValue = "value";
 constexpr const char* kSize = "size";
 
-// Room for a name or a value, with its NUL; what needs more fits nothing.
+// Bytes of the longest name of a module or group, and of the longest name or value of a property, with the
+// NUL. A longer name is never found, a longer value counts as missing.
 constexpr std::size_t kNameSize = 256;
 constexpr std::size_t kPropertySize = 1024;
 
+// Whether the current element is one of that kind.
 bool IsAt(IXmlParser& parser, const char* pszElement)
 {
     const char* const pszName = parser.GetName();
     return pszName != nullptr && EqualsNoCase(pszName, pszElement);
 }
 
-// The first of the nCount children of that kind with that name, or -1.
+// The first of the nCount children of that kind whose attribute "name" is pszName, as a position among them;
+// -1 if there is none. nSize is the longest name with its NUL. The wrapper of this folder has an index for
+// the search; any other implementation of IXmlParser is asked for one name after the other.
 int FindByName(IXmlParser& parser, const char* pszChild, int nCount, const char* pszName, std::size_t nSize)
 {
     if (std::strlen(pszName) >= nSize)
@@ -50,6 +56,7 @@ int FindByName(IXmlParser& parser, const char* pszChild, int nCount, const char*
     return -1;
 }
 
+// False, and nothing copied, if the value and its NUL do not fit.
 bool CopyValue(char* out, int size, std::string_view value)
 {
     if (value.size() >= static_cast<std::size_t>(size))
@@ -59,6 +66,7 @@ bool CopyValue(char* out, int size, std::string_view value)
     return true;
 }
 
+// The value without the blanks around it; a blank value is refused like a missing one.
 bool CopyStripped(char* out, int size, const char* pszValue)
 {
     if (std::strlen(pszValue) >= kPropertySize)
@@ -67,6 +75,7 @@ bool CopyStripped(char* out, int size, const char* pszValue)
     return !value.empty() && CopyValue(out, size, value);
 }
 
+// Whether the arguments of a read are usable. Empties the buffer first, so that every failure leaves "".
 bool MayRead(const IXmlParser* pParser, char* out, int size, const char* pszName)
 {
     if (out != nullptr && size > 0)
@@ -74,7 +83,8 @@ bool MayRead(const IXmlParser* pParser, char* out, int size, const char* pszName
     return pParser != nullptr && out != nullptr && size > 0 && pszName != nullptr;
 }
 
-// The position of a property or an array of the current group, among those of its kind.
+// The position of a property or a property array in the current group, among those of its kind; -1 if there
+// is none or the current element is no group.
 int FindInGroup(IXmlParser& parser, const char* pszKind, const char* pszName)
 {
     if (!IsAt(parser, kGroup))
@@ -121,6 +131,7 @@ bool MoveToModule(IXmlParser* pParser, const char* pszName)
 {
     if (pParser == nullptr || pszName == nullptr)
         return false;
+    // Counted before the move to the top: without modules below the current element the position stays.
     const int nCount = pParser->GetChildCount(kModule);
     if (nCount < 1)
         return false;
@@ -152,7 +163,8 @@ bool GetProperty(IXmlParser* pParser, char* out, int size, const char* pszName)
         return CopyStripped(out, size, pszValue);
     if (const char* const pszText = pParser->GetChildText(kProperty, nFound))
         return CopyValue(out, size, pszText);
-    // Counted among all children of the group, unlike nFound: it has to be the same place in both.
+    // GetChildClear counts all children of the group, while nFound counts the properties. A clear section is
+    // therefore only found where no other element stands before the property.
     const char* const pszClear = pParser->GetChildClear(nFound, 0);
     return pszClear != nullptr && CopyStripped(out, size, pszClear);
 }
@@ -172,7 +184,8 @@ bool GetPropertyArray(IXmlParser* pParser, char* out, int size, const char* pszN
     std::snprintf(szAttribute, sizeof(szAttribute), "%s%d", kValue, nPosition);
     if (const char* const pszValue = pParser->GetChildAttribute(kPropertyArray, szAttribute, nFound))
         return CopyStripped(out, size, pszValue);
-    // The clear sections serve only if there is one for every element. The place as in GetProperty.
+    // Clear sections are read only if the array has one for every element. The position is that of
+    // GetProperty: no other element may stand before the array.
     for (int n = 0; n < nSize; ++n) {
         if (pParser->GetChildClear(nFound, n) == nullptr)
             return false;

@@ -1,3 +1,4 @@
+// Parsing of a text with its place of error, conversion of a file's bytes, and the guess of an encoding.
 #include "config/proj/TarvoXmlParser/src/xmlDocument.h"
 
 #include <limits>
@@ -10,7 +11,8 @@ namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// Line and column of a byte, counted in characters.
+// Turns the byte offset of a fault into a line and a column, both from 1; columns count characters, not
+// bytes.
 void FindPlace(std::string_view xml, const LengthTable& lengths, std::size_t nPlace, XMLResults& results)
 {
     results.nLine = 1;
@@ -25,8 +27,9 @@ void FindPlace(std::string_view xml, const LengthTable& lengths, std::size_t nPl
     }
 }
 
-// The element of that name: the node itself or a child of it, or a child of a declaration among those, as
-// the elements behind an XML declaration are.
+// Finds the element pszTag: the node itself, one of its children, or a child of a declaration among its
+// children. The last case is the usual one: an XML declaration ("<?xml ... ?>") takes the elements behind it
+// as its children.
 XMLNode FindTag(const XMLNode& node, const char* pszTag)
 {
     const char* const pszName = node.getName();
@@ -58,6 +61,8 @@ XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& optio
     results = {};
     results.error = root.nChildNode() == 0 ? eXMLErrorNoXMLTagFound : parser.Error();
 
+    // Warnings keep the tree. A document that is one element and nothing else is that element; any other is
+    // the nameless root over all its parts.
     const bool bWarning = results.error == eXMLErrorMissingEndTag || results.error == eXMLErrorNoXMLTagFound;
     XMLNode node;
     if (results.error == eXMLErrorNone || bWarning) {
@@ -81,6 +86,7 @@ XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Op
     std::string_view text = strBytes;
     std::string strConverted;
     if (options.bGuessWideChar) {
+        // UTF-16 has two bytes a unit: a mark of two bytes is skipped, and an odd byte at the end left out.
         if (IsTextUnicode(text)) {
             if (text.starts_with("\xEF\xFF") || text.starts_with("\xFF\xFE"))
                 text.remove_prefix(2);
@@ -100,7 +106,8 @@ XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Op
 
 namespace {
 
-// Whether every character, by the lengths of UTF-8, is followed by the bytes it has to be followed by.
+// Whether the bytes up to the first NUL can be UTF-8: every first byte of a longer character is followed by
+// as many continuation bytes as it announces.
 bool LooksLikeUtf8(std::string_view bytes)
 {
     const LengthTable& lengths = LengthsOf(char_encoding_UTF8);
@@ -121,7 +128,8 @@ void SkipBlanks(std::string_view& text)
         text.remove_prefix(1);
 }
 
-// Moves to what stands in the quotes behind the word "encoding"; false if there is no such thing.
+// Cuts the text to what stands behind the opening quote of encoding="...". False if there is no such
+// attribute.
 bool FindEncodingAttribute(std::string_view& text)
 {
     constexpr std::string_view kWord = "encoding";
@@ -141,6 +149,7 @@ bool FindEncodingAttribute(std::string_view& text)
     return true;
 }
 
+// The names that a file may give its encoding, compared without regard to case, as prefixes.
 struct EncodingName {
     std::string_view text;
     XMLCharEncoding encoding;
@@ -156,8 +165,8 @@ constexpr EncodingName kEncodingNames[] = {
 
 XMLCharEncoding GuessEncoding(std::string_view bytes, bool bGuessWideChar, bool bUseEncodingAttribute)
 {
-    constexpr std::size_t kShortest = 25;
-    constexpr std::size_t kAttributeWithin = 200;
+    constexpr std::size_t kShortest = 25;          // bytes; fewer tell nothing
+    constexpr std::size_t kAttributeWithin = 200;  // bytes in which the attribute is looked for
     if (bytes.size() < kShortest || (bGuessWideChar && IsTextUnicode(bytes)))
         return char_encoding_error;
     if (bytes.starts_with(kUtf8Mark))
@@ -168,6 +177,8 @@ XMLCharEncoding GuessEncoding(std::string_view bytes, bool bGuessWideChar, bool 
     text = text.substr(0, text.find('\0'));
     if (!bUseEncodingAttribute || !FindEncodingAttribute(text))
         return best;
+    // A file that calls itself UTF-8 and is not gives no guess; an unknown name counts as a single-byte
+    // encoding.
     for (const EncodingName& name : kEncodingNames) {
         if (!StartsWithNoCase(text, name.text))
             continue;

@@ -1,3 +1,5 @@
+// The element parser: one function for each state and token. A function returns what the loop in Run does
+// next.
 #include "config/proj/TarvoXmlParser/src/xmlElementParser.h"
 
 namespace Tarvo::XmlParser {
@@ -26,6 +28,7 @@ void ElementParser::Run(const XMLNode& root)
 
 // ---- faults ----
 
+// An error ends the parse; its place is a byte offset.
 ElementParser::Outcome ElementParser::Fault(XMLError error, std::size_t nPlace)
 {
     m_error = error;
@@ -33,12 +36,15 @@ ElementParser::Outcome ElementParser::Fault(XMLError error, std::size_t nPlace)
     return Outcome::Stop;
 }
 
+// A missing or unfitting end tag is a warning: the parse goes on, and the first warning is the one reported.
 void ElementParser::Warn(std::size_t nPlace)
 {
     if (m_error == eXMLErrorNone)
         Fault(eXMLErrorMissingEndTag, nPlace);
 }
 
+// Counts an element, attribute, text or clear section. More than kMaxItems are refused, because each costs
+// far more memory than the few bytes that a hostile file needs for it.
 bool ElementParser::CountItem()
 {
     if (++m_nItems <= kMaxItems)
@@ -49,6 +55,7 @@ bool ElementParser::CountItem()
 
 // ---- closing ----
 
+// The text is over. An element that is still open, other than the root or a declaration, lacks its end tag.
 ElementParser::Outcome ElementParser::AtEnd()
 {
     if (!m_pCurrent->bDeclaration && m_pCurrent->pParent != nullptr)
@@ -63,8 +70,9 @@ bool ElementParser::IsName(std::string_view tag) const
     return m_pCurrent->name != nullptr && EqualsNoCase(View(m_pCurrent->name), tag);
 }
 
-// The current element is complete: back to the one that goes on. An end tag that did not fit it completes
-// those above it too, as far as the one that it fits.
+// The current element is complete, and its parent becomes the current one. If the element was ended by an end
+// tag of another name, the parents are complete too, up to and with the first that has this name. If no open
+// element has it, the document is in error.
 ElementParser::Outcome ElementParser::Unwind()
 {
     for (;;) {
@@ -96,7 +104,7 @@ ElementParser::Outcome ElementParser::Inside(const Token& token)
     }
 }
 
-// The tag is complete: text may begin behind it.
+// The tag, or the clear section, is complete: text may begin behind it.
 void ElementParser::LeaveTag()
 {
     m_bInside = false;
@@ -104,6 +112,7 @@ void ElementParser::LeaveTag()
     m_nText = m_tokens.Place();
 }
 
+// Behind the element's name or a whole attribute: an attribute's name, or the end of the tag.
 ElementParser::Outcome ElementParser::InsideName(const Token& token)
 {
     switch (token.type) {
@@ -122,6 +131,7 @@ ElementParser::Outcome ElementParser::InsideName(const Token& token)
     }
 }
 
+// Behind an attribute's name. An attribute without "=" is kept with a null value.
 ElementParser::Outcome ElementParser::InsideEquals(const Token& token)
 {
     switch (token.type) {
@@ -137,9 +147,11 @@ ElementParser::Outcome ElementParser::InsideEquals(const Token& token)
         case TokenType::ShortHandClose: {
             LeaveTag();
             bool bClosed = token.type == TokenType::ShortHandClose;
+            // The "?" of "?>" has been read as the end of a name, or as a name of its own.
             if (m_pCurrent->bDeclaration && m_attribute.ends_with('?')) {
                 m_attribute.remove_suffix(1);
-                // One at the top stays open and takes the elements behind it as its children.
+                // A declaration at the top of the document stays open and takes the elements behind it as its
+                // children; any other declaration ends here.
                 bClosed = bClosed || m_pCurrent->pParent->pParent != nullptr;
             }
             if (!m_attribute.empty() && !AddAttribute(m_attribute, nullptr))
@@ -151,6 +163,7 @@ ElementParser::Outcome ElementParser::InsideEquals(const Token& token)
     }
 }
 
+// Behind "=": the value, quoted or bare, whose entities are replaced.
 ElementParser::Outcome ElementParser::InsideValue(const Token& token)
 {
     std::string_view value = token.text;
@@ -166,6 +179,7 @@ ElementParser::Outcome ElementParser::InsideValue(const Token& token)
     return Outcome::GoOn;
 }
 
+// pValue is null for an attribute without a value. False if the document has too many items.
 bool ElementParser::AddAttribute(std::string_view name, const std::string* pValue)
 {
     if (!CountItem())
@@ -187,7 +201,7 @@ ElementParser::Outcome ElementParser::Outside(const Token& token)
         case TokenType::Clear:
             return AddClear(token);
         default:
-            return Outcome::GoOn;  // part of the text
+            return Outcome::GoOn;  // part of the text, which AddPendingText takes as a whole
     }
 }
 
@@ -241,6 +255,7 @@ ElementParser::Outcome ElementParser::AddClear(const Token& token)
 
 // ---- text ----
 
+// Decodes into m_strDecoded. The text is a piece of the document, which gives the place of a fault.
 bool ElementParser::DecodeText(std::string_view text)
 {
     std::size_t nFault = 0;
@@ -251,6 +266,8 @@ bool ElementParser::DecodeText(std::string_view text)
     return false;
 }
 
+// Adds the text between the last tag or section and the byte nEnd to the current element. Blank text is left
+// out if that option is on. False on an error.
 bool ElementParser::AddPendingText(std::size_t nEnd)
 {
     if (!m_bText)
@@ -271,7 +288,8 @@ bool ElementParser::AddPendingText(std::size_t nEnd)
     return true;
 }
 
-// A comment between two pieces of text vanishes.
+// If the current element's last two items are a text and a comment, and that option is on, removes the
+// comment and joins the new text to the text before it. False if there is nothing to join.
 bool ElementParser::JoinText(const std::string& strText)
 {
     const auto& order = m_pCurrent->order;

@@ -1,5 +1,6 @@
-// Builds the tree from the tokens: two states, inside and outside a tag. The open elements are the current
-// record and its parents, so depth costs no stack.
+// Builds the tree from the tokens. The parser is in one of two states: inside a tag, where attributes are
+// read, and outside, where texts, clear sections and tags are read. The open elements are the current record
+// and its parents; they are no recursion, so a deeply nested document cannot exhaust the stack.
 #pragma once
 
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
@@ -7,24 +8,28 @@
 
 namespace Tarvo::XmlParser {
 
+// Reads one text once. Text and root must outlive the parser; options are copied.
 class ElementParser {
 public:
     ElementParser(std::string_view xml, const Options& options);
 
-    // Fills the nameless root, which must outlive this object.
+    // Fills the nameless root with the document, up to the first error.
     void Run(const XMLNode& root);
 
     XMLError Error() const { return m_error; }
-    // Byte offset of the fault; of the first one noticed where there are several warnings.
+    // Byte offset of the error, or of the first warning if there are several; without a fault, where reading
+    // ended.
     std::size_t FaultPlace() const { return m_nFault; }
 
 private:
+    // What the loop in Run does after a token.
     enum class Outcome {
         GoOn,
         Closed,  // the current element is complete
-        Stop     // so is everything, or a fault
+        Stop     // the document is complete, or an error ends it
     };
-    enum class Awaited { Name, Equals, Value };  // of an attribute
+    // Inside a tag: the part of an attribute that the next token may be.
+    enum class Awaited { Name, Equals, Value };
 
     Outcome AtEnd();
     Outcome Inside(const Token& token);
@@ -49,20 +54,21 @@ private:
 
     const Options m_options;
     Tokeniser m_tokens;
-    XMLRecord* m_pCurrent = nullptr;
-    XMLError m_error = eXMLErrorNone;
+    XMLRecord* m_pCurrent = nullptr;   // the innermost open element
+    XMLError m_error = eXMLErrorNone;  // the error, or else the first warning, which does not stop the parse
     std::size_t m_nFault = 0;
-    std::size_t m_nItems = 0;
+    std::size_t m_nItems = 0;  // of the whole document, limited by kMaxItems
 
     bool m_bInside = false;
     Awaited m_awaited = Awaited::Name;
     std::string_view m_attribute;  // the name that has been read, in Awaited::Equals and Value
 
-    bool m_bText = true;  // text may stand from m_nText on
+    bool m_bText = true;  // text may stand from the byte m_nText on; the next tag or section ends it
     std::size_t m_nText = 0;
-    std::string m_strDecoded;
+    std::string m_strDecoded;  // the last decoded text, kept to save allocations
 
-    // Of an end tag that did not fit: closes the elements up to the first that it fits.
+    // The name of an end tag that did not fit its element, until an element further out has that name; and
+    // its place.
     std::string_view m_endTag;
     std::size_t m_nEndTag = 0;
 };

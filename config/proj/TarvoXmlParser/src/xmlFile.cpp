@@ -1,4 +1,4 @@
-// Files, the report of a bad one, and the static operations of XMLNode.
+// Reading of files, the report of a bad file to the operator, and the static operations of XMLNode.
 
 #include <atomic>
 #include <cstdio>
@@ -10,14 +10,16 @@ namespace Tarvo::XmlParser {
 namespace {
 
 constexpr const char* kErrorTitle = "XML Parsing error";
-constexpr std::size_t kGuessFrom = 200;
+constexpr std::size_t kGuessFrom = 200;  // bytes at the start of a file from which its encoding is guessed
 
-std::atomic<ReportSink> g_pfnSink{nullptr};
+std::atomic<ReportSink> g_pfnSink{nullptr};  // null: reports go to standard error
 
 struct CloseFile {
     void operator()(std::FILE* pFile) const { std::fclose(pFile); }
 };
 
+// Shows the report in a dialog if that is allowed and possible, and waits for it to be closed; otherwise
+// hands the report to the sink.
 void Report(const std::string& strText, bool bMayShowDialog)
 {
     if (bMayShowDialog && Host::ShowErrorBox(kErrorTitle, strText.c_str()))
@@ -28,6 +30,8 @@ void Report(const std::string& strText, bool bMayShowDialog)
         std::fprintf(stderr, "%s: %s", kErrorTitle, strText.c_str());
 }
 
+// The report names the file, the error, the place and, if the top element is missing, the tag that was
+// expected.
 std::string ReportText(const char* pszFileName, const char* pszTag, const XMLResults& results,
                        const char* pszDetail)
 {
@@ -58,6 +62,7 @@ XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const cha
         return eXMLErrorFileNotFound;
     }
     std::rewind(file.get());
+    // A file that has become shorter since its length was asked for gives the bytes that are there.
     strBytes.resize(static_cast<std::size_t>(nLength));
     strBytes.resize(std::fread(strBytes.data(), 1, strBytes.size(), file.get()));
     return strBytes.empty() ? eXMLErrorEmpty : eXMLErrorNone;
@@ -90,7 +95,8 @@ XMLNode XMLNode::parseFile(const char* pszFileName, const char* pszTag, XMLResul
     return node;
 }
 
-// Works with one copy of the options from the guess to the end, whatever another thread sets meanwhile.
+// The guessed encoding becomes the process-wide option as well. The parse itself works with one copy of the
+// options from the guess to the end, whatever another thread sets meanwhile.
 XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog)
 {
     XMLResults results;
@@ -115,10 +121,12 @@ XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, boo
     return node;
 }
 
+// The version of the reader's behaviour, not of this library.
 const char* XMLNode::getVersion() { return "v2.41"; }
 
 const char* XMLNode::getError(int nCode)
 {
+    // By the values of XMLError.
     static constexpr const char* kTexts[] = {
         "No error",
         "Warning: Unmatched end tag",

@@ -1,4 +1,5 @@
-// Handles: counting, look-up, additions.
+// The operations of the node handle: counting of references, look-up of texts, attributes and children,
+// additions.
 #include <utility>
 
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
@@ -6,11 +7,13 @@
 namespace Tarvo::XmlParser {
 namespace {
 
-// Below that many siblings a walk is cheaper than an index.
+// With fewer children than this, walking them is cheaper than making an index.
 constexpr std::size_t kIndexFrom = 16;
 
+// Counts are int in this interface; kMaxItems keeps them far below its limit.
 int Count(std::size_t n) { return static_cast<int>(n); }
 
+// The item at that index, or null for an index outside the vector.
 template <class T>
 const T* At(const std::vector<T>& items, int nIndex)
 {
@@ -107,6 +110,7 @@ XMLNode XMLNode::getChildNode(const char* pszName, int nIndex) const
 {
     if (m_pRecord == nullptr || pszName == nullptr)
         return {};
+    // A negative index means the last child of that name.
     if (nIndex < 0 && (nIndex = nChildNode(pszName) - 1) < 0)
         return {};
     if (m_pRecord->children.size() >= kIndexFrom) {
@@ -130,6 +134,8 @@ int XMLNode::findNamedChild(const char* pszElement, const char* pszName) const
     const auto element = index.positions.find(pszElement);
     if (element == index.positions.end())
         return -1;
+    // The index of names is made once for each element. emplace keeps the first of two children with one
+    // name, and the first child without a name ends the index, as it would end a search.
     auto names = index.named.find(element->first);
     if (names == index.named.end()) {
         ChildIndex::ByName<int> made;

@@ -1,6 +1,7 @@
-// A small reader of XML that builds a tree in memory. It does not validate and tolerates much; it keeps
-// texts, clear sections, attributes and child elements in the order they came, and reports the first
-// fault with a code, a line and a column.
+// A small reader of XML that builds a tree in memory. It does not validate a document and tolerates many
+// faults. It keeps texts, clear sections, attributes and child elements in the order of the document, and
+// reports the first fault with a code, a line and a column. A clear section is a piece whose contents are not
+// parsed: CDATA, DOCTYPE, a comment, or <PRE>.
 //
 // A tree and its handles belong to one thread at a time; different trees may be used, and documents
 // parsed, on several threads at once. Nothing is thrown on bad input, only std::bad_alloc without memory.
@@ -11,6 +12,8 @@
 
 namespace Tarvo::XmlParser {
 
+// The faults of a document, and of operations that this library does not offer (15 to 20). getError gives the
+// text. Every code other than 0, 1 and 2 leaves the result empty.
 enum XMLError {
     eXMLErrorNone = 0,
     eXMLErrorMissingEndTag = 1,  // a warning: the tree is returned
@@ -35,7 +38,8 @@ enum XMLError {
     eXMLErrorBase64DecodeBufferTooSmall = 20
 };
 
-// How many bytes a character has, by its first byte.
+// The encodings that are told apart. An encoding only says how many bytes a character has, by its first byte,
+// so that the second byte of a character is not taken for markup; texts stay in the encoding of the document.
 enum XMLCharEncoding {
     char_encoding_error = 0,
     char_encoding_UTF8 = 1,
@@ -46,39 +50,44 @@ enum XMLCharEncoding {
     char_encoding_GBK = 6
 };
 
-// Line and column count from 1; both are 0 where the fault has no place.
+// The outcome of a parse. Line and column count from 1; both are 0 where the fault has no place in the
+// document.
 struct XMLResults {
     XMLError error = eXMLErrorNone;
     int nLine = 0;
     int nColumn = 0;
 };
 
-// Texts of a tree never move while they are there: pointers to them are handed out.
+// A text of the tree, ending in a NUL. It stays at its address as long as it exists, because pointers to it
+// are handed out.
 using OwnedText = std::unique_ptr<char[]>;
 
+// One attribute of an element.
 struct XMLAttribute {
     OwnedText name;
     OwnedText value;  // null for an attribute written without one
 };
 
-// The two tags are static text, or the text given to addClear, which then has to outlive the tree.
+// One clear section. The two tags are not owned: they are static text, or the texts given to addClear, which
+// then have to outlive the tree.
 struct XMLClear {
     OwnedText value;
     const char* pszOpenTag = nullptr;
     const char* pszCloseTag = nullptr;
 };
 
-struct XMLRecord;
+struct XMLRecord;  // a node of the tree
 
-// More elements, attributes, texts and clear sections than that are refused (code 8): a few bytes of a
-// hostile text would otherwise cost a hundred times as many here.
+// The most elements, attributes, texts and clear sections of a document, all together. More are refused with
+// code 8: an item of a few bytes in a hostile text costs a hundred times as many bytes in the tree.
 inline constexpr std::size_t kMaxItems = 2'000'000;
-// A longer file is refused (code 10).
+// The longest file, in bytes. A longer one is refused with code 10.
 inline constexpr std::size_t kMaxFileSize = std::size_t{64} << 20;
 
-// A counted handle of one node. Copying it copies no document; at the last handle the node goes, with
-// everything in it that is not held elsewhere. A child that is held elsewhere survives as a tree of its
-// own. Names are compared without regard to case, as ASCII. A failing lookup gives an empty node or null.
+// A counted handle of one node; a copy of the handle refers to the same node. The last handle of a node frees
+// the node and all nodes below it. A node below it that has a handle of its own survives as the top of a tree
+// of its own. Names are compared without regard to case, as ASCII. A look-up that finds nothing gives an
+// empty node or null.
 class XMLNode {
 public:
     XMLNode() = default;
@@ -88,12 +97,13 @@ public:
     XMLNode& operator=(XMLNode&& other) noexcept;
     ~XMLNode();
 
-    // The top node of a file, after guessing its encoding. A fault, warnings included, is reported in a
-    // dialog, which blocks until it is closed, or where there is none in the sink of SetReportSink. With
-    // bMayShowDialog false it goes to the sink at once.
+    // The element pszTag of a file, whose encoding is guessed first. A fault, warnings included, is reported
+    // in a dialog, and the call blocks until the dialog is closed. Where no dialog can be shown, or
+    // bMayShowDialog is false, the report goes to the sink of SetReportSink at once.
     static XMLNode openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog = true);
-    // The same without a report and with the options as they are. The tag may be null or empty: then the
-    // node is the only element, or the nameless root over everything.
+    // The same for a file or a text, without a report and with the options as they are. If pszTag is null or
+    // empty, the result is the document's only element, or the nameless root over all its parts. pResults may
+    // be null.
     static XMLNode parseFile(const char* pszFileName, const char* pszTag = nullptr,
                              XMLResults* pResults = nullptr);
     static XMLNode parseString(const char* pszXml, const char* pszTag = nullptr,
@@ -117,47 +127,54 @@ public:
     int nElement() const;  // children, texts, clear sections and attributes together
 
     XMLNode getChildNode(int nIndex) const;
-    // The child with nIndex predecessors of that name; with a negative index the last one. Takes no
-    // longer with many siblings: an index is made at the first call and kept until something is added.
+    // The child with that name that has nIndex others of the name before it; with a negative index the last
+    // one. With many siblings an index is made at the first call and kept until something is added to the
+    // node.
     XMLNode getChildNode(const char* pszName, int nIndex = 0) const;
-    // The position among the children called pszElement of the first one whose attribute "name" has that
-    // value. A child without one ends the search: -1, as when there is none. Indexed like getChildNode.
+    // The first child whose element is pszElement and whose attribute "name" is pszName, as a position among
+    // the children of that element. -1 if there is none, or if a child without the attribute comes before it.
+    // Uses an index as getChildNode does.
     int findNamedChild(const char* pszElement, const char* pszName) const;
 
+    // A new tree of one element. Empty for a null name.
     static XMLNode createXMLTopNode(const char* pszName, bool bIsDeclaration = false);
-    // These copy what they are given. A position counts children, texts and clear sections together; any
-    // other value than a valid one appends. Null without a name (a text, a value) or on an empty node.
+    // Additions. The texts are copied. A position counts children, texts and clear sections together; a
+    // position that does not exist, such as -1, appends. Null or empty for a null text, and on an empty node.
     XMLNode addChild(const char* pszName, bool bIsDeclaration = false, int nPosition = -1);
     const char* addText(const char* pszText, int nPosition = -1);
     const XMLClear* addClear(const char* pszValue, const char* pszOpenTag = nullptr,
                              const char* pszCloseTag = nullptr, int nPosition = -1);
     const XMLAttribute* addAttribute(const char* pszName, const char* pszValue);
 
-    // A new block with the node as text, to be freed with delete[]; its length without the NUL goes to
-    // pnSize unless that is null. With nFormat other than 0 elements stand on lines of their own. Null
-    // on an empty node.
+    // The node as text, in a new block that the caller frees with delete[]. The length without the NUL goes
+    // to pnSize unless that is null. If nFormat is not 0, every element stands on a line of its own. Null on
+    // an empty node.
     char* createXMLString(int nFormat, int* pnSize = nullptr) const;
 
     static const char* getVersion();
-    static const char* getError(int nCode);
+    static const char* getError(int nCode);  // "Unknown" for a code outside XMLError
 
-    // Process-wide, for every parse that begins after the call. An encoding of 0, or an unknown one, is
-    // not taken over; the other three always are.
+    // Sets the options of the whole process, for every parse that begins after the call. An encoding of 0 or
+    // an unknown one leaves the encoding as it is; the other three options are always taken over.
+    //   bGuessWideChar                 a file that looks like UTF-16 is converted
+    //   bDropWhiteSpace                texts lose the blanks at both ends, and blank texts are left out
+    //   bRemoveCommentsInMiddleOfText  a comment between two texts vanishes, and the texts become one
     static void setGlobalOptions(int nEncoding, bool bGuessWideChar = true, bool bDropWhiteSpace = true,
                                  bool bRemoveCommentsInMiddleOfText = true);
-    // 0 if it cannot be told.
+    // The encoding of the bytes at the start of a file; char_encoding_error if it cannot be told.
     static XMLCharEncoding guessCharEncoding(const void* pBuffer, int nLength,
                                              bool bUseEncodingAttribute = true);
 
 private:
     explicit XMLNode(XMLRecord* pRecord);  // takes one more count
 
-    XMLRecord* m_pRecord = nullptr;
+    XMLRecord* m_pRecord = nullptr;  // null in an empty handle
 
     friend struct XMLRecord;
 };
 
-// Takes the report of a bad file where no dialog is shown; any thread may call it. Null: standard error.
+// The function that takes the report of a bad file where no dialog is shown. It is called on the thread that
+// opens the file. Null, as at the start, sends reports to standard error.
 using ReportSink = void (*)(const char* pszTitle, const char* pszText);
 void SetReportSink(ReportSink pfnSink);
 

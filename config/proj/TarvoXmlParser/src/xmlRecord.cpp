@@ -1,3 +1,4 @@
+// Additions to a node, its order of items, its index, and the release of a whole tree.
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
 
 #include <algorithm>
@@ -25,7 +26,8 @@ bool XMLRecord::IsInside(int nPosition) const
     return nPosition >= 0 && static_cast<std::size_t>(nPosition) < order.size();
 }
 
-// Where an item that takes that position of the order goes in its own array of nCount.
+// The index that a new item gets in the array of its kind, which holds nCount items, if the item takes
+// nPosition in the order: the index of the next item of its kind from there on, or the end.
 std::size_t XMLRecord::PlaceOf(Kind kind, std::size_t nCount, int nPosition) const
 {
     if (IsInside(nPosition)) {
@@ -37,6 +39,8 @@ std::size_t XMLRecord::PlaceOf(Kind kind, std::size_t nCount, int nPosition) con
     return nCount;
 }
 
+// Enters a new item into the order. The later items of its kind have moved up by one in their array, so their
+// entries grow by one index, which is 4.
 void XMLRecord::EnterOrder(Kind kind, std::size_t nPlace, int nPosition)
 {
     const auto it = IsInside(nPosition) ? order.begin() + nPosition : order.end();
@@ -79,6 +83,7 @@ XMLClear* XMLRecord::AddClear(std::string_view value, const char* pszOpen, const
 XMLAttribute* XMLRecord::AddAttribute(std::string_view attribute, const std::string* pValue)
 {
     attributes.push_back({CopyText(attribute), pValue == nullptr ? nullptr : CopyText(*pValue)});
+    // The attribute may be the "name" by which the parent's index finds this node.
     if (pParent != nullptr)
         pParent->index.reset();
     return &attributes.back();
@@ -110,7 +115,9 @@ void XMLRecord::Release(XMLRecord* pRecord) noexcept
 {
     if (pRecord == nullptr || --pRecord->nRefs > 0)
         return;
-    // The nodes still to be freed, linked by their parent pointers, which no longer mean anything.
+    // A list of the nodes that are still to be freed. Dead nodes have no parent, so their parent pointers
+    // link the list: neither recursion nor memory is needed, however deep the tree is. A child with another
+    // handle survives.
     XMLRecord* pDead = pRecord;
     pDead->pParent = nullptr;
     while (pDead != nullptr) {

@@ -1,3 +1,5 @@
+// The tables of character lengths, the global options, comparison without case, and entities in both
+// directions.
 #include "config/proj/TarvoXmlParser/src/xmlText.h"
 
 #include <algorithm>
@@ -12,6 +14,8 @@ constexpr void SetRange(LengthTable& table, int nFirst, int nLast, std::uint8_t 
         table[static_cast<std::size_t>(n)] = nLength;
 }
 
+// Length in bytes of a character, by its first byte, in that encoding. Byte 0 has length 0 and ends a text;
+// every byte that begins no longer character has length 1.
 constexpr LengthTable MakeTable(int nEncoding)
 {
     LengthTable table{};
@@ -39,14 +43,18 @@ constexpr LengthTable MakeTable(int nEncoding)
     return table;
 }
 
+// By the values of XMLCharEncoding; the place of char_encoding_error holds the table of the single-byte
+// encoding.
 constexpr std::array<LengthTable, 7> kTables{
     MakeTable(char_encoding_legacy),   MakeTable(char_encoding_UTF8),   MakeTable(char_encoding_legacy),
     MakeTable(char_encoding_ShiftJIS), MakeTable(char_encoding_GB2312), MakeTable(char_encoding_Big5),
     MakeTable(char_encoding_GBK)};
 
+// Read and written as one value by any thread.
 std::atomic<Options> g_options{Options{}};
 static_assert(std::atomic<Options>::is_always_lock_free);
 
+// The five named entities; their names are compared without regard to case.
 struct Entity {
     std::string_view text;
     char c;
@@ -59,6 +67,7 @@ constexpr std::array<Entity, 5> kEntities{{
     {"&apos;", '\''},
 }};
 
+// The entity that the text begins with, or null.
 const Entity* FindEntity(std::string_view text)
 {
     const auto it = std::find_if(kEntities.begin(), kEntities.end(),
@@ -77,6 +86,7 @@ std::size_t EntityLength(std::string_view text)
     return pEntity == nullptr ? 0 : pEntity->text.size();
 }
 
+// 16 for a character that is no digit of any base.
 int DigitValue(char c)
 {
     c = ToLower(c);
@@ -85,8 +95,9 @@ int DigitValue(char c)
     return c >= 'a' && c <= 'f' ? c - 'a' + 10 : 16;
 }
 
-// What stands between "&#" and the semicolon. No digits at all and a NUL, which would end the text for
-// every reader of it, count as unknown.
+// Turns what stands between "&#" and the semicolon into one byte: decimal digits, or "x" and hexadecimal
+// digits. Missing digits, other characters and the value 0, which would end the text early, are an unknown
+// entity.
 XMLError DecodeNumber(std::string_view digits, char& c)
 {
     int nBase = 10;
@@ -99,7 +110,7 @@ XMLError DecodeNumber(std::string_view digits, char& c)
         const int nDigit = DigitValue(cDigit);
         if (nDigit >= nBase)
             return eXMLErrorUnknownCharacterEntity;
-        nValue = std::min(nValue * nBase + nDigit, 256);
+        nValue = std::min(nValue * nBase + nDigit, 256);  // 256 stands for everything too large
     }
     if (nValue == 0)
         return eXMLErrorUnknownCharacterEntity;
@@ -109,7 +120,8 @@ XMLError DecodeNumber(std::string_view digits, char& c)
     return eXMLErrorNone;
 }
 
-// The first ampersand from which no entity and no numeric form begins; the text's length if there is none.
+// The offset of the first ampersand that begins neither an entity nor a numeric form; the text's length if
+// there is none.
 std::size_t FindUnknownEntity(const LengthTable& lengths, std::string_view text)
 {
     std::size_t nPos = 0;
@@ -171,7 +183,8 @@ bool LessNoCase::operator()(std::string_view a, std::string_view b) const
 XMLError Decode(const LengthTable& lengths, std::string_view text, std::string& strOut, std::size_t& nFault)
 {
     strOut.clear();
-    // Unknown ones are reported before a bad number that stands in front of them.
+    // The whole text is tested first: an unknown entity is reported even if a bad number stands in front of
+    // it.
     nFault = FindUnknownEntity(lengths, text);
     if (nFault < text.size())
         return eXMLErrorUnknownCharacterEntity;

@@ -1,4 +1,5 @@
-// Characters: options, lengths, blanks, comparison, entities.
+// What the reader knows of characters: the options of a parse, the lengths of characters, blanks, comparison
+// without case, entities, and the forms of clear sections.
 #pragma once
 
 #include <array>
@@ -11,9 +12,11 @@
 
 namespace Tarvo::XmlParser {
 
+// The length in bytes of a character, by its first byte.
 using LengthTable = std::array<std::uint8_t, 256>;
 
-// One parse works with one copy of them. Four bytes that are stored and loaded as one.
+// The options of setGlobalOptions. A parse works with one copy of them from its beginning to its end. The
+// four bytes are aligned so that an atomic can load and store them as one.
 struct alignas(4) Options {
     std::uint8_t nEncoding = char_encoding_UTF8;
     bool bGuessWideChar = true;
@@ -22,12 +25,14 @@ struct alignas(4) Options {
 
     const LengthTable& Lengths() const;
 };
-Options GetGlobalOptions();
+Options GetGlobalOptions();  // any thread, like its counterpart
 void SetGlobalOptions(const Options& options);
 
+// The table of an XMLCharEncoding; an unknown value gives the single-byte table.
 const LengthTable& LengthsOf(int nEncoding);
 
-// Bytes of the character at that place, never beyond the end of the text; a place at the end gives 0.
+// Length in bytes of the character at nPos, cut at the end of the text. 0 at the end of the text and never
+// elsewhere, so a loop that steps by this length always gets on.
 inline std::size_t CharLength(const LengthTable& lengths, std::string_view text, std::size_t nPos)
 {
     const std::size_t nLeft = text.size() - nPos;
@@ -37,24 +42,27 @@ inline std::size_t CharLength(const LengthTable& lengths, std::string_view text,
     return nLength == 0 ? 1 : (nLength < nLeft ? nLength : nLeft);
 }
 
+// Blanks are the four characters that XML knows, in every locale.
 inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 std::string_view StripBlanks(std::string_view text);
 
-// ASCII letters without regard to case, in every locale.
+// Comparison without regard to the case of ASCII letters, in every locale; other bytes are compared as they
+// are.
 inline char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool EqualsNoCase(std::string_view a, std::string_view b);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
-struct LessNoCase {  // some order, not that of the alphabet
+// An order for maps: shorter texts come first, so it is not that of the alphabet.
+struct LessNoCase {
     bool operator()(std::string_view a, std::string_view b) const;
 };
 
-// Replaces the entities. On a fault the code, with the offset of the offending ampersand in nFault; the
-// output is then useless.
+// Writes the text with its entities replaced to strOut. On a fault returns its code and leaves the offset of
+// the ampersand at fault in nFault; strOut is then of no use.
 XMLError Decode(const LengthTable& lengths, std::string_view text, std::string& strOut, std::size_t& nFault);
-// The other way round, at the end of strOut.
+// Appends the text to strOut with the five special characters replaced by their entities.
 void Encode(const LengthTable& lengths, std::string_view text, std::string& strOut);
 
-// Sections whose contents are not looked into.
+// The opening and closing of a clear section, compared with regard to case.
 struct ClearForm {
     const char* pszOpen;
     const char* pszClose;
@@ -68,7 +76,7 @@ inline constexpr std::array<ClearForm, 4> kClearForms{{
 }};
 inline constexpr const ClearForm* kCData = &kClearForms[0];
 inline constexpr const ClearForm* kDocType = &kClearForms[1];
-// The closing of a DOCTYPE that has declarations of its own.
+// The closing of a DOCTYPE that has declarations of its own in brackets.
 inline constexpr const char* kSubsetClose = "]>";
 
 }  // namespace Tarvo::XmlParser

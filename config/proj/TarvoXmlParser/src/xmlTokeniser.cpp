@@ -1,3 +1,4 @@
+// The tokeniser. It steps by whole characters, because the second byte of a character may look like markup.
 #include "config/proj/TarvoXmlParser/src/xmlTokeniser.h"
 
 #include <cstring>
@@ -9,11 +10,13 @@ Tokeniser::Tokeniser(std::string_view xml, const LengthTable& lengths)
 {
 }
 
+// The byte that many places ahead; NUL past the end, which the text itself cannot contain.
 char Tokeniser::Peek(std::size_t nAhead) const
 {
     return nAhead < m_xml.size() - m_nPlace ? m_xml[m_nPlace + nAhead] : '\0';
 }
 
+// Makes the token of those bytes and moves behind it.
 Token Tokeniser::Make(TokenType type, std::size_t nStart, std::size_t nLength)
 {
     m_nPlace = nStart + nLength;
@@ -25,8 +28,9 @@ bool Tokeniser::StartsHere(std::string_view text) const
     return m_xml.compare(m_nPlace, text.size(), text) == 0;
 }
 
-// Moves behind the closing quote. A quote that is open at the next '<' or at the end is none. Between two
-// '<' that can happen once for each kind of quote, so nothing is read over and over.
+// Moves behind the quote that closes the one at the current place. False, without a move, if a '<' or the end
+// comes first: the character is then part of a text. Each kind of quote can fail in this way once between two
+// '<', so no byte is read over and over.
 bool Tokeniser::SkipQuoted(char cQuote)
 {
     for (std::size_t n = m_nPlace + 1; n < m_xml.size(); n += CharLength(m_lengths, m_xml, n)) {
@@ -40,6 +44,7 @@ bool Tokeniser::SkipQuoted(char cQuote)
     return false;
 }
 
+// Moves to the end of a text: to a blank, a bracket, an equals sign, or the slash of "/>".
 void Tokeniser::SkipText()
 {
     while (m_nPlace < m_xml.size()) {
@@ -88,13 +93,14 @@ Token Tokeniser::Next()
         default:
             break;
     }
-    // The first character belongs to the text whatever it is.
+    // A text. Its first character belongs to it even if it is a quote without a partner or a slash.
     m_nPlace += CharLength(m_lengths, m_xml, m_nPlace);
     SkipText();
     return Make(TokenType::Text, nStart, m_nPlace - nStart);
 }
 
-// By whole characters: the second byte of one may look like a bracket.
+// The offset of the first occurrence of the text from nFrom on, searched by whole characters; npos if there
+// is none.
 std::size_t Tokeniser::Find(std::string_view text, std::size_t nFrom) const
 {
     for (std::size_t n = nFrom; n < m_xml.size(); n += CharLength(m_lengths, m_xml, n)) {
@@ -110,7 +116,8 @@ bool Tokeniser::ReadClear(const ClearForm& form, std::string_view& value, const 
     std::size_t nEnd = Find(pszClose, m_nPlace);
     if (&form == kDocType) {
         const std::size_t nOpen = Find("<", m_nPlace);
-        if (nOpen < nEnd) {  // declarations of its own stand in brackets
+        // A '<' before the first '>' means that the DOCTYPE has declarations of its own, which end in "]>".
+        if (nOpen < nEnd) {
             pszClose = kSubsetClose;
             nEnd = Find(pszClose, m_nPlace);
         }

@@ -1,4 +1,5 @@
-// Cuts the text into tokens. Every byte is looked at a bounded number of times, whatever the text is.
+// Cuts the text of a document into tokens for the element parser. Every byte is read a bounded number of
+// times, so no text, however it is made, takes more than linear time.
 #pragma once
 
 #include <string_view>
@@ -22,19 +23,21 @@ enum class TokenType {
 
 struct Token {
     TokenType type = TokenType::End;
-    std::size_t nStart = 0;  // its first byte, blanks in front of it left out
-    std::string_view text;
-    const ClearForm* pForm = nullptr;  // of a Clear
+    std::size_t nStart = 0;            // offset of its first byte; blanks in front of a token are skipped
+    std::string_view text;             // its bytes, a piece of the document
+    const ClearForm* pForm = nullptr;  // of a Clear: its opening and closing
 };
 
+// Works on the caller's text, which has to outlive it together with its tokens.
 class Tokeniser {
 public:
     // The text ends at its first NUL, if it has one.
     Tokeniser(std::string_view xml, const LengthTable& lengths);
 
+    // The next token; End again and again when the text is over.
     Token Next();
-    // Reads the rest of a clear section whose opening was the last token: its contents and closing tag.
-    // False, with the place left as it is, if the closing tag is missing.
+    // Reads the rest of the clear section whose opening was the last token: its contents and its closing tag.
+    // False, and no move, if the closing tag is missing.
     bool ReadClear(const ClearForm& form, std::string_view& value, const char*& pszClose);
 
     std::size_t Place() const { return m_nPlace; }  // behind the last token

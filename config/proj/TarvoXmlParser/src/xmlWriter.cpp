@@ -1,4 +1,5 @@
-// A node as text. What the parser made of a text is made of it again.
+// Writes a node as text, which the parser reads as the same tree again. Not used for settings; IXmlParser
+// offers it.
 #include <algorithm>
 #include <vector>
 
@@ -7,9 +8,11 @@
 namespace Tarvo::XmlParser {
 namespace {
 
-// An element deeper than that stands no further to the right, or a deep tree would be mostly tabs.
+// The most tabs in front of a line. Elements that are nested deeper get no more tabs, or the text of a deep
+// tree would consist mostly of tabs.
 constexpr std::size_t kDeepestIndent = 32;
 
+// Walks the tree with a list of the open elements in place of a recursion, so depth costs no stack.
 class TreeWriter {
 public:
     TreeWriter(std::string& strOut, bool bFormat)
@@ -35,7 +38,7 @@ public:
 private:
     struct Level {
         const XMLRecord* pRecord;
-        std::size_t nNext;  // in its order
+        std::size_t nNext;  // index in the record's order of the next item to write
     };
 
     void WriteItem(const XMLRecord& record, int nEntry)
@@ -58,7 +61,8 @@ private:
         }
     }
 
-    // The start tag; a node with contents, and the nameless root, stays open for them.
+    // Writes the start tag; the nameless root has none. A node with items is then open until they are
+    // written.
     void Open(const XMLRecord& record)
     {
         if (record.name != nullptr) {
@@ -98,6 +102,7 @@ private:
         m_strOut += '"';
     }
 
+    // A line break and the tabs of that depth, if the text is formatted; none in front of the first element.
     void NewLine(std::size_t nDepth)
     {
         if (!m_bFormat || m_strOut.empty())
