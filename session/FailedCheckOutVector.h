@@ -12,7 +12,7 @@
 #include "session/UserInfo.h"
 #include "wirova/messages/SessionMessages.h"
 
-// Any thread. The lock is the last in the order of locks. A delivery is three steps of one thread:
+// Any thread. The lock comes behind CUserInfoMap's lock. A delivery is three steps of one thread:
 // GetFailedCheckOutList fills the message and marks the users in it as listed, DumpFailedUsers logs the
 // listed users, ClearFailedUsers removes them. A user who is stored between the first step and the last is
 // not listed and goes out with the next connection.

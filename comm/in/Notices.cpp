@@ -22,8 +22,8 @@ bool IsToldWithIP(int nEventCode)
     return nEventCode == BILLING_EXPIRE || nEventCode == TOLD_WITH_IP || nEventCode == TOLD_WITH_IP_TOO;
 }
 
-// The log line shows the parameter with "%d", as the memory address of its text cut to 32 bits. Whoever reads
-// the logs by machine expects a number there, so the line shows no text; the game gets the text itself.
+// The fixed format of the log line shows the parameter with "%d", for which this gives the memory address of
+// its text, cut to 32 bits. The text itself goes to the game only.
 int AddressOf(const std::string& str)
 {
     return static_cast<int>(reinterpret_cast<std::uintptr_t>(str.c_str()));
