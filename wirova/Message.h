@@ -7,7 +7,7 @@
 //             (string, strUserID))           // [22] empty when USE_USER_NUMBER is on
 //     };
 //
-// This declares the fields in wire order and declares the eight operations of IMessage, its constant
+// This declares the fields in wire order, the eight operations of IMessage, the constant
 // kMsgID and the walk ForEachField. The fields are public and used directly. A number in brackets in a
 // field's comment is the most bytes that this system keeps of a text, or puts into it; the wire itself has no
 // limit.
