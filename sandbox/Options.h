@@ -1,4 +1,4 @@
-// The command line.
+// The command line; docs/sandbox.md explains every option.
 #pragma once
 
 #include <chrono>
@@ -27,7 +27,8 @@ struct Options {
 // Exit codes of the program.
 enum ExitCode : int { kEnded = 0, kCannotStart = 1, kBadCommandLine = 2, kFailed = 3 };
 
-// Prints help, version or what is wrong, and then returns the exit code; otherwise fills options.
+// Fills options and returns nothing. If the command line asks for help or version or is wrong, prints that
+// and returns the exit code of the program.
 std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& options);
 
 }  // namespace Sandbox

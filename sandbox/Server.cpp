@@ -3,16 +3,25 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
 #include <csignal>
+#include <optional>
+
+#include "sandbox/wire/TcpLink.h"
 
 namespace Sandbox {
 namespace {
 
 constexpr std::chrono::milliseconds kSweepEvery{200};
-constexpr std::chrono::seconds kLate{1};
-constexpr std::chrono::milliseconds kAcceptPause{100};
+constexpr std::chrono::seconds kLate{1};                // a sweep that comes this late is left out
+constexpr std::chrono::milliseconds kAcceptPause{100};  // after an accept that failed
 
-// Descriptors are left for the database, the console, the HTTP interface and a few more.
+// As many links as the process may open files, less what the database, the console and the HTTP interface
+// take.
 std::size_t GetMaxLinks()
 {
     constexpr rlim_t kOthers = 24 + HttpServer::kMaxConnections;
@@ -51,7 +60,8 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
         asio::ip::tcp::resolver resolver(acceptor.get_executor());
         const auto found = resolver.resolve(options.strHost, std::to_string(options.nPort),
                                             asio::ip::tcp::resolver::passive);
-        // "localhost" may be both; connectors are given the address of the older kind.
+        // A name like "localhost" may have addresses of both kinds. Connectors connect by IPv4, so that one
+        // is taken.
         const auto older = std::find_if(found.begin(), found.end(), [](const auto& entry) {
             return entry.endpoint().protocol() == asio::ip::tcp::v4();
         });
@@ -68,21 +78,33 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
 
 }  // namespace
 
+// Everything of Asio, which only this file has to compile.
+struct Server::Io {
+    asio::io_context context{1};
+    asio::ip::tcp::acceptor acceptor{context};
+    asio::steady_timer acceptTimer{context};
+    asio::steady_timer sweepTimer{context};
+    std::optional<asio::signal_set> signals;
+};
+
 Server::Server(const Options& options, const IClock& clock, const Console& console)
     : m_clock(clock),
       m_console(console),
+      m_io(std::make_unique<Io>()),
       m_seed(ReadSeed(options)),
       m_pStore(OpenStore(options, m_seed, clock)),
       m_registry(*m_pStore, clock),
       m_log(console),
+      m_timers(m_io->context),
       m_traffic(m_log, m_faults, m_timers, options.answerDelay),
-      m_triggers(*m_pStore, m_registry, m_traffic, m_timers),
-      m_service(*m_pStore, m_registry, m_traffic, m_triggers, m_log, console, clock, options.bSaveOnPurchase),
+      m_requests(m_traffic, m_timers),
+      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, clock, options.bSaveOnPurchase),
+      m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
       m_control(*m_pStore, m_registry, m_log, m_faults, m_triggers, console, clock, m_seed),
       m_nMaxLinks(GetMaxLinks())
 {
-    Listen(m_acceptor, options);
-    const auto endpoint = m_acceptor.local_endpoint();
+    Listen(m_io->acceptor, options);
+    const auto endpoint = m_io->acceptor.local_endpoint();
     m_nPort = endpoint.port();
     m_console.Say("Listening on " + endpoint.address().to_string() + " port " + std::to_string(m_nPort));
     if (options.bHttp)
@@ -93,17 +115,21 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
     ScheduleSweep();
 }
 
-void Server::Run() { m_context.run(); }
+Server::~Server() = default;
+
+void Server::Run() { m_io->context.run(); }
+
+void Server::Post(std::function<void()> work) { asio::post(m_io->context, std::move(work)); }
 
 void Server::Stop()
 {
-    asio::post(m_context, [this] { CloseAll(); });
+    Post([this] { CloseAll(); });
 }
 
 void Server::StopOnSignals()
 {
-    m_signals.emplace(m_context, SIGINT, SIGTERM);
-    m_signals->async_wait([this](asio::error_code error, int nSignal) {
+    m_io->signals.emplace(m_io->context, SIGINT, SIGTERM);
+    m_io->signals->async_wait([this](asio::error_code error, int nSignal) {
         if (error)
             return;
         m_console.Say(nSignal == SIGINT ? "Interrupted." : "Terminated.");
@@ -115,24 +141,25 @@ void Server::CloseAll()
 {
     m_bStopped = true;
     asio::error_code ignored;
-    m_acceptor.close(ignored);
-    m_acceptTimer.cancel();
-    m_sweepTimer.cancel();
+    m_io->acceptor.close(ignored);
+    m_io->acceptTimer.cancel();
+    m_io->sweepTimer.cancel();
     m_timers.CancelAll();
-    if (m_signals)
-        m_signals->cancel(ignored);
+    if (m_io->signals)
+        m_io->signals->cancel(ignored);
     if (m_pHttp != nullptr)
         m_pHttp->Stop();
     while (!m_setLinks.empty())
         (*m_setLinks.begin())->Close("the sandbox ends");
 }
 
-// The interface's threads only ask; what is asked for happens on the server's own thread.
+// The HTTP interface has threads of its own. They hand every request to the server's thread, which is the
+// only one that touches the pieces.
 void Server::StartHttp(const Options& options)
 {
     m_pHttp = std::make_unique<HttpServer>(
-        options.strHttpHost, options.nHttpPort, [this](ControlRequest request, Respond respond) {
-            asio::post(m_context, [this, request = std::move(request), respond = std::move(respond)] {
+        options.strHttpHost, options.nHttpPort, [this](HttpRequest request, Respond respond) {
+            Post([this, request = std::move(request), respond = std::move(respond)] {
                 m_control.Handle(request, respond);
             });
         });
@@ -143,12 +170,12 @@ void Server::StartHttp(const Options& options)
 
 void Server::Accept()
 {
-    m_acceptor.async_accept([this](asio::error_code error, asio::ip::tcp::socket socket) {
+    m_io->acceptor.async_accept([this](asio::error_code error, asio::ip::tcp::socket socket) {
         if (m_bStopped)
             return;
-        if (error) {  // out of file descriptors, or a peer that has gone already
-            m_acceptTimer.expires_after(kAcceptPause);
-            m_acceptTimer.async_wait([this](asio::error_code cancelled) {
+        if (error) {  // out of file descriptors, or the peer has gone already
+            m_io->acceptTimer.expires_after(kAcceptPause);
+            m_io->acceptTimer.async_wait([this](asio::error_code cancelled) {
                 if (!cancelled)
                     Accept();
             });
@@ -157,7 +184,7 @@ void Server::Accept()
         if (m_setLinks.size() < m_nMaxLinks) {
             m_bFullShown = false;
             Link::IOwner& owner = *this;
-            const auto link = std::make_shared<Link>(std::move(socket), owner, m_clock);
+            const auto link = std::make_shared<TcpLink>(std::move(socket), owner, m_clock);
             m_setLinks.insert(link);
             m_console.Note(link->GetName() + ": connected");
             link->Start();
@@ -172,12 +199,12 @@ void Server::Accept()
 void Server::ScheduleSweep()
 {
     const auto due = std::chrono::steady_clock::now() + kSweepEvery;
-    m_sweepTimer.expires_at(due);
-    m_sweepTimer.async_wait([this, due](asio::error_code cancelled) {
-        if (cancelled || m_bStopped)  // a wait that has just ended cannot be cancelled
+    m_io->sweepTimer.expires_at(due);
+    m_io->sweepTimer.async_wait([this, due](asio::error_code cancelled) {
+        if (cancelled || m_bStopped)  // a wait that has just ended is not cancelled any more
             return;
-        // Far too late: the process has been stopped or busy, and what the peers have sent meanwhile is
-        // still to be read. They are not silent.
+        // A sweep that comes far too late is left out: the process was stopped or busy, and bytes that peers
+        // have sent meanwhile are still unread. The sweep would take those peers for silent.
         if (std::chrono::steady_clock::now() < due + kLate)
             Sweep();
         ScheduleSweep();
@@ -186,9 +213,9 @@ void Server::ScheduleSweep()
 
 void Server::Sweep()
 {
-    const auto setLinks = m_setLinks;  // Close takes them out
+    const auto setLinks = m_setLinks;  // a copy, because Close removes the link from the set
     for (const auto& link : setLinks) {
-        if (const auto strWhy = m_service.GetOverdue(*link))
+        if (const auto strWhy = m_service.ReasonToClose(*link))
             link->Close(*strWhy);
     }
     try {
@@ -203,7 +230,7 @@ void Server::OnFrame(Link& link, Wirova::Stream* body) { m_service.Handle(link, 
 void Server::OnClosed(Link& link, const std::string& strWhy)
 {
     m_console.Say(link.GetName() + ": closed: " + strWhy);
-    m_triggers.OnClosed(link);
+    m_requests.OnClosed(link);
     m_registry.Detach(link);
     m_setLinks.erase(link.shared_from_this());
 }

@@ -1,10 +1,9 @@
-// The sandbox as a whole: accepts connectors, owns every piece, and runs it all on one thread.
+// The sandbox as a whole: owns every piece, accepts connectors, and runs everything on one thread.
 #pragma once
 
-#include <asio.hpp>
+#include <functional>
 #include <future>
 #include <memory>
-#include <optional>
 #include <set>
 #include <type_traits>
 
@@ -16,9 +15,9 @@
 #include "sandbox/control/Control.h"
 #include "sandbox/control/HttpServer.h"
 #include "sandbox/seed/Seed.h"
-#include "sandbox/service/Registry.h"
+#include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/GameRequests.h"
 #include "sandbox/service/Service.h"
-#include "sandbox/service/Triggers.h"
 #include "sandbox/store/Store.h"
 #include "sandbox/wire/Faults.h"
 #include "sandbox/wire/Link.h"
@@ -29,45 +28,49 @@ namespace Sandbox {
 
 class Server final : private Link::IOwner {
 public:
-    static constexpr std::size_t kMaxLinks = 1000;  // fewer if the system allows the process fewer files
+    static constexpr std::size_t kMaxLinks = 1000;  // fewer if the process may open fewer files
 
-    // Opens the database, seeds it and listens. The clock and the console must outlive the server.
+    // Opens the database, plants the seed and listens. The clock and the console must outlive the server.
     // Throws StartError.
     Server(const Options& options, const IClock& clock, const Console& console);
+    ~Server();
 
-    // The bound ones; any thread. The HTTP port is 0 without that interface.
+    // The bound ports. Any thread. The HTTP port is 0 if there is no HTTP interface.
     unsigned short GetPort() const { return m_nPort; }
     unsigned short GetHttpPort() const { return m_pHttp != nullptr ? m_pHttp->GetPort() : 0; }
 
-    // Serves on the calling thread until Stop. Once.
+    // Serves on the calling thread until Stop. Can be called once.
     void Run();
-    void Stop();           // from any thread; Run then returns soon
-    void StopOnSignals();  // SIGINT and SIGTERM stop it; before Run
+    void Stop();           // from any thread; Run returns soon afterwards
+    void StopOnSignals();  // SIGINT and SIGTERM stop the server from now on; to be called before Run
 
-    // What runs by time, at once instead of a little later. Any thread.
+    // Runs the rules that run by time now instead of within the next 200 ms, and waits for them. Any thread.
     void SweepNow()
     {
         Invoke([this] { Sweep(); });
     }
 
-    // Runs work() on the thread of Run, waits for it and returns its result. Any other thread, while
+    // Runs work() on the thread of Run, waits for it and returns its result. From any other thread, while
     // Run runs.
     template <class Work>
     auto Invoke(Work work) -> std::invoke_result_t<Work>
     {
         auto pTask = std::make_shared<std::packaged_task<std::invoke_result_t<Work>()>>(std::move(work));
         auto result = pTask->get_future();
-        asio::post(m_context, [pTask] { (*pTask)(); });
+        Post([pTask] { (*pTask)(); });
         return result.get();
     }
 
     // Only within Invoke.
     Store& GetStore() { return *m_pStore; }
-    Registry& GetRegistry() { return m_registry; }
+    ConnectorRegistry& GetRegistry() { return m_registry; }
     const MessageLog& GetMessageLog() const { return m_log; }
     std::size_t CountLinks() const { return m_setLinks.size(); }
 
 private:
+    struct Io;
+
+    void Post(std::function<void()> work);  // runs the work on the thread of Run; any thread
     void Accept();
     void ScheduleSweep();
     void Sweep();
@@ -78,28 +81,25 @@ private:
 
     const IClock& m_clock;
     const Console& m_console;
-    asio::io_context m_context{1};
+    std::unique_ptr<Io> m_io;
     const Seed m_seed;
     std::unique_ptr<Store> m_pStore;
-    Registry m_registry;
+    ConnectorRegistry m_registry;
     MessageLog m_log;
     Faults m_faults;
-    Timers m_timers{m_context};
+    Timers m_timers;
     Traffic m_traffic;
-    Triggers m_triggers;
+    GameRequests m_requests;
     Service m_service;
+    Triggers m_triggers;
     Control m_control;
 
-    asio::ip::tcp::acceptor m_acceptor{m_context};
-    asio::steady_timer m_acceptTimer{m_context};  // a pause after an accept that failed
-    asio::steady_timer m_sweepTimer{m_context};
-    std::optional<asio::signal_set> m_signals;
     std::set<std::shared_ptr<Link>> m_setLinks;
     std::size_t m_nMaxLinks;
-    bool m_bFullShown = false;  // the line about it, since there was room last
+    bool m_bFullShown = false;  // refusing connections has been shown since there was room last
     unsigned short m_nPort = 0;
     bool m_bStopped = false;
-    std::unique_ptr<HttpServer> m_pHttp;  // its threads end before the rest
+    std::unique_ptr<HttpServer> m_pHttp;  // the last member, so that its threads end before the other pieces
 };
 
 }  // namespace Sandbox

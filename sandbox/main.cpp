@@ -1,3 +1,4 @@
+// velkar-sandbox: the command line, the console on standard output, port files, exit codes.
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -7,7 +8,7 @@
 
 namespace {
 
-// Whoever waits for the file never sees half of it.
+// Writes another file and renames it, so that a script that waits for the port file never reads half of it.
 void WritePortFile(const std::string& strPath, unsigned short nPort)
 {
     const std::string strNew = strPath + ".new";
@@ -35,14 +36,14 @@ int main(int argc, char** argv)
     Options options;
     if (const auto exitCode = ParseCommandLine(argc, argv, options))
         return *exitCode;
-    std::signal(SIGPIPE, SIG_IGN);  // a reader of the console that goes away does not end the service
+    std::signal(SIGPIPE, SIG_IGN);  // otherwise a closed pipe on standard output would end the process
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     const Console console(options.verbosity, [](const std::string& strLine) {
         std::fwrite(strLine.data(), 1, strLine.size(), stdout);
         std::fputc('\n', stdout);
     });
     const SystemClock clock;
-    RemovePortFile(options.strPortFile);  // of a run that could not tidy up
+    RemovePortFile(options.strPortFile);  // left over by a run that was killed
     RemovePortFile(options.strHttpPortFile);
     try {
         Server server(options, clock, console);

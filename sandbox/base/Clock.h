@@ -1,4 +1,5 @@
-// The two clocks that the sandbox's rules run on; tests bring their own.
+// The two clocks that the sandbox's rules run on. Tests implement the interface themselves, so that hours
+// pass in a moment.
 #pragma once
 
 #include <chrono>
@@ -10,9 +11,9 @@ namespace Sandbox {
 class IClock {
 public:
     virtual ~IClock() = default;
-    // Milliseconds that only go forward, for cycles and silences. Any thread.
+    // Milliseconds that only go forward, for heartbeat cycles and time limits. Any thread.
     virtual std::int64_t Milliseconds() const = 0;
-    // The calendar, for end dates and for what must outlive a restart. Any thread.
+    // Seconds of the calendar, for end dates and for times that must outlive a restart. Any thread.
     virtual std::time_t Now() const = 0;
 };
 

@@ -1,14 +1,11 @@
 #include "sandbox/base/Console.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 
 namespace Sandbox {
 namespace {
-
-constexpr std::size_t kMaxPrintable = 64;  // bytes
 
 std::string TimeOfDay()
 {
@@ -33,15 +30,5 @@ void Console::Note(const std::string& strText) const
     if (m_verbosity != Verbosity::Quiet)
         Say(strText);
 }
-
-std::string Printable(const std::string& strText)
-{
-    std::string strOut = strText.substr(0, kMaxPrintable);
-    std::replace_if(
-        strOut.begin(), strOut.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return strOut.size() < strText.size() ? strOut + "..." : strOut;
-}
-
-std::string Quoted(const std::string& strText) { return "'" + Printable(strText) + "'"; }
 
 }  // namespace Sandbox

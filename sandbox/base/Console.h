@@ -1,4 +1,5 @@
-// What the operator sees: one line a happening. Used by one thread at a time.
+// The lines that the operator sees: one line for each event, with the time in front. Used by one thread at a
+// time.
 #pragma once
 
 #include <functional>
@@ -10,12 +11,14 @@ enum class Verbosity { Quiet, Normal, Verbose };
 
 class Console {
 public:
-    using Sink = std::function<void(const std::string& strLine)>;  // the line without its end
+    using Sink = std::function<void(const std::string& strLine)>;  // the line without its line end
 
     Console(Verbosity verbosity, Sink sink) : m_verbosity(verbosity), m_sink(std::move(sink)) {}
 
-    void Say(const std::string& strText) const;   // always: start, end, what went wrong
-    void Note(const std::string& strText) const;  // not when quiet: messages, and what came of them
+    // A line at any verbosity: start, end, what went wrong.
+    void Say(const std::string& strText) const;
+    // A line unless the console is quiet: messages, and what became of them.
+    void Note(const std::string& strText) const;
     bool IsVerbose() const { return m_verbosity == Verbosity::Verbose; }
     bool IsQuiet() const { return m_verbosity == Verbosity::Quiet; }
 
@@ -23,9 +26,5 @@ private:
     Verbosity m_verbosity;
     Sink m_sink;
 };
-
-// The text with '?' for control characters, cut to a length that a line can take.
-std::string Printable(const std::string& strText);
-std::string Quoted(const std::string& strText);  // so, between ' and '
 
 }  // namespace Sandbox

@@ -44,7 +44,8 @@ std::optional<std::time_t> ParseDate(const std::string& strDate)
     tm.tm_isdst = -1;
     const std::tm asked = tm;
     const std::time_t time = std::mktime(&tm);
-    // mktime turns the 31st of April into the 1st of May. The hour may differ where the clocks are put on.
+    // mktime turns the 31st of April into the 1st of May, so a changed field tells a day that does not exist.
+    // The hour alone may change: it does for the hour that summer time skips.
     const bool bExists = tm.tm_year == asked.tm_year && tm.tm_mon == asked.tm_mon &&
                          tm.tm_mday == asked.tm_mday && tm.tm_min == asked.tm_min &&
                          tm.tm_sec == asked.tm_sec;

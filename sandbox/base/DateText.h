@@ -8,10 +8,11 @@
 
 namespace Sandbox {
 
+// The end date of what never ends.
 inline constexpr char kNoEnd[] = "99991231235959";
 
 std::string FormatDate(std::time_t time);
-// For logs: "2026-01-31T12:00:00.123Z".
+// UTC with milliseconds, for logs: "2026-01-31T12:00:00.123Z".
 std::string FormatTimestamp(std::chrono::system_clock::time_point time);
 // Nothing unless the text is 14 digits and names a day and time that exist.
 std::optional<std::time_t> ParseDate(const std::string& strDate);

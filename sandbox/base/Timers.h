@@ -1,37 +1,35 @@
-// Work that is put off. Belongs to the server's thread; all of it is given up before the server ends.
+// Work that is to run after a delay. Belongs to the server's thread. CancelAll must have been called before
+// the objects that the work uses are destroyed.
 #pragma once
 
-#include <asio.hpp>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+
+namespace asio {
+class io_context;
+}
 
 namespace Sandbox {
 
 class Timers {
 public:
-    explicit Timers(asio::io_context& context) : m_context(context) {}
+    explicit Timers(asio::io_context& context);
+    ~Timers();
 
-    // Runs work once, on the server's thread; it must not throw. Returns what Cancel takes.
-    std::uint64_t After(std::chrono::milliseconds delay, std::function<void()> work)
-    {
-        const std::uint64_t nID = ++m_nLastID;
-        asio::steady_timer& timer = m_mapTimers.try_emplace(nID, m_context, delay).first->second;
-        timer.async_wait([this, nID, work = std::move(work)](asio::error_code cancelled) {
-            if (cancelled || m_mapTimers.erase(nID) == 0)
-                return;
-            work();
-        });
-        return nID;
-    }
-    void Cancel(std::uint64_t nID) { m_mapTimers.erase(nID); }
-    void CancelAll() { m_mapTimers.clear(); }
+    // Runs the work once, on the server's thread; the work must not throw. Returns the number that Cancel
+    // takes.
+    std::uint64_t After(std::chrono::milliseconds delay, std::function<void()> work);
+    void Cancel(std::uint64_t nID);  // does nothing for a number whose work has run
+    void CancelAll();
 
 private:
+    struct Timer;
     asio::io_context& m_context;
     std::uint64_t m_nLastID = 0;
-    std::map<std::uint64_t, asio::steady_timer> m_mapTimers;
+    std::map<std::uint64_t, std::unique_ptr<Timer>> m_mapTimers;
 };
 
 }  // namespace Sandbox

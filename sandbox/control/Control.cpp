@@ -1,24 +1,25 @@
 #include "sandbox/control/Control.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 
 #include "sandbox/base/DateText.h"
-#include "sandbox/wire/MessageFacts.h"
+#include "sandbox/base/Printable.h"
+#include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/MessageJson.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr std::int64_t kMessages = 50;  // unless a limit is given
+// Rows of an answer, unless the request gives a limit.
+constexpr std::int64_t kMessages = 50;
 constexpr std::int64_t kUsers = 1000;
 constexpr std::int64_t kMaxUsers = 100'000;
-constexpr int kMaxDepth = 8;  // of a body
 
-// Whether a field that names a user holds that text, in the message or in one of its records.
+// Whether a user id or user number in the message or one of its records is that text.
 bool NamesUser(const Json& fields, const std::string& strUser)
 {
     for (const auto& [strKey, value] : fields.items()) {
@@ -57,52 +58,12 @@ Json BillingToJson(const Billing& billing)
 
 }  // namespace
 
-std::string Query(const ControlRequest& request, const std::string& strKey)
-{
-    const auto it = request.mapQuery.find(strKey);
-    return it != request.mapQuery.end() ? it->second : "";
-}
-
-std::int64_t QueryNumber(const ControlRequest& request, const std::string& strKey, std::int64_t nMin,
-                         std::int64_t nMax, std::int64_t nDefault)
-{
-    if (!request.mapQuery.contains(strKey))
-        return nDefault;
-    const std::string strValue = Query(request, strKey);
-    std::int64_t nValue = 0;
-    const char* const pEnd = strValue.data() + strValue.size();
-    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, nValue);
-    if (error != std::errc() || pStop != pEnd || nValue < nMin || nValue > nMax) {
-        throw RequestError(400, strKey + ": a whole number from " + std::to_string(nMin) + " to " +
-                                    std::to_string(nMax) + " is expected");
-    }
-    return nValue;
-}
-
-Json ParseBody(const ControlRequest& request)
-{
-    try {
-        return Json::parse(request.strBody.empty() ? "{}" : request.strBody,
-                           [](int nDepth, Json::parse_event_t, Json&) {
-                               if (nDepth > kMaxDepth)
-                                   throw RequestError(400, "The body is nested too deeply.");
-                               return true;
-                           });
-    } catch (const Json::exception& e) {
-        throw RequestError(400, std::string("The body is not JSON: ") + e.what());
-    }
-}
-
-Reply JsonReply(int nStatus, const Json& json) { return {nStatus, DumpJson(json, 2) + '\n'}; }
-
-Reply ErrorReply(int nStatus, const std::string& strText) { return JsonReply(nStatus, {{"error", strText}}); }
-
 struct Control::Route {
     const char* pszMethod;
-    const char* pszPath;  // a '/' at the end stands for everything below
-    std::vector<std::string> vecQuery;
+    const char* pszPath;                // with a '/' at the end it stands for every path below
+    std::vector<std::string> vecQuery;  // arguments behind the path that the route knows
     const char* pszHelp;
-    void (Control::*run)(const ControlRequest& request, const Respond& respond);
+    void (Control::*run)(const HttpRequest& request, const Respond& respond);
 
     bool IsAt(const std::string& strPath) const
     {
@@ -136,8 +97,8 @@ const Control::Route Control::kRoutes[] = {
     {"POST", "/storage", {}, "put entries into a storage box", &Control::FillStorage},
 };
 
-Control::Control(Store& store, Registry& registry, MessageLog& log, Faults& faults, Triggers& triggers,
-                 const Console& console, const IClock& clock, const Seed& seed)
+Control::Control(Store& store, ConnectorRegistry& registry, MessageLog& log, Faults& faults,
+                 Triggers& triggers, const Console& console, const IClock& clock, const Seed& seed)
     : m_store(store),
       m_registry(registry),
       m_log(log),
@@ -149,11 +110,11 @@ Control::Control(Store& store, Registry& registry, MessageLog& log, Faults& faul
 {
 }
 
-void Control::Handle(const ControlRequest& request, const Respond& respond)
+void Control::Handle(const HttpRequest& request, const Respond& respond)
 {
     try {
         Dispatch(request, respond);
-    } catch (const RequestError& e) {
+    } catch (const HttpError& e) {
         respond(ErrorReply(e.GetStatus(), e.what()));
     } catch (const JsonError& e) {
         respond(ErrorReply(400, e.what()));
@@ -165,7 +126,7 @@ void Control::Handle(const ControlRequest& request, const Respond& respond)
     }
 }
 
-void Control::Dispatch(const ControlRequest& request, const Respond& respond)
+void Control::Dispatch(const HttpRequest& request, const Respond& respond)
 {
     bool bKnown = false;
     for (const Route& route : kRoutes) {
@@ -176,18 +137,18 @@ void Control::Dispatch(const ControlRequest& request, const Respond& respond)
             continue;
         for (const auto& [strKey, strValue] : request.mapQuery) {
             if (std::find(route.vecQuery.begin(), route.vecQuery.end(), strKey) == route.vecQuery.end())
-                throw RequestError(400, "'" + Printable(strKey) + "' is not known here.");
+                throw HttpError(400, "'" + Printable(strKey) + "' is not known here.");
         }
         if (request.strMethod != "GET")
             m_console.Note("HTTP: " + request.strMethod + ' ' + Printable(request.strPath));
         return (this->*route.run)(request, respond);
     }
     throw bKnown
-        ? RequestError(405, Printable(request.strMethod) + " is not possible here.")
-        : RequestError(404, "There is no " + Printable(request.strPath) + "; GET / lists what there is.");
+        ? HttpError(405, Printable(request.strMethod) + " is not possible here.")
+        : HttpError(404, "There is no " + Printable(request.strPath) + "; GET / lists what there is.");
 }
 
-void Control::Index(const ControlRequest&, const Respond& respond)
+void Control::Index(const HttpRequest&, const Respond& respond)
 {
     std::string strText = "velkar-sandbox\n\n";
     for (const Route& route : kRoutes) {
@@ -204,7 +165,7 @@ void Control::Index(const ControlRequest&, const Respond& respond)
     respond({200, strText + "\nThe arguments are in docs/sandbox.md.\n", "text/plain"});
 }
 
-void Control::Connectors(const ControlRequest&, const Respond& respond)
+void Control::Connectors(const HttpRequest&, const Respond& respond)
 {
     Json list = Json::array();
     for (const auto& [identity, connector] : m_registry.GetConnectors()) {
@@ -219,7 +180,7 @@ void Control::Connectors(const ControlRequest&, const Respond& respond)
     respond(JsonReply(200, {{"connectors", list}}));
 }
 
-void Control::Users(const ControlRequest& request, const Respond& respond)
+void Control::Users(const HttpRequest& request, const Respond& respond)
 {
     const auto nLimit = QueryNumber(request, "limit", 1, kMaxUsers, kUsers);
     Json list = Json::array();
@@ -236,7 +197,7 @@ User Control::FindUser(const std::string& strUser)
 {
     auto user = m_store.FindUser({strUser, false});
     if (!user)
-        throw RequestError(404, "There is no user " + Quoted(strUser) + ".");
+        throw HttpError(404, "There is no user " + Quoted(strUser) + ".");
     return std::move(*user);
 }
 
@@ -267,8 +228,9 @@ Json Control::UserToJson(const User& user)
     return json;
 }
 
-// From a number on the oldest come first, so that nobody who follows the log misses any; otherwise the last.
-void Control::Messages(const ControlRequest& request, const Respond& respond)
+// With "since" the oldest messages behind that number are shown, so that a reader who asks again and again
+// misses none. Without it the last ones are shown.
+void Control::Messages(const HttpRequest& request, const Respond& respond)
 {
     const auto nLimit = static_cast<std::size_t>(
         QueryNumber(request, "limit", 1, static_cast<std::int64_t>(MessageLog::kMaxMessages), kMessages));
@@ -277,7 +239,7 @@ void Control::Messages(const ControlRequest& request, const Respond& respond)
     const std::string strUser = Query(request, "user"), strClass = Query(request, "class"),
                       strConnector = Query(request, "connector");
     if (!strClass.empty() && FindClassByName(strClass) == nullptr)
-        throw RequestError(400, "There is no message '" + Printable(strClass) + "'.");
+        throw HttpError(400, "There is no message '" + Printable(strClass) + "'.");
 
     std::vector<Json> vecFound;
     const auto collect = [&](const LoggedMessage& message) {
@@ -299,28 +261,28 @@ void Control::Messages(const ControlRequest& request, const Respond& respond)
     respond(JsonReply(200, {{"last", m_log.GetCount()}, {"messages", vecFound}}));
 }
 
-void Control::Trigger(const ControlRequest& request, const Respond& respond)
+void Control::Trigger(const HttpRequest& request, const Respond& respond)
 {
     m_triggers.Fire(request.strPath.substr(std::string_view("/trigger/").size()), ParseBody(request),
                     respond);
 }
 
-void Control::ListFaults(const ControlRequest&, const Respond& respond)
+void Control::ListFaults(const HttpRequest&, const Respond& respond)
 {
     respond(JsonReply(200, {{"faults", m_faults.List()}}));
 }
 
-void Control::AddFault(const ControlRequest& request, const Respond& respond)
+void Control::AddFault(const HttpRequest& request, const Respond& respond)
 {
     respond(JsonReply(200, m_faults.Add(ParseBody(request))));
 }
 
-void Control::RemoveFaults(const ControlRequest&, const Respond& respond)
+void Control::RemoveFaults(const HttpRequest&, const Respond& respond)
 {
     respond(JsonReply(200, {{"removed", m_faults.RemoveAll()}}));
 }
 
-void Control::Reset(const ControlRequest& request, const Respond& respond)
+void Control::Reset(const HttpRequest& request, const Respond& respond)
 {
     JsonObject(ParseBody(request), "").Done();
     Transaction transaction = m_store.Begin();

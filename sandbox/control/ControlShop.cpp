@@ -1,24 +1,28 @@
-// The routes of the shop: what is sold, what was bought, what lies in the boxes.
+// The routes of the shop: what is sold, what has been bought, what lies in the storage boxes.
+#include <nlohmann/json.hpp>
+
+#include "sandbox/base/Printable.h"
 #include "sandbox/control/Control.h"
 #include "sandbox/seed/SeedRecords.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr std::int64_t kRows = 100;  // unless a limit is given
-constexpr std::int64_t kMaxRows = 100'000;
-constexpr std::int64_t kMaxFilled = 10'000;  // entries: more at once would keep everybody waiting
-constexpr std::size_t kMaxName = 64;
+constexpr std::int64_t kDefaultRows = 100;  // unless the request gives a limit
+constexpr std::int64_t kMaxListedRows = 100'000;
+// Entries that one request may add: while they are added, no connector is served.
+constexpr std::int64_t kMaxFilled = 10'000;
+constexpr std::size_t kMaxNameText = 64;  // bytes
 constexpr const char* kStates[] = {"waiting", "reserved", "used", "deleted"};
 
 }  // namespace
 
-void Control::Shops(const ControlRequest& request, const Respond& respond)
+void Control::Shops(const HttpRequest& request, const Respond& respond)
 {
     Catalogue& catalogue = m_store.GetCatalogue();
     const std::string strGameID = Query(request, "game");
     if (!strGameID.empty() && !catalogue.HasGame(strGameID))
-        throw RequestError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
+        throw HttpError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
     Json list = Json::array();
     for (const std::string& strGame : catalogue.GetGames()) {
         if (strGameID.empty() || strGameID == strGame)
@@ -54,9 +58,9 @@ Json Control::OrderToJson(const Order& order)
             {"storageSeqs", m_store.GetLedger().GetEntriesOf(order.nOrderSeq)}};
 }
 
-void Control::Orders(const ControlRequest& request, const Respond& respond)
+void Control::Orders(const HttpRequest& request, const Respond& respond)
 {
-    const auto nLimit = QueryNumber(request, "limit", 1, kMaxRows, kRows);
+    const auto nLimit = QueryNumber(request, "limit", 1, kMaxListedRows, kDefaultRows);
     std::optional<std::int64_t> nBuyer;
     if (const std::string strUser = Query(request, "user"); !strUser.empty())
         nBuyer = FindUser(strUser).nID;
@@ -66,12 +70,12 @@ void Control::Orders(const ControlRequest& request, const Respond& respond)
     respond(JsonReply(200, {{"orders", list}}));
 }
 
-void Control::Storage(const ControlRequest& request, const Respond& respond)
+void Control::Storage(const HttpRequest& request, const Respond& respond)
 {
-    const auto nLimit = QueryNumber(request, "limit", 1, kMaxRows, kRows);
+    const auto nLimit = QueryNumber(request, "limit", 1, kMaxListedRows, kDefaultRows);
     const std::string strUser = Query(request, "user");
     if (strUser.empty())
-        throw RequestError(400, "'user': is missing");
+        throw HttpError(400, "'user': is missing");
     Json list = Json::array();
     m_store.GetLedger().ForEachEntry(FindUser(strUser).nID, nLimit, [&](const Entry& entry) {
         list.push_back({{"gameId", entry.strGameID}, {"state", kStates[static_cast<int>(entry.state)]}});
@@ -80,19 +84,19 @@ void Control::Storage(const ControlRequest& request, const Respond& respond)
     respond(JsonReply(200, {{"user", strUser}, {"storage", list}}));
 }
 
-void Control::FillStorage(const ControlRequest& request, const Respond& respond)
+void Control::FillStorage(const HttpRequest& request, const Respond& respond)
 {
     const Json body = ParseBody(request);
     JsonObject object(body, "");
-    const std::string strUser = object.Text("user", kMaxName, nullptr);
+    const std::string strUser = object.Text("user", kMaxNameText, nullptr);
     const auto nEntries = static_cast<int>(object.Number("entries", 1, kMaxFilled));
     const auto vecGames = m_store.GetCatalogue().GetGames();
     const std::string strGameID =
-        object.Text("gameId", kMaxName, vecGames.empty() ? "" : vecGames.front().c_str());
+        object.Text("gameId", kMaxNameText, vecGames.empty() ? "" : vecGames.front().c_str());
     object.Done();
     const User user = FindUser(strUser);
     if (!m_store.GetCatalogue().HasGame(strGameID))
-        throw RequestError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
+        throw HttpError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
     Transaction transaction = m_store.Begin();
     FillBox(m_store, user, strGameID, nEntries, m_clock.Now());
     transaction.Commit();

@@ -28,13 +28,13 @@ using namespace std::chrono_literals;
 
 constexpr auto kReadTime = 10'000ms;        // for a whole request to arrive
 constexpr std::size_t kMaxHead = 64 << 10;  // bytes before the body
-constexpr auto kAnswerTime = 75s;           // above the longest time that a request can ask for
-constexpr auto kStopGrace = 500ms;          // for the last answers to leave
+constexpr auto kAnswerTime = 75s;           // more than the longest "timeoutMs" of a trigger
+constexpr auto kStopGrace = 500ms;          // for the last replies to leave
 
-// Where a thread of the interface waits for the answer of another.
+// Where a thread of the interface waits for a reply that another thread gives. The first reply counts.
 class Ticket {
 public:
-    void Give(Reply reply)
+    void Give(HttpReply reply)
     {
         {
             const std::lock_guard lock(m_mutex);
@@ -44,7 +44,7 @@ public:
         }
         m_given.notify_one();
     }
-    Reply Take()
+    HttpReply Take()
     {
         std::unique_lock lock(m_mutex);
         if (!m_given.wait_for(lock, kAnswerTime, [this] { return m_reply.has_value(); }))
@@ -55,10 +55,11 @@ public:
 private:
     std::mutex m_mutex;
     std::condition_variable m_given;
-    std::optional<Reply> m_reply;
+    std::optional<HttpReply> m_reply;
 };
 
-// A thread a connection, and no connection is accepted that would have to wait for one.
+// One thread for each connection. While all threads are busy, enqueue blocks the accepting thread, so that
+// further connections wait in the system's queue.
 class Workers final : public httplib::TaskQueue {
 public:
     Workers() : m_pool(HttpServer::kMaxConnections) {}
@@ -77,7 +78,7 @@ private:
     httplib::ThreadPool m_pool;
 };
 
-// "[::1]:80" and "localhost:80" without the port and the brackets.
+// The host of a Host header: "[::1]:80" and "localhost:80" without the port and the brackets.
 std::string HostOf(std::string strHeader)
 {
     if (strHeader.starts_with('['))
@@ -106,8 +107,8 @@ public:
 
 private:
     bool process_and_close_socket(socket_t fd) override;
-    // What is wrong with a request as such; nothing if it may be served.
-    std::optional<Reply> Object(const httplib::Request& req) const;
+    // The refusal of a request that may not be served, whatever it asks for; nothing if it may.
+    std::optional<HttpReply> Object(const httplib::Request& req) const;
     bool IsOwnHost(const std::string& strHost) const;
     void Serve(const httplib::Request& req, httplib::Response& res);
     void Bind(unsigned short nPort);
@@ -118,14 +119,14 @@ private:
     bool m_bStopping = false;
     std::set<int> m_setSockets;
     std::set<std::shared_ptr<Ticket>> m_setTickets;
-    std::condition_variable m_closed;     // a connection has ended
-    std::atomic<bool> m_bFailed = false;  // nothing is accepted any more
-    std::thread m_thread;                 // accepts
+    std::condition_variable m_closed;     // notified when a connection has ended
+    std::atomic<bool> m_bFailed = false;  // accepting has failed and does not begin again
+    std::thread m_thread;                 // accepts connections
 };
 
 namespace {
 
-void Set(httplib::Response& res, const Reply& reply)
+void Set(httplib::Response& res, const HttpReply& reply)
 {
     res.status = reply.nStatus;
     res.set_content(reply.strBody, reply.pszType);
@@ -145,12 +146,13 @@ HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answere
     new_task_queue = [] { return new Workers; };
     set_payload_max_length(kMaxBody);
     set_tcp_nodelay(true);
-    // Not the library's own, which lets two processes share a port without a word.
+    // The library's own option would let two processes listen on one port, and neither would notice.
     set_socket_options([](socket_t fd) {
         const int nOn = 1;
         setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof(nOn));
     });
-    // The library waits for a body wherever one may be; without one the request is complete here.
+    // The library waits for a body whenever a method may have one. A request without a body is served here,
+    // before the library waits in vain.
     set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
         if (const auto objection = Object(req))
             Set(res, *objection);
@@ -176,7 +178,7 @@ HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answere
         if (!listen_after_bind())
             m_bFailed = true;
     });
-    // Stop has no effect before that.
+    // The library ignores a stop before it runs, so the constructor waits until it does.
     while (!is_running() && !m_bFailed)
         std::this_thread::yield();
 }
@@ -194,8 +196,9 @@ void HttpServer::Impl::Bind(unsigned short nPort)
     m_nPort = static_cast<unsigned short>(nBound);
 }
 
-// The HTTP library makes tables at its first request. That is this one, which is refused, while there is one
-// thread: the library is not compiled with the thread sanitizer, which would take their making for a race.
+// The HTTP library makes its tables at the first request that it serves. This function is that request, on
+// the one thread that there is so far; the request itself is refused. Otherwise the thread sanitizer would
+// report a race in the library, which is not compiled with it.
 void HttpServer::Impl::ServeFirst()
 {
     int arrFd[2];
@@ -222,8 +225,8 @@ bool HttpServer::Impl::process_and_close_socket(socket_t fd)
     HttpStream stream(fd, kMaxHead + kMaxBody, kReadTime);
     bool bClosed = false;
     const bool bServed = process_request(stream, true, bClosed, [](httplib::Request& req) {
-        req.ranges.clear();                 // answers are whole
-        req.headers.erase("Content-Type");  // a body is JSON, whatever curl calls it
+        req.ranges.clear();                 // replies are never cut into ranges
+        req.headers.erase("Content-Type");  // every body is read as JSON; curl calls it a form
     });
     if (bServed)
         stream.Linger();
@@ -236,8 +239,9 @@ bool HttpServer::Impl::process_and_close_socket(socket_t fd)
     return bServed;
 }
 
-// A page in a browser can send requests here too, also through a name that it has bent to this machine.
-std::optional<Reply> HttpServer::Impl::Object(const httplib::Request& req) const
+// A page in a browser can send requests to this port, also under a host name that its owner has pointed at
+// this machine. The headers Origin and Host give such requests away.
+std::optional<HttpReply> HttpServer::Impl::Object(const httplib::Request& req) const
 {
     if (req.has_header("Origin"))
         return ErrorReply(403, "Pages in a browser may not ask.");
@@ -256,7 +260,7 @@ bool HttpServer::Impl::IsOwnHost(const std::string& strHost) const
         return true;
     const auto address = ParseAddress(strHost);
     const auto own = ParseAddress(m_strHost);
-    // On all addresses every address is its own; a name never is.
+    // A server that listens on all addresses takes every address for its own, but no name.
     return address && (address->is_loopback() || (own && own->is_unspecified()));
 }
 
@@ -269,10 +273,10 @@ void HttpServer::Impl::Serve(const httplib::Request& req, httplib::Response& res
             return Set(res, ErrorReply(503, "The sandbox ends."));
         m_setTickets.insert(pTicket);
     }
-    ControlRequest request{req.method, req.path, {}, req.body};
+    HttpRequest request{req.method, req.path, {}, req.body};
     if (req.target.find('?') != std::string::npos)
         request.mapQuery.insert(req.params.begin(), req.params.end());
-    m_answerer(std::move(request), [pTicket](Reply reply) { pTicket->Give(std::move(reply)); });
+    m_answerer(std::move(request), [pTicket](HttpReply reply) { pTicket->Give(std::move(reply)); });
     Set(res, pTicket->Take());
     const std::lock_guard lock(m_mutex);
     m_setTickets.erase(pTicket);

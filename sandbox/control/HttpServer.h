@@ -1,33 +1,34 @@
-// The HTTP interface's transport: takes requests on threads of its own, hands each to whoever answers it and
-// waits, bounded. For people and scripts on this machine, not for browsers.
+// Carries the HTTP interface: reads requests on threads of its own, hands each to an answerer, and waits for
+// the reply for a bounded time. Meant for people and scripts on this machine; requests of browser pages are
+// refused.
 #pragma once
 
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "sandbox/service/Reply.h"
+#include "sandbox/control/HttpExchange.h"
 
 namespace Sandbox {
 
 class HttpServer {
 public:
-    static constexpr std::size_t kMaxConnections = 16;  // at a time; more wait to be accepted
+    static constexpr std::size_t kMaxConnections = 16;  // at a time; further ones wait to be accepted
     static constexpr std::size_t kMaxBody = 1u << 20;   // bytes
 
-    // Answers a request by calling respond, on any thread, now or later. Called on the interface's threads.
-    using Answerer = std::function<void(ControlRequest request, Respond respond)>;
+    // Called on the interface's threads. Answers by calling respond, on any thread, at once or later.
+    using Answerer = std::function<void(HttpRequest request, Respond respond)>;
 
-    // Listens and serves. Throws StartError.
+    // Listens and begins to serve. Throws StartError.
     HttpServer(const std::string& strHost, unsigned short nPort, Answerer answerer);
     ~HttpServer();
 
     const std::string& GetHost() const;
-    unsigned short GetPort() const;  // the bound one
+    unsigned short GetPort() const;  // the bound port
     bool IsLoopback() const;
 
-    // Who still waits is answered 503. Returns within a second or so, with all threads ended. Not from one
-    // of them.
+    // Answers waiting requests with 503 and ends all threads, within about a second. Not to be called from an
+    // answerer.
     void Stop();
 
 private:

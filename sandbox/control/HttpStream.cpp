@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kWriteTime = 5s;
+constexpr auto kWriteTime = 5s;  // for a whole reply
 constexpr auto kLingerTime = 500ms;
 constexpr std::size_t kMaxLingered = 4u << 20;  // bytes
 
@@ -56,7 +56,7 @@ ssize_t HttpStream::read(char* pBytes, size_t nSize)
     return static_cast<ssize_t>(nTaken);
 }
 
-// All of it, or an error.
+// Writes all bytes or fails.
 ssize_t HttpStream::write(const char* pBytes, size_t nSize)
 {
     if (m_writeDeadline == Clock::time_point{})
@@ -72,7 +72,7 @@ ssize_t HttpStream::write(const char* pBytes, size_t nSize)
     return static_cast<ssize_t>(nSize);
 }
 
-// Nobody here asks where a request comes from.
+// Nothing in the sandbox uses the addresses of a connection, so they stay empty.
 void HttpStream::get_remote_ip_and_port(std::string&, int&) const {}
 void HttpStream::get_local_ip_and_port(std::string&, int&) const {}
 

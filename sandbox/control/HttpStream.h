@@ -1,5 +1,5 @@
-// One HTTP connection's bytes, with bounds that the HTTP library does not have: on the time that a request
-// may take and on its size.
+// The bytes of one HTTP connection, with two bounds that the HTTP library does not have: how long a request
+// may take to arrive, and how large it may be. Used by the connection's thread alone.
 #pragma once
 
 #include <httplib.h>
@@ -11,8 +11,8 @@ namespace Sandbox {
 
 class HttpStream final : public httplib::Stream {
 public:
-    // The socket stays the caller's. Reading ends with an error after nMaxBytes or at the deadline; writing
-    // has kWriteTime from its first byte on.
+    // The caller keeps and closes the socket. Reading fails after nMaxBytes or after readTime; writing fails
+    // five seconds after its first byte.
     HttpStream(int fd, std::size_t nMaxBytes, std::chrono::milliseconds readTime);
 
     bool is_readable() const override;
@@ -23,8 +23,8 @@ public:
     void get_local_ip_and_port(std::string& strIP, int& nPort) const override;
     socket_t socket() const override { return m_fd; }
 
-    // Ends the sending and takes what the peer still sends, for a moment: a close with bytes unread would
-    // take the answer away from it.
+    // Ends the sending and reads on for half a second at most. If the socket were closed with bytes unread,
+    // the system would reset the connection, and the peer could lose the reply.
     void Linger();
 
 private:
@@ -36,7 +36,7 @@ private:
     const Clock::time_point m_readDeadline;
     Clock::time_point m_writeDeadline{};
     std::array<char, 4096> m_arrBuffer;
-    std::size_t m_nBegin = 0, m_nEnd = 0;  // what of it is unread
+    std::size_t m_nBegin = 0, m_nEnd = 0;  // the unread part of m_arrBuffer
 };
 
 }  // namespace Sandbox

@@ -1,5 +1,5 @@
-// The seed of a sandbox that is given none: users for every billing case, and a small shop that shows every
-// key of a seed file.
+// The seed "demo", which is taken if the command line names none: users for every billing case, and a small
+// shop that shows every key of a seed file.
 #include "sandbox/seed/Seed.h"
 
 namespace Sandbox {

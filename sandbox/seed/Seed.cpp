@@ -10,7 +10,8 @@
 namespace Sandbox {
 namespace {
 
-// What a user owns. A coupon that is there belongs to somebody already, and may have been used.
+// Gives a user the coupons of the seed. A use id that the store knows is an error: that coupon belongs to
+// another user, or was used already.
 void GiveCoupons(Store& store, const SeedUser& seeded, std::int64_t nUser, const std::string& strName)
 {
     for (const Coupon& coupon : seeded.listCoupons) {
@@ -61,8 +62,8 @@ Seed GetSeed(const std::string& strSeed)
 void Plant(Store& store, const Seed& seed, std::time_t now)
 {
     Transaction transaction = store.Begin();
-    if (!seed.shops.is_null())
-        LoadShops(store.GetCatalogue(), seed.shops, seed.strName + " shops");
+    if (seed.pShops != nullptr)
+        LoadShops(store.GetCatalogue(), *seed.pShops, seed.strName + " shops");
     const bool bNoShop = store.GetCatalogue().GetGames().empty();
     for (const SeedUser& seeded : seed.listUsers) {
         CheckUserNo(store, seeded.user, seed.strName);

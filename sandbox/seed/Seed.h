@@ -2,10 +2,11 @@
 #pragma once
 
 #include <list>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
-#include "sandbox/base/JsonObject.h"
+#include "sandbox/base/Json.h"
 #include "sandbox/store/Store.h"
 
 namespace Sandbox {
@@ -19,32 +20,34 @@ struct SeedUser {
     User user;
     Wallet wallet;
     std::list<Coupon> listCoupons;
-    int nFillStorage = 0;  // entries that the box has from the start
+    int nFillStorage = 0;  // made-up entries of the storage box
 };
 
 struct Seed {
-    std::string strName;  // begins the text of what is wrong with it
+    std::string strName;  // of the file, for error texts
     std::list<SeedUser> listUsers;
-    Json shops;  // null: the database keeps the shops that it has
+    std::shared_ptr<const Json> pShops;  // null: the database keeps the shops that it has
 };
 
 // "demo", "none", or the path of a JSON file. Throws SeedError.
 Seed GetSeed(const std::string& strSeed);
-// strName: of the seed, for texts.
+// The seed in a text; strName begins the error texts. Throws SeedError.
 Seed ParseSeed(const std::string& strJson, const std::string& strName);
-extern const char* const kDemoSeed;  // JSON
+extern const char* const kDemoSeed;  // the text of seed "demo"
 
-// All or nothing. Users are added who are not there yet; who is there stays as he is, with what he owns. The
-// shops take the place of those that are there. Throws SeedError, StoreError.
+// Brings a seed into the store at the start, all of it or nothing. Adds users whom the store does not know;
+// known users keep what they have. Shops of the seed replace all shops of the store. Throws SeedError,
+// StoreError.
 void Plant(Store& store, const Seed& seed, std::time_t now);
-// The users of the seed are again as it has them, with what they own; nobody has orders or storage entries
-// beside, and what was paid for them is back. Within a transaction.
+// Makes the users of the seed as the seed has them, with what they own. All orders and storage entries of all
+// users go, and what was paid for them is given back. REQUIRES: a transaction is open.
 void Restore(Store& store, const Seed& seed, std::time_t now);
 
-// Puts so many entries into the user's box, each of an item of its own. Within a transaction.
+// Puts nEntries entries into the user's box, each of another made-up item. REQUIRES: a transaction is open.
 void FillBox(Store& store, const User& user, const std::string& strGameID, int nEntries, std::time_t now);
 
-// Replaces all shops by these: a list, as a seed file has it. Throws SeedError, JsonError, StoreError.
+// Replaces all shops of the catalogue by the list that a seed file has under "shops". strPlace begins the
+// error texts. Throws SeedError, JsonError, StoreError.
 void LoadShops(Catalogue& catalogue, const Json& shops, const std::string& strPlace);
 // A shop in the form in which a seed file has it.
 Json ShopToJson(Catalogue& catalogue, const std::string& strGameID);

@@ -1,5 +1,6 @@
 // Seeds as JSON: {"users": [{"userId": "zoe", "userNo": "501", ...}], "shops": [{"gameId": "GAME", ...}]}.
 #include <climits>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "sandbox/base/DateText.h"
@@ -100,11 +101,12 @@ Seed ParseSeed(const std::string& strJson, const std::string& strName)
                 throw SeedError(strPlace + ": there are two users '" + user.strUserID + "'");
         });
         if (const Json* const pShops = root.Find("shops")) {
-            seed.shops = *pShops;
-            Database db("");  // what is wrong with it is found before a database of the user's is touched
+            // Tried in a database in memory, so that mistakes are found before the store's own is touched.
+            Database db("");
             db.Execute(Catalogue::Schema() + Ledger::Schema());
             Catalogue catalogue(db);
-            LoadShops(catalogue, seed.shops, strName + " shops");
+            LoadShops(catalogue, *pShops, strName + " shops");
+            seed.pShops = std::make_shared<const Json>(*pShops);
         }
         root.Done();
     } catch (const Json::exception& e) {

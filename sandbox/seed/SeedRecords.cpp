@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "sandbox/base/DateText.h"
@@ -11,7 +12,7 @@
 namespace Sandbox {
 namespace {
 
-// What a connector keeps of a text, in bytes.
+// The longest text that a connector keeps of a field, in bytes.
 constexpr struct {
     std::string_view strField;
     std::size_t nMax;
@@ -21,9 +22,9 @@ constexpr struct {
     {"strCondition", 100}, {"strConditionValue", 100}, {"strCouponName", 40},   {"strExposeName", 40},
     {"strIconUrl", 100},   {"strBannerUrl", 100},
 };
-constexpr std::size_t kWidth = 20;  // of all others
+constexpr std::size_t kWidth = 20;  // of all other fields
 
-// Places among others may be below 0.
+// Numbers that may be below 0; all others may not.
 constexpr std::string_view kSigned[] = {"nSortOrder", "nDisplayOrder"};
 
 std::size_t WidthOf(std::string_view strField)
@@ -33,6 +34,7 @@ std::size_t WidthOf(std::string_view strField)
     return it != std::end(kWidths) ? it->nMax : kWidth;
 }
 
+// Checks the fields of one record.
 class Checker {
 public:
     explicit Checker(const JsonObject& object) : m_object(object) {}
@@ -95,7 +97,7 @@ Json RecordToJson(const Wirova::IMessage& rec, std::initializer_list<const char*
 {
     constexpr JsonLimits kAll{SIZE_MAX, SIZE_MAX, SIZE_MAX};
     Json json = Json::object();
-    const Json fields = FieldsToJson(rec, kAll);  // outlives its items
+    const Json fields = FieldsToJson(rec, kAll);  // named, because the loop's items point into it
     for (const auto& [strField, value] : fields.items()) {
         const std::string strKey = ArgumentName(strField);
         const bool bLeftOut = std::any_of(workedOut.begin(), workedOut.end(),

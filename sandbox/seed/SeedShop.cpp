@@ -1,5 +1,6 @@
-// Shops from JSON and back.
+// Shops from the JSON of a seed file into the catalogue, and back for GET /shop.
 #include <charconv>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "sandbox/base/DateText.h"
@@ -9,10 +10,11 @@
 namespace Sandbox {
 namespace {
 
-constexpr char kMoneyCode[] = "RUV";  // the one money that is taken
-constexpr std::size_t kMaxID = 20;
-constexpr std::size_t kMaxTag = 100;
+constexpr char kMoneyCode[] = "RUV";  // Ruv coin, which is all that the shops take
+constexpr std::size_t kMaxID = 20;    // bytes
+constexpr std::size_t kMaxTag = 100;  // bytes
 
+// Keys that a seed may not have, because the sandbox works their values out.
 using Keys = std::initializer_list<const char*>;
 constexpr Keys kMenuWorkedOut = {"branchDepth", "productCount"};
 constexpr Keys kDiscountWorkedOut = {"use"};
@@ -26,6 +28,7 @@ char ReadLetter(JsonObject& object, const char* pszKey, const char* pszLetters)
     return strLetter[0];
 }
 
+// Loads one shop. Throws JsonError at the first mistake.
 class ShopLoader {
 public:
     ShopLoader(Catalogue& catalogue, JsonObject& shop) : m_catalogue(catalogue), m_shop(shop)
@@ -48,7 +51,7 @@ public:
     }
 
 private:
-    // Loads every element of the list, which is an object.
+    // Calls load for every object of a list, and Done behind it.
     void Each(JsonObject& object, const char* pszKey, void (ShopLoader::*load)(JsonObject& element))
     {
         object.List(pszKey, [&](const Json& json, const std::string& strPlace) {
@@ -57,6 +60,7 @@ private:
             element.Done();
         });
     }
+    // Calls add for every text of a list. A text that is there twice is an error.
     template <class Add>
     void LoadTexts(JsonObject& object, const char* pszKey, const Add& add)
     {
@@ -72,7 +76,7 @@ private:
         });
     }
 
-    // A branch stands behind the one above it, so there can be no circle.
+    // A branch must stand behind its superior branch in the file. So branches cannot form a circle.
     void LoadBranch(JsonObject& object)
     {
         XMenuContents row;
@@ -200,7 +204,7 @@ private:
     Catalogue& m_catalogue;
     JsonObject& m_shop;
     std::string m_strGameID;
-    // Of the product and the group that are being loaded.
+    // The product and the group that are being loaded.
     ProductKey m_key;
     std::string m_strItemName;
     std::string m_strExposeCode;

@@ -3,25 +3,27 @@
 #include <algorithm>
 #include <charconv>
 
-#include "sandbox/base/Console.h"
 #include "sandbox/base/DateText.h"
-#include "sandbox/service/Results.h"
+#include "sandbox/base/Printable.h"
+#include "sandbox/service/Refusal.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr std::size_t kMaxID = 20;  // bytes of a server or character
+// Lengths in bytes.
+constexpr std::size_t kMaxPlaceName = 20;  // of a server or character
 constexpr std::size_t kMaxGiftMessage = 200;
-constexpr std::size_t kMaxOptions = 100;     // of all codes, and of all values of an entry
+constexpr std::size_t kMaxOptions = 100;  // of all option codes of an entry together; as much for all values
 constexpr std::int64_t kDay = 24 * 60 * 60;  // seconds
 
-// Shares are rounded down, to the buyer's loss. A price may have 62 bits, too many to be multiplied.
+// What a rate in percent and an amount take off a price, at most all of it. The share is rounded down, to the
+// buyer's loss. The price is divided before it is multiplied, because a price of 62 bits would overflow.
 std::int64_t Off(std::int64_t nPrice, int nRate, int nAmount)
 {
     return std::min(nPrice, nPrice / 100 * nRate + nPrice % 100 * nRate / 100 + nAmount);
 }
 
-// Both lists hold the same rows, pair by pair.
+// Whether the lists of coupons and options hold the same rows in the same order.
 bool AreSame(const XC2S_PurchaseProductReq& req)
 {
     return std::equal(req.vecUseCoupon.begin(), req.vecUseCoupon.end(), req.vecUseOption.begin(),
@@ -109,7 +111,7 @@ void Cashier::CheckSale(const XC2S_PurchaseProductReq& req, const Product& produ
         throw Refusal(kWrongPassWord, "The pass word is wrong.");
     for (const std::string* pText :
          {&req.strServerID, &req.strCharacterID, &req.strRecvServerID, &req.strRecvCharacterID}) {
-        if (pText->size() > kMaxID)
+        if (pText->size() > kMaxPlaceName)
             throw Refusal(kTextTooLong, "Servers and characters have at most 20 bytes each.");
     }
     if (req.strGiftMessage.size() > kMaxGiftMessage)
@@ -150,7 +152,7 @@ void Cashier::CheckConditions(const XC2S_PurchaseProductReq& req)
                 if (req.strServerID != strValue)
                     throw Refusal(kConditionFails, "It is sold on the server " + Quoted(strValue) + " only.");
                 break;
-            default:  // for the game to show
+            default:  // other conditions are texts that the game shows; a purchase need not meet them
                 break;
         }
     }
@@ -158,8 +160,8 @@ void Cashier::CheckConditions(const XC2S_PurchaseProductReq& req)
 
 // ---- coupons and options ----
 
-// A connector that is given both lists sends the coupons' rows as both. Rows that are the same are therefore
-// coupons if the buyer has them, and options otherwise.
+// A connector whose game gives both lists sends the rows of the coupons in both. So if both lists are the
+// same, a row is a coupon if the buyer has such a coupon, and otherwise an option.
 Cashier::Choice Cashier::Choose(const XC2S_PurchaseProductReq& req, const Product& product, const User& buyer)
 {
     if (req.vecUseCoupon.size() > kMaxRows || req.vecUseOption.size() > kMaxRows)
@@ -232,7 +234,7 @@ void Cashier::AddCoupon(Choice& choice, const XUseCouponInfo& row, const Product
     vecUseIDs.push_back(strUseID);
 }
 
-// ---- the price, and what is had for it ----
+// ---- the price, and the entries of the box ----
 
 std::int64_t Cashier::PriceOf(const XC2S_PurchaseProductReq& req, const Product& product,
                               const Choice& choice)

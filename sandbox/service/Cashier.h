@@ -1,4 +1,5 @@
-// Sells products: checks a purchase, works out its price and books it. Belongs to the server's thread.
+// Sells products: checks a purchase, works out its price and books it in the ledger. Belongs to the server's
+// thread.
 #pragma once
 
 #include <list>
@@ -11,36 +12,36 @@
 
 namespace Sandbox {
 
-// What has been booked.
+// A purchase that is booked.
 struct Sale {
     int nOrderSeq = 0;
     int nPrice = 0;
     std::vector<std::int64_t> vecEntries;  // storage numbers, in the receiver's box
-    std::string strServerID;               // where they are meant to go
+    std::string strServerID;               // the server and character that the entries are meant for
     std::string strCharacterID;
-    bool bSave = false;  // the product asks for it
+    bool bSave = false;  // the product wants the game to save the items
 };
 
-// Of the discounts of a product for a buyer at most one counts, that which takes off most; it is marked.
-// Returns what one piece costs then.
+// Finds the discount that takes off most for this buyer and sets its bUse; all others are cleared. If the
+// product's own rate takes off as much, none is set. Returns what one piece costs then.
 int PieceAfterDiscount(const Product& product, std::list<Discount>& listDiscounts, int nLevel,
                        const std::string& strServerID);
 
 class Cashier {
 public:
-    static constexpr std::size_t kMaxRows = 20;  // of coupons, and of options
+    static constexpr std::size_t kMaxRows = 20;  // of coupons, and as many of options, in one purchase
 
     Cashier(Store& store, const IClock& clock)
         : m_catalogue(store.GetCatalogue()), m_ledger(store.GetLedger()), m_clock(clock)
     {
     }
 
-    // The game has a shop. Within a transaction, which the caller gives up if this throws Refusal or
-    // StoreError.
+    // Books the purchase. REQUIRES: the game has a shop, and a transaction is open. Throws Refusal or
+    // StoreError; the caller then gives the transaction up.
     Sale Sell(const XC2S_PurchaseProductReq& req, const User& buyer, const User& receiver);
 
 private:
-    // What was chosen with the purchase.
+    // The coupons and options of the purchase, checked.
     struct Choice {
         std::vector<std::string> vecCouponUseIDs;
         std::vector<const XUseOptionInfo*> vecOptions;

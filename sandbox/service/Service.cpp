@@ -2,12 +2,13 @@
 
 #include <string_view>
 
-#include "wirova/messages/MessageCatalog.h"
+#include "sandbox/wire/AnyMessage.h"
 
 namespace Sandbox {
 namespace {
 
-// What may come before the registration: connectors let their first heartbeat overtake it.
+// Messages that are served before the registration. The heartbeat is one of them, because a connector may
+// send its first heartbeat before its registration.
 template <class Req>
 constexpr bool kAnytime = std::same_as<Req, XC2S_VelkarConnectReq> || std::same_as<Req, XC2S_Heartbeat>;
 
@@ -15,7 +16,7 @@ constexpr char kRegisterFirst[] = "This connector is not registered.";
 
 }  // namespace
 
-// A request with an answer.
+// The row of a request that is answered, whatever happens in its handler.
 template <class Req, class Ans, void (Service::*Handler)(Service::Call&, const Req&, Ans&)>
 struct Service::RowOf<Handler> {
     static void Run(Service& service, Call& call, Wirova::Stream* body)
@@ -23,11 +24,12 @@ struct Service::RowOf<Handler> {
         Req req;
         service.Receive(call, req, body);
         Ans ans;
-        Echo(req, ans);
+        EchoFields(req, ans);
         const auto refuse = [&](int nResult, const char* pszText) {
+            call.vecAnswered.clear();
             ans.Clear();
-            Echo(req, ans);
-            SetRefusal(ans, nResult, pszText);
+            EchoFields(req, ans);
+            SetRefused(ans, nResult, pszText);
         };
         if (call.pConnector == nullptr && !kAnytime<Req>) {
             refuse(kNotRegistered, kRegisterFirst);
@@ -35,11 +37,9 @@ struct Service::RowOf<Handler> {
             try {
                 service.Commit(call, [&] { (service.*Handler)(call, req, ans); });
             } catch (const Refusal& refusal) {
-                call.vecAnswered.clear();
                 refuse(refusal.GetResult(), refusal.what());
             } catch (const StoreError& e) {
-                call.vecAnswered.clear();
-                service.m_console.Say(std::string("The database has failed: ") + e.what());
+                service.ShowFailure(e);
                 refuse(kStoreFailed, "The sandbox's database has failed.");
             }
         }
@@ -48,13 +48,13 @@ struct Service::RowOf<Handler> {
             for (const auto& answered : call.vecAnswered)
                 answered();
         } catch (const StoreError& e) {
-            service.m_console.Say(std::string("The database has failed: ") + e.what());
+            service.ShowFailure(e);
         }
     }
     static constexpr Row kRow{Req::kMsgID, Run};
 };
 
-// A message without one.
+// The row of a message that is not answered; a failure is shown on the console.
 template <class Req, void (Service::*Handler)(Service::Call&, const Req&)>
 struct Service::RowOf<Handler> {
     static void Run(Service& service, Call& call, Wirova::Stream* body)
@@ -69,7 +69,7 @@ struct Service::RowOf<Handler> {
         try {
             service.Commit(call, [&] { (service.*Handler)(call, req); });
         } catch (const StoreError& e) {
-            service.m_console.Say(std::string("The database has failed: ") + e.what());
+            service.ShowFailure(e);
         }
     }
     static constexpr Row kRow{Req::kMsgID, Run};
@@ -105,12 +105,12 @@ const Service::Row Service::kRows[] = {
     RowOf<&Service::PurchaseProduct>::kRow,
 };
 
-Service::Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
-                 const Console& console, const IClock& clock, bool bSaveOnPurchase)
+Service::Service(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests,
+                 MessageLog& log, const Console& console, const IClock& clock, bool bSaveOnPurchase)
     : m_store(store),
       m_registry(registry),
       m_traffic(traffic),
-      m_triggers(triggers),
+      m_requests(requests),
       m_log(log),
       m_console(console),
       m_clock(clock),
@@ -131,7 +131,7 @@ void Service::Handle(Link& link, Wirova::Stream* body)
 void Service::Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults)
 {
     const Wirova::int32 nMsgID = PeekMsgID(body);
-    Call call{link, link.GetConnector(), vecFaults, {}, {}};
+    Call call{link, m_registry.FindByLink(link), vecFaults, {}, {}};
     for (const Row& row : kRows) {
         if (row.nMsgID == nMsgID)
             return row.run(*this, call, body);
@@ -156,7 +156,7 @@ void Service::Commit(Call& call, const Work& work)
         after();
 }
 
-// An answer to a request of the service goes to who waits for it. What nobody here has a handler for is
+// A message without a handler: the answer to a request of the service goes to its waiter, anything else is
 // shown and dropped.
 void Service::OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body)
 {
@@ -164,14 +164,19 @@ void Service::OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* bod
     if (msg == nullptr)
         throw ProtocolError("there is no message with the id " + std::to_string(nMsgID));
     Receive(call, *msg, body);
-    if (m_triggers.OnAnswer(call.link, *msg))
+    if (m_requests.OnAnswer(call.link, *msg))
         return;
-    if (Triggers::IsAnswer(nMsgID)) {
+    if (GameRequests::IsAnswer(nMsgID)) {
         m_console.Say(call.link.GetName() + ": nobody waits for this " + msg->GetMsgName());
         return;
     }
     m_console.Say(call.link.GetName() + ": a " + msg->GetMsgName() +
                   " is not served here and stays unanswered");
+}
+
+void Service::ShowFailure(const StoreError& failure) const
+{
+    m_console.Say(std::string("The database has failed: ") + failure.what());
 }
 
 char SearchType(char cType, const char* pszKnown)

@@ -1,5 +1,7 @@
-// What the stand-in does: a table of handlers over the message classes, and the rules that run by time.
-// Belongs to the server's thread.
+// What the stand-in service does: a handler for each message class that a connector sends, and the rules that
+// run by time. Each family of messages has a file: ServiceConnect, ServiceSession, ServiceShop,
+// ServicePurchase, ServiceStorage; ServiceSweep has the rules that run by time. Belongs to the server's
+// thread.
 #pragma once
 
 #include <chrono>
@@ -12,9 +14,10 @@
 
 #include "sandbox/base/Clock.h"
 #include "sandbox/base/Console.h"
-#include "sandbox/service/Registry.h"
-#include "sandbox/service/Results.h"
-#include "sandbox/service/Triggers.h"
+#include "sandbox/base/Printable.h"
+#include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/GameRequests.h"
+#include "sandbox/service/Refusal.h"
 #include "sandbox/store/Store.h"
 #include "sandbox/wire/Frames.h"
 #include "sandbox/wire/Traffic.h"
@@ -24,36 +27,42 @@ namespace Sandbox {
 
 class Service {
 public:
-    // Times that no connector sets; seconds of the calendar, milliseconds of the clock.
-    static constexpr std::time_t kMoveSeconds = 60;             // from UserMoveTo until UserMoveFrom
-    static constexpr std::int64_t kAwayMilliseconds = 300'000;  // then a connector is forgotten
-    static constexpr std::int64_t kRegisterMilliseconds = 10'000;
+    // Time limits. Those in seconds run on the calendar, those in milliseconds on the clock.
+    static constexpr std::time_t kMoveSeconds = 60;  // from UserMoveTo until UserMoveFrom
+    static constexpr std::int64_t kAwayMilliseconds =
+        300'000;  // a connector without a link is forgotten then
+    static constexpr std::int64_t kRegisterMilliseconds = 10'000;  // from the connect until the registration
+    // Heartbeat cycles: from a registration until the list of its users, and without a byte from the link.
     static constexpr int kConfirmCycles = 2;
     static constexpr int kSilentCycles = 3;
-    // A connector ends what has run out by itself, in its charge cycle. After this the service does.
+    // A connector checks out users without time in its charge cycle. After this time the service does it.
     static constexpr std::int64_t kOverdueMilliseconds = 180'000;
     static constexpr std::time_t kReserveSeconds = 60;       // from RequestUseStorage until confirm or cancel
     static constexpr std::chrono::seconds kSavePatience{5};  // for the game to save what has been bought
 
-    // bSaveOnPurchase: the game is asked to save every purchase, not only those whose product says so.
-    Service(Store& store, Registry& registry, Traffic& traffic, Triggers& triggers, MessageLog& log,
-            const Console& console, const IClock& clock, bool bSaveOnPurchase);
+    // With bSaveOnPurchase the game is asked to save every purchase; otherwise only those whose product asks
+    // for it. The other arguments must outlive the service.
+    Service(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests,
+            MessageLog& log, const Console& console, const IClock& clock, bool bSaveOnPurchase);
 
-    // One frame being served. pConnector is null for what may come before the registration.
+    // One frame that is being served.
     struct Call {
         Link& link;
-        Connector* pConnector;
-        const std::vector<std::string>& vecFaults;       // what has befallen the frame on its way
-        std::vector<std::function<void()>> vecAfter;     // run in order, once the changes are committed
-        std::vector<std::function<void()>> vecAnswered;  // then, once the answer is on its way
+        Connector* pConnector;                      // null before the registration
+        const std::vector<std::string>& vecFaults;  // names of the faults that have hit the frame
+        // What a handler leaves to be done, in order: once its changes are committed, and then once its
+        // answer is on its way. A refused request does neither.
+        std::vector<std::function<void()>> vecAfter;
+        std::vector<std::function<void()>> vecAnswered;
     };
 
-    // Serves one frame, unless a fault is in its way: loads it, runs its handler in a transaction, sends the
-    // answer. Throws ProtocolError.
+    // Serves one frame: loads it, runs its handler in a transaction, sends the answer. An ordered fault may
+    // delay that or put itself in place of it. Throws ProtocolError.
     void Handle(Link& link, Wirova::Stream* body);
-    // Why the link has to go now; nothing if it may stay.
-    std::optional<std::string> GetOverdue(const Link& link) const;
-    // Ends what has run out: users that nobody confirmed, moves, connectors that stay away.
+    // Why the link has to be closed now; nothing if it may stay.
+    std::optional<std::string> ReasonToClose(const Link& link) const;
+    // Ends what has run out: users that no list has confirmed, users without time, moves, reservations, and
+    // connectors that stay away. Throws StoreError and has changed nothing then.
     void Sweep();
 
 private:
@@ -62,11 +71,12 @@ private:
         void (*run)(Service& service, Call& call, Wirova::Stream* body);
     };
     template <auto Handler>
-    struct RowOf;  // makes the row of a handler from its signature
+    struct RowOf;  // makes the row of a handler; its signature tells the message classes
     static const Row kRows[];
     void Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults);
 
-    // Handlers. A request with an answer: fill it or throw Refusal. Without one: no Answer argument.
+    // Handlers, one for each message class. A handler fills the answer or throws Refusal; a message that is
+    // not answered has no argument for one.
     void Heartbeat(Call& call, const XC2S_Heartbeat& req);
     void VelkarConnect(Call& call, const XC2S_VelkarConnectReq& req, XS2C_VelkarConnectAns& ans);
     void FailedCheckOut(Call& call, const XC2S_FailedCheckOutReq& req);
@@ -101,18 +111,18 @@ private:
     void CancelUseStorage(Call& call, const XC2S_CancelUseStorageReq& req, XS2C_CancelUseStorageAns& ans);
     void PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS2C_PurchaseProductAns& ans);
 
-    // The one place where frames are served and answered.
+    // Steps of serving a frame, the same for all handlers.
     template <class Req>
     void Receive(Call& call, Req& req, Wirova::Stream* body);
     template <class Work>
     void Commit(Call& call, const Work& work);
     void OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body);
 
-    // Pieces of the session rules. All throw Refusal.
+    // Pieces of the session rules. Those named Require throw Refusal.
     User RequireUser(const UserKey& key);
     void RequireTime(const User& user, const std::string& strEndDate) const;
-    // The session that a request or record means: that of the Seq No, or the user's if that is empty; it
-    // must be the user's and on this connector, or on the move.
+    // The session that a request or record names: by its Seq No, or by its user if the Seq No is empty.
+    // Refused unless the session is the user's and is on this connector or on the move.
     Session RequireSession(const Call& call, const UserKey& key, const std::string& strSeqNo);
     Session StartSession(const Call& call, const User& user, const UserKey& key, const std::string& strUserIP,
                          std::int64_t nSeqNo);
@@ -130,42 +140,46 @@ private:
     void ChargeUser(Call& call, const XChargeInfo& info, int nProductID);
     void Notify(Link& link, const Session& session, int nEventCode, int nSpecificCode,
                 const std::string& strParam);
-    void NotifyForced(const Session& session);  // if its connector is linked
-    // Ends sessions whose time is over and returns them; their connectors are still to be told.
+    void NotifyForced(const Session& session);  // does nothing while the session's connector is away
+    // Removes sessions whose time has been over for kOverdueMilliseconds. The caller tells their connectors,
+    // once the removal is committed.
     std::vector<Session> RemoveOverdue();
 
-    // Pieces of the shop's and the box's rules. All throw Refusal.
+    // Pieces of the rules of the shop and the storage boxes. Those named Require throw Refusal.
     void RequireGame(const std::string& strGameID);
     void RequireProduct(const std::string& strGameID, const std::string& strProductID, Product& product);
     template <class Req>
-    User RequireBox(const Req& req);  // its owner
+    User RequireBox(const Req& req);  // the owner of the box that the request names
     void RequireEntry(const User& owner, const std::string& strGameID, int nStorageSeq, Entry& entry);
     template <class Req>
     void EndReservations(const Req& req, EntryState state);
-    // After a purchase, once it is booked.
+    // What follows a purchase, once its answer is on its way.
     struct Delivered;
-    Link* LinkOf(const Session& session);  // null if he is on no link now
+    Link* LinkOf(const Session& session);  // null while the session's connector is away
     void NotifyStorage(const Delivered& delivered);
     void AskToSave(const std::shared_ptr<Delivered>& pDelivered);
     void OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswer, const std::string& strWhy);
 
-    // Runs each(record) for the list's records; a Refusal is counted, the first few are shown.
+    // Runs each(record) for the records of a list and returns how many were refused. The first few refusals
+    // are shown on the console under pszWhat.
     template <class Records, class Each>
     int CountRefused(const Call& call, const char* pszWhat, const Records& vecRecords, const Each& each);
     std::string NameOf(std::int64_t nConnector);
-    void Dropped(const std::vector<Session>& vecSessions, const char* pszWhy);
+    void ShowFailure(const StoreError& failure) const;
+    // Shows on the console that the service has checked these users out.
+    void ShowCheckedOut(const std::vector<Session>& vecSessions, const char* pszWhy);
 
     Store& m_store;
-    Registry& m_registry;
+    ConnectorRegistry& m_registry;
     Traffic& m_traffic;
-    Triggers& m_triggers;
+    GameRequests& m_requests;
     MessageLog& m_log;
     const Console& m_console;
     const IClock& m_clock;
     Catalogue& m_catalogue;
     Ledger& m_ledger;
     const bool m_bSaveOnPurchase;
-    std::map<std::int64_t, std::int64_t> m_mapOverdue;  // Seq No to the milliseconds at which it was found
+    std::map<std::int64_t, std::int64_t> m_mapOverdue;  // Seq No of a session without time, and since when
 };
 
 template <class Records, class Each>
@@ -184,14 +198,15 @@ int Service::CountRefused(const Call& call, const char* pszWhat, const Records& 
     return nRefused;
 }
 
-// How the request or record names its user.
+// How a request or record names its user: by id, or by number if the id is empty.
 template <class Named>
 UserKey KeyOf(const Named& named)
 {
     return named.strUserID.empty() ? UserKey{named.strUserNo, true} : UserKey{named.strUserID, false};
 }
 
-// The search type of a list, one of the known ones; 'A', all, if it is not set. Throws Refusal.
+// The search type of a list request; 'A', which finds all, if the request sets none. Throws Refusal for a
+// type that is not among the known ones.
 char SearchType(char cType, const char* pszKnown);
 
 }  // namespace Sandbox

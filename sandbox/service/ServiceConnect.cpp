@@ -1,4 +1,5 @@
-// Registration, heartbeat, the two lists that follow a registration, and what runs by time.
+// Registration, heartbeat, and the two lists that follow a registration: failed checkouts, and the users that
+// play.
 #include "sandbox/base/Version.h"
 #include "sandbox/service/Service.h"
 
@@ -9,7 +10,7 @@ constexpr std::size_t kMaxIdentityText = 20;  // bytes
 
 }  // namespace
 
-// It counts as a sign of life, as all bytes do.
+// Nothing to do: the link has noted that bytes came in, which is all that a heartbeat is for.
 void Service::Heartbeat(Call&, const XC2S_Heartbeat&) {}
 
 void Service::VelkarConnect(Call& call, const XC2S_VelkarConnectReq& req, XS2C_VelkarConnectAns& ans)
@@ -27,12 +28,15 @@ void Service::VelkarConnect(Call& call, const XC2S_VelkarConnectReq& req, XS2C_V
     Connector* const pConnector = m_registry.FindOrAdd(identity);
     if (pConnector == nullptr)
         throw Refusal(kTooMany, "The sandbox has too many connectors.");
+    // The connector's list tells which of its users still play. Those whom it does not confirm in time are
+    // checked out by the sweep.
     m_store.SetUnconfirmed(pConnector->nID);
     ans.strConnectInfo1 = "velkar-sandbox";
     ans.strConnectInfo2 = kVersion;
     ans.strMessage = "Accepted.";
 
     const std::int64_t msCycle = std::max<std::int64_t>(req.nHeartbeatCycle, 1) * 1000;
+    // Only once the store has taken the registration does the link become the connector's.
     call.vecAfter.push_back([this, &link = call.link, pConnector, msCycle] {
         pConnector->msCycle = msCycle;
         pConnector->msConfirmBy = m_clock.Milliseconds() + kConfirmCycles * msCycle;
@@ -61,63 +65,6 @@ void Service::UserListSync(Call& call, const XC2S_UserListSyncReq& req)
     m_console.Note(call.link.GetName() + ": user list: " + std::to_string(nConfirmed) + " confirmed, " +
                    std::to_string(nRestored) + " checked in again, " + std::to_string(nRefused) +
                    " not taken");
-}
-
-std::optional<std::string> Service::GetOverdue(const Link& link) const
-{
-    const std::int64_t msNow = m_clock.Milliseconds();
-    const Connector* const pConnector = link.GetConnector();
-    if (pConnector == nullptr) {
-        if (msNow - link.GetStartTime() <= kRegisterMilliseconds)
-            return std::nullopt;
-        return "no registration within " + std::to_string(kRegisterMilliseconds / 1000) + " s";
-    }
-    if (msNow - link.GetLastHeard() <= kSilentCycles * pConnector->msCycle)
-        return std::nullopt;
-    return "silent for " + std::to_string(kSilentCycles) + " heartbeat cycles of " +
-           std::to_string(pConnector->msCycle / 1000) + " s";
-}
-
-void Service::Sweep()
-{
-    const std::int64_t msNow = m_clock.Milliseconds();
-    Transaction transaction = m_store.Begin();
-    std::vector<Connector*> vecConfirmed, vecGone;
-    for (auto& [identity, connector] : m_registry.GetConnectors()) {
-        if (connector.msConfirmBy && msNow > *connector.msConfirmBy) {
-            Dropped(m_store.RemoveUnconfirmed(connector.nID),
-                    "nobody has confirmed it after the registration");
-            vecConfirmed.push_back(&connector);
-        }
-        if (connector.pLink == nullptr && msNow - connector.msAwaySince > kAwayMilliseconds) {
-            Dropped(m_store.GetSessions(connector.nID), "its connector stays away");
-            m_store.RemoveConnector(connector.nID);
-            vecGone.push_back(&connector);
-        }
-    }
-    const std::vector<Session> vecOverdue = RemoveOverdue();
-    Dropped(m_store.RemoveMovesBefore(m_clock.Now() - kMoveSeconds), "its move has not ended anywhere");
-    const int nReleased = m_ledger.ReleaseReservedBefore(m_clock.Now());
-    transaction.Commit();
-    if (nReleased > 0)
-        m_console.Note("storage: " + std::to_string(nReleased) +
-                       " reserved entries wait again, nobody ended it");
-    for (Connector* const pConnector : vecConfirmed)
-        pConnector->msConfirmBy.reset();
-    for (const Connector* const pConnector : vecGone) {
-        m_console.Note(pConnector->identity.GetName() + ": is forgotten");
-        m_registry.Remove(*pConnector);
-    }
-    for (const Session& session : vecOverdue)
-        NotifyForced(session);
-}
-
-void Service::Dropped(const std::vector<Session>& vecSessions, const char* pszWhy)
-{
-    for (const Session& session : vecSessions) {
-        m_console.Note(NameOf(session.nConnector) + ": " + Printable(session.strUserID) + " (Seq No " +
-                       std::to_string(session.nSeqNo) + ") is checked out: " + pszWhy);
-    }
 }
 
 std::string Service::NameOf(std::int64_t nConnector)

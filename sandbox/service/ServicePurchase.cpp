@@ -1,4 +1,5 @@
-// Purchases, and what follows a booked one: the notice of a gift, the order to the game to save it.
+// Purchases, and what follows a purchase that is booked: a notice of the gift to its receiver, or a request
+// to the game to save the items.
 #include <memory>
 
 #include "sandbox/service/Cashier.h"
@@ -6,9 +7,10 @@
 
 namespace Sandbox {
 
-// A purchase that is booked. Outlives its request.
+// A purchase that is booked. Shared by what follows it, because the request ends before the game has
+// answered.
 struct Service::Delivered {
-    XC2S_PurchaseProductReq req;
+    XC2S_PurchaseProductReq req;  // only game, server, character and gift message are set
     Sale sale;
     User buyer;
     User receiver;
@@ -44,7 +46,7 @@ void Service::PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS
     pDelivered->req.strCharacterID = req.strCharacterID;
     pDelivered->req.strGiftMessage = req.strGiftMessage;
     if (bSave) {
-        // Nobody else may move them meanwhile.
+        // Reserved, so that no other request moves the entries while the game saves them.
         const std::time_t until = m_clock.Now() + kReserveSeconds;
         for (const std::int64_t nSeq : sale.vecEntries)
             m_ledger.Reserve(nSeq, until, sale.strServerID, sale.strCharacterID);
@@ -111,13 +113,13 @@ void Service::AskToSave(const std::shared_ptr<Delivered>& pDelivered)
         item.strOptionCode = entry.row.strOptionCode;
         item.strOptionValue = entry.row.strOptionValue;
     }
-    m_triggers.Ask(*pLink, req, kSavePatience,
-                   [this, pDelivered](const Wirova::IMessage* pAnswer, int, const std::string& strWhy) {
-                       OnSaved(*pDelivered, pAnswer, strWhy);
-                   });
+    m_requests.Ask(*pLink, req, kSavePatience,
+                   [this, pDelivered](const Wirova::IMessage* pAnswer, GameRequests::Failure,
+                                      const std::string& strWhy) { OnSaved(*pDelivered, pAnswer, strWhy); });
 }
 
-// Saved: the entries have been moved. Not saved, or nobody knows: they wait in the box.
+// If the game has saved the items, their entries are used up. If it has not, or has not answered, the entries
+// wait in the box, and the receiver of a gift is told.
 void Service::OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswer, const std::string& strWhy)
 {
     const auto* const pSaved = dynamic_cast<const XC2S_SaveInventoryAns*>(pAnswer);
@@ -131,8 +133,7 @@ void Service::OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswe
         }
         transaction.Commit();
     } catch (const StoreError& e) {
-        m_console.Say(std::string("The database has failed: ") + e.what());
-        return;
+        return ShowFailure(e);
     }
     if (bSaved)
         return;

@@ -1,18 +1,21 @@
-// The billing sessions of users. docs/sandbox.md tells the same rules in prose.
+// The billing sessions of users: checkin, billing queries, checkout, moves, user lists, charging.
+// docs/sandbox.md tells the same rules in prose.
 #include <algorithm>
 #include <charconv>
 #include <climits>
 #include <iterator>
 
 #include "sandbox/base/DateText.h"
+#include "sandbox/service/BillingEvents.h"
 #include "sandbox/service/Service.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr int kWarnAt[] = {5, 1};  // remaining minutes
+constexpr int kWarnAt[] = {5, 1};  // remaining minutes at which the game is warned
 
-// A Seq No as connectors send it back; 0 for anything else. They keep 31 bits of it.
+// A Seq No as connectors send it back; 0 for anything else. Connectors keep 31 bits of a Seq No, so a larger
+// number is none.
 std::int64_t SeqNoOf(const std::string& strSeqNo)
 {
     std::int64_t nSeqNo = 0;
@@ -93,7 +96,8 @@ Session Service::StartSession(const Call& call, const User& user, const UserKey&
 
 // ---- checkin and query ----
 
-// What of a billing every answer and record has. A fixed term has as many minutes as its end date leaves.
+// Fills the billing fields that all answers and records have. The minutes of a fixed term are those until its
+// end date.
 template <class Rec>
 void Service::FillTerms(Rec& rec, const Billing& billing, const std::string& strEndDate) const
 {
@@ -129,7 +133,7 @@ void Service::CheckInUser(Call& call, const Req& req, Ans& ans)
     if (user.nResult != kAccepted && user.nResult != kAcceptedExtra)
         throw Refusal(user.nResult, user.strResultText);
     if (const auto old = m_store.FindSessionOf(user.nID)) {
-        // On the move it is on no connector any more.
+        // A session on the move has left its connector, so a checkin elsewhere ends the move.
         if (old->nConnector != call.pConnector->nID && old->nMovingSince == 0) {
             throw Refusal(kElsewhere,
                           Quoted(key.strText) + " is checked in on " + NameOf(old->nConnector) + " already.");
@@ -187,8 +191,8 @@ void Service::UserMoveTo(Call& call, const XC2S_UserMoveToReq& req, XS2C_UserMov
     ans.bSuccess = true;
 }
 
-// The session keeps its Seq No: the game has handed it over with the user. Asked again, as after a lost
-// answer, it is a success again.
+// The session keeps its Seq No, which the game has handed over with the user. A second request for a session
+// that has arrived already succeeds too, so the connector may repeat a request whose answer was lost.
 void Service::UserMoveFrom(Call& call, const XC2S_UserMoveFromReq& req, XS2C_UserMoveFromAns& ans)
 {
     const UserKey key = KeyOf(req);
@@ -220,20 +224,20 @@ Service::Synced Service::SyncUser(const Call& call, const UserKey& key, const XC
     const bool bHere = session && session->nConnector == call.pConnector->nID;
     const bool bSame = session && (nSeqNo == 0 || session->nSeqNo == nSeqNo);
     if (bHere && bSame) {
-        m_store.Confirm(session->nSeqNo);  // and should it be leaving from here, it goes on leaving
+        m_store.Confirm(session->nSeqNo);  // a move that has begun here goes on
         return Synced::Confirmed;
     }
     if (session && !bHere) {
         if (session->nMovingSince == 0 || !bSame)
             throw Refusal(kElsewhere,
                           Quoted(key.strText) + " is checked in on " + NameOf(session->nConnector) + ".");
-        session->nConnector = call.pConnector->nID;  // it has arrived
+        session->nConnector = call.pConnector->nID;  // the move ends here
         session->bByNumber = key.bNumber;
         session->strUserIP = info.strUserIP;
         m_store.MoveSession(*session);
         return Synced::Restored;
     }
-    if (session)  // about its own users the connector is right
+    if (session)  // a connector's list counts more than what the store has of its users
         m_store.RemoveSession(session->nSeqNo);
     StartSession(call, user, key, info.strUserIP, nSeqNo != 0 ? nSeqNo : m_store.TakeSeqNo());
     return Synced::Restored;
@@ -241,7 +245,7 @@ Service::Synced Service::SyncUser(const Call& call, const UserKey& key, const XC
 
 // ---- charging ----
 
-// There is no failure in the answer: who cannot be charged is named on the console.
+// The answer has no field for a failure, so users who cannot be charged are named on the console.
 void Service::Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns&)
 {
     const auto& vecInfo = req.vecChargeInfo;
@@ -252,8 +256,9 @@ void Service::Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns&)
                    std::to_string(nRefused) + " not charged");
 }
 
-// One minute for each charge. The game is warned before the last one and told when it is used up, and then
-// has to check the user out. If it charges on instead, the service does.
+// Takes one minute off. The game is warned when few minutes are left. When none is left, the game gets a
+// billing event and has to check the user out; if it charges the user once more instead, the service checks
+// the user out.
 void Service::ChargeUser(Call& call, const XChargeInfo& info, int nProductID)
 {
     const Session session = RequireSession(call, KeyOf(info), info.strSeqNo);
@@ -262,7 +267,7 @@ void Service::ChargeUser(Call& call, const XChargeInfo& info, int nProductID)
         throw Refusal(kNotCheckedIn, Quoted(user.strUserID) + " is not charged for this product.");
     if (user.billing.nRemainMinutes < 1) {
         m_store.RemoveSession(session.nSeqNo);
-        Dropped({session}, "it is charged without a minute left");
+        ShowCheckedOut({session}, "it is charged without a minute left");
         call.vecAfter.push_back([this, session] { NotifyForced(session); });
         throw Refusal(kNoMinutes, Quoted(user.strUserID) + " has no minutes left.");
     }
@@ -296,26 +301,6 @@ void Service::NotifyForced(const Session& session)
     const Connector* const pConnector = m_registry.Find(session.nConnector);
     if (pConnector != nullptr && pConnector->pLink != nullptr)
         Notify(*pConnector->pLink, session, kForceCheckout, 0, "The time is over.");
-}
-
-std::vector<Session> Service::RemoveOverdue()
-{
-    const std::int64_t msNow = m_clock.Milliseconds();
-    std::vector<Session> vecRemoved;
-    std::map<std::int64_t, std::int64_t> mapStill;
-    for (const Session& session : m_store.GetOverdue(FormatDate(m_clock.Now()))) {
-        const auto it = m_mapOverdue.find(session.nSeqNo);
-        const std::int64_t msSince = it != m_mapOverdue.end() ? it->second : msNow;
-        if (msNow - msSince <= kOverdueMilliseconds) {
-            mapStill.emplace(session.nSeqNo, msSince);
-            continue;
-        }
-        m_store.RemoveSession(session.nSeqNo);
-        vecRemoved.push_back(session);
-    }
-    m_mapOverdue = std::move(mapStill);
-    Dropped(vecRemoved, "its time is over, and its connector has not checked it out");
-    return vecRemoved;
 }
 
 }  // namespace Sandbox

@@ -1,4 +1,5 @@
-// What the shop answers. docs/sandbox.md tells the same rules in prose.
+// The lists of the shop: menu, products, discounts, coupons, tags, special groups, and the balance.
+// docs/sandbox.md tells the same rules in prose.
 #include "sandbox/base/DateText.h"
 #include "sandbox/service/Cashier.h"
 #include "sandbox/service/Service.h"
@@ -6,7 +7,7 @@
 namespace Sandbox {
 namespace {
 
-constexpr int kMaxRow = 1000;  // of a page
+constexpr int kMaxPageRows = 1000;
 
 }  // namespace
 
@@ -29,14 +30,15 @@ void Service::QueryMenuList(Call&, const XC2S_QueryMenuListReq& req, XS2C_QueryM
     m_catalogue.GetMenu(req.strGameID, FormatDate(m_clock.Now()), ans.vecMenu);
 }
 
-// A page behind the last one is empty, and no mistake.
+// A page behind the last one is answered as an empty list.
 void Service::QueryProductList(Call&, const XC2S_QueryProductListReq& req, XS2C_QueryProductListAns& ans)
 {
     RequireGame(req.strGameID);
     if (!req.strBranchID.empty() && m_catalogue.DepthOf(req.strGameID, req.strBranchID) == 0)
         throw Refusal(kUnknownBranch, "There is no branch " + Quoted(req.strBranchID) + ".");
-    if (req.nRow < 1 || req.nRow > kMaxRow || req.nPage < 1)
-        throw Refusal(kBadPage, "A page has 1 to " + std::to_string(kMaxRow) + " rows, the first is page 1.");
+    if (req.nRow < 1 || req.nRow > kMaxPageRows || req.nPage < 1)
+        throw Refusal(kBadPage,
+                      "A page has 1 to " + std::to_string(kMaxPageRows) + " rows, the first is page 1.");
     const ProductSearch search{req.strGameID, req.strBranchID, SearchType(req.cSearchType, "ANIT"),
                                req.strSearchValue, FormatDate(m_clock.Now())};
     ans.nListValue1 = m_catalogue.CountProducts(search);
@@ -77,7 +79,7 @@ void Service::QueryDiscount(Call&, const XC2S_QueryDiscountReq& req, XS2C_QueryD
         CopyFields(discount.row, ans.vecDiscount.Add());
 }
 
-// Those that a purchase would take.
+// The coupons that a purchase of the product would take.
 void Service::QueryCoupont(Call&, const XC2S_QueryCoupontReq& req, XS2C_QueryCoupontAns& ans)
 {
     Product product;

@@ -1,5 +1,5 @@
-// Storage boxes: looking into one, and moving entries into an inventory in two steps. docs/sandbox.md tells
-// the same rules in prose.
+// Storage boxes: their lists, and moving entries into a game's inventory in two steps, reserve and then
+// confirm or cancel. docs/sandbox.md tells the same rules in prose.
 #include <set>
 
 #include "sandbox/base/DateText.h"
@@ -10,8 +10,14 @@ namespace {
 
 constexpr std::size_t kMaxUse = 1000;              // entries of one request
 constexpr std::size_t kMaxAnswer = 15u << 20;      // bytes of the entries of one answer
-constexpr std::size_t kMaxName = 20;               // of a server or character
-constexpr std::time_t kNewSeconds = 24 * 60 * 60;  // from the purchase, unless read before
+constexpr std::size_t kMaxBoxName = 20;            // bytes of a server or character
+constexpr std::time_t kNewSeconds = 24 * 60 * 60;  // an unread entry counts as new for this time
+
+void RequireCount(std::size_t nEntries)
+{
+    if (nEntries < 1 || nEntries > kMaxUse)
+        throw Refusal(kTooManyRows, "1 to " + std::to_string(kMaxUse) + " entries are moved at once.");
+}
 
 }  // namespace
 
@@ -19,7 +25,7 @@ template <class Req>
 User Service::RequireBox(const Req& req)
 {
     RequireGame(req.strGameID);
-    if (req.strServerID.size() > kMaxName || req.strCharacterID.size() > kMaxName)
+    if (req.strServerID.size() > kMaxBoxName || req.strCharacterID.size() > kMaxBoxName)
         throw Refusal(kTextTooLong, "Servers and characters have at most 20 bytes each.");
     return RequireUser(KeyOf(req));
 }
@@ -32,7 +38,8 @@ void Service::RequireEntry(const User& owner, const std::string& strGameID, int 
                                          Quoted(owner.strUserID) + ".");
 }
 
-// Users are named as the request names its user. What is more than an answer can hold is not listed.
+// The entries name users the way in which the request does: by number alone, or by id too. Entries beyond
+// kMaxAnswer bytes are not listed, and the answer's message says how many.
 void Service::SearchStorage(Call&, const XC2S_SearchStorageReq& req, XS2C_SearchStorageAns& ans)
 {
     const User owner = RequireBox(req);
@@ -75,12 +82,11 @@ void Service::ConfirmReadStorage(Call&, const XC2S_ConfirmReadStorageReq& req, X
     m_ledger.SetState(req.nStorageSeq, EntryState::Deleted);
 }
 
-// All of them or none.
+// Reserves all entries of the request or none: a refusal rolls the transaction back.
 void Service::RequestUseStorage(Call&, const XC2S_RequestUseStorageReq& req, XC2S_RequestUseStorageAns&)
 {
     const User owner = RequireBox(req);
-    if (req.vecStorageUse.empty() || req.vecStorageUse.size() > kMaxUse)
-        throw Refusal(kTooManyRows, "1 to " + std::to_string(kMaxUse) + " entries are moved at once.");
+    RequireCount(req.vecStorageUse.size());
     const std::string strNow = FormatDate(m_clock.Now());
     std::set<int> setSeqs;
     for (const XStorageUseInfo* const pUse : req.vecStorageUse) {
@@ -106,8 +112,7 @@ template <class Req>
 void Service::EndReservations(const Req& req, EntryState state)
 {
     const User owner = RequireBox(req);
-    if (req.vecStorageSeq.empty() || req.vecStorageSeq.size() > kMaxUse)
-        throw Refusal(kTooManyRows, "1 to " + std::to_string(kMaxUse) + " entries are moved at once.");
+    RequireCount(req.vecStorageSeq.size());
     std::set<int> setSeqs;
     for (const int nSeq : req.vecStorageSeq) {
         const std::string strEntry = "The entry " + std::to_string(nSeq);
@@ -117,7 +122,7 @@ void Service::EndReservations(const Req& req, EntryState state)
             throw Refusal(kNamedTwice, strEntry + " is named twice.");
         if (entry.state == EntryState::Used)
             throw Refusal(kEntryUsed, strEntry + " has been moved already.");
-        // Until the sweep comes round, one that has run out is still marked.
+        // A reservation that has run out stays marked until the next sweep, but counts as ended here already.
         if (entry.state != EntryState::Reserved || entry.nUntil < m_clock.Now())
             throw Refusal(kNotReserved, strEntry + " is not reserved.");
         if (entry.strUseServerID != req.strServerID || entry.strUseCharacterID != req.strCharacterID)

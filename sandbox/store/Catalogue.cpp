@@ -7,17 +7,18 @@ namespace {
 
 constexpr char kOfProduct[] = "game TEXT NOT NULL, product TEXT NOT NULL, ";
 
-// In the order in which they can be cleared.
+// All tables of the catalogue.
 constexpr const char* kTables[] = {
     "shop_group_product", "shop_group", "shop_tag",     "shop_product_tag", "shop_discount", "shop_option",
     "shop_condition",     "shop_child", "shop_product", "shop_branch_in",   "shop_menu",     "shop_game"};
 
-// The columns of a product behind the game: its own, the record's, and what the orders say has been sold.
+// Columns: the game, those of Product, those of the record, and the pieces sold by orders.
 constexpr char kSelectProduct[] =
     "SELECT p.*, (SELECT coalesce(sum(count), 0) FROM shop_order o WHERE o.game = p.game AND"
     " o.product = p.strProductID) FROM shop_product p WHERE ";
-constexpr int kProductOwn = 7;  // columns ahead of the record's
+constexpr int kProductOwn = 7;  // columns in front of those of the record
 
+// Whether a product belongs to a ProductSearch: ?1 game, ?2 branch, ?3 type, ?4 value, ?5 now.
 constexpr char kIsFound[] =
     "game = ?1 AND (?2 = '' OR strBranchID IN (SELECT below FROM shop_branch_in WHERE game = ?1 AND"
     " branch = ?2)) AND strStartDate <= ?5 AND strEndDate >= ?5 AND CASE ?3"
@@ -204,7 +205,7 @@ std::vector<std::string> Texts(Statement& select, const Args&... args)
     return vecTexts;
 }
 
-// nOwn: columns ahead of the record's.
+// Appends each row's record. nOwn columns stand in front of those of the record.
 template <class Rec, class... Args>
 void Records(Statement& select, int nOwn, Wirova::RecordVector<Rec>& vecRecords, const Args&... args)
 {

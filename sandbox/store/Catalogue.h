@@ -1,5 +1,6 @@
-// What a shop sells: menu, products, discounts, tags and groups of one or more games, in the tables of the
-// store's database. Written as a whole from a seed, then only read. Everything throws StoreError.
+// What the shops sell: menu, products, discounts, tags and special groups of one or more games, in tables of
+// the store's database. A seed writes the catalogue as a whole; afterwards it is only read. Every function
+// throws StoreError.
 #pragma once
 
 #include <cstdint>
@@ -24,9 +25,9 @@ struct Product {
     std::string strDetailDesc;
     std::string strMovieURL;
     std::string strDirection;
-    char cCouponUse = 'Y';  // 'Y' any number, 'O' one, 'N' none
-    char cDiscount = 'Y';   // 'N': neither its own rate nor the discounts count
-    bool bSave = false;     // the game is asked to save what has been bought
+    char cCouponUse = 'Y';  // coupons in one purchase: 'Y' any number, 'O' one, 'N' none
+    char cDiscount = 'Y';   // 'N': neither the product's own rate nor its discounts count
+    bool bSave = false;     // after a purchase the game is asked to save the items into the inventory
 };
 
 // One item of a product; a purchase of n makes one storage entry of n times nCount.
@@ -42,16 +43,16 @@ struct Discount {
     XDiscountInfo row;
     int nMinLevel = 0;
     int nMaxLevel = INT32_MAX;
-    std::string strServerID;  // empty: on all
+    std::string strServerID;  // empty: on all servers
 };
 
-// Which products a list has.
+// Which products a product list shows.
 struct ProductSearch {
     std::string strGameID;
-    std::string strBranchID;  // and the branches below; empty: all
-    char cType = 'A';         // 'A' all, 'N' name contains, 'I' product id is, 'T' has the tag
+    std::string strBranchID;  // this branch and all below it; empty: all branches
+    char cType = 'A';         // 'A' all, 'N' name contains strValue, 'I' product id is, 'T' has the tag
     std::string strValue;
-    std::string strNow;  // only what is on sale then
+    std::string strNow;  // 14 digits; only products on sale at that time
 };
 
 class Catalogue {
@@ -59,7 +60,7 @@ public:
     explicit Catalogue(Database& db);
     ~Catalogue();
 
-    static std::string Schema();  // of a new database
+    static std::string Schema();  // SQL that makes the tables in a new database
 
     // ---- writing ----
     void Clear();
@@ -75,14 +76,16 @@ public:
     void AddGroup(const std::string& strGameID, const XSpecialProductListContent& row);
     void AddGroupProduct(const std::string& strGameID, const XSpecialProduct& row);
 
-    // ---- reading; lists are appended to, in the order in which they are shown ----
+    // ---- reading; functions with a list argument append to it, in the order in which games show the rows
+    // ----
     std::vector<std::string> GetGames();  // in the order of the seed
     bool HasGame(const std::string& strGameID);
     std::vector<std::string> GetProductIDs(const std::string& strGameID);  // on sale or not
-    // 0: there is no such branch; the first depth is 1.
+    // The branch's depth in the menu, from 1; 0 if there is no such branch.
     int DepthOf(const std::string& strGameID, const std::string& strBranchID);
     bool HasGroup(const std::string& strGameID, const std::string& strExposeCode);
-    bool FindProduct(const ProductKey& key, Product& product);  // with what has been sold of it
+    // Fills product, the number of sold pieces included. False if there is no such product.
+    bool FindProduct(const ProductKey& key, Product& product);
 
     void GetMenu(const std::string& strGameID, const std::string& strNow,
                  Wirova::RecordVector<XMenuContents>& vecMenu);

@@ -3,8 +3,10 @@
 namespace Sandbox {
 namespace {
 
-constexpr int kEntryOwn = 7;  // columns ahead of the record's
+constexpr int kEntryOwn = 7;  // columns in front of those of the record
 
+// Whether a waiting entry belongs to a BoxSearch: ?1 owner, ?2 game, ?3 server, ?4 character, ?5 type, ?6
+// value.
 constexpr char kIsListed[] =
     "owner = ?1 AND game = ?2 AND state = 0 AND (?3 = '' OR strServerID IN ('', ?3))"
     " AND (?4 = '' OR strCharacterID IN ('', ?4)) AND CASE ?5"
@@ -181,7 +183,7 @@ std::vector<Order> Ledger::GetOrders(std::optional<std::int64_t> nBuyer, std::in
 std::int64_t Ledger::AddEntry(const Entry& entry)
 {
     std::int64_t nStorageSeq = 0;
-    // The number is given by the table: its place is null.
+    // The first column is null: SQLite then gives the entry the next number.
     m_sql->addEntry.ForEach([&](const Statement& row) { nStorageSeq = row.Int(0); }, nullptr, entry.nOwner,
                             entry.strGameID, static_cast<int>(EntryState::Waiting), 0, "", "", entry.row);
     return nStorageSeq;

@@ -1,5 +1,6 @@
-// What users own: balances, coupons, orders and storage boxes, in the tables of the store's database. It
-// keeps them and knows no rule of the shop. Everything throws StoreError; changes belong into a Transaction.
+// What users own: balances, coupons, orders and storage boxes, in tables of the store's database. The ledger
+// knows no rule of the shop; the Cashier and the Service do. Every function throws StoreError. Changes belong
+// into a Transaction of the store.
 #pragma once
 
 #include <cstdint>
@@ -17,10 +18,10 @@
 
 namespace Sandbox {
 
-// A user without one has nothing and no pass word.
+// A user without a wallet has no coin and needs no pass word.
 struct Wallet {
     int nRuvCoin = 0;
-    std::string strPassWord;  // empty: not asked for
+    std::string strPassWord;  // of purchases; empty: none is asked for
 };
 
 struct Coupon {
@@ -37,28 +38,29 @@ struct Order {
     std::int64_t nBuyer = 0;
     std::int64_t nReceiver = 0;
     int nCount = 0;
-    int nPrice = 0;       // as it was taken off the buyer's balance
+    int nPrice = 0;       // what was taken off the buyer's balance
     std::string strDate;  // 14 digits
 };
 
 enum class EntryState : int { Waiting = 0, Reserved = 1, Used = 2, Deleted = 3 };
 
 struct Entry {
-    XStorageInfo row;  // nStorageSeq is the ledger's
+    XStorageInfo row;  // the ledger gives row.nStorageSeq
     std::int64_t nOwner = 0;
     std::string strGameID;
     EntryState state = EntryState::Waiting;
-    // Of a reservation: when it ends by itself, calendar time, and for whom it is.
+    // The reservation: the calendar time at which it ends by itself, and the server and character that it is
+    // for.
     std::int64_t nUntil = 0;
     std::string strUseServerID;
     std::string strUseCharacterID;
 };
 
-// What of a box is listed; empty texts are no condition.
+// Which entries of a box a list shows; an empty text is no condition.
 struct BoxSearch {
     std::int64_t nOwner = 0;
     std::string strGameID;
-    std::string strServerID;  // entries of no server or character are listed too
+    std::string strServerID;  // entries that name no server or character are listed in any case
     std::string strCharacterID;
     char cType = 'A';  // 'A' all, 'N' name contains, 'I' item id is, 'O' order seq is, 'U' not read yet
     std::string strValue;
@@ -69,10 +71,10 @@ public:
     explicit Ledger(Database& db);
     ~Ledger();
 
-    static std::string Schema();  // of a new database
+    static std::string Schema();  // SQL that makes the tables in a new database
 
     // ---- balances ----
-    bool OpenWallet(std::int64_t nUser, const Wallet& wallet);  // false, and no change, if he has one
+    bool OpenWallet(std::int64_t nUser, const Wallet& wallet);  // false, and no change, if the user has one
     Wallet GetWallet(std::int64_t nUser);
     void ChangeCoin(std::int64_t nUser, int nDifference);
 
@@ -83,30 +85,31 @@ public:
     void UseCoupon(const std::string& strUseID, std::int64_t nOrderSeq);
 
     // ---- orders ----
-    std::int64_t AddOrder(const Order& order);  // its number
+    std::int64_t AddOrder(const Order& order);  // returns the new order's number
     bool HasOrderFor(std::int64_t nReceiver, const std::string& strGameID, const std::string& strProductID);
-    std::vector<Order> GetOrders(std::optional<std::int64_t> nBuyer, std::int64_t nLimit);  // the last first
+    std::vector<Order> GetOrders(std::optional<std::int64_t> nBuyer,
+                                 std::int64_t nLimit);  // the latest first
 
     // ---- storage boxes ----
     std::int64_t AddEntry(const Entry& entry);  // waiting; returns its number
     bool FindEntry(std::int64_t nStorageSeq, Entry& entry);
-    // Calls each(entry) for those that wait, by number.
+    // Calls each(entry) for the waiting entries that the search finds, ordered by number.
     void ForEachWaiting(const BoxSearch& search, const std::function<void(const Entry& entry)>& each);
     int CountWaiting(const BoxSearch& search);
-    // All of them, in whatever state.
+    // Calls each(entry) for the owner's entries in any state, at most nLimit of them.
     void ForEachEntry(std::int64_t nOwner, std::int64_t nLimit,
                       const std::function<void(const Entry& entry)>& each);
-    std::vector<std::int64_t> GetEntriesOf(std::int64_t nOrderSeq);  // numbers
+    std::vector<std::int64_t> GetEntriesOf(std::int64_t nOrderSeq);  // their numbers
     void SetRead(std::int64_t nStorageSeq);
     void Reserve(std::int64_t nStorageSeq, std::int64_t nUntil, const std::string& strServerID,
                  const std::string& strCharacterID);
-    void SetState(std::int64_t nStorageSeq, EntryState state);  // no reservation
-    int ReleaseReservedBefore(std::time_t time);                // returns how many
+    void SetState(std::int64_t nStorageSeq, EntryState state);  // ends a reservation
+    int ReleaseReservedBefore(std::time_t time);                // returns how many entries wait again
 
     // ---- reset ----
-    // No orders, no entries; what was paid is back, coupons are unused.
+    // Removes all orders and entries. What was paid for them is given back, and all coupons count as unused.
     void UndoAll();
-    void RestoreWallet(std::int64_t nUser, const Wallet& wallet);  // and without coupons
+    void RestoreWallet(std::int64_t nUser, const Wallet& wallet);  // also removes the user's coupons
 
 private:
     struct Statements;

@@ -1,5 +1,5 @@
-// Wire records as rows: a table has columns of its own and then one for each field of its record, under the
-// field's wire name. The record's one list of fields says both.
+// Wire records as rows of a table: the table has columns of its own, and behind them one for each field of
+// the record, under the field's wire name. A new field of a record needs nothing here.
 #pragma once
 
 #include <concepts>
@@ -18,7 +18,8 @@ concept WireRecord = requires(const Rec& rec)
     Rec::kMsgID;
 };
 
-// Records are not copied as a whole, each belongs to its message. For those without lists.
+// Copies a record field by field, because wire records cannot be copied as a whole. For records without
+// lists.
 template <WireRecord Rec>
 void CopyFields(const Rec& from, Rec& to)
 {
@@ -43,8 +44,8 @@ int CountColumns()
     return nColumns;
 }
 
-// "CREATE TABLE table (own columns, the record's, rest)"; the own ones and the rest end and begin with a
-// comma.
+// SQL that makes a table of its own columns, the record's, and strRest. strOwn ends with a comma and strRest
+// begins with one, unless they are empty.
 template <WireRecord Rec>
 std::string CreateSql(const std::string& strTable, const std::string& strOwn, const std::string& strRest = "")
 {
@@ -60,6 +61,7 @@ std::string CreateSql(const std::string& strTable, const std::string& strOwn, co
     return "CREATE TABLE " + strTable + " (" + strOwn + strColumns + strRest + ");";
 }
 
+// SQL that inserts a row of nOwn columns and a record.
 template <WireRecord Rec>
 std::string InsertSql(const std::string& strTable, int nOwn)
 {

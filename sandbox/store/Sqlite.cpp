@@ -15,7 +15,7 @@ Database::Database(const std::string& strPath)
     sqlite3* db = nullptr;
     const int nResult = sqlite3_open_v2(strPath.empty() ? ":memory:" : strPath.c_str(), &db,
                                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    m_db.reset(db);  // also after a failure
+    m_db.reset(db);  // SQLite wants the handle closed even if opening it failed
     if (nResult != SQLITE_OK)
         Fail(db);
 }
@@ -67,7 +67,7 @@ Transaction::Transaction(Database& db) : m_db(db) { m_db.Execute("BEGIN"); }
 
 Transaction::~Transaction()
 {
-    // Some failures have ended it already; then this one has nothing to do and its result no meaning.
+    // After some failures SQLite has rolled back by itself. ROLLBACK fails then, which does no harm.
     if (m_bOpen)
         sqlite3_exec(m_db.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }

@@ -1,4 +1,5 @@
-// SQLite as two small classes that throw StoreError. For one thread at a time.
+// SQLite as three small classes: a database, its statements, its transactions. Used by one thread at a time.
+// Every function throws StoreError.
 #pragma once
 
 #include <sqlite3.h>
@@ -14,7 +15,7 @@
 
 namespace Sandbox {
 
-// The database cannot do what was asked; the text says why.
+// The database could not do what was asked; the text is SQLite's own.
 class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -36,13 +37,13 @@ private:
     std::unique_ptr<sqlite3, Closer> m_db;
 };
 
-// Prepared once, run often; it must not run inside its own row function.
+// A statement, prepared once and run often. Its row function must not run the same statement again.
 class Statement {
 public:
     Statement(const Database& db, const std::string& strSql);
 
-    // Binds the arguments in order, calls row(*this) for each row and returns their number. A wire record
-    // is as many arguments as it has fields.
+    // Binds the arguments in order, calls row(*this) for each row and returns the number of rows. A wire
+    // record counts as one argument for each of its fields.
     template <class Row, class... Args>
     int ForEach(const Row& row, const Args&... args)
     {
@@ -63,7 +64,7 @@ public:
     // Columns of the current row, from 0.
     std::int64_t Int(int nColumn) const { return sqlite3_column_int64(m_stmt.get(), nColumn); }
     std::string Text(int nColumn) const;
-    // The record's fields are the columns from that one on; returns the column behind them.
+    // Reads the record's fields from the columns that begin at nColumn; returns the column behind them.
     template <class Rec>
     int Record(int nColumn, Rec& rec) const
     {
@@ -91,7 +92,7 @@ private:
         } else if constexpr (requires { arg.nByte; }) {
             Bind(++nIndex, std::int64_t{arg.nByte});
         } else if constexpr (std::is_null_pointer_v<Arg>) {
-            ++nIndex;  // null unless bound
+            ++nIndex;  // SQLite takes a parameter that is not bound for null
         } else {
             Bind(++nIndex, arg);
         }
@@ -108,13 +109,14 @@ private:
         }
     };
     void Bind(int nIndex, std::int64_t nValue);
-    void Bind(int nIndex, std::string_view strValue);  // must live until the rows are done
+    void Bind(int nIndex,
+              std::string_view strValue);  // not copied: the text must live until the last row is read
     bool Step();
 
     std::unique_ptr<sqlite3_stmt, Finalizer> m_stmt;
 };
 
-// All or nothing; given up unless committed.
+// From construction to Commit. A transaction that is destroyed without Commit is rolled back.
 class Transaction {
 public:
     explicit Transaction(Database& db);

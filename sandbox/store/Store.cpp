@@ -51,9 +51,9 @@ CREATE INDEX session_moving ON session (moving_since) WHERE moving_since > 0;
 CREATE TABLE counter (last_seq_no INTEGER NOT NULL);
 )";
 
-// A sandbox without a file starts anew with each run, while the connectors still hold numbers of the
-// run before. So the first number follows the calendar: four for each second since 2026. Connectors
-// hand users over with 31 bits of it, which lasts until 2043.
+// The first Seq No of a new database. A sandbox without a file has a new database in each run, while
+// connectors still hold Seq Nos of the run before; so the first number follows the calendar, four numbers for
+// each second since 2026. Connectors keep 31 bits of a Seq No, which are used up in 2043.
 std::int64_t FirstSeqNo(std::time_t now)
 {
     constexpr std::time_t kYear2026 = 1767225600;
@@ -67,7 +67,8 @@ std::int64_t GetNumber(Database& db, const char* pszSql)
     return nValue;
 }
 
-// Refuses a database that is not ours, untouched; makes the tables that are missing.
+// Makes the tables that are missing. Throws StoreError for the database of another program or of a newer
+// sandbox, and has changed nothing in it then.
 Database& Prepare(Database& db, std::time_t now)
 {
     const bool bNew = GetNumber(db, "SELECT count(*) FROM sqlite_master") == 0;
@@ -78,7 +79,8 @@ Database& Prepare(Database& db, std::time_t now)
         throw StoreError("its tables are of version " + std::to_string(nVersion) +
                          ", this program knows versions 1 to " + std::to_string(kSchemaVersion));
     }
-    // One process a file; the log file keeps what was committed through a kill.
+    // The lock keeps a second process out of the file. The write-ahead log keeps committed changes even if
+    // the process is killed.
     db.Execute(
         "PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
         "PRAGMA foreign_keys = ON; BEGIN EXCLUSIVE; COMMIT");
@@ -284,10 +286,18 @@ void Store::RemoveConnector(std::int64_t nConnector)
     m_sql->removeConnector.Run(nConnector);
 }
 
+template <class Arg>
+std::vector<Session> Store::All(Statement& select, const Arg& argument)
+{
+    std::vector<Session> vecFound;
+    select.ForEach([&](const Statement& row) { vecFound.push_back(SessionOf(row)); }, argument);
+    return vecFound;
+}
+
 std::int64_t Store::TakeSeqNo()
 {
     std::int64_t nSeqNo = 0;
-    do {  // a number that a connector brought along may be taken already
+    do {  // a user list may have brought a session with this Seq No
         m_sql->takeSeqNo.ForEach([&](const Statement& row) { nSeqNo = row.Int(0); });
     } while (FindSession(nSeqNo));
     return nSeqNo;
@@ -320,28 +330,17 @@ void Store::SetUnconfirmed(std::int64_t nConnector) { m_sql->setUnconfirmed.Run(
 
 std::vector<Session> Store::RemoveUnconfirmed(std::int64_t nConnector)
 {
-    std::vector<Session> vecRemoved = All(m_sql->unconfirmed, nConnector);
-    for (const Session& session : vecRemoved)
-        RemoveSession(session.nSeqNo);
-    return vecRemoved;
+    return RemoveAll(m_sql->unconfirmed, nConnector);
 }
 
 std::vector<Session> Store::RemoveMovesBefore(std::time_t time)
 {
-    std::vector<Session> vecRemoved = All(m_sql->movesBefore, time);
-    for (const Session& session : vecRemoved)
-        RemoveSession(session.nSeqNo);
-    return vecRemoved;
+    return RemoveAll(m_sql->movesBefore, time);
 }
 
 void Store::RemoveAllSessions() { m_sql->removeAllSessions.Run(); }
 
-std::vector<Session> Store::GetOverdue(const std::string& strNow)
-{
-    std::vector<Session> vecFound;
-    m_sql->overdue.ForEach([&](const Statement& row) { vecFound.push_back(SessionOf(row)); }, strNow);
-    return vecFound;
-}
+std::vector<Session> Store::GetOverdue(const std::string& strNow) { return All(m_sql->overdue, strNow); }
 
 Session Store::SessionOf(const Statement& row)
 {
@@ -356,11 +355,12 @@ std::optional<Session> Store::One(Statement& select, std::int64_t nArgument)
     return found;
 }
 
-std::vector<Session> Store::All(Statement& select, std::int64_t nArgument)
+std::vector<Session> Store::RemoveAll(Statement& select, std::int64_t nArgument)
 {
-    std::vector<Session> vecFound;
-    select.ForEach([&](const Statement& row) { vecFound.push_back(SessionOf(row)); }, nArgument);
-    return vecFound;
+    std::vector<Session> vecRemoved = All(select, nArgument);
+    for (const Session& session : vecRemoved)
+        RemoveSession(session.nSeqNo);
+    return vecRemoved;
 }
 
 }  // namespace Sandbox

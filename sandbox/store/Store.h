@@ -1,6 +1,6 @@
-// The sandbox's memory: users, connectors and sessions, the shop and what users own there, in one SQLite
-// database, in a file or in memory.
-// Everything throws StoreError. Changes belong into a Transaction of Begin().
+// Everything that the sandbox remembers, in one SQLite database: users, connectors and sessions here, shops
+// in its Catalogue, what users own in its Ledger. Belongs to the server's thread. Every function throws
+// StoreError. Changes belong into a Transaction of Begin(); without Commit they are undone.
 #pragma once
 
 #include <cstdint>
@@ -30,26 +30,26 @@ struct Billing {
 
 struct User {
     std::int64_t nID = 0;
-    std::string strUserID;  // a request names the user by this...
-    std::string strUserNo;  // ...or by this
+    std::string strUserID;  // a request names the user by id or by number
+    std::string strUserNo;
     Billing billing;
-    int nTermSeconds = 0;  // above 0: the term runs so long from each checkin, and there is no fixed end
-    char cFree = 'N';
+    int nTermSeconds = 0;  // above 0: the term begins at each checkin, and billing.strEndDate does not count
+    char cFree = 'N';      // 'Y': plays free of charge
     bool bPCCafe = false;
-    int nResult = 0;  // what checkins and billing queries answer for this user: 0 as the rules say
+    int nResult = 0;  // other than 0: the result of all checkins and billing queries of this user
     std::string strResultText;
-    std::vector<Billing> vecOther;
+    std::vector<Billing> vecOther;  // further billings; only AddUser and RestoreUser look at them
 };
 
 struct Session {
     std::int64_t nSeqNo = 0;
     std::int64_t nUser = 0;
     std::int64_t nConnector = 0;
-    std::string strUserID;  // the user's, as strUserNo is
+    std::string strUserID;
     std::string strUserNo;
-    bool bByNumber = false;  // the connector names the user by the number
+    bool bByNumber = false;  // the connector names the user by number, not by id
     std::string strUserIP;
-    std::string strEndDate;
+    std::string strEndDate;         // 14 digits
     std::int64_t nMovingSince = 0;  // calendar time of UserMoveTo; 0: not on the move
 };
 
@@ -61,7 +61,8 @@ struct UserKey {
 
 class Store {
 public:
-    // An empty path is a database in memory. now numbers the first checkin of a new database.
+    // An empty path is a database in memory. The Seq Nos of a new database begin at a number that follows
+    // from now.
     Store(const std::string& strPath, std::time_t now);
     ~Store();
     Store(const Store&) = delete;
@@ -75,11 +76,11 @@ public:
     // ---- users ----
     bool AddUser(const User& user);  // false, and no change, if the user id is there already
     std::optional<User> FindUser(const UserKey& key);  // without the other billings
-    std::optional<User> GetUser(std::int64_t nUser);   // likewise
+    std::optional<User> GetUser(std::int64_t nUser);   // without the other billings
     std::vector<Billing> GetOtherBillings(std::int64_t nUser);
     std::vector<User> GetUsers(std::int64_t nLimit);  // the first ones, without the other billings
-    void RestoreUser(const User& user);               // as AddUser, whatever has become of him since
-    // Takes one minute off and returns what remains; 0 stays 0.
+    void RestoreUser(const User& user);               // adds the user or overwrites the one of that user id
+    // Takes one minute off and returns the minutes that remain. A user without minutes keeps 0.
     std::int64_t TakeMinute(std::int64_t nUser);
 
     // ---- connectors ----
@@ -93,23 +94,25 @@ public:
     void RemoveConnector(std::int64_t nConnector);  // and its sessions
 
     // ---- sessions: at most one a user ----
-    // The number of a new checkin: above all given before, also by earlier runs on the same file.
+    // The Seq No of a new checkin, above all that were given before, earlier runs on the same file included.
     std::int64_t TakeSeqNo();
     void AddSession(const Session& session);  // confirmed, not on the move
-    // Gives the session of that Seq No the connector, the user's name and address; ends its move; confirmed.
+    // Ends the move of the session of that Seq No: its connector, address and bByNumber become those of the
+    // argument, and the session counts as confirmed.
     void MoveSession(const Session& session);
     void SetMoving(std::int64_t nSeqNo, std::time_t since);
     void RemoveSession(std::int64_t nSeqNo);
     std::optional<Session> FindSession(std::int64_t nSeqNo);
     std::optional<Session> FindSessionOf(std::int64_t nUser);
     std::vector<Session> GetSessions(std::int64_t nConnector);  // by Seq No
-    void Confirm(std::int64_t nSeqNo);
+    void Confirm(std::int64_t nSeqNo);                          // the connector's list has named the session
     void SetUnconfirmed(std::int64_t nConnector);
-    // Remove and return what they have removed.
-    std::vector<Session> RemoveUnconfirmed(std::int64_t nConnector);  // not those on the move
+    // Both return the sessions that they have removed.
+    std::vector<Session> RemoveUnconfirmed(std::int64_t nConnector);  // sessions on the move stay
     std::vector<Session> RemoveMovesBefore(std::time_t time);
     void RemoveAllSessions();
-    // Those whose users have no time left: an end date before strNow, or no minutes. Not on the move.
+    // Sessions whose users have no time left: an end date before strNow, or no minutes. Sessions on the move
+    // are left out.
     std::vector<Session> GetOverdue(const std::string& strNow);
 
 private:
@@ -117,9 +120,11 @@ private:
     static User UserOf(const Statement& row);
     static Session SessionOf(const Statement& row);
     std::optional<Session> One(Statement& select, std::int64_t nArgument);
-    std::vector<Session> All(Statement& select, std::int64_t nArgument);
+    template <class Arg>
+    std::vector<Session> All(Statement& select, const Arg& argument);
+    std::vector<Session> RemoveAll(Statement& select, std::int64_t nArgument);
 
-    Database m_db;  // statements below go first
+    Database m_db;  // the first member, so that the statements are destroyed before the database
     struct Statements;
     std::unique_ptr<Statements> m_sql;
     Catalogue m_catalogue;

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <climits>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
-#include "sandbox/base/Console.h"
+#include "sandbox/base/Printable.h"
+#include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/Frames.h"
-#include "sandbox/wire/MessageFacts.h"
 
 namespace Sandbox {
 namespace {
@@ -25,13 +26,14 @@ bool CanBeRefused(const ClassInfo& info) { return SetRefused(*info.pfnMake(), 0,
 
 }  // namespace
 
+// One row for each kind of fault: what an order must say, and what the fault does to a message.
 struct Faults::Kind {
     const char* pszName;
-    const char* pszValue;  // key of its number; null: it has none
+    const char* pszValue;  // key of the number that the kind takes; null: it takes none
     std::int64_t nMin, nMax;
     std::optional<std::int64_t> nDefault;
-    bool bIncoming;  // may also befall what comes from the connector
-    bool bText;      // has a text beside the number
+    bool bIncoming;  // possible for messages of the connector too, not only for messages to it
+    bool bText;      // takes a text beside the number
     void (*apply)(Mishap& mishap, const Fault& fault);
 };
 
@@ -184,7 +186,8 @@ Mishap Faults::Take(Wirova::int32 nMsgID, const std::string& strConnector)
     return mishap;
 }
 
-// The same seed gives the same series on every machine.
+// Draws whether a fault with a probability applies. The generator and the division are exact, so the same
+// seed gives the same series on every machine.
 bool Faults::Hits(Fault& fault)
 {
     const double dDrawn = static_cast<double>(fault.random()) / (static_cast<double>(UINT32_MAX) + 1);

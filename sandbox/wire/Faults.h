@@ -1,4 +1,5 @@
-// Faults on order: what shall go wrong with the messages of a class. Belongs to the server's thread.
+// Faults that somebody has ordered for the messages of a class: delays, losses, refusals, broken bytes.
+// Belongs to the server's thread.
 #pragma once
 
 #include <chrono>
@@ -8,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "sandbox/base/JsonObject.h"
+#include "sandbox/base/Json.h"
 #include "wirova/messages/MessageCatalog.h"
 
 namespace Sandbox {
 
-// What happens to one message. Several faults may have a part in it.
+// What the ordered faults do to one message, all that apply taken together.
 struct Mishap {
-    std::vector<std::string> vecNames;  // "2 delay": which faults, and of what kind
+    std::vector<std::string> vecNames;  // number and kind of each fault, "2 delay"
     bool bDrop = false;
     std::chrono::milliseconds delay{0};
     int nCopies = 1;
@@ -25,8 +26,8 @@ struct Mishap {
     };
     std::optional<Refused> refused;
     std::optional<std::int32_t> nReqID;
-    std::optional<std::size_t> nCutAfter;  // bytes
-    std::size_t nPiece = 0;                // bytes
+    std::optional<std::size_t> nCutAfter;  // bytes; the link is closed behind them
+    std::size_t nPiece = 0;                // bytes; 0: not split
     std::chrono::milliseconds hold{0};
 };
 
@@ -34,12 +35,14 @@ class Faults {
 public:
     static constexpr std::size_t kMaxFaults = 100;
 
-    // Takes a fault as docs/sandbox.md describes it and returns what List shows of it. Throws JsonError.
+    // Orders a fault, written as docs/sandbox.md describes it. Returns the fault as List shows it. Throws
+    // JsonError and has ordered nothing then.
     Json Add(const Json& json);
-    Json List() const;  // those that are not used up, oldest first
-    std::size_t RemoveAll();
+    Json List() const;        // the faults that are not used up, oldest first
+    std::size_t RemoveAll();  // returns how many there were
 
-    // What befalls this message; counts it.
+    // What happens to a message of that class on that connector. Counts the message for every fault that
+    // applies; a fault whose count is reached is removed.
     Mishap Take(Wirova::int32 nMsgID, const std::string& strConnector);
 
 private:

@@ -3,6 +3,7 @@
 #include <new>
 #include <vector>
 
+#include "wirova/BigEndian.h"
 #include "wirova/Frame.h"
 
 namespace Sandbox {
@@ -50,7 +51,7 @@ void LoadBody(Wirova::IMessage& msg, Wirova::Stream* body)
     try {
         bLoaded = msg.Load(body);
     } catch (const std::length_error&) {
-        // A negative count: not loaded.
+        // The stream throws for a negative count of elements, which is as wrong as a missing field.
     }
     const int nRest = Strova::GetLength(body);
     if (!bLoaded)
@@ -58,6 +59,13 @@ void LoadBody(Wirova::IMessage& msg, Wirova::Stream* body)
     if (nRest != 0) {
         throw ProtocolError(std::to_string(nRest) + " bytes too many in the body of a " + msg.GetMsgName());
     }
+}
+
+Wirova::int32 PeekMsgID(Wirova::Stream* body)
+{
+    unsigned char bytes[sizeof(Wirova::int32)] = {};
+    Strova::Peek(body, bytes, sizeof(bytes));
+    return Wirova::GetBigEndian<Wirova::int32>(bytes);
 }
 
 }  // namespace Sandbox

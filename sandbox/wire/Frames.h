@@ -1,4 +1,4 @@
-// Messages to bytes and back.
+// Messages to bytes and back: a frame is four bytes of length and the body of one message.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace Sandbox {
 
-// A frame's body may have this many bytes; so may, about, what waits to be written to one link.
+// The longest body that the sandbox takes, in bytes.
 inline constexpr int kMaxFrameBody = 16 << 20;
 
 // The peer has broken the protocol: its link is closed, and the text is the reason that is shown.
@@ -23,14 +23,18 @@ struct StreamDeleter {
 };
 using StreamPtr = std::unique_ptr<Wirova::Stream, StreamDeleter>;
 
-StreamPtr MakeStream();                            // throws std::bad_alloc
+// Both throw std::bad_alloc.
+StreamPtr MakeStream();
 std::string FrameOf(const Wirova::IMessage& msg);  // length and body
 
-// Takes the first frame's body off the stream; null if it has not arrived whole. Throws ProtocolError for
-// a length that no frame can have, as soon as the length is there.
+// Takes the first frame's body off the stream; null if the frame has not arrived whole. Throws ProtocolError
+// for a length that no frame can have, as soon as the length is there.
 StreamPtr TakeBody(Wirova::Stream* stream);
 
-// The message must take the whole body, no more and no less; otherwise ProtocolError.
+// Fills the message from the body. Throws ProtocolError unless the message takes all bytes of the body.
 void LoadBody(Wirova::IMessage& msg, Wirova::Stream* body);
+
+// The message id at the front of a body; the body keeps it.
+Wirova::int32 PeekMsgID(Wirova::Stream* body);
 
 }  // namespace Sandbox

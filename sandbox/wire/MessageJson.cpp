@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "wirova/messages/MessageCatalog.h"
@@ -16,10 +17,11 @@ using Wirova::int32;
 using Wirova::int64;
 using Wirova::RecordList;
 
-constexpr std::size_t kRecordBytes = 64;  // what a field or an element counts beside its text
+constexpr std::size_t kFieldBytes = 64;  // of a message's bound, for each field and element beside its text
 
 bool IsSecret(std::string_view strField) { return strField == "strPassWD"; }
 
+// Turns one message into JSON and keeps count of the bytes that its limits leave.
 class Encoder {
 public:
     explicit Encoder(const JsonLimits& limits) : m_limits(limits), m_nLeft(limits.nMaxBytes) {}
@@ -28,7 +30,7 @@ public:
     {
         Json json = Json::object();
         Wirova::VisitMessage(msg, [&](const char* pszName, const auto& field) {
-            Take(kRecordBytes);
+            Take(kFieldBytes);
             json.push_back({pszName, IsSecret(pszName) ? Json("(blanked)") : Value(field)});
         });
         return json;
@@ -41,6 +43,7 @@ private:
         m_nLeft -= nTaken;
         return nTaken;
     }
+    // One overload for each type that a field can have.
     Json Value(int32 v) { return v; }
     Json Value(int64 v) { return v; }
     Json Value(char c)
@@ -67,7 +70,7 @@ private:
     {
         Json json = Json::array();
         for (std::size_t i = 0; i < list.size(); ++i) {
-            if (i == m_limits.nMaxElements || Take(kRecordBytes) < kRecordBytes) {
+            if (i == m_limits.nMaxElements || Take(kFieldBytes) < kFieldBytes) {
                 json.push_back("... (" + std::to_string(list.size()) + " elements)");
                 break;
             }
@@ -80,6 +83,7 @@ private:
     std::size_t m_nLeft;
 };
 
+// Sets one message's fields from a JSON object; called once for each field.
 class Decoder {
 public:
     Decoder(JsonObject& object, Naming naming) : m_object(object), m_naming(naming) {}
@@ -156,7 +160,13 @@ bool IsUpper(char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; 
 
 Json FieldsToJson(const IMessage& msg, const JsonLimits& limits) { return Encoder(limits).Fields(msg); }
 
-// Without the letters of the kind, and of several capitals in a row all but one that begins a word are small.
+std::string FieldsToText(const IMessage& msg, const JsonLimits& limits)
+{
+    return DumpJson(FieldsToJson(msg, limits));
+}
+
+// Drops the prefix that tells the type (str, n, b) and makes capitals small, except those that begin a word
+// behind the first: strUserID is userId, strListImageURL is listImageUrl.
 std::string ArgumentName(const std::string& strField)
 {
     std::string strName(std::find_if(strField.begin(), strField.end(), IsUpper), strField.end());
@@ -173,11 +183,6 @@ std::string ArgumentName(const std::string& strField)
 void FieldsFromJson(IMessage& msg, JsonObject& object, Naming naming)
 {
     Wirova::VisitMessage(msg, Decoder(object, naming));
-}
-
-std::string DumpJson(const Json& json, int nIndent)
-{
-    return json.dump(nIndent, ' ', false, Json::error_handler_t::replace);
 }
 
 }  // namespace Sandbox

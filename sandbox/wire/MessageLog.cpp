@@ -7,8 +7,9 @@
 namespace Sandbox {
 namespace {
 
-constexpr std::size_t kMaxLine = 400;      // bytes, unless the console is verbose
-constexpr std::size_t kMaxVerbose = 4000;  // bytes, if it is
+// Longest description of a message on the console, in bytes.
+constexpr std::size_t kMaxLine = 400;
+constexpr std::size_t kMaxVerboseLine = 4000;
 constexpr JsonLimits kRingLimits{1024, 100, MessageLog::kMaxFields};
 
 std::string Cut(std::string strText, std::size_t nMax)
@@ -29,12 +30,12 @@ void MessageLog::Record(const std::string& strConnector, Direction direction, co
         for (const std::string& strFault : vecFaults)
             strLine += "[" + strFault + "] ";
         m_console.Note(strLine +
-                       Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerbose : kMaxLine));
+                       Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerboseLine : kMaxLine));
     }
     if (m_messages.size() == kMaxMessages)
         m_messages.pop_front();
     m_messages.push_back({++m_nCount, std::chrono::system_clock::now(), strConnector, direction,
-                          msg.GetMsgName(), DumpJson(FieldsToJson(msg, kRingLimits)), std::move(vecFaults)});
+                          msg.GetMsgName(), FieldsToText(msg, kRingLimits), std::move(vecFaults)});
 }
 
 }  // namespace Sandbox

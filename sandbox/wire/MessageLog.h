@@ -1,4 +1,5 @@
-// Every message that comes or goes: into a ring of the last ones, and as a line to the console.
+// Every message that comes or goes is recorded here: a ring keeps the last ones for GET /messages, and the
+// console gets a line.
 #pragma once
 
 #include <chrono>
@@ -21,14 +22,14 @@ struct LoggedMessage {
     Direction direction;
     const char* pszClass;
     std::string strFields;               // a JSON object of at most about kMaxFields bytes, secrets blanked
-    std::vector<std::string> vecFaults;  // what faults have done to it
+    std::vector<std::string> vecFaults;  // the faults that have hit it, "2 delay"
 };
 
 // Belongs to the server's thread.
 class MessageLog {
 public:
     static constexpr std::size_t kMaxMessages = 500;
-    static constexpr std::size_t kMaxFields = 64 << 10;  // bytes of one message; so the ring has a bound
+    static constexpr std::size_t kMaxFields = 64 << 10;  // bytes of one message, which bounds the ring too
 
     explicit MessageLog(const Console& console) : m_console(console) {}
 
@@ -37,7 +38,7 @@ public:
                 std::vector<std::string> vecFaults = {});
     const std::deque<LoggedMessage>& GetMessages() const { return m_messages; }  // oldest first
     std::uint64_t GetCount() const { return m_nCount; }                          // of all ever recorded
-    void Clear() { m_messages.clear(); }                                         // the numbers go on
+    void Clear() { m_messages.clear(); }  // numbers are not given again
 
 private:
     const Console& m_console;

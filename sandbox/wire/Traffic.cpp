@@ -3,17 +3,9 @@
 #include <algorithm>
 #include <string>
 
-#include "sandbox/wire/MessageFacts.h"
-#include "wirova/BigEndian.h"
+#include "sandbox/wire/AnyMessage.h"
 
 namespace Sandbox {
-
-Wirova::int32 PeekMsgID(Wirova::Stream* body)
-{
-    unsigned char bytes[sizeof(Wirova::int32)] = {};
-    Strova::Peek(body, bytes, sizeof(bytes));
-    return Wirova::GetBigEndian<Wirova::int32>(bytes);
-}
 
 void Traffic::Send(Link& link, Wirova::IMessage& msg)
 {
@@ -42,7 +34,7 @@ void Traffic::Receive(Link& link, Wirova::Stream* body, const Serve& serve)
     const Wirova::int32 nMsgID = PeekMsgID(body);
     const Wirova::ClassInfo* const pClass = Wirova::FindClass(nMsgID);
     if (pClass == nullptr || !ComesFromConnector(*pClass))
-        return serve(body, {});  // no fault is meant for it
+        return serve(body, {});  // faults cannot be ordered for such a message
     const Mishap mishap = m_faults.Take(nMsgID, link.GetName());
     if (mishap.bDrop || mishap.refused) {
         const auto msg = pClass->pfnMake();
@@ -80,7 +72,7 @@ void Traffic::ServeLater(Link& link, Wirova::Stream* body, const Mishap& mishap,
     });
 }
 
-// In the service's place, without a change of anything.
+// Answers in place of the service, which never sees the request: nothing changes.
 void Traffic::Refuse(Link& link, Wirova::IMessage& req, const Mishap::Refused& refused)
 {
     const auto ans = AnswerOf(*Wirova::FindClass(req.GetMsgID()))->pfnMake();

@@ -1,5 +1,5 @@
-// The one place where messages pass between the service and its links: recorded, and with the faults that
-// were ordered. Belongs to the server's thread.
+// The one place where messages pass between the service and its links. Messages are recorded here, and the
+// faults that were ordered happen to them here. Belongs to the server's thread.
 #pragma once
 
 #include <functional>
@@ -15,20 +15,21 @@ namespace Sandbox {
 
 class Traffic {
 public:
-    // Bodies held back by a delay may have this many bytes together.
+    // A delay may hold back this many bytes of bodies, all links together; more closes the link.
     static constexpr std::size_t kMaxHeldBack = 64u << 20;
 
-    // answerDelay: before an answer leaves, faults apart.
+    // answerDelay: how long every message waits before it leaves; the delay of a fault is added.
     Traffic(MessageLog& log, Faults& faults, Timers& timers, std::chrono::milliseconds answerDelay)
         : m_log(log), m_faults(faults), m_timers(timers), m_answerDelay(answerDelay)
     {
     }
 
-    // The message may be changed by a fault on the way.
+    // Sends the message, unless a fault drops it. A fault may change msg.
     void Send(Link& link, Wirova::IMessage& msg);
 
-    // Serves a body: serve(body, what faults have done), now, later or not at all. serve records the message
-    // and runs within the link's Guard. Throws ProtocolError.
+    // Calls serve(body, names of the faults that have hit it) at once, after a fault's delay, or never if a
+    // fault drops or refuses the message. serve records the message; it runs within the link's Guard. Throws
+    // ProtocolError.
     using Serve = std::function<void(Wirova::Stream* body, const std::vector<std::string>& vecFaults)>;
     void Receive(Link& link, Wirova::Stream* body, const Serve& serve);
 
@@ -40,10 +41,7 @@ private:
     Faults& m_faults;
     Timers& m_timers;
     std::chrono::milliseconds m_answerDelay;
-    std::size_t m_nHeldBack = 0;  // bytes
+    std::size_t m_nHeldBack = 0;  // bytes of delayed bodies
 };
-
-// The id at the front of a body, which stays there.
-Wirova::int32 PeekMsgID(Wirova::Stream* body);
 
 }  // namespace Sandbox

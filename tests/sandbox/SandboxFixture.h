@@ -14,8 +14,10 @@
 #include <thread>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "sandbox/Server.h"
-#include "sandbox/base/JsonObject.h"
+#include "sandbox/base/Json.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace SandboxTest {

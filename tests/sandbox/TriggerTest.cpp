@@ -1,7 +1,7 @@
 // What the service starts by itself: notices, and requests that the game answers.
 #include <gtest/gtest.h>
 
-#include "sandbox/wire/MessageFacts.h"
+#include "sandbox/wire/AnyMessage.h"
 #include "tests/sandbox/SandboxFixture.h"
 
 using namespace SandboxTest;

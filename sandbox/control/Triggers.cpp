@@ -1,10 +1,12 @@
-#include "sandbox/service/Triggers.h"
+#include "sandbox/control/Triggers.h"
 
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
-#include "sandbox/service/Results.h"
-#include "sandbox/wire/MessageFacts.h"
+#include "sandbox/base/Printable.h"
+#include "sandbox/service/BillingEvents.h"
+#include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/MessageJson.h"
 #include "wirova/messages/AllMessages.h"
 
@@ -14,12 +16,13 @@ namespace {
 using Wirova::ClassInfo;
 using Wirova::IMessage;
 
-constexpr std::int64_t kTimeout = 5'000;  // milliseconds, unless given
+// How long the game has for its answer, in milliseconds: unless "timeoutMs" is given, and at most.
+constexpr std::int64_t kTimeout = 5'000;
 constexpr std::int64_t kMaxTimeout = 60'000;
-constexpr std::size_t kMaxName = 64;  // bytes of a user or connector
+constexpr std::size_t kMaxTargetName = 64;  // bytes of a user or connector
 constexpr JsonLimits kAnswerLimits{1 << 20, 10'000, 8 << 20};
 
-// Sets the text field of that name, if there is one.
+// Sets the text field of that name; does nothing for a class without such a field.
 void SetText(IMessage& msg, std::string_view strField, const std::string& strValue)
 {
     Wirova::VisitMessage(msg, [&](const char* pszName, auto& field) {
@@ -39,10 +42,11 @@ Json Shown(const Link& link, const IMessage& msg)
 
 }  // namespace
 
+// One row for each path below /trigger/; the rest follows from the message's class.
 struct Triggers::Trigger {
     const char* pszName;
     Wirova::int32 nMsgID;
-    std::vector<const char*> vecCompulsory;  // arguments
+    std::vector<const char*> vecCompulsory;  // keys that the body must have
 };
 
 const Triggers::Trigger Triggers::kTriggers[] = {
@@ -68,7 +72,7 @@ void Triggers::Fire(const std::string& strName, const Json& body, Respond respon
     const auto pTrigger = std::find_if(std::begin(kTriggers), std::end(kTriggers),
                                        [&](const Trigger& trigger) { return strName == trigger.pszName; });
     if (pTrigger == std::end(kTriggers))
-        throw RequestError(404, "There is no trigger " + Quoted(strName) + ".");
+        throw HttpError(404, "There is no trigger " + Quoted(strName) + ".");
     const ClassInfo& info = *Wirova::FindClass(pTrigger->nMsgID);
     const ClassInfo* const pAnswer = AnswerOf(info);
     const auto msg = info.pfnMake();
@@ -89,34 +93,30 @@ void Triggers::Fire(const std::string& strName, const Json& body, Respond respon
     FieldsFromJson(*msg, object, Naming::Argument);
     object.Done();
     if (connector.pLink == nullptr)
-        throw RequestError(409, "The connector " + connector.identity.GetName() + " has no link.");
+        throw HttpError(409, "The connector " + connector.identity.GetName() + " has no link.");
 
     EndIfForced(*msg, target);
     Link& link = *connector.pLink;
     if (pAnswer != nullptr) {
-        return Ask(
+        return m_requests.Ask(
             link, *msg, timeout,
-            [&link, respond](const IMessage* ans, int nStatus, const std::string& strWhy) {
+            [&link, respond](const IMessage* ans, GameRequests::Failure failure, const std::string& strWhy) {
+                const int nStatus = failure == GameRequests::Failure::Timeout ? 504 : 502;
                 respond(ans != nullptr ? JsonReply(200, Shown(link, *ans)) : ErrorReply(nStatus, strWhy));
             });
     }
-    GiveReqID(*msg);
+    m_requests.GiveReqID(*msg);
     const Json sent = Shown(link, *msg);
     m_traffic.Send(link, *msg);
     respond(JsonReply(200, sent));
 }
 
-void Triggers::GiveReqID(IMessage& msg)
-{
-    m_nLastReqID = m_nLastReqID < INT32_MAX ? m_nLastReqID + 1 : 1;
-    SetReqID(msg, m_nLastReqID);
-}
-
-// By the user, who is then filled in, or by name.
+// The connector that the body names, or that the user whom it names plays on. Fills that user into the
+// message.
 Triggers::Target Triggers::FindTarget(JsonObject& object, IMessage& msg)
 {
-    const std::string strUser = object.Text("user", kMaxName, "");
-    const std::string strConnector = object.Text("connector", kMaxName, "");
+    const std::string strUser = object.Text("user", kMaxTargetName, "");
+    const std::string strConnector = object.Text("connector", kMaxTargetName, "");
     if (strUser.empty() == strConnector.empty())
         object.Fail("", "either 'user' or 'connector' is expected");
     if (!strConnector.empty()) {
@@ -124,14 +124,14 @@ Triggers::Target Triggers::FindTarget(JsonObject& object, IMessage& msg)
             if (identity.GetName() == strConnector)
                 return {connector, std::nullopt};
         }
-        throw RequestError(404, "There is no connector " + Quoted(strConnector) + ".");
+        throw HttpError(404, "There is no connector " + Quoted(strConnector) + ".");
     }
     if (object.Has("userId") || object.Has("userNo"))
         object.Fail("user", "names the user already: no 'userId', no 'userNo'");
     const Session session = FindSessionOf(strUser);
     Connector* const pConnector = m_registry.Find(session.nConnector);
     if (pConnector == nullptr)
-        throw RequestError(409, Quoted(strUser) + " is on a connector that is forgotten.");
+        throw HttpError(409, Quoted(strUser) + " is on a connector that is forgotten.");
     if (session.bByNumber)
         SetText(msg, "strUserNo", session.strUserNo);
     else
@@ -140,7 +140,7 @@ Triggers::Target Triggers::FindTarget(JsonObject& object, IMessage& msg)
     return {*pConnector, session};
 }
 
-// The connector will not check out whom the service has thrown out.
+// A connector that is told of a forced checkout sends no checkout, so the session has to end here.
 void Triggers::EndIfForced(const IMessage& msg, const Target& target)
 {
     const auto* const pEvent = dynamic_cast<const XS2C_BillingEventNotice*>(&msg);
@@ -155,66 +155,13 @@ Session Triggers::FindSessionOf(const std::string& strUser)
 {
     const auto user = m_store.FindUser({strUser, false});
     if (!user)
-        throw RequestError(404, "There is no user " + Quoted(strUser) + ".");
+        throw HttpError(404, "There is no user " + Quoted(strUser) + ".");
     const auto session = m_store.FindSessionOf(user->nID);
     if (!session)
-        throw RequestError(409, Quoted(strUser) + " is not checked in.");
+        throw HttpError(409, Quoted(strUser) + " is not checked in.");
     if (session->nMovingSince != 0)
-        throw RequestError(409, Quoted(strUser) + " is on the move, and on no connector.");
+        throw HttpError(409, Quoted(strUser) + " is on the move, and on no connector.");
     return *session;
-}
-
-void Triggers::Ask(Link& link, IMessage& req, std::chrono::milliseconds timeout, Heard heard)
-{
-    GiveReqID(req);
-    const ClassInfo& answer = *AnswerOf(*Wirova::FindClass(req.GetMsgID()));
-    const auto it =
-        m_listWaiting.insert(m_listWaiting.end(), {&link, answer.nMsgID, m_nLastReqID, std::move(heard), 0});
-    it->nTimer = m_timers.After(timeout, [this, it, pszAnswer = answer.pszName, timeout] {
-        const Heard heardNow = std::move(it->heard);
-        m_listWaiting.erase(it);
-        heardNow(nullptr, 504,
-                 std::string("The game has sent no ") + pszAnswer + " within " +
-                     std::to_string(timeout.count()) + " ms.");
-    });
-    m_traffic.Send(link, req);
-}
-
-bool Triggers::IsAnswer(Wirova::int32 nMsgID)
-{
-    return std::any_of(std::begin(kTriggers), std::end(kTriggers), [&](const Trigger& trigger) {
-        const ClassInfo* const pAnswer = AnswerOf(*Wirova::FindClass(trigger.nMsgID));
-        return pAnswer != nullptr && pAnswer->nMsgID == nMsgID;
-    });
-}
-
-bool Triggers::OnAnswer(const Link& link, const IMessage& ans)
-{
-    const auto nReqID = GetReqID(ans);
-    const auto it = std::find_if(m_listWaiting.begin(), m_listWaiting.end(), [&](const Waiting& waiting) {
-        return waiting.pLink == &link && waiting.nAnswerID == ans.GetMsgID() && waiting.nReqID == nReqID;
-    });
-    if (it == m_listWaiting.end())
-        return false;
-    const Heard heard = std::move(it->heard);
-    m_timers.Cancel(it->nTimer);
-    m_listWaiting.erase(it);
-    heard(&ans, 200, "");
-    return true;
-}
-
-void Triggers::OnClosed(const Link& link)
-{
-    std::list<Waiting> listLost;
-    for (auto it = m_listWaiting.begin(); it != m_listWaiting.end();) {
-        const auto itThis = it++;
-        if (itThis->pLink == &link)
-            listLost.splice(listLost.end(), m_listWaiting, itThis);
-    }
-    for (const Waiting& lost : listLost) {
-        m_timers.Cancel(lost.nTimer);
-        lost.heard(nullptr, 502, "The connector's link has closed before the game has answered.");
-    }
 }
 
 }  // namespace Sandbox

@@ -1,4 +1,4 @@
-#include "sandbox/wire/MessageFacts.h"
+#include "sandbox/wire/AnyMessage.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ using Wirova::int32;
 
 constexpr std::string_view kToService = "XC2S_", kToConnector = "XS2C_", kReq = "Req", kAns = "Ans";
 
-// Calls with(field) for the field of that name and type.
+// Calls with(field) for the field of that name and type; calls nothing if the message has no such field.
 template <class Field, class With>
 void WithField(IMessage& msg, std::string_view strName, const With& with)
 {
@@ -38,7 +38,7 @@ const ClassInfo* FindClassByName(std::string_view strName)
 
 bool ComesFromConnector(const ClassInfo& info)
 {
-    // The one answer whose name has the wrong direction.
+    // This answer goes to the connector, although its name says the opposite.
     return info.nMsgID != XC2S_RequestUseStorageAns::kMsgID &&
            std::string_view(info.pszName).starts_with(kToService);
 }

@@ -1,16 +1,24 @@
-#include "sandbox/base/JsonObject.h"
+#include "sandbox/base/Json.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
-#include "sandbox/base/Console.h"
+#include "sandbox/base/Printable.h"
 
 namespace Sandbox {
+
+std::string DumpJson(const Json& json, int nIndent)
+{
+    return json.dump(nIndent, ' ', false, Json::error_handler_t::replace);
+}
 
 JsonObject::JsonObject(const Json& json, std::string strPlace) : m_json(json), m_strPlace(std::move(strPlace))
 {
     if (!json.is_object())
         Fail("", "an object is expected");
 }
+
+bool JsonObject::Has(const std::string& strKey) const { return m_json.contains(strKey); }
 
 const Json* JsonObject::Find(const std::string& strKey)
 {
@@ -69,6 +77,18 @@ bool JsonObject::Flag(const std::string& strKey)
     if (pValue != nullptr && !pValue->is_boolean())
         Fail(strKey, "true or false is expected");
     return pValue != nullptr && pValue->get<bool>();
+}
+
+void JsonObject::List(const std::string& strKey,
+                      const std::function<void(const Json& element, const std::string& strPlace)>& each)
+{
+    const Json* const pValue = Find(strKey);
+    if (pValue == nullptr)
+        return;
+    if (!pValue->is_array())
+        Fail(strKey, "a list is expected");
+    for (std::size_t i = 0; i < pValue->size(); ++i)
+        each((*pValue)[i], PlaceOf(strKey) + '[' + std::to_string(i) + ']');
 }
 
 void JsonObject::Done() const

@@ -1,0 +1,50 @@
+// A request of the HTTP interface and its reply, free of the HTTP library.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "sandbox/base/Json.h"
+
+namespace Sandbox {
+
+struct HttpRequest {
+    std::string strMethod;
+    std::string strPath;
+    std::multimap<std::string, std::string> mapQuery;  // arguments behind the path
+    std::string strBody;
+};
+
+struct HttpReply {
+    int nStatus = 200;
+    std::string strBody;
+    const char* pszType = "application/json";
+};
+
+HttpReply JsonReply(int nStatus, const Json& json);
+HttpReply ErrorReply(int nStatus, const std::string& strText);  // {"error": text}
+
+// Takes the reply to one request. Called once, possibly after the peer has gone; the reply is dropped then.
+using Respond = std::function<void(HttpReply reply)>;
+
+// A request that cannot be done; becomes an ErrorReply with that status.
+class HttpError : public std::runtime_error {
+public:
+    HttpError(int nStatus, const std::string& strText) : std::runtime_error(strText), m_nStatus(nStatus) {}
+    int GetStatus() const { return m_nStatus; }
+
+private:
+    int m_nStatus;
+};
+
+// The argument of that name behind the path; empty if the request has none.
+std::string Query(const HttpRequest& request, const std::string& strKey);
+// The same as a whole number. Throws HttpError 400 for anything else and for a number out of range.
+std::int64_t QueryNumber(const HttpRequest& request, const std::string& strKey, std::int64_t nMin,
+                         std::int64_t nMax, std::int64_t nDefault);
+// The body; an empty one is an empty object. Throws HttpError 400 for a body that is not JSON.
+Json ParseBody(const HttpRequest& request);
+
+}  // namespace Sandbox

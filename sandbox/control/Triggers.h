@@ -1,0 +1,50 @@
+// POST /trigger/...: messages that a real service would start by itself, sent on order. Notices are only
+// sent; requests wait for the game's answer. Belongs to the server's thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sandbox/control/HttpExchange.h"
+#include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/GameRequests.h"
+#include "sandbox/store/Store.h"
+#include "sandbox/wire/Traffic.h"
+
+namespace Sandbox {
+
+class Triggers {
+public:
+    Triggers(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests)
+        : m_store(store), m_registry(registry), m_traffic(traffic), m_requests(requests)
+    {
+    }
+
+    static std::vector<std::string> GetNames();
+
+    // Sends the trigger's message. Responds at once for a notice; for a request with the game's answer, or
+    // when the time is over or the link has closed. If it throws HttpError, JsonError or StoreError, nothing
+    // has been sent.
+    void Fire(const std::string& strName, const Json& body, Respond respond);
+
+private:
+    struct Trigger;
+    static const Trigger kTriggers[];
+
+    // Where a message goes.
+    struct Target {
+        Connector& connector;
+        std::optional<Session> session;  // of the user, if the body names one
+    };
+    Target FindTarget(JsonObject& object, Wirova::IMessage& msg);
+    void EndIfForced(const Wirova::IMessage& msg, const Target& target);
+    Session FindSessionOf(const std::string& strUser);
+
+    Store& m_store;
+    ConnectorRegistry& m_registry;
+    Traffic& m_traffic;
+    GameRequests& m_requests;
+};
+
+}  // namespace Sandbox
