@@ -1,7 +1,7 @@
-// All of these run on threads of the connector, and while one runs, nothing else that the service sends is
-// read. So each returns at once: what needs no answer goes to the game's own queue; what needs one is
-// answered from memory, under a lock that is held for a moment and never while the connector is called.
-// None of them makes a request to the service: its answer could not be read before the callback is over.
+// The callbacks run on threads of the connector, and while one runs, the connector reads nothing else of the
+// service. So every callback returns at once: a notice goes to the game's own queue; a request is answered
+// from memory, under the game's lock, which is never held while the connector is called. No callback makes a
+// request to the service, because the answer could not be read before the callback returns.
 #include "Callbacks.h"
 
 #include <cstdio>
@@ -12,7 +12,8 @@
 
 namespace {
 
-// Callbacks have no argument for the game to find itself by.
+// A callback gets no pointer of the game's, so the game's objects are found here. Set before InitModule and
+// not changed while callbacks run, so no lock is needed.
 struct {
     Game* pGame;
     Sessions* pSessions;
@@ -26,7 +27,7 @@ void Tell(std::string strText)
     s_our.pTasks->Post([strText = std::move(strText)] { std::printf("  service: %s\n", strText.c_str()); });
 }
 
-// The service may leave the server open.
+// Why a request cannot be for this server; empty if it can. The service may name no server at all.
 std::string CheckServer(const char* pszServerID)
 {
     if (pszServerID[0] == '\0' || s_our.strServerID == pszServerID)
@@ -34,7 +35,8 @@ std::string CheckServer(const char* pszServerID)
     return "This is server '" + s_our.strServerID + "', not '" + pszServerID + "'.";
 }
 
-// The end of every answer. 1 is the one value that all of them take for success.
+// Fills result and text of an answer: success if strError is empty. Success must be the value 1: the other
+// values above 0 are not taken for success by all answers.
 template <std::size_t N>
 void Answer(unsigned char& bSuccess, char (&szText)[N], const std::string& strError,
             const std::string& strDone)
@@ -44,7 +46,7 @@ void Answer(unsigned char& bSuccess, char (&szText)[N], const std::string& strEr
     Tell(strError.empty() ? strDone : "refused: " + strError);
 }
 
-// ---- notices: the record ends with the call, so the task takes a copy ----
+// ---- notices: the connector's record is gone after the call, so the task gets a copy ----
 
 void OnBillingEvent(const _BILLING_NOTI_INFO* pInfo)
 {
@@ -69,7 +71,8 @@ void OnQueryGameMoney(const _GAME_USER_REQ* pReq, _GAME_MONEY_RES* pRes)
            character.strName + " has " + std::to_string(character.nMoney) + " money");
 }
 
-// The money is gone when this returns, also if the answer is lost on its way: then the service has to ask.
+// The money is spent when this returns. If the answer is lost on its way to the service, the money stays
+// spent; the service can query the game money to find out.
 void OnSpendGameMoney(const _SPEND_GAME_MONEY_REQ* pReq, _GAME_MONEY_RES* pRes)
 {
     std::string strError = CheckServer(pReq->szServerID);
@@ -83,12 +86,13 @@ void OnSpendGameMoney(const _SPEND_GAME_MONEY_REQ* pReq, _GAME_MONEY_RES* pRes)
 
 void OnQueryInventory(const _GAME_USER_REQ* pReq, _GAME_DATA_RES* pRes)
 {
-    Character character;  // a copy: the game's lock is free again before the connector is called
+    Character character;  // a copy, so that the game's lock is free before the connector is called below
     std::string strError = CheckServer(pReq->szServerID);
     if (strError.empty())
         strError = s_our.pGame->CopyCharacter(pReq->szUserKey, pReq->szCharacterID, character);
     for (const Item& item : character.vecItems) {
-        // Into the list that came with the answer; it is neither ours to destroy nor to keep.
+        // The list came with the answer and belongs to the connector: do not destroy it, and do not keep its
+        // handle.
         char szError[256];
         if (!SetInventoryItemData(pRes->pHandle, item, szError, sizeof(szError))) {
             strError = szError;
@@ -99,7 +103,8 @@ void OnQueryInventory(const _GAME_USER_REQ* pReq, _GAME_DATA_RES* pRes)
            character.strName + " has " + std::to_string(character.vecItems.size()) + " kinds of items");
 }
 
-// All the items of an order, or a text why there are none. Everything is read before anything is changed.
+// Reads all items of an order; returns why that failed, or an empty text. All items are read before the
+// inventory is changed, so an order is delivered as a whole or not at all.
 std::string ReadItems(const _DATA_HANDLE* pHandle, std::vector<Item>& vecItems)
 {
     char szError[256] = "";
@@ -134,7 +139,8 @@ void OnSaveInventory(const _SAVE_INVENTORY_REQ* pReq, _RESULT_RES* pRes)
            "order " + std::to_string(pReq->nOrderSeq) + " is in the inventory of " + strUser);
 }
 
-// What the search types are is agreed with the service; here U for a user and C for a character.
+// Game and service agree on the search types. This game knows U, the characters of a user, and C, a
+// character's name.
 void OnQueryCharacter(const _QUERY_CHARACTER_REQ* pReq, _GAME_DATA_RES* pRes)
 {
     std::vector<Character> vecCharacters;

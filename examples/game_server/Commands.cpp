@@ -41,7 +41,7 @@ bool ShowCharacters(const Game& game, const std::string& strUser)
     return !vecCharacters.empty();
 }
 
-// run(number), if the text is one.
+// Calls run(number). False, after a line on the console, if the text is no number.
 template <class Run>
 bool WithNumber(const std::string& strNumber, Run run)
 {

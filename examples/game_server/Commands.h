@@ -1,4 +1,4 @@
-// The console of the example: one command a line.
+// The commands of the example's console, one on each line.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 #include "Shop.h"
 #include "Tasks.h"
 
-// The game's pieces, and the thread that belongs to them.
+// The game's pieces. The thread that runs tasks is the game's thread; sessions and shop belong to it.
 struct Server {
     Server(const std::string& strGameID, const std::string& strServerID) : shop(game, strGameID, strServerID)
     {
@@ -19,6 +19,6 @@ struct Server {
     Shop shop;
 };
 
-// One command; "!" in front says that it is meant to fail. False if it did not do what it should. The game's
-// thread alone.
+// Runs one command and returns whether it did what it should: succeed, or fail if "!" stands in front of it.
+// Only on the game's thread.
 bool RunCommand(Server& server, const std::string& strLine);

@@ -12,7 +12,7 @@ Item MakeItem(const char* pszItemID, int nCount)
     Put(item.szItemID, pszItemID);
     item.nCount = nCount;
     item.nPossibleLevel = 1;
-    item.cUseStatus = 'N';  // agreed with the service: not in use
+    item.cUseStatus = 'N';  // not in use; game and service agree on the letters
     return item;
 }
 
@@ -109,8 +109,9 @@ std::string Game::Deliver(const std::string& strUser, const std::string& strName
     Character* const pCharacter = Find(strUser, strName);
     if (pCharacter == nullptr)
         return NoCharacter(strUser, strName);
-    // If our answer was lost, the service may send the order again: it is done, and nothing is given twice.
-    // A real game writes items and order number to its database in one transaction.
+    // The service may send an order again if the game's answer was lost. A repeated order is a success, and
+    // its items are not given twice. A real game writes items and order number to its database in one
+    // transaction.
     if (pCharacter->setOrders.count(nOrder) != 0)
         return "";
     pCharacter->vecItems.insert(pCharacter->vecItems.end(), vecItems.begin(), vecItems.end());

@@ -1,7 +1,8 @@
 // The world of this little game: who plays, and what the characters own.
 //
-// Any thread may call anything here, the connector's too. Each call holds the lock for a moment and never
-// calls the connector: a game lock that is held during a connector call can end in a deadlock.
+// Any thread may call any function, the connector's threads included. Every function holds the lock for a
+// moment and never calls the connector meanwhile: if a callback needs the same lock, neither would ever go
+// on.
 #pragma once
 
 #include <map>
@@ -13,7 +14,8 @@
 
 #include "VelkarConnector.h"
 
-// As the service describes it. A game with items of its own keeps those and translates in the callbacks.
+// The connector's record of an item. A game with items of its own keeps its own and translates in the
+// callbacks.
 using Item = _INVENTORY_ITEM_INFO;
 
 struct Character {
@@ -22,24 +24,25 @@ struct Character {
     int nLevel = 1;
     int nMoney = 0;
     std::vector<Item> vecItems;
-    std::set<int> setOrders;  // delivered ones
+    std::set<int> setOrders;  // orders whose items have been delivered
 };
 
 class Game {
 public:
-    // A user comes to play; a new one gets a character. False if the user was playing already.
+    // Lets a user play; a user without a character gets one. False if the user was playing already.
     bool Enter(const std::string& strUser, const std::string& strIP);
+    // False if the user was not playing.
     bool Leave(const std::string& strUser);
     // The address that the user plays from; empty if the user does not play.
     std::string GetAddress(const std::string& strUser) const;
     std::vector<std::string> GetPlayers() const;
 
-    // Copies. Characters stay when their user leaves.
+    // Copies of the characters. A character stays in the world when its user leaves.
     std::vector<Character> GetCharactersOf(const std::string& strUser) const;
     std::optional<Character> FindCharacterByName(const std::string& strName) const;
 
-    // Of a user's character; without a name it is the user's first one. All do the whole of it or nothing,
-    // and return why not; an empty text is success.
+    // These concern one character of a user: the one of that name, or without a name the user's first one.
+    // Each does all of its work or nothing. The result is why nothing was done; an empty text is success.
     std::string CopyCharacter(const std::string& strUser, const std::string& strName, Character& copy) const;
     std::string Spend(const std::string& strUser, const std::string& strName, int nMoney, int& nLeft);
     std::string Deliver(const std::string& strUser, const std::string& strName, int nOrder,

@@ -1,11 +1,12 @@
-// Lists behind handles.
+// The lists that stand behind the connector's handles.
 #pragma once
 
 #include <cstdio>
 
 #include "VelkarConnector.h"
 
-// A list is ours to destroy, whatever happens to it; null is allowed.
+// Destroys the list at the end of its scope, as the game must do with every list that it has got or made. A
+// null handle is allowed.
 struct List {
     explicit List(_DATA_HANDLE* p) : pHandle(p) {}
     ~List() { DestroyHandle(pHandle); }
@@ -14,7 +15,8 @@ struct List {
     _DATA_HANDLE* const pHandle;
 };
 
-// show(record) for each record of a list that a response has brought. False if one could not be read.
+// Calls show(record) for each record of a response's list, with get as the call that reads this kind of
+// record. False, after a line on the console, if a record could not be read.
 template <class Record, class Show>
 bool ForEachRecord(const List& list,
                    bool (*get)(const _DATA_HANDLE*, std::size_t, Record*, char*, std::size_t), Show show)

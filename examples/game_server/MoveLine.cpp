@@ -6,7 +6,7 @@
 
 namespace {
 
-// Texts go as hexadecimal digits after a colon: they may be empty and hold any byte.
+// A text as hexadecimal digits after a colon, because it may be empty and may hold commas and spaces.
 std::string ToHex(const char* pszText)
 {
     static const char kDigits[] = "0123456789ABCDEF";

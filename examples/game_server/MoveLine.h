@@ -1,5 +1,5 @@
-// What a user takes along to another game server, as one word. How it gets there is the game's affair:
-// a message between its servers, a database.
+// The billing of a user who moves to another game server, as one word of text. The game itself brings the
+// word to the other server, by a message between its servers or through a database.
 #pragma once
 
 #include <string>
@@ -7,5 +7,5 @@
 #include "VelkarConnector.h"
 
 std::string WriteMoveLine(const _USER_MOVE_INFO& info);
-// False, with the record undefined, if the text is not one of WriteMoveLine's.
+// False if WriteMoveLine has not written the text; the record must not be used then.
 bool ReadMoveLine(const std::string& strText, _USER_MOVE_INFO& info);

@@ -23,7 +23,7 @@ std::string NameOf(int nProductID)
     return pszName[0] != '\0' ? pszName : "product " + std::to_string(nProductID);
 }
 
-// The service's 14 digits, for people.
+// YYYYMMDDhhmmss as "YYYY-MM-DD hh:mm:ss".
 std::string FormatDate(const char* pszDate)
 {
     std::string strDate = pszDate;
@@ -36,7 +36,7 @@ std::string FormatDate(const char* pszDate)
     return strDate.empty() ? "-" : strDate;
 }
 
-// Of any response or list record that tells of a billing.
+// Works for every response and list record with billing fields.
 template <class Rec>
 void ShowTerms(const Rec& rec)
 {
@@ -67,8 +67,8 @@ bool FinishCheckIn(Game& game, const std::string& strUser, const std::string& st
         return true;
     }
     if (IsTimeout(res.szError)) {
-        // Unknown. If the service checks the user in after all, the connector takes that back by itself, so
-        // the user may simply try again.
+        // The service may have checked the user in or not. If a late success arrives, the connector checks
+        // the user out by itself, so the user may simply try again.
         std::printf("%s: no answer, please try again\n", strUser.c_str());
         return false;
     }
@@ -92,7 +92,7 @@ bool Sessions::CheckInEx(const std::string& strUser, const std::string& strIP)
     _CHECKIN_EX_RES res{};
     CheckinEx(&req, &res);
     const bool bIn = FinishCheckIn(m_game, strUser, strIP, res);
-    ShowOtherBillings(res.hBillingData);  // null after a failure, which all the calls take
+    ShowOtherBillings(res.hBillingData);  // a null handle after a failure, which the calls allow
     return bIn;
 }
 
@@ -101,18 +101,20 @@ bool Sessions::CheckOut(const std::string& strUser)
     const _USER_REQ req = MakeUser(strUser, "");
     _RESULT_RES res{};
     Checkout(&req, &res);
-    m_game.Leave(strUser);  // whatever the answer is, the connector has let go of the user
+    m_game.Leave(strUser);  // whatever the answer is, the connector does not know the user any more
     if (res.bSuccess == 1) {
         std::printf("%s is out\n", strUser.c_str());
         return true;
     }
     if (IsTimeout(res.szError)) {
-        // Unknown. Nothing is left to do here: if the service still holds the user, it learns of it at the
-        // next connection, by the list of those who play.
+        // The service may have checked the user out or not. The game has nothing to do: at the next
+        // connection the connector sends the list of users who play, and the service checks out those who are
+        // not in it.
         std::printf("%s: no answer to the checkout; gone from this server all the same\n", strUser.c_str());
         return false;
     }
-    // "Failed to send" needs nothing from us: the connector delivers the checkout after the next connection.
+    // If the checkout could not be sent, the game has nothing to do either: the connector delivers it after
+    // the next connection.
     std::printf("%s is not out at the service: %s\n", strUser.c_str(), res.szError);
     return false;
 }
@@ -122,7 +124,7 @@ bool Sessions::ShowBilling(const std::string& strUser)
     const _USER_REQ req = MakeUser(strUser, m_game.GetAddress(strUser));
     _CHECKIN_RES res{};
     QueryBillingInfo(&req, &res);
-    if (res.nResult != 0) {  // a question changes nothing: after a timeout ask again
+    if (res.nResult != 0) {  // a query changes nothing, so after a timeout it can be repeated
         std::printf("nothing about %s: %s (code %d)\n", strUser.c_str(), res.szError, res.nResult);
         return false;
     }
@@ -133,8 +135,8 @@ bool Sessions::ShowBilling(const std::string& strUser)
 
 bool Sessions::ChargeAll()
 {
-    // Whose term has ended is told to the billing callback inside this call, on this thread. A queue does not
-    // mind; a lock that is held here and taken there would stand still for ever.
+    // For users whose term has ended, Charge calls the billing callback on this thread before it returns. So
+    // no lock that the callback takes may be held here. This game's callback posts to a queue, which is safe.
     _RESULT_RES res{};
     Charge(&res);
     std::printf("%s\n", res.bSuccess == 1 ? "everybody on metered billing is charged" : res.szError);
@@ -143,7 +145,7 @@ bool Sessions::ChargeAll()
 
 bool Sessions::MoveTo(const std::string& strUser)
 {
-    // First the record: after the call the connector does not know the user any more.
+    // The record is fetched first, because after UserMoveTo the connector does not know the user any more.
     _USER_MOVE_INFO info{};
     if (!GetBillingInfoForUserMove(strUser.c_str(), &info)) {
         std::printf("%s is not checked in here\n", strUser.c_str());
@@ -158,13 +160,14 @@ bool Sessions::MoveTo(const std::string& strUser)
         return true;
     }
     if (IsTimeout(res.szError)) {
-        // Unknown. The other server may try the record; if the service refuses it there, the move never
-        // began and a plain checkin is right.
+        // The move may have begun or not. The other server may try MoveFrom with this line. If the service
+        // refuses it there, the move has not begun, and the user checks in as usual.
         std::printf("%s: no answer; if the user is refused with this, check in anew: %s\n", strUser.c_str(),
                     WriteMoveLine(info).c_str());
         return false;
     }
-    // The user is out here. What could not be sent is delivered as a checkout after the next connection.
+    // The user has left this server in any case. If UserMoveTo could not be sent, the connector delivers a
+    // checkout after the next connection.
     std::printf("%s does not move: %s\n", strUser.c_str(), res.szError);
     return false;
 }
@@ -185,8 +188,8 @@ bool Sessions::MoveFrom(const std::string& strUser, const std::string& strIP, co
         return true;
     }
     if (IsTimeout(res.szError)) {
-        // Unknown, and the connector does not know the user here in either case. Ask the service what it
-        // has; a checkin then starts a session of its own.
+        // The service may have moved the user here or not; this connector does not know the user in either
+        // case. Query the billing to see what the service has; a checkin then starts a session of its own.
         std::printf("%s: no answer; look at the billing, then check in\n", strUser.c_str());
         return false;
     }
@@ -197,12 +200,12 @@ bool Sessions::MoveFrom(const std::string& strUser, const std::string& strIP, co
 void Sessions::OnBillingEvent(const _BILLING_NOTI_INFO& info)
 {
     constexpr int kBillingExpire = 0;
-    const std::string strName = GetEventName(info.nEventCode);  // from the settings
+    const std::string strName = GetEventName(info.nEventCode);  // of the settings file
     std::printf("  event %d (%s) for %s%s%s\n", info.nEventCode,
                 strName.empty() ? "no name" : strName.c_str(), info.szUserKey,
                 info.szParam[0] != '\0' ? ": " : "", info.szParam);
-    // The connector checks the user out at the service; putting the player out of the game is ours. For all
-    // other codes the player stays, and is shown the text.
+    // After event 0 the connector checks the user out at the service, and the game takes the player out.
+    // After all other events the player stays and is shown the text.
     if (info.nEventCode == kBillingExpire && m_game.Leave(info.szUserKey))
         std::printf("  %s leaves the game\n", info.szUserKey);
 }
@@ -213,8 +216,9 @@ void Sessions::OnStorageNotice(const _STORAGE_NOTI_INFO& info)
     std::printf("  %d item(s) have arrived in the storage box of %s\n", info.nItemCount, pszWhom);
 }
 
-// A checkout by force (event code 2) ends the session inside the connector without a word to the game. Only
-// who is missing at two looks in a row has to go: an event that says why may still be on its way to us.
+// A checkout by force (event code 2) ends the session inside the connector, and no callback tells the game. A
+// player is taken out only if missing at two calls in a row: after the first, the event that explains it may
+// still be in the game's queue.
 void Sessions::FindForgotten()
 {
     std::set<std::string> setMissing;
@@ -239,8 +243,9 @@ void Sessions::CheckEveryoneOut()
         Checkout(&req, &res);
         m_game.Leave(strUser);
         std::printf("%s is %s at the end\n", strUser.c_str(), res.bSuccess == 1 ? "checked out" : "let go");
-        // Each unanswered call costs five seconds. The service learns of the others by itself, once this
-        // server stays away or comes back without them.
+        // Every further call without an answer would block for five seconds more. The service checks the
+        // other users out by itself: when this server stays away, or when it connects again and its list does
+        // not name them.
         if (IsTimeout(res.szError))
             return;
     }

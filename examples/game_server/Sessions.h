@@ -1,5 +1,6 @@
-// Users coming, staying and going: the game's side of the billing sessions. The game's thread alone, as its
-// calls block for up to five seconds; a game with many users has a few threads for them.
+// Users coming, staying and going: the game's side of the billing sessions. Used on the game's thread only. A
+// call blocks for up to five seconds, so a game with many users makes these calls on a few threads of their
+// own.
 #pragma once
 
 #include <set>
@@ -7,7 +8,7 @@
 
 #include "Game.h"
 
-// Each call shows what has come of it and returns whether it did what was asked.
+// Each function prints what has happened and returns whether it did what was asked.
 class Sessions {
 public:
     explicit Sessions(Game& game) : m_game(game) {}
@@ -19,20 +20,23 @@ public:
     bool ShowBilling(const std::string& strUser);
     bool ChargeAll();
 
-    // A move: MoveTo here shows a line, MoveFrom at the other server takes it.
+    // A move to another server: MoveTo prints a line on this server, and MoveFrom takes that line on the
+    // other one.
     bool MoveTo(const std::string& strUser);
     bool MoveFrom(const std::string& strUser, const std::string& strIP, const std::string& strLine);
 
-    // What the callbacks post.
+    // The notices of the service, which the callbacks post to the game's queue.
     void OnBillingEvent(const _BILLING_NOTI_INFO& info);
     void OnStorageNotice(const _STORAGE_NOTI_INFO& info);
 
-    // Lets go whom the connector no longer knows; a look at each player, nothing is sent.
+    // Takes players out of the game whom the connector does not know any more. Asks the connector about each
+    // player; nothing is sent to the service.
     void FindForgotten();
-    // Before UninitModule, which forgets everybody without telling the service.
+    // To be called before UninitModule, which forgets all users without telling the service.
     void CheckEveryoneOut();
 
 private:
     Game& m_game;
-    std::set<std::string> m_setMissing;  // whom the connector did not know at the last look
+    std::set<std::string>
+        m_setMissing;  // players whom the connector did not know at the last call of FindForgotten
 };

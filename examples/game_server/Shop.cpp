@@ -7,7 +7,12 @@
 
 namespace {
 
-// What all refusals have in common; the texts are the service's or the library's own.
+// The level that the shop is told for every character, high enough for the demo's products. A real game sends
+// the character's own.
+constexpr int kShopLevel = 30;
+
+// Prints why a request has failed and returns false. The text is the service's or the library's own; the
+// service may have sent none.
 template <class Response>
 bool Refused(const Response& res, const char* pszWhat)
 {
@@ -15,7 +20,7 @@ bool Refused(const Response& res, const char* pszWhat)
     return false;
 }
 
-// "A:B" in its two halves.
+// The two halves of "A:B"; without a colon the second one is empty.
 std::pair<std::string, std::string> SplitPair(const std::string& str)
 {
     const std::size_t nColon = str.find(':');
@@ -31,7 +36,7 @@ Shop::Shop(Game& game, std::string strGameID, std::string strServerID)
 {
 }
 
-// The fields that most requests share, of the user's first character.
+// A request with the fields that most requests have, filled in for the user's first character.
 template <class Request>
 Request Shop::MakeReq(const std::string& strUser) const
 {
@@ -44,6 +49,29 @@ Request Shop::MakeReq(const std::string& strUser) const
         Put(req.szUserID, strUser);
         Put(req.szCharacterID, character.strName);
     }
+    return req;
+}
+
+_USER_PRODUCT_REQ Shop::MakeUserProduct(const std::string& strUser, const std::string& strProduct) const
+{
+    auto req = MakeReq<_USER_PRODUCT_REQ>(strUser);
+    Put(req.szUserIP, m_game.GetAddress(strUser));
+    Put(req.szProductID, strProduct);
+    req.nLevel = kShopLevel;
+    return req;
+}
+
+// One piece of a product. Receiver, coupons and options are still empty: the buyer gets it at its plain
+// price.
+_PURCHASE_REQ Shop::MakePurchase(const std::string& strUser, const std::string& strProduct,
+                                 const std::string& strPassWord) const
+{
+    auto req = MakeReq<_PURCHASE_REQ>(strUser);
+    Put(req.szProductID, strProduct);
+    Put(req.szUserIP, m_game.GetAddress(strUser));
+    Put(req.szPassWD, strPassWord == "-" ? "" : strPassWord);
+    req.nLevel = kShopLevel;
+    req.nCount = 1;
     return req;
 }
 
@@ -68,7 +96,7 @@ bool Shop::ShowProducts(const std::string& strBranch, int nPage)
     _PRODUCT_LIST_REQ req{};
     Put(req.szGameID, m_strGameID);
     Put(req.szBranchID, strBranch);
-    req.cSearchType = 'A';  // all; agreed with the service
+    req.cSearchType = 'A';  // all; game and service agree on the letters
     req.nRow = 10;
     req.nPage = nPage;
     _PRODUCT_LIST_RES res{};
@@ -112,10 +140,7 @@ bool Shop::ShowDetail(const std::string& strProduct)
 
 bool Shop::ShowDiscounts(const std::string& strUser, const std::string& strProduct)
 {
-    auto req = MakeReq<_USER_PRODUCT_REQ>(strUser);
-    Put(req.szUserIP, m_game.GetAddress(strUser));
-    Put(req.szProductID, strProduct);
-    req.nLevel = 30;
+    const auto req = MakeUserProduct(strUser, strProduct);
     _LIST_RES res{};
     QueryDiscountList(&req, &res);
     const List list(res.hData);
@@ -130,10 +155,7 @@ bool Shop::ShowDiscounts(const std::string& strUser, const std::string& strProdu
 
 bool Shop::ShowCoupons(const std::string& strUser, const std::string& strProduct)
 {
-    auto req = MakeReq<_USER_PRODUCT_REQ>(strUser);
-    Put(req.szUserIP, m_game.GetAddress(strUser));
-    Put(req.szProductID, strProduct);
-    req.nLevel = 30;
+    const auto req = MakeUserProduct(strUser, strProduct);
     _LIST_RES res{};
     QueryCouponList(&req, &res);
     const List list(res.hData);
@@ -209,8 +231,8 @@ bool Shop::Purchase(const _PURCHASE_REQ& req, const std::string& strWhat)
         std::printf("%s: order %d, paid %d\n", strWhat.c_str(), res.nOrderSeq, res.nBuyPrice);
         return true;
     }
-    // Unknown after a timeout: look into the storage box and at the balance before trying again, or the
-    // player pays twice.
+    // After a timeout the purchase may have been made. The player has to look at the balance and into the
+    // storage box before trying again, or may pay twice.
     if (IsTimeout(res.szError))
         std::printf("%s: no answer; look into the storage box before you try again\n", strWhat.c_str());
     else
@@ -221,17 +243,12 @@ bool Shop::Purchase(const _PURCHASE_REQ& req, const std::string& strWhat)
 bool Shop::Buy(const std::string& strUser, const std::string& strProduct, const std::string& strPassWord,
                const std::string& strCoupon, const std::string& strOption)
 {
-    auto req = MakeReq<_PURCHASE_REQ>(strUser);
-    Put(req.szProductID, strProduct);
-    Put(req.szUserIP, m_game.GetAddress(strUser));
-    Put(req.szPassWD, strPassWord == "-" ? "" : strPassWord);
-    req.nLevel = 30;
-    req.nCount = 1;
+    auto req = MakePurchase(strUser, strProduct, strPassWord);
     const List coupons(strCoupon == "-" && strOption == "-" ? nullptr
                                                             : GetHandleForUseCouponInfo(nullptr, 0));
     const List options(strOption == "-" ? nullptr : GetHandleForUseOptionInfo(nullptr, 0));
-    // With both handles the options are read from the coupons' list: so both go in there, each pair as one
-    // record.
+    // If a request has both handles, the library reads the options from the coupons' list too. So coupons and
+    // options both go into that list, each pair as one record.
     for (const std::string& strPair : {strCoupon, strOption}) {
         if (strPair == "-")
             continue;
@@ -253,15 +270,10 @@ bool Shop::Buy(const std::string& strUser, const std::string& strProduct, const 
 bool Shop::Give(const std::string& strUser, const std::string& strReceiver, const std::string& strProduct,
                 const std::string& strPassWord)
 {
-    auto req = MakeReq<_PURCHASE_REQ>(strUser);
-    Put(req.szProductID, strProduct);
-    Put(req.szUserIP, m_game.GetAddress(strUser));
-    Put(req.szPassWD, strPassWord == "-" ? "" : strPassWord);
+    auto req = MakePurchase(strUser, strProduct, strPassWord);
     Put(req.szRecvUserID, strReceiver);
     Put(req.szRecvServerID, m_strServerID);
     Put(req.szGiftMessage, "With the best wishes of " + strUser);
-    req.nLevel = 30;
-    req.nCount = 1;
     return Purchase(req, strUser + " gives " + strProduct + " to " + strReceiver);
 }
 
@@ -332,7 +344,8 @@ bool Shop::Reserve(const std::string& strUser, int nStorageSeq, _STORAGE_INFO& e
     StorageToInventory(&req, &res);
     if (res.bSuccess == 1)
         return true;
-    // Unknown after a timeout. The service gives back by itself what nobody ends.
+    // After a timeout the entry may be reserved. The game has nothing to do: the service ends a reservation
+    // by itself if it is neither confirmed nor cancelled.
     return Refused(res, "reserve");
 }
 
@@ -365,7 +378,8 @@ bool Shop::Take(const std::string& strUser, int nStorageSeq)
     item.nPeriod = entry.nPeriod;
     Put(item.szOptionCode, entry.szOptionCode);
     Put(item.szOptionValue, entry.szOptionValue);
-    // The entry's number makes the delivery one that can be repeated.
+    // The entry's number, below 0 so that it is no order's, lets Deliver notice a repetition: if the
+    // confirmation is lost and the player takes the entry again, the item is not given twice.
     const std::string strError = m_game.Deliver(strUser, "", -entry.nStorageSeq, {item});
     if (!strError.empty()) {
         std::printf("%s\n", strError.c_str());

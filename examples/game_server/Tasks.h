@@ -12,7 +12,7 @@ class Tasks {
 public:
     using Task = std::function<void()>;
 
-    // Any thread. Never blocks for longer than a push.
+    // Any thread, the connector's too. Does not wait for the task.
     void Post(Task task)
     {
         {
@@ -22,7 +22,7 @@ public:
         m_cond.notify_one();
     }
 
-    // Runs the tasks in order on the calling thread, and everySecond in between, until Stop.
+    // Runs the tasks in order on the calling thread, and everySecond once a second between them, until Stop.
     void Run(const Task& everySecond)
     {
         using Clock = std::chrono::steady_clock;
@@ -37,20 +37,21 @@ public:
             }
         }
     }
-    // What is there now, without waiting for more.
+    // Runs the tasks that have been posted so far and returns.
     void RunPending()
     {
         while (Task task = Take(std::chrono::steady_clock::now()))
             task();
     }
-    // Run returns once it has done what was posted before.
+    // Run returns once it has run all tasks that were posted before this call.
     void Stop()
     {
         Post([this] { m_bStop = true; });
     }
 
 private:
-    // An empty one if none comes in time. The lock is free again when the task runs.
+    // The next task; an empty one if none is there before the time is over. The caller runs the task without
+    // the lock.
     Task Take(std::chrono::steady_clock::time_point until)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -64,5 +65,5 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_cond;
     std::queue<Task> m_tasks;
-    bool m_bStop = false;  // the game's thread alone
+    bool m_bStop = false;  // used on the game's thread only
 };

@@ -56,7 +56,7 @@ const char* const kScenario[] = {
     "out alice",         "out bob",         "out carol",           "!out carol",
 };
 
-// Waits on the feeding thread, so that the game goes on meanwhile.
+// Waits on the thread that feeds the commands, so that the game goes on meanwhile.
 bool Wait(const std::string& strSeconds)
 {
     std::istringstream number(strSeconds);
@@ -67,8 +67,8 @@ bool Wait(const std::string& strSeconds)
     return true;
 }
 
-// Gives the game's thread one line after the other, each when the one before is done. False if any of them
-// did not do what it should.
+// Gives the game's thread one line after the other, each when the one before is done. Returns false if any
+// command did not do what it should.
 bool Feed(Server& server, const std::function<bool(std::string&)>& nextLine)
 {
     bool bGood = true;
@@ -90,7 +90,7 @@ bool Feed(Server& server, const std::function<bool(std::string&)>& nextLine)
     return bGood;
 }
 
-// The game, on this thread; the commands come from another one.
+// Runs the game on this thread until another thread has fed all commands.
 bool Play(Server& server, bool bConsole)
 {
     std::size_t nNext = 0;
@@ -139,8 +139,8 @@ int main(int argc, char** argv)
     const bool bGood = Play(server, options.bConsole);
 
     server.sessions.CheckEveryoneOut();
-    UninitModule();             // no callback starts any more
-    server.tasks.RunPending();  // what they have posted to the last
+    UninitModule();             // no callback runs after this call
+    server.tasks.RunPending();  // tasks that the last callbacks have posted
     std::printf(bGood ? "The connector has stopped; every step did what it should.\n"
                       : "The connector has stopped; at least one step went wrong.\n");
     return bGood ? 0 : 1;
