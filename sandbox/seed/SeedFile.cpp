@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMaxKey = 22;  // bytes of a user id or number
 constexpr std::size_t kMaxCRMCode = 15;
-constexpr std::size_t kMaxText = 1024;
+constexpr std::size_t kMaxResultText = 1024;
 constexpr std::size_t kMaxPassWord = 20;
 constexpr int kMaxFill = 100'000;
 constexpr int kMaxDepth = 16;
@@ -57,7 +57,7 @@ User ReadUser(JsonObject& object)
     user.cFree = object.Flag("free") ? 'Y' : 'N';
     user.bPCCafe = object.Flag("pcCafe");
     user.nResult = static_cast<int>(object.Number("result", INT_MIN, INT_MAX, 0));
-    user.strResultText = object.Text("resultText", kMaxText, "");
+    user.strResultText = object.Text("resultText", kMaxResultText, "");
     object.List("otherBillings", [&](const Json& element, const std::string& strElement) {
         JsonObject other(element, strElement);
         user.vecOther.push_back(ReadBilling(other));

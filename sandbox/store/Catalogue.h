@@ -76,8 +76,8 @@ public:
     void AddGroup(const std::string& strGameID, const XSpecialProductListContent& row);
     void AddGroupProduct(const std::string& strGameID, const XSpecialProduct& row);
 
-    // ---- reading; functions with a list argument append to it, in the order in which games show the rows
-    // ----
+    // ---- reading ----
+    // Functions with a list argument append to it, in the order in which games show the rows.
     std::vector<std::string> GetGames();  // in the order of the seed
     bool HasGame(const std::string& strGameID);
     std::vector<std::string> GetProductIDs(const std::string& strGameID);  // on sale or not
