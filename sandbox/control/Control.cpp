@@ -162,7 +162,7 @@ void Control::Index(const HttpRequest&, const Respond& respond)
                 strText += "    POST " + std::string(route.pszPath) + strName + '\n';
         }
     }
-    respond({200, strText + "\nThe arguments are in docs/sandbox.md.\n", "text/plain"});
+    respond({200, strText + "\nThe arguments are in docs/sandbox-triggers.md.\n", "text/plain"});
 }
 
 void Control::Connectors(const HttpRequest&, const Respond& respond)

@@ -1,5 +1,5 @@
 // The billing sessions of users: checkin, billing queries, checkout, moves, user lists, charging.
-// docs/sandbox.md tells the same rules in prose.
+// docs/sandbox-rules.md tells the same rules in prose.
 #include <algorithm>
 #include <charconv>
 #include <climits>

@@ -1,5 +1,5 @@
 // The lists of the shop: menu, products, discounts, coupons, tags, special groups, and the balance.
-// docs/sandbox.md tells the same rules in prose.
+// docs/sandbox-shop.md tells the same rules in prose.
 #include "sandbox/base/DateText.h"
 #include "sandbox/service/Cashier.h"
 #include "sandbox/service/Service.h"

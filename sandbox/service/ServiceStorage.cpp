@@ -1,5 +1,5 @@
 // Storage boxes: their lists, and moving entries into a game's inventory in two steps, reserve and then
-// confirm or cancel. docs/sandbox.md tells the same rules in prose.
+// confirm or cancel. docs/sandbox-shop.md tells the same rules in prose.
 #include <set>
 
 #include "sandbox/base/DateText.h"

@@ -35,7 +35,7 @@ class Faults {
 public:
     static constexpr std::size_t kMaxFaults = 100;
 
-    // Orders a fault, written as docs/sandbox.md describes it. Returns the fault as List shows it. Throws
+    // Orders a fault, written as docs/sandbox-triggers.md describes it. Returns the fault as List shows it. Throws
     // JsonError and has ordered nothing then.
     Json Add(const Json& json);
     Json List() const;        // the faults that are not used up, oldest first
