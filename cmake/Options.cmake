@@ -30,6 +30,32 @@ if(WIN32)
   add_link_options(-static)
 endif()
 
+# velkar_precompile(target set): the target's sources start from the standard library's headers, precompiled once for
+# the whole build; with the set "test" also from GoogleTest's.
+option(VELKAR_PRECOMPILE "Precompile the headers of the standard library and of GoogleTest" OFF)
+set(precompiled_standard <algorithm> <atomic> <condition_variable> <functional> <map> <memory> <mutex> <string>
+                         <thread> <vector>)
+set(precompiled_test ${precompiled_standard} <gtest/gtest.h>)
+function(velkar_precompile target set)
+  if(NOT VELKAR_PRECOMPILE)
+    return()
+  endif()
+  set(owner velkar_precompiled_${set})
+  if(NOT TARGET ${owner})
+    # A program for programs and a library for libraries: they are compiled as position-independent in two ways.
+    file(CONFIGURE OUTPUT ${owner}.cpp CONTENT "int main() {}\n")
+    if(set STREQUAL test)
+      add_executable(${owner} ${CMAKE_CURRENT_BINARY_DIR}/${owner}.cpp)
+      target_link_libraries(${owner} PRIVATE gtest)
+    else()
+      add_library(${owner} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${owner}.cpp)
+    endif()
+    target_link_libraries(${owner} PRIVATE velkar_options)
+    target_precompile_headers(${owner} PRIVATE ${precompiled_${set}})
+  endif()
+  target_precompile_headers(${target} REUSE_FROM ${owner})
+endfunction()
+
 # velkar_objects(name dirs...): the sources of those folders, built once and linked into the library
 # and into the tests alike.
 function(velkar_objects name)
@@ -38,4 +64,5 @@ function(velkar_objects name)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})
   add_library(${name} OBJECT ${sources})
   target_link_libraries(${name} PUBLIC velkar_options)
+  velkar_precompile(${name} standard)
 endfunction()
