@@ -2,6 +2,7 @@
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "tests/fakeplatform/LogicTest.h"
+#include "tests/session/Users.h"
 
 namespace {
 
@@ -46,12 +47,13 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
 }
 
-TEST_F(ReconnectTest, EmptyListsSendNothing)
+TEST_F(ReconnectTest, EmptyListsSendNothingAndALinkOutOfStepIsGivenUp)
 {
     Play({});
     Service().Forget();
-    Service().Drop();
+    Service().SendRaw(std::string("\x7F\xFF\xFF\xFF\x01\x58\x65\xAA", 8));  // a body beyond all bounds
     Service().WaitForConnection(2);
+    EXPECT_TRUE(Journal::WaitFor(Journal::Level::Error, "holds no msg of the protocol"));
     Service().Expect<XC2S_VelkarConnectReq>();
     Service().ExpectNothing();
 }
@@ -59,12 +61,7 @@ TEST_F(ReconnectTest, EmptyListsSendNothing)
 TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
 {
     Play({"alice"});
-    FailedCheckOutVector().AddFailedUser([] {
-        CUserInfo info;
-        info.SetKey("bob");
-        info.SetUserIP("10.0.0.2");
-        return info;
-    }());
+    FailedCheckOutVector().AddFailedUser(User("bob", "10.0.0.2"));
     Service().IgnoreRegistration();
     Service().Forget();
     SetSecond(std::chrono::milliseconds(500));  // the answer has to come within five of these
@@ -138,29 +135,14 @@ TEST_F(ReconnectTest, ACycleBelowOneIsNoFlood)
     EXPECT_GE(Service().Count<XC2S_Heartbeat>(), 1);
 }
 
-TEST_F(ReconnectTest, ALinkWithABodyBeyondAllBoundsIsGivenUp)
+TEST_F(ReconnectTest, AStreamThatFailsIsTriedAgainButNotForEver)
 {
     Play({});
-    Service().SendRaw(std::string("\x7F\xFF\xFF\xFF\x01\x58\x65\xAA", 8));
-    Service().WaitForConnection(2);
-    EXPECT_TRUE(Journal::WaitFor(Journal::Level::Error, "holds no msg of the protocol"));
-}
-
-TEST_F(ReconnectTest, WithoutAReadStreamOneReceiveIsGoneAndTheNextOneWorks)
-{
     Service().SayYes();
-    ASSERT_TRUE(Game().Start());
-    Fail(Op::LockReadStream);
+    Fail(Op::LockReadStream);  // costs one receive
     Service().Send(XS2C_ChargeAns());
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to get a recv stream. [Error code: 4711]"));
-    EXPECT_EQ(Game().Checkin("abc").nResult, 0);
-}
-
-TEST_F(ReconnectTest, AHeaderThatCannotBeTakenOffIsTriedAgainButNotForEver)
-{
-    Play({});
-    Fail(Op::StreamRemoveLeft, 2);
-    Service().SayYes();
+    Fail(Op::StreamRemoveLeft, 2);  // the header cannot be taken off
     EXPECT_EQ(Game().Checkin("abc").nResult, 0);
     Fail(Op::StreamRemoveLeft, kAlways);
     Service().Send(XS2C_ChargeAns());

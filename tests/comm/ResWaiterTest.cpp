@@ -32,31 +32,6 @@ TEST(ResWaiter, AnAnswerReachesItsOwnWaiterOnly)
     EXPECT_EQ(CopyResponse(two).nProductID, 8);
 }
 
-TEST(ResWaiter, AnAnswerOfAnotherKindIsNoAnswer)
-{
-    CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
-    wait.nReqID = 5;
-    const WaiterAutoRemover remover(wait);
-    ASSERT_TRUE(Waiters().AddWaiter(&wait));
-    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckOutAns>(5, _RESULT_RES{}));           // another record
-    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_QueryBillingInfoAns>(5, _CHECKIN_RES{}));  // another message
-    EXPECT_FALSE(wait.hEvent.Wait(0));
-}
-
-TEST(ResWaiter, LeavesTheMapByAnyWayOut)
-{
-    const std::size_t nBefore = Waiters().GetCount();
-    try {
-        CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
-        wait.nReqID = 6;
-        const WaiterAutoRemover remover(wait);
-        Waiters().AddWaiter(&wait);
-        throw std::runtime_error("in the middle of a call");
-    } catch (const std::runtime_error&) {
-    }
-    EXPECT_EQ(Waiters().GetCount(), nBefore);
-}
-
 TEST(ResWaiter, IsRefusedDuringTermination)
 {
     CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());

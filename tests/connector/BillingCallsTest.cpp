@@ -2,6 +2,7 @@
 #include "datapool/DataPool.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
+#include "tests/connector/NamedValues.h"
 #include "tests/fakeplatform/LogicTest.h"
 
 namespace {
@@ -10,15 +11,10 @@ class BillingCallsTest : public LogicTest {
 protected:
     static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
     static std::size_t Lists() { return DataPool().GetCount(); }
-    static _USER_MOVE_INFO MoveInfo()
+    static _USER_MOVE_INFO MoveInfo(int nSeqNo = 77)
     {
-        _USER_MOVE_INFO info{};
-        info.nBillType = 3;
-        info.nProductID = 9;
-        info.nSeqNo = 77;
-        info.bFree = 'Y';
-        std::memset(info.szCRMCode, 'c', sizeof(info.szCRMCode));  // no NUL: read to its end
-        Put(info.szEndDate, "20300102030405");
+        auto info = Named::Full<_USER_MOVE_INFO>();
+        info.nSeqNo = nSeqNo, info.bFirst = 0, info.bFree = 'Y';
         return info;
     }
     _RESULT_RES MoveFrom(const char* pszUser, const _USER_MOVE_INFO& info)
@@ -37,16 +33,12 @@ TEST_F(BillingCallsTest, ListsOfOtherBillings)
     Game().settings.products = {{7, "Gold", 3}, {8, "Silver", 1}};
     ASSERT_TRUE(Game().Start());
     const auto answer = [](const auto&, auto& ans) {
-        ans.nBillType = 44;
-        ans.nResult = 90006;
-        ans.strErrorMsg = "fine";
+        ans.nBillType = 44, ans.nResult = 90006, ans.strErrorMsg = "fine";
         for (int n = 0; n < 2; ++n) {
             auto& other = ans.vecOtherBilling.Add();
-            other.nBillType = 5;
+            Named::Fill(other);
             other.nProductID = 8 + n;  // the second one is not configured
             other.nRemainMinutes = 0x1234567890;
-            other.strCRMCode = "0123456789ABCDEFG";
-            other.strEndDate = "20300102030405";
         }
     };
     Service().On<XC2S_CheckInExReq>(answer);
@@ -58,16 +50,15 @@ TEST_F(BillingCallsTest, ListsOfOtherBillings)
         EXPECT_EQ(res.nBillingID, bCheckin ? 3 : 44);
         EXPECT_STREQ(res.szError, "fine");
         EXPECT_EQ(IsIn("abc"), bCheckin);
-        char szError[64];
-        ASSERT_EQ(GetDataSize(res.hBillingData, szError, sizeof(szError)), 2u);
-        _BILL_INFO info;
-        ASSERT_TRUE(GetBillingData(res.hBillingData, 0, &info, szError, sizeof(szError)));
-        EXPECT_EQ(info.nBillingID, 1);
-        EXPECT_EQ(info.nProductID, 8);
-        EXPECT_EQ(info.nRemainMinutes, 0x1234567890);
-        EXPECT_STREQ(info.szCRMCode, "0123456789ABCDE");
-        ASSERT_TRUE(GetBillingData(res.hBillingData, 1, &info, szError, sizeof(szError)));
-        EXPECT_EQ(info.nBillingID, 0);
+        EXPECT_EQ(GetDataSize(res.hBillingData, nullptr, 0), 2u);
+        for (const int n : {0, 1}) {
+            _BILL_INFO info;
+            ASSERT_TRUE(GetBillingData(res.hBillingData, static_cast<std::size_t>(n), &info, nullptr, 0));
+            EXPECT_EQ(info.nBillingID, n == 0 ? 1 : 0);
+            EXPECT_EQ(info.nProductID, 8 + n);
+            EXPECT_EQ(info.nRemainMinutes, 0x1234567890);
+            Named::ExpectIn(info, {"nBillingID", "nProductID", "nRemainMinutes"});
+        }
         DestroyHandle(res.hBillingData);
         EXPECT_EQ(Lists(), 0u);
         UserInfoMap().RemoveAllUserInfo();
@@ -78,27 +69,24 @@ TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
 {
     ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(100));
-    for (const auto pfnCall : {&CheckinEx, &QueryBillingInfoEx}) {
-        const auto refuse = [](const auto&, auto& ans) {
-            ans.nResult = 30006;
-            ans.strErrorMsg = "no";
+    for (const bool bAnswered : {true, false}) {
+        const auto refuse = [bAnswered](const auto&, auto& ans) {
+            ans.nResult = 30006, ans.strErrorMsg = "no";
             ans.vecOtherBilling.Add();
+            return bAnswered;
         };
         Service().On<XC2S_CheckInExReq>(refuse);
         Service().On<XC2S_QueryBillingInfoExReq>(refuse);
-        auto res = Game().Call(pfnCall, Game().User("abc"));
-        EXPECT_EQ(res.nResult, -1);
-        EXPECT_EQ(res.bExtra, 1);
-        EXPECT_EQ(res.hBillingData, nullptr);
-        EXPECT_STREQ(res.szError, "no");
-        Service().SayNothing();
-        res = Game().Call(pfnCall, Game().User("abc"));
-        EXPECT_EQ(res.nResult, -1);
-        EXPECT_EQ(res.hBillingData, nullptr);
-        EXPECT_EQ(std::string(res.szError),
-                  pfnCall == &CheckinEx
-                      ? "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout."
-                      : "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.");
+        for (const auto& [pfnCall, strAnswer] : {std::pair(&CheckinEx, "CheckInExAns"),
+                                                 std::pair(&QueryBillingInfoEx, "QueryBillingInfoExAns")}) {
+            const auto res = Game().Call(pfnCall, Game().User("abc"));
+            EXPECT_EQ(res.nResult, -1);
+            EXPECT_EQ(res.bExtra, bAnswered);
+            EXPECT_EQ(res.hBillingData, nullptr);
+            EXPECT_EQ(res.szError, bAnswered ? "no"
+                                             : "Failed to receive a 'XC2S_" + std::string(strAnswer) +
+                                                   "' msg because of timeout.");
+        }
     }
     EXPECT_FALSE(IsIn("abc"));
     EXPECT_EQ(Lists(), 0u);
@@ -134,8 +122,7 @@ TEST_F(BillingCallsTest, OfTwoAnswersTogetherOneListIsLeft)
     const auto res = query.get();
     ASSERT_EQ(res.nResult, 0);
     EXPECT_EQ(GetDataSize(res.hBillingData, nullptr, 0), 1u);
-    XS2C_QueryGameMoneyReq behind;
-    Service().Ask(behind);
+    Service().Ask(XS2C_QueryGameMoneyReq());
     EXPECT_EQ(Lists(), 1u);
     DestroyHandle(res.hBillingData);
 }
@@ -158,16 +145,13 @@ TEST_F(BillingCallsTest, ABillingQueryChangesNobody)
     Game().settings.products = {{7, "Gold", 3}};
     ASSERT_TRUE(Game().Start());
     Service().On<XC2S_QueryBillingInfoReq>([](const auto&, auto& ans) {
-        ans.nBillType = 2;
-        ans.bPCCafe = true;
-        ans.nRemainMinutes = 0x100000005;
+        ans.nBillType = 2, ans.bPCCafe = true, ans.nRemainMinutes = 0x100000005;
     });
     const auto res = Game().Call(&QueryBillingInfo, Game().User("abc"));
-    EXPECT_EQ(res.nResult, 0);
-    EXPECT_EQ(res.nBillingID, 2);  // as it came
+    EXPECT_EQ(res.nBillingID, 2) << "as it came";
     EXPECT_EQ(res.bPCCafe, 1);
     EXPECT_EQ(res.nRemainMinutes, 5);
-    EXPECT_FALSE(IsIn("abc"));
+    EXPECT_TRUE(res.nResult == 0 && !IsIn("abc"));
     EXPECT_TRUE(Journal::Logged(Journal::Level::Debug,
                                 "\r\n\tRemain Minutes: 4294967301\r\n\tPC Cafe: Y\r\n\tCRM Code: CRM"));
 }
@@ -176,24 +160,16 @@ TEST_F(BillingCallsTest, AUserMovesAway)
 {
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
-    _USER_MOVE_INFO info;
-    std::memset(&info, 0x5A, sizeof(info));
+    auto info = Named::Full<_USER_MOVE_INFO>();
     const _USER_MOVE_INFO untouched = info;
-    EXPECT_FALSE(GetBillingInfoForUserMove("abc", &info));
+    EXPECT_FALSE(GetBillingInfoForUserMove("abc", &info) || GetBillingInfoForUserMove(nullptr, &info) ||
+                 GetBillingInfoForUserMove("abc", nullptr));
     EXPECT_EQ(std::memcmp(&info, &untouched, sizeof(info)), 0);
-    EXPECT_FALSE(GetBillingInfoForUserMove(nullptr, &info));
-    EXPECT_FALSE(GetBillingInfoForUserMove("abc", nullptr));
 
     Game().Checkin("abc");
     ASSERT_TRUE(GetBillingInfoForUserMove("abc", &info));
-    EXPECT_EQ(info.nBillType, 2);
-    EXPECT_EQ(info.nProductID, kProductID);
-    EXPECT_EQ(info.nSeqNo, 1);
-    EXPECT_EQ(info.bFirst, 1);
-    EXPECT_EQ(info.bFree, 'N');
-    EXPECT_STREQ(info.szCRMCode, "CRM");
-    EXPECT_STREQ(info.szEndDate, "20991231235959");
-    Service().Forget();
+    _USER_MOVE_INFO expected = {2, kProductID, 1, 1, "CRM", "20991231235959", 'N'};
+    EXPECT_EQ(std::memcmp(&info, &expected, offsetof(_USER_MOVE_INFO, bFree) + 1), 0);
     EXPECT_EQ(Game().Call(&UserMoveTo, Game().User("abc", "1.2.3.4")).bSuccess, 1);
     EXPECT_EQ(Service().Expect<XC2S_UserMoveToReq>()->strUserIP, "1.2.3.4");
     EXPECT_FALSE(IsIn("abc"));
@@ -207,6 +183,7 @@ TEST_F(BillingCallsTest, AUserMovesAway)
     EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);
 }
 
+// A CRM code without a NUL is read to its end. A Seq No of 0 stands for none.
 TEST_F(BillingCallsTest, AUserArrives)
 {
     Service().SayYes();
@@ -215,20 +192,17 @@ TEST_F(BillingCallsTest, AUserArrives)
     CUserInfo info;
     ASSERT_TRUE(UserInfoMap().FindUserInfo("abc", info));
     EXPECT_EQ(info.GetSeqNo(), "77");
-    EXPECT_EQ(info.GetBillingID(), 3);
-    EXPECT_EQ(info.GetCRMCode(), std::string(16, 'c'));
+    EXPECT_EQ(info.GetBillingID(), MoveInfo().nBillType);
+    EXPECT_EQ(info.GetCRMCode(), Named::Text("CRMCode", 16));
     EXPECT_EQ(info.GetFree(), 'Y');
     EXPECT_FALSE(info.IsFirst());
     _USER_MOVE_INFO again{};
     GetBillingInfoForUserMove("abc", &again);
-    EXPECT_STREQ(again.szCRMCode, std::string(15, 'c').c_str());
+    EXPECT_EQ(std::string(again.szCRMCode), Named::Text("CRMCode", 15));
 
-    _USER_MOVE_INFO withoutNumber = MoveInfo();
-    withoutNumber.nSeqNo = 0;
-    MoveFrom("def", withoutNumber);
+    MoveFrom("def", MoveInfo(0));
     GetBillingInfoForUserMove("def", &again);
     EXPECT_EQ(again.nSeqNo, 0);
-    Service().Forget();
     Game().Checkout("def");
     EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->strSeqNo, "");
 }
@@ -237,12 +211,14 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
 {
     ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(100));
-    Service().On<XC2S_UserMoveFromReq>(
-        [](const auto&, auto& ans) { ans.bSuccess = false, ans.strErrorMsg = "no"; });
-    EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "no");
-    Service().SayNothing();
-    EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
-                 "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.");
+    for (const bool bAnswered : {true, false}) {
+        Service().On<XC2S_UserMoveFromReq>([bAnswered](const auto&, auto& ans) {
+            ans.bSuccess = false, ans.strErrorMsg = "no";
+            return bAnswered;
+        });
+        EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError,
+                     bAnswered ? "no" : "Failed to recieve a 'XS2C_UserMoveFromAns' msg because of timeout.");
+    }
     EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
     FailSend();
     EXPECT_STREQ(MoveFrom("abc", MoveInfo()).szError, "Failed to send a 'XC2S_UserMoveFromReq' msg.");
@@ -260,7 +236,7 @@ TEST_F(BillingCallsTest, AnArrivalThatFailsLeavesTheUserOutOfTheMap)
                         "[Velkar Connector] UserMoveFrom request or response or billingo arg is NULL."));
 }
 
-TEST_F(BillingCallsTest, NamesStayGood)
+TEST_F(BillingCallsTest, NamesStayGoodAndAreKeptOnce)
 {
     Game().settings.products = {{7, "Gold", 2}};
     Game().settings.events = {"BILLING_EXPIRE", "WARNING"};
@@ -271,6 +247,13 @@ TEST_F(BillingCallsTest, NamesStayGood)
     EXPECT_STREQ(GetEventName(-1), "");
     Game().Stop();
     EXPECT_STREQ(GetBillingName(7), "");
+    for (int n = 100; n < 1100; ++n)
+        Game().settings.products.push_back({n, "name " + std::to_string(n), 1});
+    Game().settings.events.resize(1000, "another name");
+    ASSERT_TRUE(Game().Start());
+    EXPECT_STREQ(GetBillingName(1099), "name 1099");
+    EXPECT_EQ(GetBillingName(7), pszProduct);
+    EXPECT_EQ(GetEventName(1), pszEvent);
     EXPECT_STREQ(pszProduct, "Gold");
     EXPECT_STREQ(pszEvent, "WARNING");
 }

@@ -10,11 +10,15 @@ namespace {
 
 TEST_F(LogicTest, StartsOnceAndSaysSo)
 {
+    UninitModule();  // what is not running is not stopped
     ASSERT_TRUE(Game().Start());
     EXPECT_EQ(Game().LastError(), "");
     EXPECT_TRUE(Game().Init());
     EXPECT_EQ(Game().LastError(), "Velkar Connector is already initialized.");
     EXPECT_EQ(Service().Connections(), 1);
+    Game().Stop();
+    UninitModule();
+    EXPECT_STREQ(Game().Checkin("abc").szError, "Velkar Connector is not initialized.");
 }
 
 TEST_F(LogicTest, RegistersWithItsIdentityBeforeAnythingElse)
@@ -31,23 +35,19 @@ TEST_F(LogicTest, RegistersWithItsIdentityBeforeAnythingElse)
     EXPECT_EQ(Service().Received().front().strName, "XC2S_VelkarConnectReq");
 }
 
-TEST_F(LogicTest, ARefusalIsTheServicesOwnText)
+TEST_F(LogicTest, ARefusalIsTheServicesOwnTextAndSilenceTheLibrarys)
 {
+    SetSecond(std::chrono::milliseconds(100));
+    Service().IgnoreRegistration();
+    EXPECT_FALSE(Game().Start());
+    EXPECT_EQ(Game().LastError(), "Failed to add connector to Velkar server.");
+    SetSecond(std::chrono::seconds(1));  // a busy machine answers in time, too
     Service().RefuseRegistration(5, "server is full");
     EXPECT_FALSE(Game().Start());
     EXPECT_EQ(Game().LastError(), "server is full");
     EXPECT_TRUE(NothingIsLeft());
     Service().AcceptRegistration();
     EXPECT_TRUE(Game().Start());
-}
-
-TEST_F(LogicTest, AServiceThatDoesNotAnswerIsNotWaitedForLongerThanFiveSeconds)
-{
-    SetSecond(std::chrono::milliseconds(100));
-    Service().IgnoreRegistration();
-    EXPECT_FALSE(Game().Start());
-    EXPECT_EQ(Game().LastError(), "Failed to add connector to Velkar server.");
-    EXPECT_TRUE(NothingIsLeft());
 }
 
 TEST_F(LogicTest, AServiceThatIsDownFailsTheStartAtOnce)
@@ -60,48 +60,45 @@ TEST_F(LogicTest, AServiceThatIsDownFailsTheStartAtOnce)
     EXPECT_EQ(Calls(Op::ThreadStart), 1);  // the settings' thread: no other was ever started
 }
 
-struct StartFailure {
-    Op op;
-    int nAfter;
-    const char* pszError;
-};
-class LogicStartTest : public LogicTest, public testing::WithParamInterface<StartFailure> {};
-
-TEST_P(LogicStartTest, EveryStepMayFailAndLeavesNothing)
+TEST_F(LogicTest, EveryStepOfTheStartMayFailAndLeavesNothing)
 {
-    Fail(GetParam().op, 1, GetParam().nAfter);
-    EXPECT_FALSE(Game().Start());
-    EXPECT_EQ(Game().LastError(), GetParam().pszError);
-    EXPECT_TRUE(NothingIsLeft());
-    EXPECT_FALSE(BeingTerminatedFlag().IsSet());
-    EXPECT_TRUE(Game().Start());  // and the next start works
+    const char* const pszNoPool = "[Comm Handler] Failed to create a thread pool or connector.";
+    const char* const pszNoCallbacks =
+        "[Comm Handler] Failed to set callback functions for socket operations.";
+    const struct {
+        Op op;
+        int nAfter;
+        const char* pszError;
+    } kSteps[] = {{Op::PoolCreate, 0, pszNoPool},
+                  {Op::ConnectorCreate, 0, pszNoPool},
+                  {Op::SetOnConnected, 0, pszNoCallbacks},
+                  {Op::SetOnDisconnected, 0, pszNoCallbacks},
+                  {Op::SetOnTimeout, 0, pszNoCallbacks},
+                  {Op::SetOnReceived, 0, pszNoCallbacks},
+                  {Op::ThreadStart, 1, "[Comm Handler] Failed to start a charge gen thread."},
+                  {Op::ThreadStart, 2, "[Comm Handler] Failed to start a comm thread."}};
+    for (const auto& step : kSteps) {
+        Fail(step.op, 1, step.nAfter);
+        EXPECT_FALSE(Game().Start());
+        EXPECT_EQ(Game().LastError(), step.pszError);
+        EXPECT_TRUE(NothingIsLeft());
+        EXPECT_FALSE(BeingTerminatedFlag().IsSet());
+        EXPECT_TRUE(Game().Start()) << "the start behind step " << static_cast<int>(step.op);
+        Game().Stop();
+    }
 }
 
-constexpr const char* kNoPool = "[Comm Handler] Failed to create a thread pool or connector.";
-constexpr const char* kNoCallbacks = "[Comm Handler] Failed to set callback functions for socket operations.";
-INSTANTIATE_TEST_SUITE_P(
-    Steps, LogicStartTest,
-    testing::Values(StartFailure{Op::PoolCreate, 0, kNoPool}, StartFailure{Op::ConnectorCreate, 0, kNoPool},
-                    StartFailure{Op::SetOnConnected, 0, kNoCallbacks},
-                    StartFailure{Op::SetOnDisconnected, 0, kNoCallbacks},
-                    StartFailure{Op::SetOnTimeout, 0, kNoCallbacks},
-                    StartFailure{Op::SetOnReceived, 0, kNoCallbacks},
-                    StartFailure{Op::ThreadStart, 1, "[Comm Handler] Failed to start a charge gen thread."},
-                    StartFailure{Op::ThreadStart, 2, "[Comm Handler] Failed to start a comm thread."}));
-
-TEST_F(LogicTest, ALoggerThatFailsLeavesTheLibraryRunningSilently)
+// Both times the library runs on in silence.
+TEST_F(LogicTest, ALoggerThatFailsAndALogCallThatThrows)
 {
+    Service().SayYes();
     Fail(Op::LogInitialize);
     ASSERT_TRUE(Game().Start());
     EXPECT_EQ(Game().LastError(), "Failed to initialize a logger.");
-    Service().SayYes();
     EXPECT_EQ(Game().Checkin("abc").nResult, 0);
     EXPECT_TRUE(Journal::Lines().empty());
-}
 
-TEST_F(LogicTest, ALogCallThatThrowsSilencesTheLogAndNothingElse)
-{
-    Service().SayYes();
+    Game().Stop();
     ASSERT_TRUE(Game().Start());
     Journal::ThrowOnWrite(true);
     EXPECT_EQ(Game().Checkin("abc").nResult, 0);
@@ -114,38 +111,19 @@ TEST_F(LogicTest, ALogCallThatThrowsSilencesTheLogAndNothingElse)
 
 TEST_F(LogicTest, TheErrorTextFitsItsBuffer)
 {
-    ASSERT_TRUE(Game().Start());
-    const std::string strText = "Velkar Connector is already initialized.";
-    char szError[64];
-    for (const int nSize : {static_cast<int>(strText.size()) + 1, static_cast<int>(strText.size()), 2, 1}) {
+    const std::string strText = "Connector id or callbacks arg is NULL.";
+    for (const int nSize :
+         {static_cast<int>(strText.size()) + 1, static_cast<int>(strText.size()), 2, 1, 0, -1}) {
+        char szError[64];
         std::memset(szError, 'x', sizeof(szError));
-        EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, szError, nSize));
-        EXPECT_EQ(std::string(szError), strText.substr(0, static_cast<std::size_t>(nSize) - 1));
-        EXPECT_EQ(szError[nSize], 'x');
+        EXPECT_FALSE(InitModule(nullptr, &Game().callbacks, szError, nSize));
+        const std::size_t nRoom = nSize > 0 ? static_cast<std::size_t>(nSize) : 0;
+        EXPECT_EQ(szError[nRoom], 'x');
+        if (nRoom > 0) {
+            EXPECT_EQ(std::string(szError), strText.substr(0, nRoom - 1));
+        }
     }
-    for (const int nSize : {0, -1}) {
-        std::memset(szError, 'x', sizeof(szError));
-        EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, szError, nSize));
-        EXPECT_EQ(szError[0], 'x');
-    }
-    EXPECT_TRUE(InitModule(&Game().id, &Game().callbacks, nullptr, 64));
-}
-
-TEST_F(LogicTest, NullArgumentsAreRefused)
-{
-    char szError[128];
-    EXPECT_FALSE(InitModule(nullptr, &Game().callbacks, szError, sizeof(szError)));
-    EXPECT_STREQ(szError, "Connector id or callbacks arg is NULL.");
-    EXPECT_FALSE(InitModule(&Game().id, nullptr, szError, sizeof(szError)));
-}
-
-TEST_F(LogicTest, StoppingWhatIsNotRunningDoesNothing)
-{
-    UninitModule();
-    ASSERT_TRUE(Game().Start());
-    Game().Stop();
-    UninitModule();
-    EXPECT_STREQ(Game().Checkin("abc").szError, "Velkar Connector is not initialized.");
+    EXPECT_FALSE(InitModule(&Game().id, nullptr, nullptr, 64));
 }
 
 TEST_F(LogicTest, CallsDuringStartAndStopSayWhatIsGoingOn)
@@ -174,19 +152,17 @@ TEST_F(LogicTest, ManyThreadsStartAndStopAtOnce)
 {
     SetSecond(std::chrono::seconds(1));  // no start may fail for want of time, however loaded the machine
     Game().WriteSettings();
-    std::vector<std::future<void>> vecThreads;
+    std::vector<std::future<void>> vecThreads;  // their end is waited for
     for (int i = 0; i < 4; ++i) {
         vecThreads.push_back(Game().Later([&, i] {
-            char szError[256];
             for (int n = 0; n < 25; ++n) {
-                InitModule(&Game().id, &Game().callbacks, szError, sizeof(szError));
+                InitModule(&Game().id, &Game().callbacks, nullptr, 0);
                 if ((n + i) % 2 == 0)
                     UninitModule();
             }
         }));
     }
-    for (auto& thread : vecThreads)
-        thread.get();
+    vecThreads.clear();
     UninitModule();
     EXPECT_TRUE(NothingIsLeft());
     EXPECT_TRUE(Game().Init()) << Game().LastError();
@@ -194,23 +170,21 @@ TEST_F(LogicTest, ManyThreadsStartAndStopAtOnce)
 
 TEST_F(LogicTest, StopsPromptlyWhileReconnecting)
 {
-    ASSERT_TRUE(Game().Start());
-    Service().Down();  // a reconnect cycle is an hour
-    Service().WaitForDisconnect();
-    const auto begin = std::chrono::steady_clock::now();
-    Game().Stop();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-}
-
-TEST_F(LogicTest, StopsWhileTheReconnectWaitsForItsAnswer)
-{
     SetSecond(std::chrono::milliseconds(200));
+    ASSERT_TRUE(Game().Start());
+    Service().Down();
+    Service().WaitForDisconnect();
+    SetSecond(std::chrono::hours(1));  // neither the cycle nor anything else passes now
+    Game().Stop();
+
+    SetSecond(std::chrono::milliseconds(200));
+    Service().Up();
     Game().settings.nReconnectCycle = 1;
     ASSERT_TRUE(Game().Start());
     Service().IgnoreRegistration();
     Service().Drop();
-    Service().WaitForConnection(2);
-    SetSecond(std::chrono::hours(1));  // neither the answer's limit nor anything else passes now
+    Service().WaitForConnection(3);
+    SetSecond(std::chrono::hours(1));  // nor does the answer's limit
     Game().Stop();
 }
 
