@@ -14,6 +14,7 @@
 
 using Fake::Op;
 using Fake::Journal::Level;
+using Settings::Port;
 
 namespace {
 
@@ -35,10 +36,6 @@ protected:
         EXPECT_TRUE(Fake::Alive() == Fake::Counts()) << Fake::Describe(Fake::Alive());
         EXPECT_TRUE(Fake::Violations().empty());
     }
-    static Settings::Text Port(int nPort)
-    {
-        return Settings::Text().Set("SERVER_PORT", std::to_string(nPort));
-    }
     bool Open() { return m_reader.Open(m_file->Path()); }
     bool WaitForPort(int nPort)
     {
@@ -47,8 +44,9 @@ protected:
     // To the first wait of the thread.
     void Watch()
     {
+        const int nWaits = Fake::Calls(Op::WaitForChange);
         ASSERT_TRUE(Open());
-        ASSERT_TRUE(Eventually([] { return Fake::Calls(Op::WaitForChange) > 0; }));
+        ASSERT_TRUE(Eventually([&] { return Fake::Calls(Op::WaitForChange) > nWaits; }));
     }
     // Until the thread has dealt with a change and is ready for the next one.
     void Notify()
@@ -66,29 +64,25 @@ protected:
         return false;
     }
 
-    std::unique_ptr<Settings::File> m_file;
-    std::unique_ptr<Settings::File> m_log;
+    std::unique_ptr<Settings::File> m_file, m_log;
     CConfigReader m_reader;
 };
 
 TEST_F(ReloadFaults, AThreadThatCannotWatchEndsWithALine)
 {
-    const std::string strPrefix = "[Config reader::Reload thread] Failed to ";
-    const struct {
-        Op op;
-        std::string strLine;
-    } kTable[] = {
+    const std::pair<Op, std::string> kTable[] = {
         {Op::LastWriteTime, "get attribute of a TL2 file. FILE: " + m_file->Path() + "."},
         {Op::CreateStopEvent, "create a handle for a TL2 file reload thread. ErrorCode: 4711"},
         {Op::FindFirstChange, "create a handle for a TL2 file modify notification. ErrorCode: 4711"},
     };
-    for (const auto& row : kTable) {
-        Fake::Fail(row.op, Fake::kAlways);
+    for (const auto& [op, strText] : kTable) {
+        const std::string strLine = "[Config reader::Reload thread] Failed to " + strText;
+        Fake::Fail(op, Fake::kAlways);
         EXPECT_TRUE(Open()) << "the settings are there all the same";
-        EXPECT_TRUE(Fake::Journal::WaitFor(Level::Warning, strPrefix + row.strLine));
-        EXPECT_TRUE(IsLogged(Level::Warning, strPrefix + row.strLine, true));
+        EXPECT_TRUE(Fake::Journal::WaitFor(Level::Warning, strLine));
+        EXPECT_TRUE(IsLogged(Level::Warning, strLine, true));
         m_reader.Shutdown();
-        Fake::Fail(row.op, 0);
+        Fake::Fail(op, 0);
     }
     Fake::Fail(Op::ThreadStart);
     EXPECT_TRUE(Open());
@@ -98,48 +92,39 @@ TEST_F(ReloadFaults, AThreadThatCannotWatchEndsWithALine)
     EXPECT_TRUE(WaitForPort(1001)) << "a later start watches again";
 }
 
-TEST_F(ReloadFaults, AFailingWaitDoesNotSpin)
+TEST_F(ReloadFaults, AFailingWatchNeitherSpinsNorGivesUp)
 {
-    Fake::Fail(Op::WaitForChange, Fake::kAlways);
-    Watch();
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // two seconds of the library
-    EXPECT_LT(Fake::Calls(Op::WaitForChange), 100);
-    Fake::Fail(Op::WaitForChange, 0);
-    m_file->Write(Port(1001));
-    EXPECT_TRUE(WaitForPort(1001)) << "the thread has not given up";
-    Fake::Fail(Op::WaitForChange, Fake::kAlways);
-    m_reader.Shutdown();
-}
-
-TEST_F(ReloadFaults, ANotificationThatCannotBeArmedDoesNotSpin)
-{
-    Fake::Fail(Op::FindNextChange, Fake::kAlways);
-    Watch();
-    Notify();
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));
-    EXPECT_LT(Fake::Calls(Op::FindNextChange), 20);
-    m_file->Write(Port(1001));
-    EXPECT_TRUE(WaitForPort(1001)) << "it still looks now and then";
+    for (const auto& [op, nMost] : {std::pair{Op::WaitForChange, 100}, {Op::FindNextChange, 20}}) {
+        Fake::Fail(op, Fake::kAlways);
+        Watch();
+        Fake::HostProcess::NotifyChange();
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));  // two seconds of the library
+        EXPECT_LT(Fake::Calls(op), nMost);
+        if (op == Op::WaitForChange)
+            Fake::Fail(op, 0);
+        m_file->Write(Port(2000 + nMost));
+        EXPECT_TRUE(WaitForPort(2000 + nMost)) << "it still looks now and then";
+        Fake::Fail(op, Fake::kAlways);
+        m_reader.Shutdown();
+        Fake::Fail(op, 0);
+    }
 }
 
 TEST_F(ReloadFaults, OnlyAMovedTimeReloads)
 {
+    const std::string strReload = "[Config reader::Reload thread] Reload TL2 contents.";
     Watch();
-    Notify();
     Notify();
     EXPECT_EQ(Fake::Journal::Count(Level::Info), 0);
     Fake::Fail(Op::LastWriteTime);
     Notify();
-    EXPECT_TRUE(IsLogged(Level::Warning,
-                         "[Config reader::Reload thread] Reload TL2 contents. GetFileAttributesEx() failed. "
-                         "ErrorCode: 4711",
-                         true));
+    EXPECT_TRUE(IsLogged(Level::Warning, strReload + " GetFileAttributesEx() failed. ErrorCode: 4711", true));
     EXPECT_EQ(Fake::Journal::Count(Level::Warning), 1);
     m_file->Write(Port(1001));
     ASSERT_TRUE(WaitForPort(1001));
     m_reader.Shutdown();
     EXPECT_EQ(Fake::Journal::Count(Level::Info), 1);
-    EXPECT_TRUE(IsLogged(Level::Info, "[Config reader::Reload thread] Reload TL2 contents.", false));
+    EXPECT_TRUE(IsLogged(Level::Info, strReload, false));
 }
 
 // A dialog may hold up the caller of the first load, never the thread that the stop waits for.
@@ -149,17 +134,14 @@ TEST_F(ReloadFaults, OnlyTheFirstLoadShowsADialog)
                                   "'.\nError: First Tag not found\nAt line 0, column 0.\n"
                                   "First Tag should be 'TARVO'.\n";
     m_file->Write("<OTHER/>");
-    EXPECT_FALSE(Open());
-    ASSERT_EQ(Fake::HostProcess::Boxes().size(), 1U);
-    EXPECT_EQ(Fake::HostProcess::Boxes()[0].strTitle, "XML Parsing error");
-    EXPECT_EQ(Fake::HostProcess::Boxes()[0].strText, strReport);
-    EXPECT_EQ(Fake::Journal::Count(Level::Error), 0);
+    for (const bool bShown : {true, false}) {
+        Fake::HostProcess::SetBoxAnswer(bShown);
+        EXPECT_FALSE(Open());
+        EXPECT_EQ(Fake::HostProcess::Boxes().back().strTitle, "XML Parsing error");
+        EXPECT_EQ(Fake::HostProcess::Boxes().back().strText, strReport);
+        EXPECT_EQ(Fake::Journal::Logged(Level::Error, strReport), !bShown) << "unless somebody has seen it";
+    }
     EXPECT_EQ(Fake::Calls(Op::ThreadStart), 0) << "nothing to watch after a failed open";
-
-    Fake::HostProcess::SetBoxAnswer(false);
-    EXPECT_FALSE(Open());
-    EXPECT_EQ(Fake::HostProcess::Boxes().size(), 2U);
-    EXPECT_TRUE(Fake::Journal::Logged(Level::Error, strReport)) << "nobody has seen it";
 
     Fake::HostProcess::SetBoxAnswer(true);
     m_file->Write(Port(1000));
