@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <limits>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -34,17 +34,13 @@ TEST(DataNode, GivesBackEveryByteWhereverTheZerosStand)
 {
     CDataNode<_STORAGE_INFO> node;
     std::vector<_STORAGE_INFO> vecAdded(400);
-    unsigned int nSeed = 1;
+    std::minstd_rand random(1);
     for (auto& record : vecAdded) {
         auto* const p = reinterpret_cast<unsigned char*>(&record);
-        std::memset(p, 0, sizeof(record));
         // Runs of zeros and of others, of any length from one byte to the whole record.
-        for (std::size_t n = 0; n < sizeof(record);) {
-            nSeed = nSeed * 1103515245u + 12345u;
-            const std::size_t nRun =
-                std::min<std::size_t>(1 + (nSeed >> 16) % (1u << (nSeed >> 8) % 12), sizeof(record) - n);
-            std::memset(p + n, (nSeed & 0x40000000u) != 0 ? 0 : static_cast<int>(nSeed >> 24), nRun);
-            n += nRun;
+        for (std::size_t n = 0, nRun; n < sizeof(record); n += nRun) {
+            nRun = std::min<std::size_t>(1 + random() % (1u << random() % 12), sizeof(record) - n);
+            std::memset(p + n, random() % 2 != 0 ? 0 : static_cast<int>(random() % 256), nRun);
         }
         node.Add(record);
     }
@@ -87,45 +83,27 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
     EXPECT_EQ(pool.GetCount(), 0u);
 }
 
-TEST(DataPool, HandleIdsWrapToOneAndNeverToZero)
-{
-    auto& ids = ReqIdGenerator();
-    ids.SetLastHandleId(0xFFFFFFFE);
-    EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 0xFFFFFFFFu);
-    EXPECT_EQ(_DATA_HANDLE(7).nHandleID, 1u);
-}
-
 // Leaks are the sanitizer's to find.
 TEST(DataAutoDestroyer, FreesWhatHasNotBeenHandedOn)
 {
-    auto& pool = DataPool();
-    const std::size_t nBefore = pool.GetCount();
-    {
-        CDataAutoDestroyer neverInserted;
-        neverInserted.Make<_TAG_INFO>(DataTag::kTag)->Add({"x"});
-    }
-    {
-        CDataAutoDestroyer inserted;
-        inserted.Make<_TAG_INFO>(DataTag::kTag);
-        EXPECT_TRUE(inserted.InsertNode());
-        EXPECT_EQ(pool.GetCount(), nBefore + 1);
-    }
-    {
-        CDataAutoDestroyer nodeAlone;
-        nodeAlone.SetNode(std::make_shared<Tags>());
-    }
-    EXPECT_EQ(pool.GetCount(), nBefore);
+    const std::size_t nBefore = DataPool().GetCount();
     _DATA_HANDLE* pHandedOn = nullptr;
-    {
-        CDataAutoDestroyer handedOn;
-        handedOn.Make<_TAG_INFO>(DataTag::kTag);
-        handedOn.InsertNode();
-        handedOn.Disarm();
-        pHandedOn = handedOn.GetHandle();
+    for (const char* pszWay : {"never inserted", "inserted", "handed on"}) {
+        CDataAutoDestroyer list;
+        list.Make<_TAG_INFO>(DataTag::kTag)->Add({"x"});
+        if (*pszWay == 'n')
+            continue;
+        EXPECT_TRUE(list.InsertNode());
+        EXPECT_EQ(DataPool().GetCount(), nBefore + 1) << pszWay;
+        if (*pszWay == 'h') {
+            list.Disarm();
+            pHandedOn = list.GetHandle();
+        }
     }
-    EXPECT_EQ(pool.GetCount(), nBefore + 1);
+    CDataAutoDestroyer().SetNode(std::make_shared<Tags>());
+    EXPECT_EQ(DataPool().GetCount(), nBefore + 1);
     DestroyHandle(pHandedOn);
-    EXPECT_EQ(pool.GetCount(), nBefore);
+    EXPECT_EQ(DataPool().GetCount(), nBefore);
 }
 
 }  // namespace

@@ -14,17 +14,15 @@ using namespace Tarvo::XmlParser;
 
 namespace {
 
-// A value that has been read is whole: it ends within the buffer and is not empty.
-bool Read(bool bRead, const char* pszValue, std::size_t nSize)
-{
-    if (bRead && (*pszValue == '\0' || strnlen(pszValue, nSize) == nSize))
-        std::abort();
-    return bRead;
-}
-
 void WalkSettings(IXmlParser& document)
 {
     char szValue[255];
+    // A value that has been read is whole: it ends within the buffer and is not empty.
+    const auto isWhole = [&szValue](bool bRead) {
+        if (bRead && (*szValue == '\0' || strnlen(szValue, sizeof(szValue)) == sizeof(szValue)))
+            std::abort();
+        return bRead;
+    };
     for (const char* pszGroup :
          {"CONNECTOR_INFO", "BILLING_ID_INFO", "SPECIFIC_EVENT_CODE_INFO", "LOGOVA_INFO"}) {
         if (!MoveToGroup(&document, pszGroup))
@@ -32,20 +30,16 @@ void WalkSettings(IXmlParser& document)
         int nCount = 0;
         for (const char* pszKey : {"SERVER_IP", "SERVER_PORT", "USE_USER_NUMBER", "ID_COUNT",
                                    "EVENT_CODE_COUNT", "LOGOVA_SERVICE"}) {
-            if (Read(GetProperty(&document, szValue, sizeof(szValue), pszKey), szValue, sizeof(szValue)))
+            if (isWhole(GetProperty(&document, szValue, sizeof(szValue), pszKey)))
                 nCount = TextToInteger(szValue);
         }
-        for (int n = 0; n <= nCount; ++n) {
+        bool bFound = true;
+        for (int n = 0; n <= nCount && bFound; ++n) {
             const std::string strName = std::to_string(n);
-            bool bFound = Read(GetProperty(&document, szValue, sizeof(szValue), strName.c_str()), szValue,
-                               sizeof(szValue));
-            for (int nElement = 0; nElement < 3; ++nElement) {
+            bFound = isWhole(GetProperty(&document, szValue, sizeof(szValue), strName.c_str())) || n == 0;
+            for (const int nElement : {0, 1, 2})
                 bFound |=
-                    Read(GetPropertyArray(&document, szValue, sizeof(szValue), strName.c_str(), nElement),
-                         szValue, sizeof(szValue));
-            }
-            if (!bFound && n > 0)
-                break;
+                    isWhole(GetPropertyArray(&document, szValue, sizeof(szValue), strName.c_str(), nElement));
         }
     }
 }

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-
 #include "tests/session/Users.h"
 
 namespace {
@@ -49,23 +46,6 @@ TEST(UserInfoMap, ListsUsersInTheOrderOfTheirKeys)
     for (const auto* pRecord : list)
         strOrder += pRecord->strUserID + " ";
     EXPECT_EQ(strOrder, "B a b \xC3\xA4 ");
-}
-
-// The woken caller of a checkin looks its user up at once: it must never be too early.
-TEST(UserInfoMap, NobodyLooksIntoTheGapBetweenWakingAndAdding)
-{
-    CUserInfoMap users;
-    for (int i = 0; i < 2000; ++i) {
-        std::atomic<bool> bWoken{false};
-        std::thread caller([&] {
-            while (!bWoken.load())
-                std::this_thread::yield();
-            EXPECT_TRUE(users.HasUserInfo("abc"));
-        });
-        users.CompleteAndAdd(User("abc"), true, [&] { return bWoken = true; });
-        caller.join();
-        users.RemoveUserInfo("abc");
-    }
 }
 
 TEST(UserInfoMap, AddsNobodyWhenNobodyWaitsOrTheCheckinFailed)

@@ -1,13 +1,16 @@
-// A record of a user as the session's tests make it.
+// A record of a user as the tests make it.
 #pragma once
+
+#include <string>
 
 #include "session/UserInfo.h"
 
-inline CUserInfo User(const char* pszKey, const char* pszIP = "10.0.0.1", const char* pszSeqNo = "1")
+inline CUserInfo User(const std::string& strKey, const std::string& strIP = "10.0.0.1",
+                      const std::string& strSeqNo = "1")
 {
     CUserInfo info;
-    info.SetKey(pszKey);
-    info.SetUserIP(pszIP);
-    info.SetSeqNo(pszSeqNo);
+    info.SetKey(strKey);
+    info.SetUserIP(strIP);
+    info.SetSeqNo(strSeqNo);
     return info;
 }
