@@ -1,5 +1,5 @@
-// A name of both sides that the lists of FieldCopy.h lack would never be copied, and nothing else would say
-// so.
+// The public records and the wire classes share names. A shared name that the lists of FieldCopy.h lack would
+// never be copied: the field would stay zero, and no compiler would warn.
 #include "comm/out/FieldCopy.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// Names of texts come without a prefix of their own: szItemID and strItemID are "text ItemID".
+// A text has another prefix on each side: szItemID and strItemID both become "text ItemID".
 std::string Bare(const std::string& strName)
 {
     const std::size_t nPrefix = strName.starts_with("str") ? 3 : strName.starts_with("sz") ? 2 : 0;
