@@ -35,8 +35,8 @@ class Faults {
 public:
     static constexpr std::size_t kMaxFaults = 100;
 
-    // Orders a fault, written as docs/sandbox-triggers.md describes it. Returns the fault as List shows it. Throws
-    // JsonError and has ordered nothing then.
+    // Orders a fault, written as docs/sandbox-triggers.md describes it. Returns the fault as List shows it.
+    // Throws JsonError and has ordered nothing then.
     Json Add(const Json& json);
     Json List() const;        // the faults that are not used up, oldest first
     std::size_t RemoveAll();  // returns how many there were
