@@ -1,11 +1,11 @@
 // Locks, events and threads, on the standard library's.
-#include <chrono>
 #include <exception>
 #include <system_error>
 
 #include "platform/KernovaXtl.h"
 #include "platform/common/LastError.h"
 #include "platform/common/LockOrder.h"
+#include "platform/common/ThreadClock.h"
 
 namespace Kernova::Threading {
 
@@ -16,12 +16,6 @@ void Pause()
 {
     for (int n = 0; n < 16; ++n)
         std::atomic_signal_fence(std::memory_order_seq_cst);
-}
-
-// The end of a wait by the steady clock.
-std::chrono::steady_clock::time_point Deadline(unsigned int milliseconds)
-{
-    return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
 }
 
 }  // namespace
@@ -81,7 +75,7 @@ bool ManualResetEvent::Reset()
 bool ManualResetEvent::Wait(unsigned int milliseconds)
 {
     std::unique_lock lock(m_mutex);
-    return m_cond.wait_until(lock, Deadline(milliseconds), [this] { return m_bSignalled; });
+    return Internal::WaitForFlag(m_cond, lock, milliseconds, m_bSignalled);
 }
 
 AutoResetEvent::AutoResetEvent(bool signalled) : m_bSignalled(signalled) {}
@@ -90,7 +84,7 @@ AutoResetEvent::~AutoResetEvent() = default;
 bool AutoResetEvent::Wait(unsigned int milliseconds)
 {
     std::unique_lock lock(m_mutex);
-    const bool bSignalled = m_cond.wait_until(lock, Deadline(milliseconds), [this] { return m_bSignalled; });
+    const bool bSignalled = Internal::WaitForFlag(m_cond, lock, milliseconds, m_bSignalled);
     m_bSignalled = false;
     return bSignalled;
 }
@@ -123,7 +117,7 @@ bool Thread::Start()
         auto pRunning = std::make_shared<std::atomic<bool>>(true);
         m_pRunning = pRunning;
         m_bTerminated.store(false);
-        m_thread = std::thread([this, pRunning] {
+        m_thread = Internal::StartThread([this, pRunning] {
             t_pRunning = this;
             try {
                 const XTL::ExitGate::Scope inside;

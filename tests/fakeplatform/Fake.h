@@ -1,13 +1,15 @@
-// The platform of the tests: every contract of platform/ a second time, linked in place of the real one.
+// The platform of the tests, linked in place of the real one. It is the real one wherever a test needs
+// nothing else: locks, events, threads, the pool, streams, connectors and links are compiled from
+// platform/common/, with the following in front of them or in their place.
 //
-//   Threads     are real. Waits and sleeps run by a clock of their own: Fake::SetSecond says how long one
-//               second of the library takes; it counts for waits that have begun, too.
-//   Failures    come on order:  Fake::Fail(Op::LinkSend);                the next Send fails
+//   Waits and   run by a clock of their own: Fake::SetSecond says how long one second of the library takes;
+//   it sleeps      counts for waits that have begun, too. Failures    come on order:
+//   Fake::Fail(Op::LinkSend);                the next Send fails
 //                               Fake::Fail(Op::StreamWrite, 1, 5);       the sixth write from now fails
 //                               Fake::Fail(Op::Connect, Fake::kAlways, 0, 10061);   all, with that code
 //               Platova::GetLastError gives the code. Work of the test itself (Support::Outside) is
 //               passed over.
-//   Network     in memory: fakeplatform/MemoryTransport.h.
+//   Network     in memory instead of on sockets: fakeplatform/MemoryTransport.h.
 //   Log         in memory: fakeplatform/FakeLog.h.
 //   Host        fakeplatform/FakeHost.h: executable directory, local time, error box, change notification.
 //   Violations  of the contracts by the library are noted, not punished: Fake::Violations() must be
@@ -24,39 +26,21 @@
 
 namespace Fake {
 
+// clang-format off
 enum class Op {
-    PoolCreate,
-    ThreadStart,
-    ConnectorCreate,
-    SetOnConnected,
-    SetOnDisconnected,
-    SetOnTimeout,
-    SetOnReceived,
-    Connect,
-    LockActiveLinks,
-    GetLink,
-    LinkSend,
-    LinkRecv,
-    LockReadStream,
-    StreamCreate,
-    StreamWrite,
-    StreamRead,
-    StreamPeek,
-    StreamRemoveLeft,
+    PoolCreate, ThreadStart,
+    ConnectorCreate, SetOnConnected, SetOnDisconnected, SetOnTimeout, SetOnReceived, Connect,
+    LockActiveLinks, GetLink, LinkSend, LinkRecv, LockReadStream,
+    StreamCreate, StreamWrite, StreamRemoveLeft,
     LogInitialize,
-    GetLogger,
-    ExecutableDirectory,
-    FileExists,
-    LastWriteTime,
-    CreateStopEvent,
-    FindFirstChange,
-    FindNextChange,
-    WaitForChange,
+    LastWriteTime, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange,
     Count_
 };
+// clang-format on
 
 inline constexpr int kAlways = std::numeric_limits<int>::max();
 inline constexpr unsigned int kOrderedCode = 4711;
+inline constexpr unsigned int kRefusedCode = 10061;
 
 // After nAfter further calls that work, the next nTimes calls of that operation fail with that code.
 // Replaces an earlier order for the same operation.
@@ -71,7 +55,7 @@ inline void FastClock() { SetSecond(std::chrono::milliseconds(20)); }
 // Takes the library's clock forward at once; waits that are due end.
 void Advance(std::chrono::milliseconds system);
 
-// Objects of the platform that the library holds now; all zero when it is stopped.
+// Objects of the platform that the library holds now, and references to links; all zero when it is stopped.
 struct Counts {
     int nPools = 0, nConnectors = 0, nLinks = 0, nStreams = 0;
     int nStopEvents = 0, nChanges = 0, nLibraryHolds = 0;
@@ -80,19 +64,12 @@ struct Counts {
 Counts Alive();
 std::string Describe(const Counts& counts);
 
-// While held, no callback and nothing else starts on the threads of any pool; what runs goes on.
+// While held, no callback starts on the threads of any pool; what runs goes on.
 void HoldPools(bool bHold);
-// While set, Connect returns only after the connected callback has returned.
-void ConnectReturnsLate(bool bLate);
-// While set, a Send of a thread that is not the pool's returns only after the next received callback of
-// its link (at most two seconds later): the answer overtakes the caller's preparations for its wait.
-// Otherwise an answer is held back until the caller waits for it.
+// While set, a Send outside the callbacks returns only after the next received callback of its link (at most
+// two seconds later): the answer overtakes the caller's preparations for its wait. Otherwise an answer is
+// held back until the caller waits for it.
 void SendReturnsLate(bool bLate);
-// While blocked, Connect blocks until its time is over (then fails, code kTimedOutCode) or until
-// unblocked (then connects).
-void BlockConnect(bool bBlock);
-inline constexpr unsigned int kTimedOutCode = 10060;
-inline constexpr unsigned int kRefusedCode = 10061;
 
 // Breaches of the platform's contracts by the library, in words.
 std::vector<std::string> Violations();

@@ -8,9 +8,8 @@
 
 namespace Fake::HostProcess {
 
-// The executable's directory: a directory of this test program alone, emptied by Reset, unless set.
+// The executable's directory: a directory of this test program alone, emptied by Reset.
 std::string Directory();
-void SetDirectory(const std::string& strDirectory);
 
 // From now on GetLocalTime answers this, until Reset. It does not move.
 void SetLocalTime(const Host::LocalTime& time);

@@ -2,7 +2,6 @@
 // configuration file has to be there, but nothing in it counts.
 #pragma once
 
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -18,10 +17,8 @@ struct Line {
 std::vector<Line> Lines();
 
 // Whether a line of that level holds the text.
-bool Logged(Level level, const std::string& strPart);
 int Count(Level level, const std::string& strPart = "");
-// Whether lines that hold these texts stand in this order, with any others between.
-bool LoggedInOrder(std::initializer_list<const char*> listParts);
+inline bool Logged(Level level, const std::string& strPart) { return Count(level, strPart) > 0; }
 // Waits for such a line, at most ten seconds of real time.
 bool WaitFor(Level level, const std::string& strPart);
 // All lines as one text, for the message of a failing test.
@@ -30,12 +27,6 @@ void Clear();
 
 // While set, every log call throws.
 void ThrowOnWrite(bool bThrow);
-
-// Arguments of the last Initialize and GetLogger; whether the service runs.
-std::string Service();
-std::string ConfigurationFile();
-std::string Logger();
-bool Runs();
 
 void Reset();
 

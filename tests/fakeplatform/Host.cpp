@@ -59,7 +59,6 @@ namespace {
 struct State {
     std::mutex mutex;
     std::condition_variable cond;
-    std::string strDirectory;
     std::unique_ptr<Host::LocalTime> pTime;
     std::vector<Fake::HostProcess::Box> vecBoxes;
     bool bBoxAnswer = true;
@@ -108,17 +107,7 @@ private:
 
 namespace Fake::HostProcess {
 
-std::string Directory()
-{
-    const std::lock_guard lock(TheState().mutex);
-    return TheState().strDirectory.empty() ? OwnDirectory::The().Text() : TheState().strDirectory;
-}
-
-void SetDirectory(const std::string& strDirectory)
-{
-    const std::lock_guard lock(TheState().mutex);
-    TheState().strDirectory = strDirectory;
-}
+std::string Directory() { return OwnDirectory::The().Text(); }
 
 void SetLocalTime(const Host::LocalTime& time)
 {
@@ -150,7 +139,6 @@ void Reset()
 {
     OwnDirectory::The().Empty();
     const std::lock_guard lock(TheState().mutex);
-    TheState().strDirectory.clear();
     TheState().pTime.reset();
     TheState().vecBoxes.clear();
     TheState().bBoxAnswer = true;
@@ -160,10 +148,7 @@ void Reset()
 
 namespace Host {
 
-std::string GetExecutableDirectory()
-{
-    return MustFail(Op::ExecutableDirectory) ? std::string() : Fake::HostProcess::Directory();
-}
+std::string GetExecutableDirectory() { return OwnDirectory::The().Text(); }
 
 const char* GetPathSeparator() { return fs::path::preferred_separator == '\\' ? "\\" : "/"; }
 
@@ -193,18 +178,12 @@ LocalTime GetLocalTime()
             static_cast<int>(nMilliseconds)};
 }
 
-void Sleep(unsigned int milliseconds)
-{
-    std::mutex mutex;
-    std::condition_variable cond;
-    std::unique_lock lock(mutex);
-    Fake::WaitBySystemClock(cond, lock, milliseconds, [] { return false; });
-}
+void Sleep(unsigned int milliseconds) { Kernova::Threading::ManualResetEvent(false).Wait(milliseconds); }
 
 bool FileExists(const std::string& strPath)
 {
     std::error_code failed;
-    return !MustFail(Op::FileExists) && fs::exists(strPath, failed);
+    return fs::exists(strPath, failed);
 }
 
 bool IsRegularFile(const std::string& strPath)
@@ -227,7 +206,7 @@ bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
     std::error_code failed;
     const auto time = fs::last_write_time(strPath, failed);
     if (failed) {
-        Fake::SetLastError(static_cast<unsigned int>(failed.value()));
+        Platova::SetLastError(static_cast<unsigned int>(failed.value()));
         return false;
     }
     nTime = time.time_since_epoch().count();
@@ -261,7 +240,8 @@ ChangeNotification* FindFirstChange(const std::string& strDirectory)
         return nullptr;
     std::error_code failed;
     if (!fs::is_directory(strDirectory, failed)) {
-        Fake::SetLastError(failed ? static_cast<unsigned int>(failed.value()) : Fake::kInvalidCode);
+        Platova::SetLastError(failed ? static_cast<unsigned int>(failed.value())
+                                     : static_cast<unsigned int>(std::errc::not_a_directory));
         return nullptr;
     }
     auto* const pChange = new ChangeNotification{strDirectory, Look(strDirectory), false, false};

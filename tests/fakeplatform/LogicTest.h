@@ -10,11 +10,10 @@
 //
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
-//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, BlockConnect, HoldPools,
-//   ConnectReturnsLate, SendReturnsLate, Calls(Op::...)            fakeplatform/Fake.h
-//   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor, Journal::LoggedInOrder
-//                                              fakeplatform/FakeLog.h
-//   HostProcess::SetLocalTime, Boxes, NotifyChange, SetDirectory            fakeplatform/FakeHost.h
+//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, HoldPools, SendReturnsLate,
+//   Calls(Op::...)            fakeplatform/Fake.h
+//   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor     fakeplatform/FakeLog.h
+//   HostProcess::SetLocalTime, Boxes, NotifyChange                                   fakeplatform/FakeHost.h
 //
 // The settings' directory is a new and empty one. Waits run by the library's clock: a limit of 5000 ms
 // takes a second, after FastClock() a tenth of one. At the end of each test the library is stopped and
@@ -35,7 +34,6 @@ protected:
     void TearDown() override
     {
         Fake::HoldPools(false);
-        Fake::BlockConnect(false);
         LibraryTest::TearDown();
         EXPECT_TRUE(NothingIsLeft());
         for (const std::string& strViolation : Fake::Violations())

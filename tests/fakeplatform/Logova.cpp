@@ -1,12 +1,11 @@
 #include "platform/Logova.h"
 
 #include <cstdarg>
-#include <cstdio>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <stdexcept>
 
+#include "platform/common/LogText.h"
 #include "tests/fakeplatform/FakeLog.h"
 #include "tests/fakeplatform/Parts.h"
 
@@ -25,8 +24,7 @@ struct Book {
     std::condition_variable cond;
     std::vector<Line> vecLines;
     bool bThrow = false;
-    bool bRuns = false;
-    std::string strService, strConfigurationFile, strLogger;
+    std::string strService;  // empty while none runs
     std::vector<std::unique_ptr<Logova::_THandle>> vecHandles;
 };
 
@@ -61,25 +59,6 @@ void Write(Logova::_THandle* pHandle, Level level, std::string strText, bool bFo
     book.cond.notify_all();
 }
 
-// In the manner of printf, with %I64d on every system.
-std::string Format(const char* pszFormat, std::va_list args)
-{
-    std::string strFormat = pszFormat;
-    for (std::size_t n = 0; (n = strFormat.find("I64", n)) != std::string::npos;)
-        strFormat.replace(n, 3, "ll");
-    std::va_list again;
-    va_copy(again, args);
-    const int nLength = std::vsnprintf(nullptr, 0, strFormat.c_str(), args);
-    std::string out;
-    if (nLength > 0) {
-        out.resize(static_cast<std::size_t>(nLength) + 1);
-        std::vsnprintf(out.data(), out.size(), strFormat.c_str(), again);
-        out.pop_back();
-    }
-    va_end(again);
-    return out;
-}
-
 const char* const kNames[] = {"Emerg",  "Alert", "Fatal", "Error", "Warning",
                               "Notice", "Info",  "Debug", "Trace"};
 
@@ -91,23 +70,10 @@ std::vector<Line> Lines()
     return TheBook().vecLines;
 }
 
-bool Logged(Level level, const std::string& strPart) { return Count(level, strPart) > 0; }
-
 int Count(Level level, const std::string& strPart)
 {
     const std::lock_guard lock(TheBook().mutex);
     return CountUnderLock(level, strPart);
-}
-
-bool LoggedInOrder(std::initializer_list<const char*> listParts)
-{
-    const std::lock_guard lock(TheBook().mutex);
-    auto it = listParts.begin();
-    for (const Line& line : TheBook().vecLines) {
-        if (it != listParts.end() && line.strText.find(*it) != std::string::npos)
-            ++it;
-    }
-    return it == listParts.end();
 }
 
 bool WaitFor(Level level, const std::string& strPart)
@@ -137,30 +103,6 @@ void ThrowOnWrite(bool bThrow)
     TheBook().bThrow = bThrow;
 }
 
-std::string Service()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return TheBook().strService;
-}
-
-std::string ConfigurationFile()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return TheBook().strConfigurationFile;
-}
-
-std::string Logger()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return TheBook().strLogger;
-}
-
-bool Runs()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return TheBook().bRuns;
-}
-
 void Reset()
 {
     ThrowOnWrite(false);
@@ -180,22 +122,17 @@ bool Initialize(const char* service, const char* configurationFile)
         return false;
     const std::lock_guard lock(TheBook().mutex);
     std::error_code ignored;
-    if (TheBook().bRuns || !std::filesystem::is_regular_file(configurationFile, ignored))
+    if (!TheBook().strService.empty() || !std::filesystem::is_regular_file(configurationFile, ignored))
         return false;
-    TheBook().bRuns = true;
     TheBook().strService = service;
-    TheBook().strConfigurationFile = configurationFile;
     return true;
 }
 
-_THandle* GetLogger(const char* service, const char* logger)
+_THandle* GetLogger(const char* service, const char*)
 {
-    if (Fake::MustFail(Fake::Op::GetLogger))
-        return nullptr;
     const std::lock_guard lock(TheBook().mutex);
-    if (!TheBook().bRuns || TheBook().strService != service)
+    if (TheBook().strService != service)
         return nullptr;
-    TheBook().strLogger = logger;
     TheBook().vecHandles.push_back(std::make_unique<_THandle>());
     return TheBook().vecHandles.back().get();
 }
@@ -203,26 +140,26 @@ _THandle* GetLogger(const char* service, const char* logger)
 bool Uninitialize(const char* service)
 {
     const std::lock_guard lock(TheBook().mutex);
-    if (!TheBook().bRuns || TheBook().strService != service)
+    if (TheBook().strService != service)
         return false;
-    TheBook().bRuns = false;
+    TheBook().strService.clear();
     for (const auto& pHandle : TheBook().vecHandles)
         pHandle->bAlive.store(false);
     return true;
 }
 
-#define FAKE_LEVEL(level)                                                \
-    void level(_THandle* pHandle, const char* text)                      \
-    {                                                                    \
-        Fake::Journal::Write(pHandle, Level::level, text, false);        \
-    }                                                                    \
-    void level##Fmt(_THandle* pHandle, const char* format, ...)          \
-    {                                                                    \
-        std::va_list args;                                               \
-        va_start(args, format);                                          \
-        const std::string strText = Fake::Journal::Format(format, args); \
-        va_end(args);                                                    \
-        Fake::Journal::Write(pHandle, Level::level, strText, true);      \
+#define FAKE_LEVEL(level)                                           \
+    void level(_THandle* pHandle, const char* text)                 \
+    {                                                               \
+        Fake::Journal::Write(pHandle, Level::level, text, false);   \
+    }                                                               \
+    void level##Fmt(_THandle* pHandle, const char* format, ...)     \
+    {                                                               \
+        std::va_list args;                                          \
+        va_start(args, format);                                     \
+        const std::string strText = FormatText(format, args);       \
+        va_end(args);                                               \
+        Fake::Journal::Write(pHandle, Level::level, strText, true); \
     }
 
 FAKE_LEVEL(Emerg)

@@ -1,6 +1,6 @@
 #include "tests/fakeplatform/MemoryTransport.h"
 
-#include "tests/fakeplatform/Net.h"
+#include "tests/fakeplatform/Line.h"
 
 namespace Fake {
 namespace {
@@ -17,40 +17,19 @@ Listeners& TheListeners()
     return *s_pListeners;
 }
 
-// The open connection of that number with a reference to it, or null.
-Netrova::Link::_THandle* Take(Inbox& inbox, int nConnection)
-{
-    const std::lock_guard lock(inbox.mutex);
-    const auto it = inbox.mapLinks.find(nConnection);
-    if (it == inbox.mapLinks.end())
-        return nullptr;
-    Netrova::Link::AddRef(it->second);
-    return it->second;
-}
-
 void Tell(Inbox& inbox, const Inbox::Event& event, Support::Transport::Sink& sink)
 {
     if (event.what == Inbox::What::Opened) {
         sink.OnOpen(event.nConnection);
-        return;
-    }
-    Netrova::Link::_THandle* const pLink = Take(inbox, event.nConnection);
-    if (event.what == Inbox::What::Bytes) {
-        if (pLink != nullptr)
-            pLink->OnTaken(event.strBytes.size());
+    } else if (event.what == Inbox::What::Bytes) {
+        if (const auto pLine = inbox.Find(event.nConnection))
+            pLine->OnTaken(event.strBytes.size());
         sink.OnBytes(event.nConnection, event.strBytes);
     } else {
-        sink.OnClose(event.nConnection);
-        bool bErased = false;
-        {
-            const std::lock_guard lock(inbox.mutex);
-            bErased = inbox.mapLinks.erase(event.nConnection) != 0;
-        }
-        if (bErased)
-            Netrova::Link::Release(pLink);
+        sink.OnClose(event.nConnection, false);
+        const std::lock_guard lock(inbox.mutex);
+        inbox.mapLines.erase(event.nConnection);
     }
-    if (pLink != nullptr)
-        Netrova::Link::Release(pLink);
 }
 
 }  // namespace
@@ -82,22 +61,17 @@ void MemoryTransport::Stop()
         const std::lock_guard lock(TheListeners().mutex);
         TheListeners().mapByPort.erase(m_nPort);
     }
-    std::map<int, Netrova::Link::_THandle*> mapLinks;
+    std::map<int, std::shared_ptr<Line>> mapLines;
     {
         const std::lock_guard lock(m_pInbox->mutex);
         m_pInbox->bEnd = true;
         m_pInbox->cond.notify_all();
+        mapLines.swap(m_pInbox->mapLines);
     }
     if (m_thread.joinable())
         m_thread.join();
-    {
-        const std::lock_guard lock(m_pInbox->mutex);
-        mapLinks.swap(m_pInbox->mapLinks);
-    }
-    for (const auto& [nConnection, pLink] : mapLinks) {
-        pLink->OnPeerClose(true);
-        Netrova::Link::Release(pLink);
-    }
+    for (const auto& [nConnection, pLine] : mapLines)
+        pLine->OnPeerClose(true);
 }
 
 void MemoryTransport::Run(Sink& sink)
@@ -105,7 +79,8 @@ void MemoryTransport::Run(Sink& sink)
     Inbox& inbox = *m_pInbox;
     std::unique_lock lock(inbox.mutex);
     for (;;) {
-        inbox.cond.wait(lock, [&] { return inbox.bEnd || inbox.HasWork(); });
+        inbox.cond.wait(lock,
+                        [&] { return inbox.bEnd || (!inbox.deqEvents.empty() && !inbox.bHoldReading); });
         if (inbox.bEnd)
             return;
         const Inbox::Event event = std::move(inbox.deqEvents.front());
@@ -121,18 +96,14 @@ void MemoryTransport::Run(Sink& sink)
 
 void MemoryTransport::Send(int nConnection, const std::string& strBytes)
 {
-    if (Netrova::Link::_THandle* const pLink = Take(*m_pInbox, nConnection)) {
-        pLink->OnPeerBytes(strBytes);
-        Netrova::Link::Release(pLink);
-    }
+    if (const auto pLine = m_pInbox->Find(nConnection))
+        pLine->OnPeerBytes(strBytes);
 }
 
 void MemoryTransport::Close(int nConnection, bool bAbruptly)
 {
-    if (Netrova::Link::_THandle* const pLink = Take(*m_pInbox, nConnection)) {
-        pLink->OnPeerClose(bAbruptly);
-        Netrova::Link::Release(pLink);
-    }
+    if (const auto pLine = m_pInbox->Find(nConnection))
+        pLine->OnPeerClose(bAbruptly);
 }
 
 void MemoryTransport::Accept(bool bAccept)

@@ -1,8 +1,6 @@
-// Failures on order, violations, counters; and Platova.
+// Failures on order, violations, counters.
 #include <array>
 
-#include "platform/Platova.h"
-#include "platform/common/LastError.h"
 #include "tests/fakeplatform/FakeHost.h"
 #include "tests/fakeplatform/FakeLog.h"
 #include "tests/fakeplatform/Parts.h"
@@ -31,8 +29,6 @@ State& TheState()
     return *s_pState;
 }
 
-thread_local unsigned int t_nLastError = 0;
-
 Order& OrderOf(Op op) { return TheState().orders.at(static_cast<std::size_t>(op)); }
 
 }  // namespace
@@ -40,10 +36,7 @@ Order& OrderOf(Op op) { return TheState().orders.at(static_cast<std::size_t>(op)
 void Fail(Op op, int nTimes, int nAfter, unsigned int nCode)
 {
     const std::lock_guard lock(TheState().mutex);
-    Order& order = OrderOf(op);
-    order.nTimes = nTimes;
-    order.nAfter = nAfter;
-    order.nCode = nCode;
+    OrderOf(op) = {nAfter, nTimes, nCode, OrderOf(op).nCalls};
 }
 
 int Calls(Op op)
@@ -71,11 +64,9 @@ bool MustFail(Op op)
             --order.nTimes;
         nCode = order.nCode;
     }
-    SetLastError(nCode);
+    Platova::SetLastError(nCode);
     return true;
 }
-
-void SetLastError(unsigned int nCode) { t_nLastError = nCode; }
 
 void Violation(const std::string& strText)
 {
@@ -105,24 +96,20 @@ Counts Alive()
 std::string Describe(const Counts& counts)
 {
     std::string out;
-    const auto add = [&](const char* pszName, int nCount) {
-        out += std::string(pszName) + ' ' + std::to_string(nCount) + ' ';
-    };
-    add("pools", counts.nPools);
-    add("connectors", counts.nConnectors);
-    add("links", counts.nLinks);
-    add("streams", counts.nStreams);
-    add("stop events", counts.nStopEvents);
-    add("change notifications", counts.nChanges);
-    add("library holds", counts.nLibraryHolds);
+    for (const auto& [pszName, nCount] : {std::pair{"pools ", counts.nPools},
+                                          {"connectors ", counts.nConnectors},
+                                          {"links ", counts.nLinks},
+                                          {"streams ", counts.nStreams},
+                                          {"stop events ", counts.nStopEvents},
+                                          {"change notifications ", counts.nChanges},
+                                          {"library holds ", counts.nLibraryHolds}})
+        out += pszName + std::to_string(nCount) + ' ';
     return out;
 }
 
 void Reset()
 {
     HoldPools(false);
-    BlockConnect(false);
-    ConnectReturnsLate(false);
     SendReturnsLate(false);
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
@@ -133,13 +120,3 @@ void Reset()
 }
 
 }  // namespace Fake
-
-namespace Platova {
-
-unsigned int GetLastError() { return Fake::t_nLastError; }
-
-void SetLastError(unsigned int nCode) { Fake::SetLastError(nCode); }
-
-unsigned int GetProcessorCount() { return 2; }
-
-}  // namespace Platova

@@ -1,34 +1,22 @@
 // What the parts of the fake platform share. Not for tests.
 #pragma once
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
-#include <cstddef>
-#include <deque>
-#include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/Kernova.h"
+#include "platform/common/LastError.h"
 #include "tests/fakeplatform/Fake.h"
 
 namespace Fake {
 
 // Counts a call and answers whether it has to fail; the code is then the thread's last error.
 bool MustFail(Op op);
-void SetLastError(unsigned int nCode);
 void Violation(const std::string& strText);
-inline constexpr unsigned int kInvalidCode = 22;
 
-// Waits on the condition until the predicate holds or that much of the library's time is over; the
-// predicate's last value. The cap lets a change of the clock reach waits that have begun.
-using RealTime = std::chrono::steady_clock::duration;
-std::chrono::nanoseconds SystemNow();
-RealTime RealTimeUntil(std::chrono::nanoseconds system);
+// Waits that have begun look again so often, so that a change of the clock reaches them.
 inline constexpr std::chrono::milliseconds kLookAgain{10};
 
 // A caller prepares for its wait only after it has sent. Threads that have sent something are "between",
@@ -38,20 +26,8 @@ void ThisThreadHasSent();
 void ThisThreadWaits();
 void WaitUntilNobodyIsBetween();
 
-template <class Predicate>
-bool WaitBySystemClock(std::condition_variable& cond, std::unique_lock<std::mutex>& lock,
-                       unsigned int nMilliseconds, Predicate predicate)
-{
-    ThisThreadWaits();
-    const auto deadline = SystemNow() + std::chrono::milliseconds(nMilliseconds);
-    while (!predicate()) {
-        const RealTime left = RealTimeUntil(deadline);
-        if (left <= RealTime::zero())
-            return false;
-        cond.wait_for(lock, std::min<RealTime>(left, kLookAgain));
-    }
-    return true;
-}
+// The block has been sent: its stream may only be destroyed.
+void NoteSent(const Kernova::MemoryPool::_XMemory* pMemory);
 
 // Counters behind Alive().
 struct AtomicCounts {
@@ -60,37 +36,4 @@ struct AtomicCounts {
 };
 AtomicCounts& Counters();
 
-// Orders of how Connect behaves.
-struct ConnectOrders {
-    std::mutex mutex;
-    std::condition_variable cond;
-    bool bBlock = false;
-    bool bLate = false;
-    bool bSendLate = false;
-};
-ConnectOrders& ConnectBehaviour();
-
 }  // namespace Fake
-
-namespace Kernova::ThreadPool {
-
-struct _THandle {
-    explicit _THandle(std::size_t nThreads);
-    ~_THandle();
-    void Post(std::function<void()> task);
-
-    std::atomic<int> nConnectors{0};
-
-private:
-    void Run();
-
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    std::deque<std::function<void()>> m_deqTasks;
-    bool m_bEnd = false;
-    std::vector<std::thread> m_vecThreads;
-};
-
-bool IsPoolThread();
-
-}  // namespace Kernova::ThreadPool

@@ -12,14 +12,17 @@ namespace {
 // A port of this machine that answers nobody: its queue of connections is full.
 class Blackhole {
 public:
-    Blackhole() : m_server("127.0.0.1", 0)
+    Blackhole() : m_acceptor(m_context)
     {
+        m_acceptor.open(asio::ip::tcp::v4());
+        m_acceptor.bind({asio::ip::address_v4::loopback(), 0});
+        m_acceptor.listen(0);
         // A connection that does not stand soon stands in front of a full queue.
         for (int n = 0; n < 16; ++n) {
             m_vecFillers.emplace_back(m_context);
             auto& socket = m_vecFillers.back();
             const auto pDone = std::make_shared<bool>(false);
-            socket.async_connect({asio::ip::address_v4::loopback(), m_server.Port()},
+            socket.async_connect({asio::ip::address_v4::loopback(), m_peer.Port()},
                                  [pDone](const std::error_code&) { *pDone = true; });
             m_context.restart();
             m_context.run_for(milliseconds(200));
@@ -34,11 +37,11 @@ public:
         m_context.restart();
         m_context.run();
     }
-    unsigned short Port() const { return m_server.Port(); }
+    unsigned short Port() const { return m_peer.Port(); }
 
 private:
-    Server m_server;
     asio::io_context m_context;
+    asio::ip::tcp::acceptor m_acceptor;
     std::vector<asio::ip::tcp::socket> m_vecFillers;
 };
 
@@ -46,9 +49,9 @@ private:
 
 TEST(Connect, RefusedFailsAtOnceWithTheSystemsCode)
 {
-    Server server;
-    const unsigned short nPort = server.Port();
-    server.Close();
+    Peer peer;
+    const unsigned short nPort = peer.Port();
+    peer.Refuse();
     Client client;
     const auto begin = steady_clock::now();
     EXPECT_FALSE(client.Connect(nPort, "127.0.0.1", 20'000));
@@ -73,15 +76,15 @@ TEST(Connect, WithoutAnswerEndsWithTheTime)
 
 TEST(Connect, TakesNamesAndRefusesHostsThatAreNone)
 {
-    Server server;
+    Peer peer;
     Client client;
-    EXPECT_TRUE(client.Connect(server.Port(), "localhost"));
+    EXPECT_TRUE(client.Connect(peer.Port(), "localhost"));
     EXPECT_TRUE(client.WaitFor("connected"));
     const std::string strLong(5000, 'a');
     for (const std::string& strHost : {std::string(), strLong, std::string("256.1.1.1"),
                                        std::string("no-such-host.invalid"), std::string("two words")}) {
         const auto begin = steady_clock::now();
-        EXPECT_FALSE(client.Connect(server.Port(), strHost, 3000)) << strHost;
+        EXPECT_FALSE(client.Connect(peer.Port(), strHost, 3000)) << strHost;
         EXPECT_NE(0u, Platova::GetLastError()) << strHost;
         EXPECT_LT(steady_clock::now() - begin, seconds(8)) << strHost;
     }
@@ -110,15 +113,15 @@ TEST(Connect, EndsWhenTheConnectorIsDestroyedUnderIt)
 
 TEST(Connect, WorksInsideACallbackEvenOnThePoolsOnlyThread)
 {
-    Server server;
+    Peer peer;
     std::atomic<int> nDepth{0};
     std::atomic<bool> bInner{false};
     Client client(1);
     client.m_onConnected = [&](LinkHandle*) {
         if (nDepth++ == 0)
-            bInner.store(client.Connect(server.Port()));
+            bInner.store(client.Connect(peer.Port()));
     };
-    ASSERT_TRUE(client.Connect(server.Port()));
+    ASSERT_TRUE(client.Connect(peer.Port()));
     EXPECT_TRUE(client.WaitFor("connected", 2));
     EXPECT_TRUE(Eventually([&] { return bInner.load(); }));
 }
@@ -191,7 +194,7 @@ TEST(Resolver, ThatHangsDoesNotHoldUpTheEndOfTheConnector)
 TEST(Dial, TriesAllAddressesAndGivesEachItsShare)
 {
     const Blackhole hole;
-    Server server;
+    Peer peer;
     asio::io_context context;
     auto work = asio::make_work_guard(context);
     std::thread worker([&] { context.run(); });
@@ -200,9 +203,9 @@ TEST(Dial, TriesAllAddressesAndGivesEachItsShare)
         const auto pCall = CallOf(seconds(2));
         const auto loopback = asio::ip::address_v4::loopback();
         EXPECT_FALSE(
-            Netrova::Dial(pCall, context, {{loopback, hole.Port()}, {loopback, server.Port()}}, socket));
+            Netrova::Dial(pCall, context, {{loopback, hole.Port()}, {loopback, peer.Port()}}, socket));
         EXPECT_TRUE(socket.is_open());
-        EXPECT_EQ(server.Port(), socket.remote_endpoint().port());
+        EXPECT_EQ(peer.Port(), socket.remote_endpoint().port());
         asio::ip::tcp::socket none(context);
         EXPECT_EQ(asio::error::timed_out, Netrova::Dial(pCall, context, {}, none));
     }

@@ -1,4 +1,4 @@
-// The other end of a client's links, a plain blocking one on real sockets.
+// The other end of a client's links on real sockets.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 
 #include "platform/Platova.h"
 #include "tests/platform/NetClient.h"
+#include "tests/support/LoopbackService.h"
 
 namespace Loopback {
 
@@ -16,96 +17,85 @@ using namespace NetClient;
 
 inline unsigned int Code(const std::error_code& code) { return static_cast<unsigned int>(code.value()); }
 
-// The far end of one link. Every call blocks; the limit of the test ends one that never returns.
-class Peer {
+// The far end of a client's newest link. It reads nothing before the first Read.
+class Peer final : private Support::Transport::Sink {
 public:
-    explicit Peer(asio::ip::tcp::socket socket) : m_socket(std::move(socket)) {}
+    Peer()
+    {
+        m_service.Start(*this);
+        m_service.HoldReading(true);
+    }
+    ~Peer() override { m_service.Stop(); }
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
 
-    void Write(const std::string& str) { asio::write(m_socket, asio::buffer(str)); }
+    unsigned short Port() const { return m_service.Port(); }
+    void Refuse() { m_service.Accept(false); }
+    void Meet(Client& client)
+    {
+        const int nBefore = m_nConnection;
+        if (!client.Connect(Port()) || !Eventually([&] { return m_nConnection > nBefore; }))
+            throw std::runtime_error("not connected");
+    }
+
+    void Write(const std::string& str) { m_service.Send(m_nConnection, str); }
+    bool IsHeldUp() { return m_service.IsHeldUp(m_nConnection); }
+    void Close() { m_service.Close(m_nConnection, false); }  // in order, behind what has been written
+    void Reset() { m_service.Close(m_nConnection, true); }
+    // Waits for so many bytes, or for the end.
     std::string Read(std::size_t nSize)
     {
-        std::string strResult(nSize, '\0');
-        std::error_code failed;
-        strResult.resize(asio::read(m_socket, asio::buffer(strResult), failed));
+        m_service.HoldReading(false);
+        EXPECT_TRUE(Eventually([&] {
+            const std::lock_guard lock(m_mutex);
+            return m_strRead.size() >= nSize || m_bEnded;
+        }));
+        const std::lock_guard lock(m_mutex);
+        const std::string strResult = m_strRead.substr(0, nSize);
+        m_strRead.erase(0, nSize);
         return strResult;
     }
-    std::string ReadToTheEnd(std::error_code& ended)
-    {
-        std::string strResult;
-        asio::read(m_socket, asio::dynamic_buffer(strResult), ended);
-        return strResult;
-    }
-    // So much as goes without waiting, until nothing more goes for a while.
-    std::size_t WriteWhatGoes()
-    {
-        const std::string strBlock(64 << 10, 'x');
-        m_socket.non_blocking(true);
-        std::size_t nTotal = 0;
-        for (int nIdle = 0; nIdle < 100;) {
-            std::error_code failed;
-            nTotal += m_socket.write_some(asio::buffer(strBlock), failed);
-            if (failed) {
-                ++nIdle;
-                std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            } else {
-                nIdle = 0;
-            }
-        }
-        m_socket.non_blocking(false);
-        return nTotal;
-    }
-    void ShutdownSend() { m_socket.shutdown(asio::ip::tcp::socket::shutdown_send); }
-    void Reset()
-    {
-        m_socket.set_option(asio::socket_base::linger(true, 0));
-        m_socket.close();
-    }
-    void Close() { m_socket.close(); }
+    std::string ReadToTheEnd() { return Read(std::string::npos); }
+    bool WasReset() const { return m_bReset; }  // the end was no orderly one
 
 private:
-    asio::ip::tcp::socket m_socket;
-};
-
-class Server {
-public:
-    explicit Server(const std::string& strAddress = "127.0.0.1", int nBacklog = 64) : m_acceptor(m_context)
+    void OnOpen(int nConnection) override { m_nConnection = nConnection; }
+    void OnBytes(int, std::string strBytes) override
     {
-        const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(strAddress), 0);
-        m_acceptor.open(endpoint.protocol());
-        m_acceptor.bind(endpoint);
-        m_acceptor.listen(nBacklog);
+        const std::lock_guard lock(m_mutex);
+        m_strRead += strBytes;
     }
-    unsigned short Port() const { return m_acceptor.local_endpoint().port(); }
-    Peer Accept() { return Peer(m_acceptor.accept()); }
-    void Close() { m_acceptor.close(); }
+    void OnClose(int, bool bAbruptly) override
+    {
+        m_bReset = bAbruptly;
+        m_bEnded = true;
+    }
 
-private:
-    asio::io_context m_context;
-    asio::ip::tcp::acceptor m_acceptor;
+    std::atomic<int> m_nConnection{0};
+    std::atomic<bool> m_bEnded{false}, m_bReset{false};
+    std::mutex m_mutex;
+    std::string m_strRead;
+    Support::LoopbackService m_service{std::chrono::microseconds(0)};
 };
-
-// A new link's far end.
-inline Peer Meet(Server& server, Client& client)
-{
-    if (!client.Connect(server.Port()))
-        throw std::runtime_error("not connected");
-    return server.Accept();
-}
 
 // One link between a client and its peer, for tests whose callbacks use nothing of their own.
 class Linked : public testing::Test {
 protected:
-    Linked() { Link::AddRef(m_pLink); }
+    Linked()
+    {
+        m_peer.Meet(m_client);
+        m_pLink = m_client.Active();
+        Link::AddRef(m_pLink);
+    }
     ~Linked() override
     {
         m_client.Destroy();
         EXPECT_EQ(0, Link::Release(m_pLink)) << "a reference is left";
     }
 
-    Server m_server;
+    Peer m_peer;
     Client m_client;
-    Peer m_peer = Meet(m_server, m_client);
-    LinkHandle* const m_pLink = m_client.Active();  // with a reference
+    LinkHandle* m_pLink;  // with a reference
 };
 
 // A door that callbacks wait at.

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <algorithm>
 
 #include "tests/support/Outside.h"
 #include "wirova/Frame.h"
@@ -93,6 +93,7 @@ bool LoadBody(const std::string& strBody, Wirova::IMessage& msg)
 
 ServiceScript::ServiceScript(std::unique_ptr<Transport> pTransport) : m_pTransport(std::move(pTransport))
 {
+    AcceptRegistration();
     m_pTransport->Start(*this);
 }
 
@@ -108,7 +109,7 @@ void ServiceScript::OnOpen(int nConnection)
     m_cond.notify_all();
 }
 
-void ServiceScript::OnClose(int nConnection)
+void ServiceScript::OnClose(int nConnection, bool)
 {
     const std::lock_guard lock(m_mutex);
     const auto it = m_mapUnread.find(nConnection);
@@ -158,39 +159,21 @@ void ServiceScript::OnFrame(int nConnection, std::string strBody)
         if (!bGood)
             m_vecFaults.push_back("a frame that is no message: id " + std::to_string(nMsgID));
         const auto it = m_mapResponders.find(nMsgID);
-        if (it != m_mapResponders.end())
+        if (nMsgID == XC2S_VelkarConnectReq::kMsgID)
+            responder = [strAnswers = m_strRegistrationAnswers](const std::string&) { return strAnswers; };
+        else if (it != m_mapResponders.end())
             responder = it->second;
         else if (m_bSayYes && FindYes(nMsgID) != nullptr)
             responder = FindYes(nMsgID);
-        const bool bAnswered = responder || nMsgID == XC2S_VelkarConnectReq::kMsgID;
-        m_vecReceived.push_back(
-            {nConnection, nMsgID, pMessage ? pMessage->GetMsgName() : "?", strBody, bAnswered, false});
+        m_vecReceived.push_back({nConnection, nMsgID, pMessage ? pMessage->GetMsgName() : "?", strBody,
+                                 responder != nullptr, false});
         m_cond.notify_all();
     }
     if (!bGood)
         return;
-    if (nMsgID == XC2S_VelkarConnectReq::kMsgID) {
-        AnswerRegistration(nConnection);
-    } else if (responder) {
-        const std::string strAnswer = responder(strBody);
-        if (!strAnswer.empty())
-            m_pTransport->Send(nConnection, strAnswer);
-    }
-}
-
-void ServiceScript::AnswerRegistration(int nConnection)
-{
-    Registration registration;
-    {
-        const std::lock_guard lock(m_mutex);
-        registration = m_registration;
-    }
-    std::this_thread::sleep_for(registration.delay);
-    XS2C_VelkarConnectAns ans;
-    ans.nResult = registration.nResult;
-    ans.strMessage = registration.strText;
-    for (int i = 0; i < registration.nAnswers; ++i)
-        m_pTransport->Send(nConnection, FrameOf(ans));
+    const std::string strAnswer = responder ? responder(strBody) : std::string();
+    if (!strAnswer.empty())
+        m_pTransport->Send(nConnection, strAnswer);
 }
 
 // ---- the test's threads ----
@@ -214,18 +197,28 @@ void ServiceScript::SayNothing()
     m_mapResponders.clear();
 }
 
-void ServiceScript::SetRegistration(const Registration& registration)
+void ServiceScript::SetRegistration(int nAnswers, int nResult, const std::string& strText)
 {
+    XS2C_VelkarConnectAns ans;
+    ans.nResult = nResult;
+    ans.strMessage = strText;
     const std::lock_guard lock(m_mutex);
-    m_registration = registration;
+    m_strRegistrationAnswers.clear();
+    while (nAnswers-- > 0)
+        m_strRegistrationAnswers += FrameOf(ans);
 }
 
 void ServiceScript::WaitUntil(const std::string& strWhat, const std::function<bool()>& condition)
 {
     std::unique_lock lock(m_mutex);
-    if (!m_cond.wait_for(lock, kPatience, condition))
-        throw std::runtime_error("The service has waited in vain for " + strWhat +
-                                 "; it has received:" + DescribeLog());
+    if (m_cond.wait_for(lock, kPatience, condition))
+        return;
+    std::string strText = "The service has waited in vain for " + strWhat + "; it has received:";
+    for (const ReceivedFrame& frame : m_vecReceived)
+        strText += ' ' + frame.strName + (frame.bTaken ? "(taken)" : "");
+    for (const std::string& strFault : m_vecFaults)
+        strText += "; fault: " + strFault;
+    throw std::runtime_error(strText);
 }
 
 void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&)>& accept)
@@ -251,12 +244,9 @@ void ServiceScript::ExpectNothing()
 
 int ServiceScript::CountOf(int nMsgID) const
 {
-    m_pTransport->Settle();
-    const std::lock_guard lock(m_mutex);
-    int nCount = 0;
-    for (const ReceivedFrame& frame : m_vecReceived)
-        nCount += frame.nMsgID == nMsgID;
-    return nCount;
+    const auto vecReceived = Received();
+    return static_cast<int>(std::count_if(vecReceived.begin(), vecReceived.end(),
+                                          [&](const auto& frame) { return frame.nMsgID == nMsgID; }));
 }
 
 std::vector<ReceivedFrame> ServiceScript::Received() const
@@ -283,16 +273,6 @@ void ServiceScript::Forget()
     m_vecReceived.clear();
 }
 
-std::string ServiceScript::DescribeLog() const
-{
-    std::string out;
-    for (const ReceivedFrame& frame : m_vecReceived)
-        out += ' ' + frame.strName + (frame.bTaken ? "(taken)" : "");
-    for (const std::string& strFault : m_vecFaults)
-        out += "; fault: " + strFault;
-    return out;
-}
-
 int ServiceScript::NewestConnection() const
 {
     const std::lock_guard lock(m_mutex);
@@ -308,12 +288,6 @@ void ServiceScript::SendCut(std::size_t nFirst, const Wirova::IMessage& msg)
     const std::string strFrame = FrameOf(msg);
     SendRaw(strFrame.substr(0, nFirst));
     SendRaw(strFrame.substr(nFirst));
-}
-
-void ServiceScript::SendBytewise(const Wirova::IMessage& msg)
-{
-    for (const char c : FrameOf(msg))
-        SendRaw(std::string(1, c));
 }
 
 void ServiceScript::CloseConnection(int nConnection, bool bAbruptly)
@@ -359,13 +333,6 @@ int ServiceScript::Connections() const
     m_pTransport->Settle();
     const std::lock_guard lock(m_mutex);
     return m_nConnections;
-}
-
-bool ServiceScript::IsConnected() const
-{
-    m_pTransport->Settle();
-    const std::lock_guard lock(m_mutex);
-    return !m_mapUnread.empty();
 }
 
 std::vector<std::string> ServiceScript::Faults() const

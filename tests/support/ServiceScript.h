@@ -22,13 +22,12 @@
 //     Service().Reply(*req, [](auto& ans) { ans.nState = 3; });
 //     Service().Send(msg1, msg2);     any messages, together in one delivery
 //     Service().SendCut(3, msg);      the first 3 bytes, then the rest
-//     Service().SendBytewise(msg);    each byte in its own delivery
 //     Service().SendRaw(bytes);       anything, in one delivery; FrameOf(msg) gives a frame's bytes
 //     auto ans = Service().Ask(req);  sends a request of the service and expects its answer
 //
 //   The connection:
 //     Service().AcceptRegistration() / RefuseRegistration(3, "no") / IgnoreRegistration()
-//              / AnswerRegistrationTwice() / DelayRegistration(milliseconds of real time)
+//              / AnswerRegistrationTwice()
 //     Service().Drop();               ends the connection behind what has been sent; Cut() at once
 //     Service().Down(); Service().Up();   drops all and refuses connects; accepts again on the same port
 //     Service().WaitForConnection(2); waits until the library has connected for the second time
@@ -71,7 +70,7 @@ struct ReceivedFrame {
     int nMsgID;
     std::string strName;
     std::string strBody;
-    bool bAnswered;  // by an On
+    bool bAnswered;  // by an On, or a registration
     bool bTaken;     // by an Expect
 };
 
@@ -150,7 +149,6 @@ public:
         SendRaw((FrameOf(messages) + ...));
     }
     void SendCut(std::size_t nFirst, const Wirova::IMessage& msg);
-    void SendBytewise(const Wirova::IMessage& msg);
     void SendRaw(const std::string& strBytes);
     template <class Request>
     std::unique_ptr<AnswerTo<Request>> Ask(const Request& req)
@@ -160,14 +158,10 @@ public:
     }
 
     // ---- registration ----
-    void AcceptRegistration() { SetRegistration({}); }
-    void RefuseRegistration(int nResult, const std::string& strText)
-    {
-        SetRegistration({1, nResult, strText, {}});
-    }
-    void IgnoreRegistration() { SetRegistration({0, 0, {}, {}}); }
-    void AnswerRegistrationTwice() { SetRegistration({2, 0, {}, {}}); }
-    void DelayRegistration(std::chrono::milliseconds real) { SetRegistration({1, 0, {}, real}); }
+    void AcceptRegistration() { SetRegistration(1); }
+    void RefuseRegistration(int nResult, const std::string& strText) { SetRegistration(1, nResult, strText); }
+    void IgnoreRegistration() { SetRegistration(0); }
+    void AnswerRegistrationTwice() { SetRegistration(2); }
 
     // ---- the connection ----
     void Drop();
@@ -177,7 +171,6 @@ public:
     void WaitForConnection(int nNumber = 1);
     void WaitForDisconnect();
     int Connections() const;  // opened so far
-    bool IsConnected() const;
     void HoldReading(bool bHold) { m_pTransport->HoldReading(bHold); }
     // What the transport has taken is in the log.
     void Settle() { m_pTransport->Settle(); }
@@ -187,27 +180,20 @@ public:
 private:
     // Takes a body and returns the bytes of the answer, empty for none.
     using Responder = std::function<std::string(const std::string& strBody)>;
-    struct Registration {
-        int nAnswers = 1;
-        int nResult = 0;
-        std::string strText;
-        std::chrono::milliseconds delay{0};
-    };
 
     void OnOpen(int nConnection) override;
     void OnBytes(int nConnection, std::string strBytes) override;
-    void OnClose(int nConnection) override;
+    void OnClose(int nConnection, bool bAbruptly) override;
     void OnFrame(int nConnection, std::string strBody);
-    void AnswerRegistration(int nConnection);
 
     void SetResponder(int nMsgID, Responder responder);
-    void SetRegistration(const Registration& registration);
+    // How often each registration is answered, and what with.
+    void SetRegistration(int nAnswers, int nResult = 0, const std::string& strText = {});
     void Take(int nMsgID, const std::function<bool(const std::string&)>& accept);
     int CountOf(int nMsgID) const;
     int NewestConnection() const;  // throws without one
     void CloseConnection(int nConnection, bool bAbruptly);
     void WaitUntil(const std::string& strWhat, const std::function<bool()>& condition);
-    std::string DescribeLog() const;  // under the mutex
 
     mutable std::mutex m_mutex;  // guards everything below but the transport
     std::condition_variable m_cond;
@@ -218,7 +204,7 @@ private:
     int m_nConnections = 0;
     std::map<int, Responder> m_mapResponders;
     bool m_bSayYes = false;
-    Registration m_registration;
+    std::string m_strRegistrationAnswers;  // the bytes for each registration
     const std::unique_ptr<Transport> m_pTransport;
 };
 

@@ -14,7 +14,7 @@ public:
         virtual ~Sink() = default;
         virtual void OnOpen(int nConnection) = 0;
         virtual void OnBytes(int nConnection, std::string strBytes) = 0;
-        virtual void OnClose(int nConnection) = 0;
+        virtual void OnClose(int nConnection, bool bAbruptly) = 0;
     };
 
     virtual ~Transport() = default;

@@ -1,0 +1,87 @@
+// What lies between a link of the library and a MemoryTransport. Not for tests.
+//
+// Locks, outermost first: a line's mutex; the link's own, an inbox's, the map of lines. A line's mutex is
+// never taken inside a link.
+#pragma once
+
+#include <asio.hpp>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/common/NetLink.h"
+
+namespace Fake {
+
+struct Line;
+
+// What has happened on a transport's connections and has not been told to its sink yet.
+struct Inbox {
+    enum class What { Opened, Bytes, Closed };
+    struct Event {
+        What what;
+        int nConnection;
+        std::string strBytes;
+    };
+
+    std::mutex mutex;
+    std::condition_variable cond;
+    std::deque<Event> deqEvents;
+    std::map<int, std::shared_ptr<Line>> mapLines;  // open connections
+    int nLastConnection = 0;
+    bool bAccept = true;
+    bool bHoldReading = false;
+    bool bTelling = false;  // the sink is being told of an event
+    bool bEnd = false;
+
+    void Post(What what, int nConnection, std::string strBytes = {});
+    std::shared_ptr<Line> Find(int nConnection);
+};
+
+// The inbox that listens on that port; null if none does.
+std::shared_ptr<Inbox> FindListener(unsigned short nPort);
+
+// One connection: does the work of the link's transport.
+struct Line : std::enable_shared_from_this<Line> {
+    Line(std::shared_ptr<Inbox> pIn, int nNumber) : pInbox(std::move(pIn)), nConnection(nNumber) {}
+
+    // ---- the library's side ----
+    void Attach(std::shared_ptr<Netrova::Link::_THandle> p, asio::io_context& context);
+    void Post(void (Line::*pfnWork)());  // on the link's strand
+    void Pump();                         // gives the link the next chunk that is due, or the end
+    void End();
+    void Flush();  // what the link has queued goes to the peer
+    void ReceivedReturned();
+    int Received();  // callbacks that have returned, and the one that is running
+    bool HasReceived(int nCallbacks);
+
+    // ---- the peer's side ----
+    void OnPeerBytes(const std::string& strBytes);
+    void OnPeerClose(bool bAbruptly);
+    void OnTaken(std::size_t nBytes);  // the peer has read that much
+
+private:
+    void FlushLocked();
+    void EndLocked(std::unique_lock<std::mutex>& lock);
+
+    const std::shared_ptr<Inbox> pInbox;
+    const int nConnection;
+    std::unique_ptr<asio::strand<asio::io_context::executor_type>> pStrand;
+
+    std::mutex mutex;
+    std::shared_ptr<Netrova::Link::_THandle> pLink;  // null once the line has ended
+    std::deque<std::string> deqIncoming;
+    int nReceived = 0;         // received callbacks that have returned
+    bool bDelivering = false;  // a chunk is on its way through the callback
+    bool bPeerClosed = false;
+    bool bCut = false;
+};
+
+// The line of that link; null once its disconnected callback has returned.
+std::shared_ptr<Line> LineOf(const Netrova::Link::_THandle* pLink);
+void ForgetLine(const Netrova::Link::_THandle* pLink);
+
+}  // namespace Fake

@@ -1,0 +1,236 @@
+// Netrova's functions: the tests' orders in front of the real connector and its links.
+#include <array>
+#include <map>
+
+#include "platform/Netrova.h"
+#include "platform/common/NetConnector.h"
+#include "platform/common/NetLink.h"
+#include "tests/fakeplatform/Line.h"
+#include "tests/fakeplatform/Parts.h"
+#include "tests/support/Outside.h"
+
+using Fake::MustFail;
+using Fake::Op;
+
+namespace Netrova::Connector {
+namespace {
+
+struct Target {
+    Callback pfn = nullptr;
+    void* pContext = nullptr;
+};
+
+struct State {
+    std::mutex mutex;
+    std::condition_variable cond;
+    std::map<_THandle*, std::array<Target, 4>> mapTargets;
+    bool bHeld = false;
+    bool bSendLate = false;
+};
+
+State& TheState()
+{
+    static State* const s_pState = new State;
+    return *s_pState;
+}
+
+thread_local bool t_bInCallback = false;
+
+// Behind every callback, also one that throws.
+template <Event kEvent>
+struct Behind {
+    explicit Behind(Link::_THandle* p) : pLink(p) { t_bInCallback = true; }
+    ~Behind()
+    {
+        t_bInCallback = false;
+        const auto pLine = Fake::LineOf(pLink);
+        if (kEvent == Event::Received && pLine)
+            pLine->ReceivedReturned();
+        if (kEvent == Event::Disconnected) {
+            Fake::ForgetLine(pLink);
+            --Fake::Counters().nLinks;
+        }
+    }
+    Behind(const Behind&) = delete;
+    Behind& operator=(const Behind&) = delete;
+
+    Link::_THandle* const pLink;
+};
+
+template <Event kEvent>
+void Run(_THandle* pConnector, Link::_THandle* pLink, void*)
+{
+    Target target;
+    {
+        std::unique_lock lock(TheState().mutex);
+        TheState().cond.wait(lock, [] { return !TheState().bHeld; });
+        target = TheState().mapTargets[pConnector].at(static_cast<std::size_t>(kEvent));
+    }
+    if (kEvent == Event::Received)
+        Fake::WaitUntilNobodyIsBetween();
+    const Behind<kEvent> behind(pLink);
+    if (target.pfn != nullptr)
+        target.pfn(pConnector, pLink, target.pContext);
+}
+
+bool SetTarget(_THandle* pConnector, Event event, Op op, const Target& target)
+{
+    if (MustFail(op))
+        return false;
+    const std::lock_guard lock(TheState().mutex);
+    TheState().mapTargets[pConnector].at(static_cast<std::size_t>(event)) = target;
+    return true;
+}
+
+}  // namespace
+
+_THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool)
+{
+    if (MustFail(Op::ConnectorCreate))
+        return nullptr;
+    auto* const pConnector = new _THandle(*pool);
+    pConnector->SetCallback(Event::Connected, &Run<Event::Connected>, nullptr);
+    pConnector->SetCallback(Event::Disconnected, &Run<Event::Disconnected>, nullptr);
+    pConnector->SetCallback(Event::Received, &Run<Event::Received>, nullptr);
+    pConnector->Start();
+    ++Fake::Counters().nConnectors;
+    return pConnector;
+}
+
+void DestroyHandle(_THandle* pConnector)
+{
+    if (pConnector == nullptr)
+        return;
+    if (!pConnector->Stop())
+        return Fake::Violation("A connector is destroyed by one of its own callbacks");
+    {
+        const std::lock_guard lock(TheState().mutex);
+        TheState().mapTargets.erase(pConnector);
+    }
+    delete pConnector;
+    --Fake::Counters().nConnectors;
+}
+
+bool SetOnConnected(_THandle* pConnector, Callback pfn, void* context)
+{
+    return SetTarget(pConnector, Event::Connected, Op::SetOnConnected, {pfn, context});
+}
+
+bool SetOnDisconnected(_THandle* pConnector, Callback pfn, void* context)
+{
+    return SetTarget(pConnector, Event::Disconnected, Op::SetOnDisconnected, {pfn, context});
+}
+
+bool SetOnTimeout(_THandle* pConnector, Callback pfn, void* context)
+{
+    return SetTarget(pConnector, Event::Timeout, Op::SetOnTimeout, {pfn, context});
+}
+
+bool SetOnReceived(_THandle* pConnector, Callback pfn, void* context)
+{
+    return SetTarget(pConnector, Event::Received, Op::SetOnReceived, {pfn, context});
+}
+
+bool Connect(_THandle* pConnector, const char* host, unsigned short port, int timeoutMilliseconds)
+{
+    if (MustFail(Op::Connect))
+        return false;
+    const Support::Outside outside;  // the link's own stream
+    return pConnector->Connect(host, port, timeoutMilliseconds);
+}
+
+ActiveLinkList::_THandle* LockActiveLinks(_THandle* pConnector)
+{
+    return MustFail(Op::LockActiveLinks) ? nullptr : pConnector->LockActiveLinks();
+}
+
+bool UnlockActiveLinks(_THandle* pConnector) { return pConnector->UnlockActiveLinks(); }
+
+}  // namespace Netrova::Connector
+
+namespace Netrova::ActiveLinkList {
+
+Link::_THandle* GetLink(_THandle* pList, std::size_t index)
+{
+    return MustFail(Op::GetLink) || index >= pList->m_vecLinks.size() ? nullptr
+                                                                      : pList->m_vecLinks[index].get();
+}
+
+}  // namespace Netrova::ActiveLinkList
+
+namespace Netrova::Link {
+
+int AddRef(_THandle* pLink)
+{
+    ++Fake::Counters().nLinks;
+    return pLink->AddRef();
+}
+
+int Release(_THandle* pLink)
+{
+    --Fake::Counters().nLinks;
+    return pLink->Release();
+}
+
+int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
+{
+    Fake::NoteSent(pMemory);
+    const auto pLine = Fake::LineOf(pLink);
+    if (MustFail(Op::LinkSend))
+        return -1;
+    if (!pLine)
+        return pLink->Send(*pMemory);
+    const bool bCaller = !Connector::t_bInCallback;
+    bool bLate = false;
+    {
+        const std::lock_guard lock(Connector::TheState().mutex);
+        bLate = bCaller && Connector::TheState().bSendLate;
+    }
+    const int nReceived = pLine->Received();
+    if (bCaller && !bLate)
+        Fake::ThisThreadHasSent();
+    const int nResult = pLink->Send(*pMemory);
+    pLine->Flush();
+    if (nResult < 0)
+        Fake::ThisThreadWaits();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (bLate && nResult >= 0 && !pLine->HasReceived(nReceived + 1) &&
+           std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return nResult;
+}
+
+int Recv(_THandle* pLink, int size) { return MustFail(Op::LinkRecv) ? -1 : pLink->Recv(size); }
+
+Strova::_THandle* LockReadStream(_THandle* pLink)
+{
+    if (MustFail(Op::LockReadStream))
+        return nullptr;
+    const Support::Outside outside;
+    return pLink->LockReadStream();
+}
+
+bool UnlockReadStream(_THandle* pLink) { return pLink->UnlockReadStream(); }
+
+bool Close(_THandle* pLink) { return pLink->Close(); }
+
+}  // namespace Netrova::Link
+
+namespace Fake {
+
+using Netrova::Connector::TheState;
+
+void HoldPools(bool bHold)
+{
+    const std::lock_guard lock(TheState().mutex);
+    TheState().bHeld = bHold;
+    TheState().cond.notify_all();
+}
+
+void SendReturnsLate(bool bLate)
+{
+    const std::lock_guard lock(TheState().mutex);
+    TheState().bSendLate = bLate;
+}
+
+}  // namespace Fake
