@@ -1,5 +1,6 @@
 // The library's clock: real time, stretched by a factor that may change while waits are running; and the
 // start of its threads.
+#include <algorithm>
 #include <map>
 #include <system_error>
 
@@ -40,11 +41,7 @@ struct Clock {
     }
 };
 
-Clock& TheClock()
-{
-    static Clock* const s_pClock = new Clock;
-    return *s_pClock;
-}
+Clock& TheClock() { return Fake::Immortal<Clock>(); }
 
 nanoseconds SystemNow()
 {
@@ -106,9 +103,9 @@ bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lo
                  const bool& bFlag)
 {
     Fake::ThisThreadWaits();
-    const auto deadline = Fake::SystemNow() + std::chrono::milliseconds(milliseconds);
+    const auto begin = Fake::SystemNow();
     while (!bFlag) {
-        const auto left = Fake::RealTimeUntil(deadline);
+        const auto left = Fake::RealTimeUntil(begin + std::chrono::milliseconds(milliseconds));
         if (left.count() <= 0)
             return false;
         cond.wait_for(lock, std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));

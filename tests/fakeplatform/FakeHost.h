@@ -11,7 +11,8 @@ namespace Fake::HostProcess {
 // The executable's directory: a directory of this test program alone, emptied by Reset.
 std::string Directory();
 
-// From now on GetLocalTime answers this, until Reset. It does not move.
+// From now on GetLocalTime answers this, until Reset; it is noon of a day in 2024 otherwise. It does not
+// move.
 void SetLocalTime(const Host::LocalTime& time);
 
 // ShowErrorBox notes its texts and answers what is set (true unless set).

@@ -1,19 +1,14 @@
 #include "platform/Host.h"
 
-#include <algorithm>
-#include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <list>
 #include <map>
-#include <memory>
-#include <random>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "tests/fakeplatform/FakeHost.h"
 #include "tests/fakeplatform/Parts.h"
+#include "tests/support/TempDirectory.h"
 
 namespace fs = std::filesystem;
 using Fake::MustFail;
@@ -22,20 +17,15 @@ using Fake::Op;
 namespace {
 
 // One entry a file: what a change of size or last write time shows in.
-using Snapshot = std::map<std::string, std::pair<std::uintmax_t, fs::file_time_type>>;
+using Snapshot = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
 
 Snapshot Look(const std::string& strDirectory)
 {
     Snapshot snapshot;
-    std::error_code failed;
+    std::error_code failed, gone;
     for (fs::directory_iterator it(strDirectory, failed), end; !failed && it != end; it.increment(failed)) {
-        std::error_code gone;
-        if (!it->is_regular_file(gone))
-            continue;
-        const auto nSize = it->file_size(gone);
-        const auto time = it->last_write_time(gone);
-        if (!gone)
-            snapshot[it->path().filename().string()] = {nSize, time};
+        if (it->is_regular_file(gone))
+            snapshot[it->path()] = {it->file_size(gone), it->last_write_time(gone)};
     }
     return snapshot;
 }
@@ -56,63 +46,36 @@ struct ChangeNotification {
 
 namespace {
 
+constexpr Host::LocalTime kLocalTime{2024, 6, 11, 12, 0, 0, 0};
+
 struct State {
     std::mutex mutex;
     std::condition_variable cond;
-    std::unique_ptr<Host::LocalTime> pTime;
+    Host::LocalTime time = kLocalTime;
     std::vector<Fake::HostProcess::Box> vecBoxes;
     bool bBoxAnswer = true;
     std::list<Host::ChangeNotification*> listChanges;
 };
 
-State& TheState()
+State& TheState() { return Fake::Immortal<State>(); }
+
+// Goes with the process.
+const Support::TempDirectory& OwnDirectory()
 {
-    static State* const s_pState = new State;
-    return *s_pState;
+    static const Support::TempDirectory s_directory;
+    return s_directory;
 }
-
-// A new directory that goes with the process.
-class OwnDirectory {
-public:
-    OwnDirectory()
-    {
-        std::random_device random;
-        do {
-            m_path = fs::temp_directory_path() / ("velkar-test-" + std::to_string(random()));
-        } while (!fs::create_directory(m_path));
-    }
-    ~OwnDirectory()
-    {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    std::string Text() const { return m_path.string(); }
-    void Empty() const
-    {
-        std::error_code ignored;
-        for (const fs::directory_entry& entry : fs::directory_iterator(m_path, ignored))
-            fs::remove_all(entry.path(), ignored);
-    }
-    static OwnDirectory& The()
-    {
-        static OwnDirectory s_directory;
-        return s_directory;
-    }
-
-private:
-    fs::path m_path;
-};
 
 }  // namespace
 
 namespace Fake::HostProcess {
 
-std::string Directory() { return OwnDirectory::The().Text(); }
+std::string Directory() { return OwnDirectory().Path().string(); }
 
 void SetLocalTime(const Host::LocalTime& time)
 {
     const std::lock_guard lock(TheState().mutex);
-    TheState().pTime = std::make_unique<Host::LocalTime>(time);
+    TheState().time = time;
 }
 
 std::vector<Box> Boxes()
@@ -137,9 +100,9 @@ void NotifyChange()
 
 void Reset()
 {
-    OwnDirectory::The().Empty();
+    OwnDirectory().Empty();
     const std::lock_guard lock(TheState().mutex);
-    TheState().pTime.reset();
+    TheState().time = kLocalTime;
     TheState().vecBoxes.clear();
     TheState().bBoxAnswer = true;
 }
@@ -148,34 +111,14 @@ void Reset()
 
 namespace Host {
 
-std::string GetExecutableDirectory() { return OwnDirectory::The().Text(); }
+std::string GetExecutableDirectory() { return Fake::HostProcess::Directory(); }
 
 const char* GetPathSeparator() { return fs::path::preferred_separator == '\\' ? "\\" : "/"; }
 
 LocalTime GetLocalTime()
 {
-    {
-        const std::lock_guard lock(TheState().mutex);
-        if (TheState().pTime)
-            return *TheState().pTime;
-    }
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto nMilliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm t{};
-    {
-        static std::mutex s_mutex;  // localtime has one buffer
-        const std::lock_guard lock(s_mutex);
-        t = *std::localtime(&seconds);
-    }
-    return {t.tm_year + 1900,
-            t.tm_mon + 1,
-            t.tm_mday,
-            t.tm_hour,
-            t.tm_min,
-            t.tm_sec,
-            static_cast<int>(nMilliseconds)};
+    const std::lock_guard lock(TheState().mutex);
+    return TheState().time;
 }
 
 void Sleep(unsigned int milliseconds) { Kernova::Threading::ManualResetEvent(false).Wait(milliseconds); }
@@ -205,19 +148,18 @@ bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
         return false;
     std::error_code failed;
     const auto time = fs::last_write_time(strPath, failed);
-    if (failed) {
+    if (failed)
         Platova::SetLastError(static_cast<unsigned int>(failed.value()));
-        return false;
-    }
-    nTime = time.time_since_epoch().count();
-    return true;
+    else
+        nTime = time.time_since_epoch().count();
+    return !failed;
 }
 
 StopEvent* CreateStopEvent()
 {
     if (MustFail(Op::CreateStopEvent))
         return nullptr;
-    ++Fake::Counters().nStopEvents;
+    Fake::Count(&Fake::Counts::nStopEvents, 1);
     return new StopEvent;
 }
 
@@ -231,21 +173,19 @@ void SetStopEvent(StopEvent* pEvent)
 void CloseStopEvent(StopEvent* pEvent)
 {
     delete pEvent;
-    --Fake::Counters().nStopEvents;
+    Fake::Count(&Fake::Counts::nStopEvents, -1);
 }
 
 ChangeNotification* FindFirstChange(const std::string& strDirectory)
 {
     if (MustFail(Op::FindFirstChange))
         return nullptr;
-    std::error_code failed;
-    if (!fs::is_directory(strDirectory, failed)) {
-        Platova::SetLastError(failed ? static_cast<unsigned int>(failed.value())
-                                     : static_cast<unsigned int>(std::errc::not_a_directory));
+    if (std::error_code failed; !fs::is_directory(strDirectory, failed)) {
+        Platova::SetLastError(static_cast<unsigned int>(std::errc::not_a_directory));
         return nullptr;
     }
     auto* const pChange = new ChangeNotification{strDirectory, Look(strDirectory), false, false};
-    ++Fake::Counters().nChanges;
+    Fake::Count(&Fake::Counts::nChanges, 1);
     const std::lock_guard lock(TheState().mutex);
     TheState().listChanges.push_back(pChange);
     return pChange;
@@ -267,7 +207,7 @@ void CloseChange(ChangeNotification* pChange)
         TheState().listChanges.remove(pChange);
     }
     delete pChange;
-    --Fake::Counters().nChanges;
+    Fake::Count(&Fake::Counts::nChanges, -1);
 }
 
 WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
@@ -278,14 +218,10 @@ WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
     for (;;) {
         if (std::exchange(pEvent->bSignalled, false))
             return WaitResult::Stopped;
+        Snapshot before = std::exchange(pChange->snapshot, Look(pChange->strDirectory));
+        pChange->bFired |= pChange->snapshot != before;
         if (pChange->bFired)
             return WaitResult::Changed;
-        Snapshot now = Look(pChange->strDirectory);
-        if (now != pChange->snapshot) {
-            pChange->snapshot = std::move(now);
-            pChange->bFired = true;
-            continue;
-        }
         TheState().cond.wait_for(lock, Fake::kLookAgain);
     }
 }
@@ -297,8 +233,8 @@ bool ShowErrorBox(const char* pszTitle, const char* pszText)
     return TheState().bBoxAnswer;
 }
 
-void HoldLibrary() { ++Fake::Counters().nLibraryHolds; }
+void HoldLibrary() { Fake::Count(&Fake::Counts::nLibraryHolds, 1); }
 
-void ReleaseLibrary() { --Fake::Counters().nLibraryHolds; }
+void ReleaseLibrary() { Fake::Count(&Fake::Counts::nLibraryHolds, -1); }
 
 }  // namespace Host

@@ -14,11 +14,7 @@ struct Lines {
     std::map<const Netrova::Link::_THandle*, std::shared_ptr<Line>> mapByLink;
 };
 
-Lines& TheLines()
-{
-    static Lines* const s_pLines = new Lines;
-    return *s_pLines;
-}
+Lines& TheLines() { return Fake::Immortal<Lines>(); }
 
 thread_local std::shared_ptr<Line> t_pDialled;  // from Dial to the link that the same thread makes of it
 
@@ -198,7 +194,7 @@ Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<L
       m_graceTimer(context),
       m_pLink(std::move(pLink))
 {
-    ++Fake::Counters().nLinks;
+    Fake::Count(&Fake::Counts::nLinks, 1);
     std::exchange(Fake::t_pDialled, nullptr)->Attach(m_pLink, context);
 }
 

@@ -1,5 +1,6 @@
 #include "platform/Logova.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <filesystem>
 #include <memory>
@@ -28,22 +29,13 @@ struct Book {
     std::vector<std::unique_ptr<Logova::_THandle>> vecHandles;
 };
 
-Book& TheBook()
-{
-    static Book* const s_pBook = new Book;
-    return *s_pBook;
-}
-
-bool Holds(const Line& line, Level level, const std::string& strPart)
-{
-    return line.level == level && line.strText.find(strPart) != std::string::npos;
-}
+Book& TheBook() { return Fake::Immortal<Book>(); }
 
 int CountUnderLock(Level level, const std::string& strPart)
 {
     int nCount = 0;
     for (const Line& line : TheBook().vecLines)
-        nCount += Holds(line, level, strPart);
+        nCount += line.level == level && line.strText.find(strPart) != std::string::npos;
     return nCount;
 }
 

@@ -1,6 +1,7 @@
 #include "tests/fakeplatform/MemoryTransport.h"
 
 #include "tests/fakeplatform/Line.h"
+#include "tests/fakeplatform/Parts.h"
 
 namespace Fake {
 namespace {
@@ -11,11 +12,7 @@ struct Listeners {
     unsigned short nLastPort = 40000;
 };
 
-Listeners& TheListeners()
-{
-    static Listeners* const s_pListeners = new Listeners;
-    return *s_pListeners;
-}
+Listeners& TheListeners() { return Fake::Immortal<Listeners>(); }
 
 void Tell(Inbox& inbox, const Inbox::Event& event, Support::Transport::Sink& sink)
 {

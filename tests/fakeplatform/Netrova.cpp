@@ -28,11 +28,7 @@ struct State {
     bool bSendLate = false;
 };
 
-State& TheState()
-{
-    static State* const s_pState = new State;
-    return *s_pState;
-}
+State& TheState() { return Fake::Immortal<State>(); }
 
 thread_local bool t_bInCallback = false;
 
@@ -48,7 +44,7 @@ struct Behind {
             pLine->ReceivedReturned();
         if (kEvent == Event::Disconnected) {
             Fake::ForgetLine(pLink);
-            --Fake::Counters().nLinks;
+            Fake::Count(&Fake::Counts::nLinks, -1);
         }
     }
     Behind(const Behind&) = delete;
@@ -73,15 +69,6 @@ void Run(_THandle* pConnector, Link::_THandle* pLink, void*)
         target.pfn(pConnector, pLink, target.pContext);
 }
 
-bool SetTarget(_THandle* pConnector, Event event, Op op, const Target& target)
-{
-    if (MustFail(op))
-        return false;
-    const std::lock_guard lock(TheState().mutex);
-    TheState().mapTargets[pConnector].at(static_cast<std::size_t>(event)) = target;
-    return true;
-}
-
 }  // namespace
 
 _THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool)
@@ -93,7 +80,7 @@ _THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool)
     pConnector->SetCallback(Event::Disconnected, &Run<Event::Disconnected>, nullptr);
     pConnector->SetCallback(Event::Received, &Run<Event::Received>, nullptr);
     pConnector->Start();
-    ++Fake::Counters().nConnectors;
+    Fake::Count(&Fake::Counts::nConnectors, 1);
     return pConnector;
 }
 
@@ -108,28 +95,21 @@ void DestroyHandle(_THandle* pConnector)
         TheState().mapTargets.erase(pConnector);
     }
     delete pConnector;
-    --Fake::Counters().nConnectors;
+    Fake::Count(&Fake::Counts::nConnectors, -1);
 }
 
-bool SetOnConnected(_THandle* pConnector, Callback pfn, void* context)
-{
-    return SetTarget(pConnector, Event::Connected, Op::SetOnConnected, {pfn, context});
-}
-
-bool SetOnDisconnected(_THandle* pConnector, Callback pfn, void* context)
-{
-    return SetTarget(pConnector, Event::Disconnected, Op::SetOnDisconnected, {pfn, context});
-}
-
-bool SetOnTimeout(_THandle* pConnector, Callback pfn, void* context)
-{
-    return SetTarget(pConnector, Event::Timeout, Op::SetOnTimeout, {pfn, context});
-}
-
-bool SetOnReceived(_THandle* pConnector, Callback pfn, void* context)
-{
-    return SetTarget(pConnector, Event::Received, Op::SetOnReceived, {pfn, context});
-}
+#define FAKE_SET_ON(event)                                                                \
+    bool SetOn##event(_THandle* pConnector, Callback pfn, void* context)                  \
+    {                                                                                     \
+        const std::lock_guard lock(TheState().mutex);                                     \
+        TheState().mapTargets[pConnector].at(std::size_t(Event::event)) = {pfn, context}; \
+        return !MustFail(Op::SetOn##event);                                               \
+    }
+FAKE_SET_ON(Connected)
+FAKE_SET_ON(Disconnected)
+FAKE_SET_ON(Timeout)
+FAKE_SET_ON(Received)
+#undef FAKE_SET_ON
 
 bool Connect(_THandle* pConnector, const char* host, unsigned short port, int timeoutMilliseconds)
 {
@@ -162,13 +142,13 @@ namespace Netrova::Link {
 
 int AddRef(_THandle* pLink)
 {
-    ++Fake::Counters().nLinks;
+    Fake::Count(&Fake::Counts::nLinks, 1);
     return pLink->AddRef();
 }
 
 int Release(_THandle* pLink)
 {
-    --Fake::Counters().nLinks;
+    Fake::Count(&Fake::Counts::nLinks, -1);
     return pLink->Release();
 }
 

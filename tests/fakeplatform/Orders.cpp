@@ -20,14 +20,10 @@ struct State {
     std::mutex mutex;
     std::array<Order, static_cast<std::size_t>(Op::Count_)> orders;
     std::vector<std::string> vecViolations;
+    Counts counts;
 };
 
-// Never destroyed: threads of the library may run while the process exits.
-State& TheState()
-{
-    static State* const s_pState = new State;
-    return *s_pState;
-}
+State& TheState() { return Fake::Immortal<State>(); }
 
 Order& OrderOf(Op op) { return TheState().orders.at(static_cast<std::size_t>(op)); }
 
@@ -80,17 +76,16 @@ std::vector<std::string> Violations()
     return TheState().vecViolations;
 }
 
-AtomicCounts& Counters()
+void Count(int Counts::*pCount, int nChange)
 {
-    static AtomicCounts* const s_pCounts = new AtomicCounts;
-    return *s_pCounts;
+    const std::lock_guard lock(TheState().mutex);
+    TheState().counts.*pCount += nChange;
 }
 
 Counts Alive()
 {
-    const AtomicCounts& now = Counters();
-    return {now.nPools,      now.nConnectors, now.nLinks,       now.nStreams,
-            now.nStopEvents, now.nChanges,    now.nLibraryHolds};
+    const std::lock_guard lock(TheState().mutex);
+    return TheState().counts;
 }
 
 std::string Describe(const Counts& counts)

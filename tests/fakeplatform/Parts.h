@@ -1,7 +1,6 @@
 // What the parts of the fake platform share. Not for tests.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -29,11 +28,15 @@ void WaitUntilNobodyIsBetween();
 // The block has been sent: its stream may only be destroyed.
 void NoteSent(const Kernova::MemoryPool::_XMemory* pMemory);
 
-// Counters behind Alive().
-struct AtomicCounts {
-    std::atomic<int> nPools{0}, nConnectors{0}, nLinks{0}, nStreams{0}, nStopEvents{0}, nChanges{0},
-        nLibraryHolds{0};
-};
-AtomicCounts& Counters();
+// Counts objects that the library holds, for Alive().
+void Count(int Counts::*pCount, int nChange);
+
+// Never destroyed: threads of the library may run while the process exits.
+template <class T>
+T& Immortal()
+{
+    static T* const s_p = new T;
+    return *s_p;
+}
 
 }  // namespace Fake

@@ -14,11 +14,7 @@ struct SentStreams {
     std::set<const Memory*> setMemories;
 };
 
-SentStreams& TheSent()
-{
-    static SentStreams* const s_pSent = new SentStreams;
-    return *s_pSent;
-}
+SentStreams& TheSent() { return Fake::Immortal<SentStreams>(); }
 
 void ExpectUnsent(const Memory* pMemory)
 {
@@ -51,7 +47,7 @@ _THandle* CreateHandle()
 {
     if (Fake::MustFail(Fake::Op::StreamCreate))
         return nullptr;
-    ++Fake::Counters().nStreams;
+    Fake::Count(&Fake::Counts::nStreams, 1);
     return RealCreateHandle();
 }
 
@@ -63,7 +59,7 @@ void DestroyHandle(_THandle* pStream)
         const std::lock_guard lock(TheSent().mutex);
         TheSent().setMemories.erase(GetXMemory(pStream));
     }
-    --Fake::Counters().nStreams;
+    Fake::Count(&Fake::Counts::nStreams, -1);
     RealDestroyHandle(pStream);
 }
 
@@ -90,13 +86,13 @@ _THandle* CreateHandle(std::size_t threads)
     if (Fake::MustFail(Fake::Op::PoolCreate))
         return nullptr;
     _THandle* const pPool = RealCreateHandle(threads);
-    Fake::Counters().nPools += pPool != nullptr ? 1 : 0;
+    Fake::Count(&Fake::Counts::nPools, pPool != nullptr ? 1 : 0);
     return pPool;
 }
 
 void DestroyHandle(_THandle* pPool)
 {
-    Fake::Counters().nPools -= pPool != nullptr ? 1 : 0;
+    Fake::Count(&Fake::Counts::nPools, pPool != nullptr ? -1 : 0);
     RealDestroyHandle(pPool);
 }
 

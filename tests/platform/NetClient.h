@@ -29,12 +29,10 @@ public:
     explicit Client(std::size_t nThreads = 4)
         : m_pPool(Kernova::ThreadPool::CreateHandle(nThreads)), m_pConnector(Connector::CreateHandle(m_pPool))
     {
-        EXPECT_NE(nullptr, m_pPool);
         EXPECT_NE(nullptr, m_pConnector);
-        Connector::SetOnConnected(m_pConnector, &On<kConnected, &Client::m_onConnected>, this);
-        Connector::SetOnReceived(m_pConnector, &On<kReceived, &Client::m_onReceived>, this);
-        Connector::SetOnDisconnected(m_pConnector, &On<kDisconnected, &Client::m_onDisconnected>, this);
-        Connector::SetOnTimeout(m_pConnector, &On<kTimeout, &Client::m_onTimeout>, this);
+        Connector::SetOnConnected(m_pConnector, &On<&Client::m_onConnected>, this);
+        Connector::SetOnReceived(m_pConnector, &On<&Client::m_onReceived>, this);
+        Connector::SetOnDisconnected(m_pConnector, &On<&Client::m_onDisconnected>, this);
     }
     ~Client() { Destroy(); }
     Client(const Client&) = delete;
@@ -85,28 +83,22 @@ public:
     }
 
     // Whether a callback has begun is in the record; these run inside it.
-    Work m_onConnected, m_onReceived, m_onDisconnected, m_onTimeout;
+    Work m_onConnected, m_onReceived, m_onDisconnected;
 
 private:
-    static constexpr const char* kConnected = "connected";
-    static constexpr const char* kReceived = "received";
-    static constexpr const char* kDisconnected = "disconnected";
-    static constexpr const char* kTimeout = "timeout";
-
-    void Run(const char* pszEvent, const Work& work, LinkHandle* pLink)
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_vecEvents.emplace_back(pszEvent);
-        }
-        if (work)
-            work(pLink);
-    }
-    template <const char* const& kEvent, auto kWork>
+    template <auto kWork>
     static void On(Connector::_THandle*, LinkHandle* pLink, void* pContext)
     {
         auto* const pSelf = static_cast<Client*>(pContext);
-        pSelf->Run(kEvent, pSelf->*kWork, pLink);
+        const Work& work = pSelf->*kWork;
+        {
+            const std::lock_guard lock(pSelf->m_mutex);
+            pSelf->m_vecEvents.emplace_back(&work == &pSelf->m_onConnected  ? "connected"
+                                            : &work == &pSelf->m_onReceived ? "received"
+                                                                            : "disconnected");
+        }
+        if (work)
+            work(pLink);
     }
 
     Kernova::ThreadPool::_THandle* m_pPool;

@@ -82,6 +82,20 @@ TEST(Thread, HasLeftTheBodyBeforeItStartsAgain)
     EXPECT_FALSE(bOverlap.load());
 }
 
+// A thread that has come to its end by itself, an exception included, may be started again.
+TEST(Thread, StartsAgainAfterItsBodyHasEnded)
+{
+    Body body;
+    body.m_work = [](Body& self) {
+        if (self.m_nRuns % 2 == 0)
+            throw std::runtime_error("must not end the process");
+    };
+    for (int n = 1; n <= 4; ++n) {
+        ASSERT_TRUE(Eventually([&] { return body.Start(); }));
+        ASSERT_TRUE(Eventually([&] { return body.m_nRuns == n; }));
+    }
+}
+
 TEST(Platova, KnowsAtLeastOneProcessorAndKeepsErrorsToTheThread)
 {
     EXPECT_GE(Platova::GetProcessorCount(), 1u);

@@ -22,7 +22,7 @@ public:
             m_vecFillers.emplace_back(m_context);
             auto& socket = m_vecFillers.back();
             const auto pDone = std::make_shared<bool>(false);
-            socket.async_connect({asio::ip::address_v4::loopback(), m_peer.Port()},
+            socket.async_connect({asio::ip::address_v4::loopback(), Port()},
                                  [pDone](const std::error_code&) { *pDone = true; });
             m_context.restart();
             m_context.run_for(milliseconds(200));
@@ -37,7 +37,7 @@ public:
         m_context.restart();
         m_context.run();
     }
-    unsigned short Port() const { return m_peer.Port(); }
+    unsigned short Port() const { return m_acceptor.local_endpoint().port(); }
 
 private:
     asio::io_context m_context;

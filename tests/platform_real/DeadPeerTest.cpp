@@ -3,51 +3,28 @@
 #ifndef _WIN32
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
-
-#include <asio.hpp>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "platform/common/SocketOptions.h"
 
-namespace {
-
-class ConnectedSocket {
-public:
-    ConnectedSocket() : m_acceptor(m_context, {asio::ip::address_v4::loopback(), 0}), m_socket(m_context)
-    {
-        m_socket.connect(m_acceptor.local_endpoint());
-        Netrova::SetLinkOptions(static_cast<std::uintptr_t>(m_socket.native_handle()));
-    }
-    template <int kLevel, int kName>
-    int Get()
-    {
-        asio::detail::socket_option::integer<kLevel, kName> option;
-        m_socket.get_option(option);
-        return option.value();
-    }
-    bool IsKeptAlive()
-    {
-        asio::socket_base::keep_alive option;
-        m_socket.get_option(option);
-        return option.value();
-    }
-
-private:
-    asio::io_context m_context;
-    asio::ip::tcp::acceptor m_acceptor;
-    asio::ip::tcp::socket m_socket;
-};
-
-}  // namespace
-
 TEST(DeadPeer, IsGivenUpAfterHalfAMinute)
 {
-    ConnectedSocket socket;
-    EXPECT_TRUE(socket.IsKeptAlive());
-    const int nProbing = socket.Get<IPPROTO_TCP, TCP_KEEPIDLE>() +
-                         socket.Get<IPPROTO_TCP, TCP_KEEPINTVL>() * socket.Get<IPPROTO_TCP, TCP_KEEPCNT>();
-    EXPECT_EQ(30, nProbing);
-    EXPECT_EQ(30'000, (socket.Get<IPPROTO_TCP, TCP_USER_TIMEOUT>()));
+    const int nSocket = socket(AF_INET, SOCK_STREAM, 0);
+    Netrova::SetLinkOptions(static_cast<std::uintptr_t>(nSocket));
+    const auto get = [nSocket](int nLevel, int nName) {
+        int nValue = 0;
+        socklen_t nSize = sizeof(nValue);
+        getsockopt(nSocket, nLevel, nName, &nValue, &nSize);
+        return nValue;
+    };
+    EXPECT_NE(0, get(SOL_SOCKET, SO_KEEPALIVE));
+    EXPECT_EQ(
+        30, get(IPPROTO_TCP, TCP_KEEPIDLE) + get(IPPROTO_TCP, TCP_KEEPINTVL) * get(IPPROTO_TCP, TCP_KEEPCNT));
+    EXPECT_EQ(30'000, get(IPPROTO_TCP, TCP_USER_TIMEOUT));
+    close(nSocket);
 }
 
 #endif

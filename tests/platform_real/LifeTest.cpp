@@ -73,26 +73,6 @@ TEST(Pool, ServesOneConnectorAtATime)
     Connector::DestroyHandle(pSecond);
 }
 
-// A thread that has come to its end by itself, an exception included, may be started again.
-TEST(ThreadOfTheSystem, StartsAgainAfterItsBodyHasEnded)
-{
-    class Body final : public Kernova::Threading::Thread {
-    public:
-        ~Body() override { Stop(); }
-        void Execute() override
-        {
-            if (++m_nRuns % 2 == 0)
-                throw std::runtime_error("must not end the process");
-        }
-        std::atomic<int> m_nRuns{0};
-    };
-    Body body;
-    for (int n = 1; n <= 4; ++n) {
-        ASSERT_TRUE(Eventually([&] { return body.Start(); }));
-        ASSERT_TRUE(Eventually([&] { return body.m_nRuns == n; }));
-    }
-}
-
 namespace {
 
 // A host that returns from main without a word, with callbacks on their way and threads at work.

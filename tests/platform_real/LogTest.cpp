@@ -13,6 +13,7 @@
 #include "platform/Logova.h"
 #include "platform/Platova.h"
 #include "tests/platform/Waiting.h"
+#include "tests/support/TempDirectory.h"
 
 #ifndef _WIN32
 #include <sys/stat.h>
@@ -24,18 +25,7 @@ namespace {
 
 class Log : public testing::Test {
 protected:
-    Log()
-    {
-        const auto nNow = std::chrono::steady_clock::now().time_since_epoch().count();
-        m_dir = fs::temp_directory_path() / ("velkar-log-" + std::to_string(nNow));
-        fs::create_directories(m_dir);
-    }
-    ~Log() override
-    {
-        Logova::Uninitialize("Svc");
-        std::error_code ignored;
-        fs::remove_all(m_dir, ignored);
-    }
+    ~Log() override { Logova::Uninitialize("Svc"); }
 
     bool Initialize(const std::string& strConfig, const std::string& strService = "Svc")
     {
@@ -75,7 +65,8 @@ protected:
         return Read(strFile).find(strText) != std::string::npos;
     }
 
-    fs::path m_dir;
+    const Support::TempDirectory m_temporary;
+    const fs::path& m_dir = m_temporary.Path();
 };
 
 }  // namespace
@@ -111,16 +102,6 @@ TEST_F(Log, WritesTheNineLevelsUpToItsOwn)
     }
 }
 
-TEST_F(Log, StartsFromAnEmptyFileAndMakesItsDirectory)
-{
-    Logova::Info(Start(""), "hello");
-    Stop();
-    EXPECT_TRUE(Contains("log/Svc.Main.log", "[Info]")) << "not where the defaults put it";
-    Logova::Info(Start("file = a/b/c/{logger}.txt"), "hello");
-    Stop();
-    EXPECT_TRUE(Contains("a/b/c/Main.txt", "hello"));
-}
-
 TEST_F(Log, DoesNotStartWithoutAFileOrTwice)
 {
     EXPECT_FALSE(Logova::Initialize("Svc", (m_dir / "missing.conf").string().c_str()));
@@ -136,15 +117,18 @@ TEST_F(Log, DoesNotStartWithoutAFileOrTwice)
     EXPECT_FALSE(Logova::Uninitialize("Svc"));
 }
 
-TEST_F(Log, StartsAgainAndAppends)
+TEST_F(Log, StartsAgainAppendsAndMakesItsDirectory)
 {
+    Logova::Info(Start(""), "hello");
+    Stop();
+    EXPECT_TRUE(Contains("log/Svc.Main.log", "[Info]")) << "not where the defaults put it";
     for (int n = 0; n < 20; ++n) {
-        auto* const pLogger = Start("file = x.log\nflush = Emerg, 3600");
-        Logova::InfoFmt(pLogger, "round %d", n);
+        Logova::InfoFmt(Start("file = a/b/{logger}.txt\nflush = Emerg, 3600"), "round %d", n);
         Stop();
-        ASSERT_EQ(static_cast<std::size_t>(n + 1), Lines("x.log").size()) << "not written out at the end";
+        ASSERT_EQ(static_cast<std::size_t>(n + 1), Lines("a/b/Main.txt").size())
+            << "not written out at the end";
     }
-    EXPECT_TRUE(Contains("x.log", "round 0"));
+    EXPECT_TRUE(Contains("a/b/Main.txt", "round 0"));
 }
 
 TEST_F(Log, ReportsTheMistakesOfItsConfigurationInTheLogItself)

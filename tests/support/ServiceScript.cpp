@@ -51,16 +51,6 @@ std::string SayYesTo(const std::string& strBody)
     return FrameOf(ans);
 }
 
-using YesFunction = std::string (*)(const std::string&);
-YesFunction FindYes(int nMsgID)
-{
-#define YES(name) {XC2S_##name##Req::kMsgID, &SayYesTo<XC2S_##name##Req>},
-    static const std::map<int, YesFunction> s_map{SUPPORT_ASKED_BY_CONNECTOR(YES) YES(RequestUseStorage)};
-#undef YES
-    const auto it = s_map.find(nMsgID);
-    return it == s_map.end() ? nullptr : it->second;
-}
-
 }  // namespace
 
 std::string BodyOf(const Wirova::IMessage& msg)
@@ -96,8 +86,6 @@ ServiceScript::ServiceScript(std::unique_ptr<Transport> pTransport) : m_pTranspo
     AcceptRegistration();
     m_pTransport->Start(*this);
 }
-
-ServiceScript::~ServiceScript() { m_pTransport->Stop(); }
 
 // ---- the transport's thread ----
 
@@ -163,8 +151,6 @@ void ServiceScript::OnFrame(int nConnection, std::string strBody)
             responder = [strAnswers = m_strRegistrationAnswers](const std::string&) { return strAnswers; };
         else if (it != m_mapResponders.end())
             responder = it->second;
-        else if (m_bSayYes && FindYes(nMsgID) != nullptr)
-            responder = FindYes(nMsgID);
         m_vecReceived.push_back({nConnection, nMsgID, pMessage ? pMessage->GetMsgName() : "?", strBody,
                                  responder != nullptr, false});
         m_cond.notify_all();
@@ -187,13 +173,14 @@ void ServiceScript::SetResponder(int nMsgID, Responder responder)
 void ServiceScript::SayYes()
 {
     const std::lock_guard lock(m_mutex);
-    m_bSayYes = true;
+#define YES(name) m_mapResponders.emplace(XC2S_##name##Req::kMsgID, &SayYesTo<XC2S_##name##Req>);
+    SUPPORT_ASKED_BY_CONNECTOR(YES) YES(RequestUseStorage)
+#undef YES
 }
 
 void ServiceScript::SayNothing()
 {
     const std::lock_guard lock(m_mutex);
-    m_bSayYes = false;
     m_mapResponders.clear();
 }
 
@@ -281,8 +268,6 @@ int ServiceScript::NewestConnection() const
     return m_mapUnread.rbegin()->first;
 }
 
-void ServiceScript::SendRaw(const std::string& strBytes) { m_pTransport->Send(NewestConnection(), strBytes); }
-
 void ServiceScript::SendCut(std::size_t nFirst, const Wirova::IMessage& msg)
 {
     const std::string strFrame = FrameOf(msg);
@@ -299,10 +284,6 @@ void ServiceScript::CloseConnection(int nConnection, bool bAbruptly)
     m_pTransport->Close(nConnection, bAbruptly);
 }
 
-void ServiceScript::Drop() { CloseConnection(NewestConnection(), false); }
-
-void ServiceScript::Cut() { CloseConnection(NewestConnection(), true); }
-
 void ServiceScript::Down()
 {
     m_pTransport->Accept(false);
@@ -315,8 +296,6 @@ void ServiceScript::Down()
     for (const int nConnection : vecOpen)
         CloseConnection(nConnection, false);
 }
-
-void ServiceScript::Up() { m_pTransport->Accept(true); }
 
 void ServiceScript::WaitForConnection(int nNumber)
 {

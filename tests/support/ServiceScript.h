@@ -77,7 +77,7 @@ struct ReceivedFrame {
 class ServiceScript final : private Transport::Sink {
 public:
     explicit ServiceScript(std::unique_ptr<Transport> pTransport);
-    ~ServiceScript() override;
+    ~ServiceScript() override { m_pTransport->Stop(); }
     ServiceScript(const ServiceScript&) = delete;
     ServiceScript& operator=(const ServiceScript&) = delete;
 
@@ -149,7 +149,7 @@ public:
         SendRaw((FrameOf(messages) + ...));
     }
     void SendCut(std::size_t nFirst, const Wirova::IMessage& msg);
-    void SendRaw(const std::string& strBytes);
+    void SendRaw(const std::string& strBytes) { m_pTransport->Send(NewestConnection(), strBytes); }
     template <class Request>
     std::unique_ptr<AnswerTo<Request>> Ask(const Request& req)
     {
@@ -164,10 +164,10 @@ public:
     void AnswerRegistrationTwice() { SetRegistration(2); }
 
     // ---- the connection ----
-    void Drop();
-    void Cut();
+    void Drop() { CloseConnection(NewestConnection(), false); }
+    void Cut() { CloseConnection(NewestConnection(), true); }
     void Down();
-    void Up();
+    void Up() { m_pTransport->Accept(true); }
     void WaitForConnection(int nNumber = 1);
     void WaitForDisconnect();
     int Connections() const;  // opened so far
@@ -203,7 +203,6 @@ private:
     std::set<int> m_setClosedHere;
     int m_nConnections = 0;
     std::map<int, Responder> m_mapResponders;
-    bool m_bSayYes = false;
     std::string m_strRegistrationAnswers;  // the bytes for each registration
     const std::unique_ptr<Transport> m_pTransport;
 };
