@@ -45,8 +45,6 @@ MemoryTransport::MemoryTransport() : m_pInbox(std::make_shared<Inbox>())
     TheListeners().mapByPort[m_nPort] = m_pInbox;
 }
 
-MemoryTransport::~MemoryTransport() { Stop(); }
-
 void MemoryTransport::Start(Sink& sink)
 {
     m_thread = std::thread([this, &sink] { Run(sink); });

@@ -19,9 +19,7 @@ class MemoryTransport final : public Support::Transport {
 public:
     // Listens on a port of its own that nobody else has had.
     MemoryTransport();
-    ~MemoryTransport() override;
-    MemoryTransport(const MemoryTransport&) = delete;
-    MemoryTransport& operator=(const MemoryTransport&) = delete;
+    ~MemoryTransport() override { Stop(); }
 
     void Start(Sink& sink) override;
     void Stop() override;

@@ -21,38 +21,25 @@ void Save(const std::string& strText)
     std::ofstream(SettingsPath(), std::ios::binary | std::ios::trunc) << strText;
 }
 
-// Over the old one in one step. Where a reader keeps the old file open the system may refuse.
-void Replace(const GameServer& game)
-{
-    try {
-        game.WriteSettings();
-    } catch (const std::exception&) {
-    }
-}
-
 void Spoil(int n, const GameServer& game)
 {
     const std::string strGood = game.settings.Text();
-    switch (n % 6) {
-        case 0:
-            Save(strGood);
-            break;
-        case 1:
-            Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97));
-            break;
-        case 2:
-            Save("");
-            break;
-        case 3:
-            std::remove(SettingsPath().c_str());
-            break;
-        case 4:
-            Replace(game);
-            break;
-        default:
-            Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<'));
-            break;
-    }
+    const int nKind = n % 6;
+    if (nKind == 0)
+        Save(strGood);
+    else if (nKind == 1)
+        Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97));
+    else if (nKind == 2)
+        Save("");
+    else if (nKind == 3)
+        std::remove(SettingsPath().c_str());
+    else if (nKind == 4)
+        Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<'));
+    else
+        try {
+            game.WriteSettings();          // over the old one in one step
+        } catch (const std::exception&) {  // somewhere a file that is being read cannot be replaced
+        }
 }
 
 TEST_F(LoopbackTest, SettingsSavedAHundredTimesASecond)

@@ -1,8 +1,5 @@
 #include "tests/support/GameServer.h"
 
-#include "platform/Host.h"
-#include "tests/support/Outside.h"
-
 namespace Support {
 
 namespace {
@@ -19,25 +16,7 @@ struct SlotList {
 using AllSlots = SlotList<BillingEvent, NotifyStorageInfo, QueryGameMoney, SpendGameMoney, QueryInventory,
                           SaveInventory, QueryCharacter>;
 
-std::string ExecutableDirectory()
-{
-    const Outside outside;
-    return Host::GetExecutableDirectory();
-}
-
 }  // namespace
-
-std::atomic<int>& LateCallbacks()
-{
-    static std::atomic<int> s_nCount{0};
-    return s_nCount;
-}
-
-std::atomic<bool>& LibraryIsStopped()
-{
-    static std::atomic<bool> s_bStopped{true};
-    return s_bStopped;
-}
 
 GameServer::GameServer(unsigned short nServicePort)
 {
@@ -47,7 +26,7 @@ GameServer::GameServer(unsigned short nServicePort)
     Put(id.WID, "WORLD");
     AllSlots::ForgetAll();
     AllSlots::SetAll(callbacks);
-    LateCallbacks().store(0);
+    g_nLateCallbacks = 0;
 }
 
 GameServer::~GameServer()
@@ -67,21 +46,18 @@ testing::AssertionResult GameServer::Init()
     char szError[1025];
     std::memset(szError, 0x5A, sizeof(szError));
     szError[1024] = '\0';
-    LibraryIsStopped().store(false);
+    g_bLibraryIsStopped = false;
     const bool bStarted = InitModule(&id, &callbacks, szError, 1024);
-    if (!bStarted)
-        LibraryIsStopped().store(true);
+    g_bLibraryIsStopped = !bStarted;
     m_strLastError = szError;
     return bStarted ? testing::AssertionSuccess() : testing::AssertionFailure() << "InitModule: " << szError;
 }
-
-void GameServer::WriteSettings() const { settings.WriteTo(ExecutableDirectory()); }
 
 void GameServer::Stop()
 {
     AllSlots::ReleaseAll();
     UninitModule();
-    LibraryIsStopped().store(true);
+    g_bLibraryIsStopped = true;
 }
 
 _USER_REQ GameServer::User(const std::string& strUser, const std::string& strIP)

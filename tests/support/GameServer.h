@@ -36,6 +36,7 @@
 #include <vector>
 
 #include "VelkarConnector.h"
+#include "platform/Host.h"
 #include "tests/support/Settings.h"
 
 namespace Support {
@@ -57,9 +58,8 @@ void Put(char (&szField)[nWidth], const std::string& strText)
     szField[nLength] = '\0';
 }
 
-// Callbacks after UninitModule.
-std::atomic<int>& LateCallbacks();
-std::atomic<bool>& LibraryIsStopped();
+inline std::atomic<int> g_nLateCallbacks{0};  // after UninitModule
+inline std::atomic<bool> g_bLibraryIsStopped{true};
 
 // What one callback has got and does. The library's callbacks carry no context, so there is one of each.
 template <class Request, class... Answers>
@@ -69,14 +69,13 @@ public:
 
     void Run(const Request* pReq, Answers*... pAnswers)
     {
-        if (LibraryIsStopped().load())
-            ++LateCallbacks();
+        g_nLateCallbacks += g_bLibraryIsStopped ? 1 : 0;
         std::unique_lock lock(m_mutex);
         m_vecGot.push_back(*pReq);
         m_cond.notify_all();
         const Handler handler = m_handler;
         lock.unlock();
-        (Succeed(*pAnswers), ...);
+        ((pAnswers->bSuccess = 1), ...);
         if (handler)
             handler(*pReq, *pAnswers...);
         lock.lock();
@@ -107,20 +106,13 @@ public:
     }
     void Forget()
     {
+        Set(nullptr);
+        Hold(false);
         const std::lock_guard lock(m_mutex);
         m_vecGot.clear();
-        m_handler = nullptr;
-        m_bHeld = false;
-        m_cond.notify_all();
     }
 
 private:
-    template <class Answer>
-    static void Succeed(Answer& answer)
-    {
-        answer.bSuccess = 1;
-    }
-
     std::mutex m_mutex;
     std::condition_variable m_cond;
     std::vector<Request> m_vecGot;
@@ -135,7 +127,7 @@ struct Slot<pSlot> {
     using State = SlotState<std::remove_const_t<Args>...>;
     static State& The()
     {
-        static State* const s_pState = new State;
+        static State* const s_pState = new State;  // a late callback may come while the process exits
         return *s_pState;
     }
     static void Callback(Args*... args) { The().Run(args...); }
@@ -151,7 +143,7 @@ public:
     // ---- life ----
     testing::AssertionResult Start();
     testing::AssertionResult Init();
-    void WriteSettings() const;
+    void WriteSettings() const { settings.WriteTo(Host::GetExecutableDirectory()); }
     void Stop();
     const std::string& LastError() const { return m_strLastError; }
 
@@ -210,7 +202,7 @@ public:
         Slot<pSlot>::The().Hold(false);
     }
     // Callbacks that ran after UninitModule.
-    static int Breaches() { return LateCallbacks().load(); }
+    static int Breaches() { return g_nLateCallbacks; }
 
 private:
     std::string m_strLastError;
