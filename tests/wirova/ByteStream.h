@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cctype>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,12 +23,12 @@ public:
         if (nSize > 0 && Strova::Write(m_stream, bytes.data(), nSize) != nSize)
             throw std::runtime_error("the stream takes no bytes");
     }
-    int Length() const { return Strova::GetLength(m_stream); }
     // The contents, which stay.
     std::string Bytes() const
     {
-        std::string bytes(static_cast<std::size_t>(Length()), '\0');
-        if (!bytes.empty() && Strova::Peek(m_stream, bytes.data(), Length()) != Length())
+        const int nSize = Strova::GetLength(m_stream);
+        std::string bytes(static_cast<std::size_t>(nSize), '\0');
+        if (nSize > 0 && Strova::Peek(m_stream, bytes.data(), nSize) != nSize)
             throw std::runtime_error("the stream gives no bytes");
         return bytes;
     }
@@ -37,6 +36,12 @@ public:
 private:
     Wirova::Stream* m_stream;
 };
+
+inline std::string Saved(const Wirova::IMessage& msg)
+{
+    const ByteStream stream;
+    return msg.Save(stream) ? stream.Bytes() : "not saved";
+}
 
 // The bytes of a text like "0000001F 00000003 'abc'": hexadecimal pairs and texts in single quotes.
 inline std::string Wire(std::string_view text)
@@ -55,16 +60,4 @@ inline std::string Wire(std::string_view text)
         }
     }
     return bytes;
-}
-
-// Bytes as pairs, so that a failed comparison can be read.
-inline std::string Hex(std::string_view bytes)
-{
-    std::string text;
-    for (const char c : bytes) {
-        constexpr char szDigits[] = "0123456789ABCDEF";
-        const auto u = static_cast<unsigned char>(c);
-        text += {szDigits[u >> 4], szDigits[u & 15], ' '};
-    }
-    return text;
 }

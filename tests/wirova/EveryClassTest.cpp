@@ -9,51 +9,41 @@ namespace {
 
 using namespace Wirova;
 
-std::string Saved(const IMessage& msg)
-{
-    ByteStream stream;
-    EXPECT_TRUE(msg.Save(stream));
-    return stream.Bytes();
-}
+// The fields as the table has them.
+struct Fields {
+    void operator()(const string& name, int32&) { Add(name, "n", ":int32"); }
+    void operator()(const string& name, int64&) { Add(name, "", ":int64"); }
+    void operator()(const string& name, char&) { Add(name, "c", ":char"); }
+    void operator()(const string& name, boolean&) { Add(name, "b", ":bool"); }
+    void operator()(const string& name, string&) { Add(name, "str", ":string"); }
+    void operator()(const string& name, std::vector<int32>&) { Add(name, "", ":int32"); }
+    void operator()(const string& name, std::vector<string>&) { Add(name, "", ":string"); }
+    void operator()(const string& name, RecordList& v) { Add(name, "", ':' + string(v.Add().GetMsgName())); }
+    void Add(const string& name, const string& usual, const string& type)
+    {
+        text += (text.empty() ? "" : " ") + name + (usual != "" && name.starts_with(usual) ? "" : type);
+    }
+    string text;
+};
 
-std::string Shape(IMessage& msg)
+TEST(EveryClass, IsAsTheTableSays)
 {
-    struct Letters {
-        void operator()(const char*, int32&) { str += 'i'; }
-        void operator()(const char*, int64&) { str += 'q'; }
-        void operator()(const char*, char&) { str += 'c'; }
-        void operator()(const char*, boolean&) { str += 'b'; }
-        void operator()(const char*, string&) { str += 's'; }
-        void operator()(const char*, std::vector<int32>&) { str += 'I'; }
-        void operator()(const char*, std::vector<string>&) { str += 'S'; }
-        void operator()(const char*, RecordList&) { str += 'R'; }
-        string str;
-    } letters;
-    EXPECT_TRUE(VisitMessage(msg, letters));
-    return letters.str;
-}
-
-void ExpectTableOf(std::span<const WireClass> table, bool bRecord)
-{
-    for (const WireClass& row : table) {
+    EXPECT_EQ(std::size(kClasses), AllClasses().size());
+    for (const WireClass& row : kClasses) {
         SCOPED_TRACE(row.pszName);
         const ClassInfo* const info = FindClass(row.nMsgID);
         ASSERT_NE(nullptr, info);
+        const bool bRecord = std::string_view(row.pszName).find('_') == std::string_view::npos;
         EXPECT_EQ(bRecord, info->bRecord);
         EXPECT_EQ(bRecord, MakeMessage(row.nMsgID) == nullptr) << "records do not travel by themselves";
         EXPECT_STREQ(row.pszName, MessageName(row.nMsgID));
         const auto msg = info->pfnMake();
         EXPECT_STREQ(row.pszName, msg->GetMsgName());
         EXPECT_EQ(row.nMsgID, msg->GetMsgID());
-        EXPECT_EQ(row.pszShape, Shape(*msg));
+        Fields fields;
+        EXPECT_TRUE(VisitMessage(*msg, fields));
+        EXPECT_EQ(row.pszFields, fields.text);
     }
-}
-
-TEST(EveryClass, IsAsTheTableSays)
-{
-    ExpectTableOf(kTopLevelClasses, false);
-    ExpectTableOf(kRecordClasses, true);
-    EXPECT_EQ(std::size(kTopLevelClasses) + std::size(kRecordClasses), AllClasses().size());
 }
 
 TEST(EveryClass, ComesBackWholeAndLeavesOnlyItsIdOutWhileNested)
@@ -66,15 +56,14 @@ TEST(EveryClass, ComesBackWholeAndLeavesOnlyItsIdOutWhileNested)
             msg->SetNested(bNested);
             const std::string bytes = Saved(*msg);
             EXPECT_EQ(msg->GetSize(), static_cast<int32>(bytes.size()));
-            EXPECT_EQ(Hex(whole.substr(bNested ? 4 : 0)), Hex(bytes));
+            EXPECT_EQ(whole.substr(bNested ? 4 : 0), bytes);
 
             const ByteStream stream(bytes + "next");
             const auto loaded = info.pfnMake();
             loaded->SetNested(bNested);
             ASSERT_TRUE(loaded->Load(stream));
             EXPECT_EQ("next", stream.Bytes());
-            EXPECT_EQ(Everything(*msg), Everything(*loaded));
-            EXPECT_EQ(Hex(bytes), Hex(Saved(*loaded)));
+            EXPECT_EQ(bytes, Saved(*loaded));
         }
     }
 }
@@ -94,15 +83,13 @@ TEST(EveryClass, ClearGivesANewMessageButKeepsIdAndNesting)
 {
     for (const ClassInfo& info : AllClasses()) {
         SCOPED_TRACE(info.pszName);
-        const auto msg = MakeFilled(info);
-        const auto fresh = info.pfnMake();
+        const auto msg = MakeFilled(info), fresh = info.pfnMake();
         EXPECT_FALSE(fresh->IsNested());
         msg->SetNested(true);
         msg->Clear();
         EXPECT_TRUE(msg->IsNested());
         msg->SetNested(false);
-        EXPECT_EQ(Everything(*fresh), Everything(*msg));
-        EXPECT_EQ(Hex(Saved(*fresh)), Hex(Saved(*msg)));  // the id is among these bytes
+        EXPECT_EQ(Saved(*fresh), Saved(*msg)) << "the id is among these bytes";
         EXPECT_EQ(std::string::npos, Saved(*fresh).find_first_not_of('\0', 4)) << "a field has a default";
     }
 }

@@ -18,9 +18,9 @@ private:
 
     void Set(Wirova::int32& v) { v = 0x01020300 + Next(); }
     void Set(Wirova::int64& v) { v = -0x0102030405060700 - Next(); }
-    void Set(char& v) { v = static_cast<char>(Next()); }
+    void Set(char& v) { v = static_cast<char>(0x80 | Next()); }
     void Set(Wirova::boolean& v) { v = Wirova::boolean::FromByte(static_cast<unsigned char>(1 + Next())); }
-    void Set(std::string& v) { v = "text " + std::to_string(Next()); }
+    void Set(std::string& v) { v = "\"\\\xE2\x82\xAC" + std::to_string(Next()); }
     template <class T>
     void Set(std::vector<T>& v)
     {
@@ -42,9 +42,4 @@ inline std::unique_ptr<Wirova::IMessage> MakeFilled(const Wirova::ClassInfo& inf
     auto msg = info.pfnMake();
     Filler().Fill(*msg);
     return msg;
-}
-
-inline std::string Everything(const Wirova::IMessage& msg)
-{
-    return DescribeMessage(msg, Wirova::Secrets::Show);
 }

@@ -5,95 +5,127 @@
 struct WireClass {
     const char* pszName;
     int nMsgID;
-    // Its fields: i int32, q int64, c char, b bool, s string; I, S and R vectors of int32, string, records.
-    const char* pszShape;
+    // Names in wire order. They tell the type: n int32, c char, b bool, str string; behind a colon stand
+    // another type and the elements of a vector.
+    const char* pszFields;
 };
 
 // clang-format off
-inline constexpr WireClass kTopLevelClasses[] = {
+inline constexpr WireClass kClasses[] = {
     {"XC2S_Heartbeat", 0x0E3B0FAA, ""},
-    {"XC2S_VelkarConnectReq", 0x05233A4A, "sssis"},
-    {"XS2C_VelkarConnectAns", 0x0736C7EA, "ssis"},
-    {"XC2S_CheckInReq", 0x003F3A1A, "isss"},
-    {"XS2C_CheckInAns", 0x015865AA, "isssiciiqssss"},
-    {"XC2S_CheckInExReq", 0x0C05F2BA, "isss"},
-    {"XS2C_CheckInExAns", 0x03AFD85A, "isssiciiqsssRs"},
-    {"XC2S_CheckOutReq", 0x074A7C1A, "isss"},
-    {"XS2C_CheckOutAns", 0x0B0EBC0A, "issbs"},
-    {"XC2S_QueryBillingInfoReq", 0x0FA3E33A, "isss"},
-    {"XS2C_QueryBillingInfoAns", 0x0050FD4A, "isssibiiqsss"},
-    {"XC2S_QueryBillingInfoExReq", 0x0CA79A5A, "isss"},
-    {"XS2C_QueryBillingInfoExAns", 0x0049FA0A, "isssiiiqssRs"},
-    {"XC2S_UserMoveToReq", 0x06E30EBA, "isss"},
-    {"XS2C_UserMoveToAns", 0x0EDB38DA, "isssbs"},
-    {"XC2S_UserMoveFromReq", 0x0275304A, "isss"},
-    {"XS2C_UserMoveFromAns", 0x0EC668AA, "isssbs"},
-    {"XC2S_ChargeReq", 0x0581CF9A, "iR"},
+    {"XC2S_VelkarConnectReq", 0x05233A4A, "strGID strSID strWID nHeartbeatCycle strConnectTime"},
+    {"XS2C_VelkarConnectAns", 0x0736C7EA, "strConnectInfo1 strConnectInfo2 nResult strMessage"},
+    {"XC2S_CheckInReq", 0x003F3A1A, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_CheckInAns", 0x015865AA, "nReqID strUserID strUserNo strUserIP nResult cFree nBillType "
+     "nProductID nRemainMinutes:int64 strCRMCode strEndDate strSeqNo strErrorMsg"},
+    {"XC2S_CheckInExReq", 0x0C05F2BA, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_CheckInExAns", 0x03AFD85A, "nReqID strUserID strUserNo strUserIP nResult cFree nBillType "
+     "nProductID nRemainMinutes:int64 strCRMCode strEndDate strSeqNo vecOtherBilling:XUserBillingInfo "
+     "strErrorMsg"},
+    {"XC2S_CheckOutReq", 0x074A7C1A, "nReqID strUserID strUserNo strSeqNo"},
+    {"XS2C_CheckOutAns", 0x0B0EBC0A, "nReqID strUserID strUserNo bSuccess strErrorMsg"},
+    {"XC2S_QueryBillingInfoReq", 0x0FA3E33A, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_QueryBillingInfoAns", 0x0050FD4A, "nReqID strUserID strUserNo strUserIP nResult bPCCafe "
+     "nBillType nProductID nRemainMinutes:int64 strCRMCode strEndDate strErrorMsg"},
+    {"XC2S_QueryBillingInfoExReq", 0x0CA79A5A, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_QueryBillingInfoExAns", 0x0049FA0A, "nReqID strUserID strUserNo strUserIP nResult nBillType "
+     "nProductID nRemainMinutes:int64 strCRMCode strEndDate vecOtherBilling:XUserBillingInfo strErrorMsg"},
+    {"XC2S_UserMoveToReq", 0x06E30EBA, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_UserMoveToAns", 0x0EDB38DA, "nReqID strUserID strUserNo strUserIP bSuccess strErrorMsg"},
+    {"XC2S_UserMoveFromReq", 0x0275304A, "nReqID strUserID strUserNo strUserIP"},
+    {"XS2C_UserMoveFromAns", 0x0EC668AA, "nReqID strUserID strUserNo strUserIP bSuccess strErrorMsg"},
+    {"XC2S_ChargeReq", 0x0581CF9A, "nPID vecChargeInfo:XChargeInfo"},
     {"XS2C_ChargeAns", 0x0E4AC6DA, ""},
-    {"XC2S_QueryMenuListReq", 0x0EA7659A, "is"},
-    {"XS2C_QueryMenuListAns", 0x0E01813A, "iisR"},
-    {"XC2S_QueryProductListReq", 0x0146C9CA, "isscsii"},
-    {"XS2C_QueryProductListAns", 0x04D68BAA, "iisiiiR"},
-    {"XC2S_QueryProductDetailReq", 0x016650CA, "iss"},
-    {"XS2C_QueryProductDetailAns", 0x07D89A6A, "iissssssssccRRR"},
-    {"XC2S_QueryDiscountReq", 0x019C003A, "isssssssi"},
-    {"XS2C_QueryDiscountAns", 0x0D3875BA, "iisiR"},
-    {"XC2S_QueryTagReq", 0x05BA271A, "is"},
-    {"XS2C_QueryTagAns", 0x00B263BA, "iisS"},
-    {"XC2S_QueryCoupontReq", 0x05F1932A, "isssssssi"},
-    {"XS2C_QueryCoupontAns", 0x0FE8B8BA, "iisR"},
-    {"XC2S_QuerySpecialProductListReq", 0x0B330F2A, "is"},
-    {"XS2C_QuerySpecialProductListAns", 0x0B60AE8A, "iisR"},
-    {"XC2S_QuerySpecialProductReq", 0x01E229AA, "iss"},
-    {"XS2C_QuerySpecialProductAns", 0x0ED2CBEA, "iisR"},
-    {"XC2S_QueryRuvcoinReq", 0x0F086FDA, "iss"},
-    {"XS2C_QueryRuvcoinAns", 0x0224F2CA, "iisi"},
-    {"XC2S_SearchStorageReq", 0x04C1C9BA, "issssscs"},
-    {"XS2C_SearchStorageAns", 0x0A17CA5A, "iisR"},
-    {"XC2S_ConfirmReadStorageReq", 0x06CD459A, "isssssib"},
-    {"XS2C_ConfirmReadStorageAns", 0x0213C0DA, "iis"},
-    {"XC2S_RequestUseStorageReq", 0x0CDE027A, "isssssR"},
-    {"XC2S_RequestUseStorageAns", 0x0FD295DA, "iis"},
-    {"XC2S_ConfirmUseStorageReq", 0x0A86DF3A, "isssssI"},
-    {"XS2C_ConfirmUseStorageAns", 0x06A380FA, "iis"},
-    {"XC2S_CancelUseStorageReq", 0x0C187DCA, "isssssI"},
-    {"XS2C_CancelUseStorageAns", 0x04DDD5FA, "iis"},
-    {"XC2S_PurchaseProductReq", 0x06CD068A, "issssssssssiisssRR"},
-    {"XS2C_PurchaseProductAns", 0x0394105A, "iisii"},
-    {"XC2S_FailedCheckOutReq", 0x0665ABBA, "R"},
-    {"XC2S_UserListSyncReq", 0x004A0D4A, "R"},
-    {"XS2C_BillingEventNotice", 0x0956B68A, "sssiis"},
-    {"XS2C_NotifyStorageInfo", 0x0C70A95A, "isssssi"},
-    {"XS2C_QueryGameMoneyReq", 0x095C5AEA, "isssss"},
-    {"XC2S_QueryGameMoneyAns", 0x020A8A4A, "iisi"},
-    {"XS2C_SpendGameMoneyReq", 0x036972BA, "isssssi"},
-    {"XC2S_SpendGameMoneyAns", 0x08D2CEFA, "iisi"},
-    {"XS2C_QueryInventoryReq", 0x06EFB6DA, "isssss"},
-    {"XC2S_QueryInventoryAns", 0x0CEE695A, "iisR"},
-    {"XS2C_QueryCharacterReq", 0x0EFD0D7A, "isscs"},
-    {"XC2S_QueryCharacterAns", 0x0C0D174A, "iisR"},
-    {"XS2C_SaveInventoryReq", 0x0259BF1A, "isisssssssssiR"},
-    {"XC2S_SaveInventoryAns", 0x0531894A, "iis"},
-};
-
-inline constexpr WireClass kRecordClasses[] = {
-    {"XChargeInfo", 0x04F7F4DA, "ssssb"},
-    {"XCheckOutInfo", 0x01477F9A, "sssciss"},
-    {"XUserBillingInfo", 0x07D1359A, "iiqss"},
-    {"XMenuContents", 0x03EA662A, "sssiii"},
-    {"XProductListContents", 0x08D5596A, "ssssiissssbsiibssiss"},
-    {"XChildProduct", 0x07A3480A, "sisiiiiiis"},
-    {"XProductCondition", 0x0C9FB11A, "cs"},
-    {"XProductOption", 0x031FC00A, "sss"},
-    {"XDiscountInfo", 0x053C099A, "siib"},
-    {"XCouponInfo", 0x03F2F32A, "sssiis"},
-    {"XSpecialProductListContent", 0x0385ECEA, "ssss"},
-    {"XSpecialProduct", 0x0349501A, "sssi"},
-    {"XStorageInfo", 0x027BD77A, "iissbsssssssiisiiisssssssssbb"},
-    {"XStorageUseInfo", 0x0F07472A, "iis"},
-    {"XUseCouponInfo", 0x00728C1A, "ss"},
-    {"XUseOptionInfo", 0x0E8C5A4A, "ss"},
-    {"XInventory", 0x020686FA, "siiiiscss"},
-    {"XCharacter", 0x072F20AA, "ssssi"},
+    {"XC2S_QueryMenuListReq", 0x0EA7659A, "nReqID strGameID"},
+    {"XS2C_QueryMenuListAns", 0x0E01813A, "nReqID nState strMessage vecMenu:XMenuContents"},
+    {"XC2S_QueryProductListReq", 0x0146C9CA, "nReqID strGameID strBranchID cSearchType strSearchValue nRow "
+     "nPage"},
+    {"XS2C_QueryProductListAns", 0x04D68BAA, "nReqID nState strMessage nListValue1 nListValue2 nListValue3 "
+     "vecProduct:XProductListContents"},
+    {"XC2S_QueryProductDetailReq", 0x016650CA, "nReqID strGameID strProductID"},
+    {"XS2C_QueryProductDetailAns", 0x07D89A6A, "nReqID nState strMessage strBranchID strProductID "
+     "strProductName strProductDetailDesc strImageURL strMovieURL strDirection cCouponUseType "
+     "cDiscountType vecChildProduct:XChildProduct vecCondition:XProductCondition vecOption:XProductOption"},
+    {"XC2S_QueryDiscountReq", 0x019C003A, "nReqID strGameID strServerID strUserID strUserNo strUserIP "
+     "strCharacterID strProductID nLevel"},
+    {"XS2C_QueryDiscountAns", 0x0D3875BA, "nReqID nState strMessage nPrice vecDiscount:XDiscountInfo"},
+    {"XC2S_QueryTagReq", 0x05BA271A, "nReqID strGameID"},
+    {"XS2C_QueryTagAns", 0x00B263BA, "nReqID nState strMessage vecTag:string"},
+    {"XC2S_QueryCoupontReq", 0x05F1932A, "nReqID strGameID strServerID strUserID strUserNo strUserIP "
+     "strCharacterID strProductID nLevel"},
+    {"XS2C_QueryCoupontAns", 0x0FE8B8BA, "nReqID nState strMessage vecCoupon:XCouponInfo"},
+    {"XC2S_QuerySpecialProductListReq", 0x0B330F2A, "nReqID strGameID"},
+    {"XS2C_QuerySpecialProductListAns", 0x0B60AE8A, "nReqID nState strMessage "
+     "vecSpecialProductList:XSpecialProductListContent"},
+    {"XC2S_QuerySpecialProductReq", 0x01E229AA, "nReqID strGameID strExposeCode"},
+    {"XS2C_QuerySpecialProductAns", 0x0ED2CBEA, "nReqID nState strMessage vecSpecialProduct:XSpecialProduct"},
+    {"XC2S_QueryRuvcoinReq", 0x0F086FDA, "nReqID strUserID strUserNo"},
+    {"XS2C_QueryRuvcoinAns", 0x0224F2CA, "nReqID nState strMessage nRuvCoin"},
+    {"XC2S_SearchStorageReq", 0x04C1C9BA, "nReqID strGameID strServerID strUserID strUserNo strCharacterID "
+     "cSearchType strSearchValue"},
+    {"XS2C_SearchStorageAns", 0x0A17CA5A, "nReqID nState strMessage vecStorage:XStorageInfo"},
+    {"XC2S_ConfirmReadStorageReq", 0x06CD459A, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID nStorageSeq bDelete"},
+    {"XS2C_ConfirmReadStorageAns", 0x0213C0DA, "nReqID nState strMessage"},
+    {"XC2S_RequestUseStorageReq", 0x0CDE027A, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID vecStorageUse:XStorageUseInfo"},
+    {"XC2S_RequestUseStorageAns", 0x0FD295DA, "nReqID nState strMessage"},
+    {"XC2S_ConfirmUseStorageReq", 0x0A86DF3A, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID vecStorageSeq:int32"},
+    {"XS2C_ConfirmUseStorageAns", 0x06A380FA, "nReqID nState strMessage"},
+    {"XC2S_CancelUseStorageReq", 0x0C187DCA, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID vecStorageSeq:int32"},
+    {"XS2C_CancelUseStorageAns", 0x04DDD5FA, "nReqID nState strMessage"},
+    {"XC2S_PurchaseProductReq", 0x06CD068A, "nReqID strGameID strProductID strUserID strUserNo strServerID "
+     "strCharacterID strRecvUserID strRecvUserNo strRecvServerID strRecvCharacterID nCount nLevel "
+     "strGiftMessage strUserIP strPassWD vecUseCoupon:XUseCouponInfo vecUseOption:XUseOptionInfo"},
+    {"XS2C_PurchaseProductAns", 0x0394105A, "nReqID nState strMessage nOrderSeq nBuyPrice"},
+    {"XC2S_FailedCheckOutReq", 0x0665ABBA, "vecCheckOutInfo:XCheckOutInfo"},
+    {"XC2S_UserListSyncReq", 0x004A0D4A, "vecCheckOutInfo:XCheckOutInfo"},
+    {"XS2C_BillingEventNotice", 0x0956B68A, "strUserID strUserNo strUserIP nEventCode nSpecificCode "
+     "strParam"},
+    {"XS2C_NotifyStorageInfo", 0x0C70A95A, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID nItemCnt"},
+    {"XS2C_QueryGameMoneyReq", 0x095C5AEA, "nReqID strGameID strServerID strUserID strUserNo strCharacterID"},
+    {"XC2S_QueryGameMoneyAns", 0x020A8A4A, "nReqID nState strMessage nGameMoney"},
+    {"XS2C_SpendGameMoneyReq", 0x036972BA, "nReqID strGameID strServerID strUserID strUserNo "
+     "strCharacterID nGameMoney"},
+    {"XC2S_SpendGameMoneyAns", 0x08D2CEFA, "nReqID nState strMessage nGameMoney"},
+    {"XS2C_QueryInventoryReq", 0x06EFB6DA, "nReqID strGameID strUserID strUserNo strServerID strCharacterID"},
+    {"XC2S_QueryInventoryAns", 0x0CEE695A, "nReqID nState strMessage vecInventory:XInventory"},
+    {"XS2C_QueryCharacterReq", 0x0EFD0D7A, "nReqID strGameID strServerID cSearchType strSearchValue"},
+    {"XC2S_QueryCharacterAns", 0x0C0D174A, "nReqID nState strMessage vecCharacter:XCharacter"},
+    {"XS2C_SaveInventoryReq", 0x0259BF1A, "nReqID strGameID nOrderSeq strUserID strUserNo strServerID "
+     "strCharacterID strRecvUserID strRecvUserNo strRecvServerID strRecvCharacterID strGiftMessage nPrice "
+     "vecInventory:XInventory"},
+    {"XC2S_SaveInventoryAns", 0x0531894A, "nReqID nState strMessage"},
+    // Records, which travel only inside a list.
+    {"XChargeInfo", 0x04F7F4DA, "strUserID strUserNo strUserIP strSeqNo bFirst"},
+    {"XCheckOutInfo", 0x01477F9A, "strUserID strUserNo strUserIP cFree nProductID strCRMCode strSeqNo"},
+    {"XUserBillingInfo", 0x07D1359A, "nBillType nProductID nRemainMinutes:int64 strCRMCode strEndDate"},
+    {"XMenuContents", 0x03EA662A, "strBranchID strBranchName strSuperBranchID nBranchDepth nSortOrder "
+     "nProductCount"},
+    {"XProductListContents", 0x08D5596A, "strBranchID strProductID strProductName strMoneyCode nPrice "
+     "nDiscountRate strRegDate strStartDate strEndDate strProductDesc bGift strImageURL nTotalSellingCount "
+     "nLevel bDuplicateSell strUnitName strIconImageURL nDisplayOrder strDiscountInfo strClassName"},
+    {"XChildProduct", 0x07A3480A, "strChildProductID nPrice strUnitName nValidTerm nPossibleLevel "
+     "nUseCount nPeriod nRuvCoinPrice nGameMoneyPrice strClassName"},
+    {"XProductCondition", 0x0C9FB11A, "cConditionType strConditionValue"},
+    {"XProductOption", 0x031FC00A, "strOptionCode strOptionValue strOptionName"},
+    {"XDiscountInfo", 0x053C099A, "strCondition nDiscountRate nDiscountAmt bUse"},
+    {"XCouponInfo", 0x03F2F32A, "strCouponUseID strCouponCode strCouponName nDiscountRate nDiscountAmt "
+     "strUseEndDate"},
+    {"XSpecialProductListContent", 0x0385ECEA, "strExposeCode strExposeName strIconUrl strBannerUrl"},
+    {"XSpecialProduct", 0x0349501A, "strExposeCode strProductID strImageUrl nSortOrder"},
+    {"XStorageInfo", 0x027BD77A, "nStorageSeq nOrderSeq strItemID strItemName bBonus strSenderUserID "
+     "strSenderUserNo strUserID strUserNo strServerID strCharacterID strGiftMessage nCount nRemainCount "
+     "strValidTerm nPossibleLevel nUseCount nPeriod strOptionCode strOptionValue strUseStartDate "
+     "strValidDate strBuyDate strSetName strListImageUrl strIconImageUrl strDirection bRead bNew"},
+    {"XStorageUseInfo", 0x0F07472A, "nStorageSeq nOrderSeq strItemID"},
+    {"XUseCouponInfo", 0x00728C1A, "strCouponUseID strCouponCode"},
+    {"XUseOptionInfo", 0x0E8C5A4A, "strOptionCode strOptionValue"},
+    {"XInventory", 0x020686FA, "strItemID nCount nUseCount nPeriod nPossibleLevel strValidTerm cUseStatus "
+     "strOptionCode strOptionValue"},
+    {"XCharacter", 0x072F20AA, "strUserID strUserNo strServerID strCharacterID nCharacterValue"},
 };
 // clang-format on
