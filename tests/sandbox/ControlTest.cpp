@@ -1,47 +1,45 @@
 // What the HTTP interface shows, what it resets, and whom it does not serve.
-#include <gtest/gtest.h>
-
 #include "sandbox/wire/MessageJson.h"
 #include "tests/sandbox/SandboxFixture.h"
-#include "wirova/messages/MessageCatalog.h"
+#include "tests/wirova/Filling.h"
 
 using namespace SandboxTest;
 
 namespace {
 
-class ControlTest : public testing::Test {
+class ControlTest : public ClientTest {
 protected:
-    ControlTest() { m_client.Register("g", 1000); }
+    Sandbox::Json Messages(const std::string& strQuery)
+    {
+        const HttpAnswer answer = m_sandbox.Get("/messages" + strQuery);
+        EXPECT_EQ(answer.nStatus, 200) << answer.strBody;
+        return answer.json["messages"];
+    }
     // The classes of the messages that a query of the log finds.
     std::string Classes(const std::string& strQuery)
     {
-        const HttpAnswer answer = m_sandbox.Get("/messages?" + strQuery);
-        EXPECT_EQ(answer.nStatus, 200) << answer.strBody;
         std::string strClasses;
-        for (const auto& message : answer.json["messages"])
+        for (const auto& message : Messages(strQuery))
             strClasses += (strClasses.empty() ? "" : " ") + message["class"].get<std::string>();
         return strClasses;
     }
-
-    RunningSandbox m_sandbox;
-    Client m_client{m_sandbox.Port()};
 };
 
 }  // namespace
 
 TEST_F(ControlTest, ShowsConnectorsAndUsers)
 {
-    const auto alice = m_client.CheckIn("alice");
+    const auto strSeqNo = m_client.CheckIn("alice")->strSeqNo;
     const auto connectors = m_sandbox.Get("/connectors").json["connectors"];
     ASSERT_EQ(connectors.size(), 1u);
     EXPECT_EQ(connectors[0]["connector"], "g/s/w");
     EXPECT_EQ(connectors[0]["linked"], true);
     EXPECT_EQ(connectors[0]["users"], 1);
 
-    const auto user = m_sandbox.Get("/users?user=alice").json["users"][0];
-    EXPECT_EQ(user["session"]["connector"], "g/s/w");
-    EXPECT_EQ(user["session"]["seqNo"], alice->strSeqNo);
-    EXPECT_EQ(user["session"]["moving"], false);
+    const auto session = m_sandbox.User("alice")["session"];
+    EXPECT_EQ(session["connector"], "g/s/w");
+    EXPECT_EQ(session["seqNo"], strSeqNo);
+    EXPECT_EQ(session["moving"], false);
     const auto all = m_sandbox.Get("/users").json["users"];
     ASSERT_GT(all.size(), 10u);
     EXPECT_EQ(all[2]["userId"], "carol");
@@ -57,15 +55,16 @@ TEST_F(ControlTest, MessagesAreDecodedAndFiltered)
 {
     m_client.CheckIn("alice");
     const auto nBefore = m_sandbox.Get("/messages").json["last"].get<int>();
-    m_client.SendList<XC2S_UserListSyncReq>({{"bob", ""}});
-    EXPECT_EQ(Classes("user=alice"), "XC2S_CheckInReq XS2C_CheckInAns");
-    EXPECT_EQ(Classes("user=bob"), "XC2S_UserListSyncReq") << "in a record";
-    EXPECT_EQ(Classes("class=XS2C_VelkarConnectAns"), "XS2C_VelkarConnectAns");
-    EXPECT_EQ(Classes("limit=1"), "XS2C_QueryBillingInfoAns") << "the last ones";
-    EXPECT_EQ(Classes("limit=1&since=" + std::to_string(nBefore)), "XC2S_UserListSyncReq") << "the next ones";
-    EXPECT_EQ(Classes("connector=h/s/w"), "");
+    m_client.SendList("UserListSync", {{"bob", ""}});
+    EXPECT_EQ(Classes("?user=alice"), "XC2S_CheckInReq XS2C_CheckInAns");
+    EXPECT_EQ(Classes("?user=bob"), "XC2S_UserListSyncReq") << "in a record";
+    EXPECT_EQ(Classes("?class=XS2C_VelkarConnectAns"), "XS2C_VelkarConnectAns");
+    EXPECT_EQ(Classes("?limit=1"), "XS2C_QueryBillingInfoAns") << "the last ones";
+    EXPECT_EQ(Classes("?limit=1&since=" + std::to_string(nBefore)), "XC2S_UserListSyncReq")
+        << "the next ones";
+    EXPECT_EQ(Classes("?connector=h/s/w"), "");
 
-    const auto message = m_sandbox.Get("/messages?class=XS2C_CheckInAns").json["messages"][0];
+    const auto message = Messages("?class=XS2C_CheckInAns")[0];
     EXPECT_EQ(message["number"], nBefore);
     EXPECT_EQ(message["connector"], "g/s/w");
     EXPECT_EQ(message["direction"], "out");
@@ -77,89 +76,60 @@ TEST_F(ControlTest, MessagesAreDecodedAndFiltered)
 
 TEST_F(ControlTest, SecretsAndSizesStayOutOfTheLog)
 {
-    XC2S_PurchaseProductReq purchase;
-    purchase.strPassWD = "open sesame";
-    m_client.Ask<XS2C_PurchaseProductAns>(purchase);
-    XC2S_UserListSyncReq list;
-    list.vecCheckOutInfo.Add().strUserID = std::string(5000, 'x');
-    for (int i = 1; i < 5000; ++i)
-        list.vecCheckOutInfo.Add().strUserID = std::string(500, 'x');
-    m_client.Send(list);
-    m_client.Settle();
-    const auto fields =
-        m_sandbox.Get("/messages?class=XC2S_PurchaseProductReq").json["messages"][0]["fields"];
-    EXPECT_EQ(fields["strPassWD"], "(blanked)");
+    m_client.Buy("alice", "SWORD", "strPassWD=open-sesame");
+    std::vector<std::pair<std::string, std::string>> vecUsers(5000, {std::string(500, 'x'), ""});
+    vecUsers[0].first = std::string(5000, 'x');
+    m_client.SendList("UserListSync", vecUsers);
+    EXPECT_EQ(Messages("?class=XC2S_PurchaseProductReq")[0]["fields"]["strPassWD"], "(blanked)");
     const HttpAnswer all = m_sandbox.Get("/messages");
-    EXPECT_EQ(all.strBody.find("open sesame"), std::string::npos);
+    EXPECT_EQ(all.strBody.find("open-sesame"), std::string::npos);
     EXPECT_LT(all.strBody.size(), 300'000u);
     EXPECT_NE(all.strBody.find("... (5000 elements)"), std::string::npos);
     EXPECT_NE(all.strBody.find("... (5000 bytes)"), std::string::npos);
+    EXPECT_LT(m_sandbox.Lines().size(), 100'000u);
 }
 
 TEST_F(ControlTest, EveryClassGoesToJsonAndBack)
 {
-    const Sandbox::JsonLimits limits{1 << 20, 1 << 20, 1 << 20};
     for (const Wirova::ClassInfo& info : Wirova::AllClasses()) {
-        // All fields by their names as arguments; a list gets one record.
-        const auto first = info.pfnMake(), second = info.pfnMake();
-        Wirova::VisitMessage(*first, [](const char*, auto& field) {
-            using Field = std::remove_cvref_t<decltype(field)>;
-            if constexpr (std::is_base_of_v<Wirova::RecordList, Field>)
-                field.Add();
-            else if constexpr (std::is_same_v<Field, std::string>)
-                field = "t\"\\\xE2\x82\xAC";
-            else if constexpr (std::is_same_v<Field, char>)
-                field = '\xFE';
-            else if constexpr (std::is_same_v<Field, Wirova::boolean>)
-                field = Wirova::boolean::FromByte(2);
-            else if constexpr (requires { field = -2; })
-                field = -2;
-        });
-        const auto json = Sandbox::FieldsToJson(*first, limits);
+        const auto first = MakeFilled(info), second = info.pfnMake();
+        const auto json = Sandbox::FieldsToJson(*first, {1 << 20, 1 << 20, 1 << 20});
         const auto parsed = Sandbox::Json::parse(Sandbox::DumpJson(json));
         Sandbox::JsonObject object(parsed, info.pszName);
         Sandbox::FieldsFromJson(*second, object, Sandbox::Naming::Wire);
         object.Done();
-        EXPECT_EQ(Sandbox::FieldsToJson(*second, limits), json) << info.pszName;
+        EXPECT_EQ(DescribeMessage(*second), DescribeMessage(*first));
     }
-    for (const auto& [strField, strArgument] : std::map<std::string, std::string>{{"strUserID", "userId"},
-                                                                                  {"strCRMCode", "crmCode"},
-                                                                                  {"bPCCafe", "pcCafe"},
-                                                                                  {"nPID", "pid"},
-                                                                                  {"nItemCnt", "itemCnt"},
-                                                                                  {"strPassWD", "passWd"},
-                                                                                  {"cFree", "free"}})
-        EXPECT_EQ(Sandbox::ArgumentName(strField), strArgument);
+    const std::pair<const char*, const char*> kNames[] = {
+        {"strUserID", "userId"}, {"strCRMCode", "crmCode"}, {"bPCCafe", "pcCafe"}, {"nPID", "pid"},
+        {"nItemCnt", "itemCnt"}, {"strPassWD", "passWd"},   {"cFree", "free"}};
+    for (const auto& [pszField, pszArgument] : kNames)
+        EXPECT_EQ(Sandbox::ArgumentName(pszField), pszArgument);
 }
 
 TEST_F(ControlTest, ResetIsAsAfterTheSeed)
 {
-    const auto bob = m_client.CheckIn("bob");
-    XC2S_ChargeReq charge;
-    charge.nPID = 1002;
-    charge.vecChargeInfo.Add().strUserID = "bob";
-    m_client.Ask<XS2C_ChargeAns>(charge);
+    const auto nSeqNo = std::stoll(m_client.CheckIn("bob")->strSeqNo);
+    m_client.Ask("Charge nPID=1002 vecChargeInfo={strUserID=bob}");
     m_sandbox.Post("/fault", R"({"class": "XS2C_CheckInAns", "kind": "drop"})");
-    EXPECT_EQ(m_sandbox.Get("/users?user=bob").json["users"][0]["remainMinutes"], 599);
+    EXPECT_EQ(m_sandbox.User("bob")["remainMinutes"], 599);
     const auto nLast = m_sandbox.Get("/messages").json["last"];
 
     EXPECT_EQ(m_sandbox.Post("/reset", R"({"all": true})").nStatus, 400);
     EXPECT_EQ(m_sandbox.Post("/reset").nStatus, 200);
-    const auto user = m_sandbox.Get("/users?user=bob").json["users"][0];
-    EXPECT_EQ(user["remainMinutes"], 600);
-    EXPECT_TRUE(user["session"].is_null());
-    EXPECT_EQ(m_sandbox.Get("/users?user=carol").json["users"][0]["otherBillings"].size(), 2u);
+    EXPECT_EQ(m_sandbox.User("bob")["remainMinutes"], 600);
+    EXPECT_TRUE(m_sandbox.User("bob")["session"].is_null());
+    EXPECT_EQ(m_sandbox.User("carol")["otherBillings"].size(), 2u);
     EXPECT_EQ(m_sandbox.Get("/fault").json["faults"].size(), 0u);
-    EXPECT_EQ(m_sandbox.Get("/messages").json["messages"].size(), 0u);
+    EXPECT_EQ(Messages("").size(), 0u);
     EXPECT_EQ(m_sandbox.Get("/messages").json["last"], nLast) << "numbers go on";
-    EXPECT_GT(std::stoll(m_client.CheckIn("bob")->strSeqNo), std::stoll(bob->strSeqNo));
+    EXPECT_GT(std::stoll(m_client.CheckIn("bob")->strSeqNo), nSeqNo);
 }
 
 TEST_F(ControlTest, WhatIsAskedWronglyIsSaid)
 {
     const struct {
-        const char* pszMethod;
-        const char* pszPath;
+        const char *pszMethod, *pszPath;
         int nStatus;
     } kCases[] = {
         {"GET", "/nothing", 404},
@@ -176,7 +146,7 @@ TEST_F(ControlTest, WhatIsAskedWronglyIsSaid)
         {"DELETE", "/", 405},
     };
     for (const auto& test : kCases) {
-        const HttpAnswer answer = Http(m_sandbox.Server().GetHttpPort(), test.pszMethod, test.pszPath);
+        const HttpAnswer answer = Http(m_sandbox.HttpPort(), test.pszMethod, test.pszPath);
         EXPECT_EQ(answer.nStatus, test.nStatus) << test.pszMethod << ' ' << test.pszPath;
         EXPECT_TRUE(answer.json.is_object() && answer.json.contains("error")) << answer.strBody;
     }
@@ -184,55 +154,48 @@ TEST_F(ControlTest, WhatIsAskedWronglyIsSaid)
 
 TEST_F(ControlTest, PagesAndOtherNamesAreNotServed)
 {
-    const struct {
-        std::vector<std::string> vecHeaders;
-        int nStatus;
-    } kCases[] = {
-        {{"Host: localhost"}, 200},
-        {{"Host: 127.0.0.1:9"}, 200},
-        {{"Host: [::1]:12001"}, 200},
-        {{"Host: rebound.example"}, 403},
-        {{"Host: localhost.rebound.example"}, 403},
-        {{"Host: 10.0.0.1"}, 403},
-        {{"Host: ["}, 403},
-        {{"Origin: http://localhost"}, 403},
-        {{"Origin: null"}, 403},
-        {{"Content-Encoding: gzip"}, 415},
+    const std::pair<const char*, int> kCases[] = {
+        {"Host: localhost", 200},
+        {"Host: 127.0.0.1:9", 200},
+        {"Host: [::1]:12001", 200},
+        {"Host: rebound.example", 403},
+        {"Host: localhost.rebound.example", 403},
+        {"Host: 10.0.0.1", 403},
+        {"Host: [", 403},
+        {"Origin: http://localhost", 403},
+        {"Origin: null", 403},
+        {"Content-Encoding: gzip", 415},
     };
-    for (const auto& test : kCases) {
-        EXPECT_EQ(Http(m_sandbox.Server().GetHttpPort(), "POST", "/reset", "{}", test.vecHeaders).nStatus,
-                  test.nStatus)
-            << test.vecHeaders[0];
-    }
+    for (const auto& [pszHeader, nStatus] : kCases)
+        EXPECT_EQ(Http(m_sandbox.HttpPort(), "POST", "/reset", "{}", {pszHeader}).nStatus, nStatus)
+            << pszHeader;
 }
 
 TEST_F(ControlTest, HostileRequestsAreNotTheEnd)
 {
-    const unsigned short nPort = m_sandbox.Server().GetHttpPort();
-    const auto post = [](const std::string& strHeaders, const std::string& strBody) {
-        return "POST /fault HTTP/1.1\r\nHost: localhost\r\n" + strHeaders + "\r\n" + strBody;
-    };
+    const std::string strPost = "POST /fault HTTP/1.1\r\nHost: localhost\r\n";
     const std::string kRequests[] = {
         "\r\n\r\n",
         std::string(200'000, 'x'),
         "GET /" + std::string(200'000, 'a') + " HTTP/1.1\r\n\r\n",
         "GET / HTTP/1.1\r\nHost: localhost\r\n" + std::string(200'000, 'h'),
         "GET / HTTP/1.1\r\nHost: localhost\r\nRange: bytes=99999-,-5,3-1\r\n\r\n",
-        post("Content-Length: 99999999999999999999\r\n", "{}"),
-        post("Content-Length: -1\r\n", "{}"),
-        post("Content-Length: 5000000\r\n", std::string(5'000'000, ' ')),
-        post("Transfer-Encoding: chunked\r\n", "ffffffff\r\n{}"),
-        post("Content-Type: multipart/form-data; boundary=\r\nContent-Length: 4\r\n", "----"),
+        strPost + "Content-Length: 99999999999999999999\r\n\r\n{}",
+        strPost + "Content-Length: -1\r\n\r\n{}",
+        strPost + "Content-Length: 5000000\r\n\r\n" + std::string(5'000'000, ' '),
+        strPost + "Transfer-Encoding: chunked\r\n\r\nffffffff\r\n{}",
+        strPost + "Content-Type: multipart/form-data; boundary=\r\nContent-Length: 4\r\n\r\n----",
     };
     for (const std::string& strRequest : kRequests) {
-        Client client(nPort);
+        SCOPED_TRACE(strRequest.substr(0, 60));
+        Client client(m_sandbox.HttpPort());
         client.SendBytes(strRequest);
         client.EndSending();
-        EXPECT_TRUE(client.IsClosed()) << strRequest.substr(0, 60);
+        client.ReadUntilClosed();
     }
-    EXPECT_EQ(m_sandbox.Post("/fault", std::string(1'000'000, '[')).nStatus, 400);
-    EXPECT_EQ(m_sandbox.Post("/fault", R"({"class": ")" + std::string(500'000, 'x') + "\"}").nStatus, 400);
-    EXPECT_EQ(m_sandbox.Post("/fault", std::string(100'000, '\xFF')).nStatus, 400);
+    for (const std::string& strBody : {std::string(1'000'000, '['), std::string(100'000, '\xFF'),
+                                       R"({"class": ")" + std::string(500'000, 'x') + "\"}"})
+        EXPECT_EQ(m_sandbox.Post("/fault", strBody).nStatus, 400);
     EXPECT_EQ(m_sandbox.Get("/fault").nStatus, 200);
     EXPECT_EQ(m_client.CheckIn("alice")->nResult, 0);
 }

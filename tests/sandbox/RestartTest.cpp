@@ -1,6 +1,4 @@
 // What a database file keeps.
-#include <gtest/gtest.h>
-
 #include "sandbox/store/Sqlite.h"
 #include "tests/sandbox/SandboxFixture.h"
 
@@ -8,13 +6,20 @@ using namespace SandboxTest;
 
 namespace {
 
+// A connector at a sandbox with that file.
+struct Started {
+    explicit Started(const std::string& strDb) : sandbox({.strDb = strDb}) {}
+    RunningSandbox sandbox;
+    Client client{sandbox.Port(), "g", 10};
+};
+
 class RestartTest : public testing::Test {
 protected:
     // The text with which a sandbox refuses to start on that file; empty if it starts.
-    std::string StartErrorOn(const std::string& strDb)
+    static std::string StartErrorOn(const std::string& strDb)
     {
         try {
-            RunningSandbox sandbox(strDb, "none");
+            RunningSandbox sandbox({.strDb = strDb, .strSeed = "none"});
             return "";
         } catch (const Sandbox::StartError& e) {
             return e.what();
@@ -26,92 +31,48 @@ protected:
 
 }  // namespace
 
-TEST_F(RestartTest, SessionsAndNumbersGoOn)
+TEST_F(RestartTest, SessionsNumbersMinutesAndGoodsStay)
 {
     std::string strAlice, strBob;
     {
-        RunningSandbox sandbox(m_strDb);
-        Client client(sandbox.Port());
-        client.Register();
-        strAlice = client.CheckIn("alice")->strSeqNo;
-        client.CheckIn("carol");
-        strBob = client.CheckIn("bob")->strSeqNo;
-        client.CheckOut("bob", strBob);
+        Started started(m_strDb);
+        strAlice = started.client.CheckIn("alice")->strSeqNo;
+        started.client.CheckIn("carol");
+        strBob = started.client.CheckIn("bob")->strSeqNo;
+        started.client.Ask("Charge nPID=1002 vecChargeInfo={strSeqNo=" + strBob + "}");
+        started.client.CheckOut("bob", strBob);
+        EXPECT_EQ(started.client.Buy("alice", "SWORD"), "0,1100");
     }
-    RunningSandbox sandbox(m_strDb);
-    Client other(sandbox.Port());
-    other.Register("other");
-    EXPECT_EQ(other.CheckIn("alice")->nResult, 3) << "she is still checked in, though her connector is away";
-    EXPECT_EQ(std::stoll(other.CheckIn("bob")->strSeqNo), std::stoll(strBob) + 1);
-    Client client(sandbox.Port());
-    client.Register();
-    client.SendList<XC2S_UserListSyncReq>({{"alice", strAlice}});
-    other.Heartbeat();
-    sandbox.Advance(20'001);
-    EXPECT_EQ(sandbox.Sessions(), (std::vector<std::string>{"alice on g/s/w", "bob on other/s/w"}));
-    EXPECT_EQ(client.CheckOut("alice", strAlice)->bSuccess.nByte, 1);
+    Started started(m_strDb);
+    Client other(started.sandbox.Port(), "other");
+    EXPECT_EQ(other.CheckIn("alice")->nResult, 3) << "she is still checked in, though her connector was away";
+    const auto bob = other.CheckIn("bob");
+    EXPECT_EQ(std::stoll(bob->strSeqNo), std::stoll(strBob) + 1);
+    EXPECT_EQ(bob->nRemainMinutes, 599) << "seeds give nothing back";
+    EXPECT_EQ(other.CoinOf("alice"), "3900");
+    EXPECT_EQ(other.Box("alice"), 2u);
+    EXPECT_EQ(other.Box("dave"), 25u) << "filled once";
+    started.client.SendList("UserListSync", {{"alice", strAlice}});
+    started.sandbox.Advance(20'001);
+    EXPECT_EQ(started.sandbox.Sessions(), "alice on g/s/w, bob on other/s/w");
+    EXPECT_TRUE(started.client.CheckOut("alice", strAlice));
 }
 
 TEST_F(RestartTest, ConnectorsThatDoNotComeBackAreForgotten)
 {
-    {
-        RunningSandbox sandbox(m_strDb);
-        Client client(sandbox.Port());
-        client.Register("stays-away");
-        client.CheckIn("alice");
-    }
-    RunningSandbox sandbox(m_strDb);
+    Started(m_strDb).client.CheckIn("alice");
+    RunningSandbox sandbox({.strDb = m_strDb});
     sandbox.Advance(300'000);
-    EXPECT_EQ(sandbox.Sessions().size(), 1u);
+    EXPECT_EQ(sandbox.Sessions(), "alice on g/s/w");
     sandbox.Advance(1);
     EXPECT_TRUE(sandbox.Server().Invoke([&] { return sandbox.Server().GetStore().GetConnectors().empty(); }));
-    Client client(sandbox.Port());
-    client.Register();
-    EXPECT_EQ(client.CheckIn("alice")->nResult, 0);
-}
-
-TEST_F(RestartTest, MinutesStayUsedAndSeedsDoNotGiveThemBack)
-{
-    {
-        RunningSandbox sandbox(m_strDb);
-        Client client(sandbox.Port());
-        client.Register();
-        XC2S_ChargeReq req;
-        req.nPID = 1002;
-        req.vecChargeInfo.Add().strSeqNo = client.CheckIn("bob")->strSeqNo;
-        client.Ask<XS2C_ChargeAns>(req);
-    }
-    RunningSandbox sandbox(m_strDb);
-    Client client(sandbox.Port());
-    client.Register();
-    EXPECT_EQ(client.CheckIn("bob")->nRemainMinutes, 599);
-}
-
-TEST_F(RestartTest, WhatWasBoughtStaysAndSeedsDoNotGiveItBack)
-{
-    {
-        RunningSandbox sandbox(m_strDb);
-        Client client(sandbox.Port());
-        client.Register();
-        EXPECT_EQ(client.Buy("alice", "SWORD")->nState, 0);
-    }
-    RunningSandbox sandbox(m_strDb);
-    Client client(sandbox.Port());
-    client.Register();
-    EXPECT_EQ(client.CoinOf("alice"), 3900);
-    EXPECT_EQ(client.Box("alice")->vecStorage.size(), 2u);
-    EXPECT_EQ(client.Box("dave")->vecStorage.size(), 25u) << "filled once";
+    EXPECT_EQ(Client(sandbox.Port(), "other").CheckIn("alice")->nResult, 0);
 }
 
 // Files of the time before the shop.
 TEST_F(RestartTest, OlderFilesGetAShop)
 {
-    {
-        RunningSandbox sandbox(m_strDb);
-        Client client(sandbox.Port());
-        client.Register();
-        client.CheckIn("alice");
-    }
+    Started(m_strDb).client.CheckIn("alice");
     {
         Sandbox::Database db(m_strDb);
         for (const char* const pszTable :
@@ -121,37 +82,29 @@ TEST_F(RestartTest, OlderFilesGetAShop)
             db.Execute(std::string("DROP TABLE ") + pszTable);
         db.Execute("PRAGMA user_version = 1");
     }
-    RunningSandbox sandbox(m_strDb);
-    EXPECT_EQ(sandbox.Sessions().size(), 1u);
-    Client client(sandbox.Port());
-    client.Register();
-    EXPECT_EQ(client.Buy("alice", "SWORD")->nState, 0);
+    Started started(m_strDb);
+    EXPECT_EQ(started.sandbox.Sessions(), "alice on g/s/w");
+    EXPECT_EQ(started.client.Buy("alice", "SWORD"), "0,1100");
 }
 
-TEST_F(RestartTest, OtherFilesAreRefusedAndLeftAlone)
+TEST_F(RestartTest, FilesThatCannotServeAreRefusedAndLeftAlone)
 {
     const std::string strText = "Dear diary, this is not a database but quite long enough to be looked at.";
-    WriteFile(m_strDb, strText);
-    EXPECT_NE(StartErrorOn(m_strDb).find(m_strDb), std::string::npos);
-    EXPECT_EQ(ReadFile(m_strDb), strText);
-
-    const std::string strOther = m_dir / "other.db";
+    const std::string strDiary = WriteFile(m_dir / "diary.txt", strText), strOther = m_dir / "other.db",
+                      strNewer = m_dir / "newer.db", strNowhere = m_dir / "no/such/directory.db";
     Sandbox::Database(strOther).Execute("CREATE TABLE diary (text)");
     const std::string strBefore = ReadFile(strOther);
-    EXPECT_NE(StartErrorOn(strOther).find("another program"), std::string::npos) << StartErrorOn(strOther);
-    EXPECT_EQ(ReadFile(strOther), strBefore);
-
-    const std::string strNewer = m_dir / "newer.db";
     EXPECT_EQ(StartErrorOn(strNewer), "");
     Sandbox::Database(strNewer).Execute("PRAGMA user_version = 99");
-    EXPECT_NE(StartErrorOn(strNewer).find("version 99"), std::string::npos) << StartErrorOn(strNewer);
-
-    EXPECT_NE(StartErrorOn(m_dir / "no/such/directory.db"), "");
-}
-
-TEST_F(RestartTest, OneSandboxAFile)
-{
     EXPECT_EQ(StartErrorOn(m_strDb), "");
-    const RunningSandbox sandbox(m_strDb, "none");
-    EXPECT_NE(StartErrorOn(m_strDb).find("locked"), std::string::npos) << StartErrorOn(m_strDb);
+    const RunningSandbox sandbox({.strDb = m_strDb, .strSeed = "none"});
+    const std::pair<std::string, std::string> kCases[] = {{strDiary, strDiary},
+                                                          {strOther, "another program"},
+                                                          {strNewer, "version 99"},
+                                                          {strNowhere, strNowhere},
+                                                          {m_strDb, "locked"}};  // one sandbox a file
+    for (const auto& [strDb, strError] : kCases)
+        EXPECT_NE(StartErrorOn(strDb).find(strError), std::string::npos) << StartErrorOn(strDb);
+    EXPECT_EQ(ReadFile(strDiary), strText);
+    EXPECT_EQ(ReadFile(strOther), strBefore);
 }

@@ -1,41 +1,31 @@
 #include "tests/sandbox/SandboxFixture.h"
 
-#include <arpa/inet.h>
 #include <httplib.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "sandbox/wire/Frames.h"
+#include "sandbox/wire/MessageFacts.h"
 #include "wirova/BigEndian.h"
-#include "wirova/messages/MessageCatalog.h"
 
 namespace SandboxTest {
 namespace {
 
-constexpr int kPatience = 20'000;  // milliseconds
+void SetTimeout(int fd, int nOption, std::chrono::milliseconds patience)
+{
+    const timeval time{patience.count() / 1000, patience.count() % 1000 * 1000};
+    setsockopt(fd, SOL_SOCKET, nOption, &time, sizeof(time));
+}
 
 }  // namespace
 
 // ---- the sandbox ----
-
-RunningSandbox::RunningSandbox(const std::string& strDb, const std::string& strSeed, bool bSaveOnPurchase)
-    : RunningSandbox(Sandbox::Options{.strDb = strDb, .strSeed = strSeed, .bSaveOnPurchase = bSaveOnPurchase})
-{
-}
-
-RunningSandbox::RunningSandbox(std::chrono::milliseconds answerDelay)
-    : RunningSandbox(Sandbox::Options{.answerDelay = answerDelay})
-{
-}
 
 RunningSandbox::RunningSandbox(Sandbox::Options options)
     : m_console(Sandbox::Verbosity::Verbose, [this](const std::string& strLine) {
@@ -43,8 +33,7 @@ RunningSandbox::RunningSandbox(Sandbox::Options options)
           m_strLines += strLine + '\n';
       })
 {
-    options.nPort = 0;
-    options.nHttpPort = 0;
+    options.nPort = options.nHttpPort = 0;
     m_pServer = std::make_unique<Sandbox::Server>(options, m_clock, m_console);
     m_thread = std::thread([this] { m_pServer->Run(); });
 }
@@ -61,21 +50,20 @@ void RunningSandbox::Advance(std::int64_t ms)
     m_pServer->SweepNow();
 }
 
-std::vector<std::string> RunningSandbox::Sessions()
+std::string RunningSandbox::Sessions()
 {
     return m_pServer->Invoke([this] {
-        std::vector<std::pair<std::int64_t, std::string>> vecSessions;
+        std::map<std::int64_t, std::string> mapSessions;
         for (const auto& [identity, connector] : m_pServer->GetRegistry().GetConnectors()) {
             for (const auto& session : m_pServer->GetStore().GetSessions(connector.nID)) {
-                vecSessions.emplace_back(session.nSeqNo, session.strUserID + " on " + identity.GetName() +
-                                                             (session.nMovingSince != 0 ? " moving" : ""));
+                mapSessions[session.nSeqNo] = session.strUserID + " on " + identity.GetName() +
+                                              (session.nMovingSince != 0 ? " moving" : "");
             }
         }
-        std::sort(vecSessions.begin(), vecSessions.end());
-        std::vector<std::string> vecTexts;
-        for (const auto& [nSeqNo, strText] : vecSessions)
-            vecTexts.push_back(strText);
-        return vecTexts;
+        std::string strAll;
+        for (const auto& [nSeqNo, strText] : mapSessions)
+            strAll += (strAll.empty() ? "" : ", ") + strText;
+        return strAll;
     });
 }
 
@@ -83,7 +71,7 @@ HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::s
                 const std::string& strBody, const std::vector<std::string>& vecHeaders)
 {
     httplib::Client client("127.0.0.1", nPort);
-    client.set_read_timeout(std::chrono::milliseconds(kPatience));
+    client.set_read_timeout(kPatience);
     httplib::Request req;
     req.method = strMethod;
     req.path = strPath;
@@ -98,24 +86,14 @@ HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::s
     return {result->status, result->body, Sandbox::Json::parse(result->body, nullptr, false)};
 }
 
-HttpAnswer RunningSandbox::Get(const std::string& strPath)
+void RunningSandbox::ExpectRefused(const std::string& strPath, const std::vector<Mistake>& vecMistakes)
 {
-    return Http(m_pServer->GetHttpPort(), "GET", strPath);
-}
-
-HttpAnswer RunningSandbox::Post(const std::string& strPath, const std::string& strBody)
-{
-    return Http(m_pServer->GetHttpPort(), "POST", strPath, strBody);
-}
-
-HttpAnswer RunningSandbox::Delete(const std::string& strPath)
-{
-    return Http(m_pServer->GetHttpPort(), "DELETE", strPath);
-}
-
-std::future<HttpAnswer> RunningSandbox::PostLater(const std::string& strPath, const std::string& strBody)
-{
-    return std::async(std::launch::async, [=, this] { return Post(strPath, strBody); });
+    for (const Mistake& mistake : vecMistakes) {
+        const HttpAnswer answer = Post(strPath, mistake.strBody);
+        EXPECT_EQ(answer.nStatus, mistake.nStatus) << mistake.strBody;
+        EXPECT_NE(answer.strBody.find(mistake.pszError), std::string::npos)
+            << mistake.strBody << answer.strBody;
+    }
 }
 
 std::string RunningSandbox::Lines() const
@@ -126,7 +104,7 @@ std::string RunningSandbox::Lines() const
 
 ::testing::AssertionResult RunningSandbox::Shows(const std::string& strText) const
 {
-    for (int ms = 0; ms < kPatience; ms += 5) {
+    for (auto ms = kPatience; ms.count() > 0; ms -= std::chrono::milliseconds(5)) {
         if (Lines().find(strText) != std::string::npos)
             return ::testing::AssertionSuccess();
         usleep(5000);
@@ -136,49 +114,54 @@ std::string RunningSandbox::Lines() const
 
 // ---- the client ----
 
-Client::Client(unsigned short nPort, int nBuffer) : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+std::unique_ptr<Wirova::IMessage> MakeRequest(const std::string& strText)
 {
-    const int nNoDelay = 1;
-    setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &nNoDelay, sizeof(nNoDelay));
-    if (nBuffer != 0) {
-        setsockopt(m_fd, SOL_SOCKET, SO_SNDBUF, &nBuffer, sizeof(nBuffer));
-        setsockopt(m_fd, SOL_SOCKET, SO_RCVBUF, &nBuffer, sizeof(nBuffer));
-    }
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(nPort);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << strerror(errno);
+    const std::size_t nName = std::min(strText.find(' '), strText.size());
+    const auto* const pInfo = Sandbox::FindClassByName("XC2S_" + strText.substr(0, nName) + "Req");
+    if (pInfo == nullptr)
+        throw std::invalid_argument(strText);
+    auto msg = pInfo->pfnMake();
+    VisitMessage(*msg, [](const std::string& strName, auto& v) {
+        if constexpr (std::is_same_v<decltype(v), std::string&>)
+            v = strName == "strGameID" ? kGame : strName == "strUserIP" ? "10.0.0.1" : "";
+    });
+    Assign(*msg, std::string_view(strText).substr(std::min(nName + 1, strText.size())));
+    return msg;
 }
 
-Client::~Client() { close(m_fd); }
+std::string Purchase(const std::string& strUserID, const std::string& strProductID,
+                     const std::string& strMore)
+{
+    return "PurchaseProduct strUserID=" + strUserID + " strProductID=" + strProductID +
+           " strServerID=s strCharacterID=hero nCount=1 nLevel=30 " + strMore;
+}
+
+Client::Client(unsigned short nPort, const std::string& strGID, int nHeartbeatCycle)
+{
+    using asio::ip::tcp;
+    constexpr int kBuffer = 32 * 1024;  // small: a peer that does not read is noticed soon
+    m_socket.open(tcp::v4());
+    m_socket.set_option(tcp::no_delay(true));
+    m_socket.set_option(tcp::socket::send_buffer_size(kBuffer));
+    m_socket.set_option(tcp::socket::receive_buffer_size(kBuffer));
+    m_socket.connect({asio::ip::address_v4::loopback(), nPort});
+    SetTimeout(m_socket.native_handle(), SO_RCVTIMEO, kPatience);
+    if (!strGID.empty()) {
+        EXPECT_EQ(Register(strGID, nHeartbeatCycle), 0);
+    }
+}
 
 void Client::Send(const Wirova::IMessage& msg)
 {
     EXPECT_TRUE(SendBytes(Sandbox::FrameOf(msg))) << msg.GetMsgName();
 }
 
-bool Client::SendBytes(const std::string& strBytes)
+bool Client::SendBytes(const std::string& strBytes, std::chrono::milliseconds patience)
 {
+    SetTimeout(m_socket.native_handle(), SO_SNDTIMEO, patience);
     for (std::size_t nSent = 0; nSent < strBytes.size();) {
-        const ssize_t n = send(m_fd, strBytes.data() + nSent, strBytes.size() - nSent, MSG_NOSIGNAL);
-        if (n <= 0)
-            return false;
-        nSent += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-void Client::EndSending() { shutdown(m_fd, SHUT_WR); }
-
-bool Client::SendUnlessStuck(const std::string& strBytes)
-{
-    for (std::size_t nSent = 0; nSent < strBytes.size();) {
-        pollfd wait{m_fd, POLLOUT, 0};
-        if (poll(&wait, 1, 500) != 1)
-            return false;
         const ssize_t n =
-            send(m_fd, strBytes.data() + nSent, strBytes.size() - nSent, MSG_NOSIGNAL | MSG_DONTWAIT);
+            send(m_socket.native_handle(), strBytes.data() + nSent, strBytes.size() - nSent, MSG_NOSIGNAL);
         if (n <= 0)
             return false;
         nSent += static_cast<std::size_t>(n);
@@ -186,162 +169,75 @@ bool Client::SendUnlessStuck(const std::string& strBytes)
     return true;
 }
 
-bool Client::ReadExactly(char* pBytes, std::size_t nSize)
+std::string Client::Read(std::size_t nMost, int nFlags)
 {
-    for (std::size_t nRead = 0; nRead < nSize;) {
-        pollfd wait{m_fd, POLLIN, 0};
-        if (poll(&wait, 1, kPatience) != 1)
-            return false;
-        const ssize_t n = recv(m_fd, pBytes + nRead, nSize - nRead, 0);
-        if (n <= 0)
-            return false;
-        nRead += static_cast<std::size_t>(n);
-    }
-    return true;
+    std::string str(nMost, '\0');
+    const ssize_t n = nMost == 0 ? 0 : recv(m_socket.native_handle(), str.data(), nMost, nFlags);
+    if (n < 0 && errno == EAGAIN)
+        throw std::runtime_error("nothing has come, and the link is open");
+    str.resize(static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    return str;
 }
 
-Sandbox::StreamPtr Client::ReceiveBody()
+std::string Client::ReadUntilClosed()
 {
-    unsigned char bytes[4] = {};
-    if (!ReadExactly(reinterpret_cast<char*>(bytes), 4))
-        return nullptr;
-    std::string strBody(static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(bytes)), '\0');
-    if (!ReadExactly(strBody.data(), strBody.size()))
-        return nullptr;
-    auto stream = Sandbox::MakeStream();
-    Strova::Write(stream.get(), strBody.data(), static_cast<int>(strBody.size()));
-    return stream;
-}
-
-void Client::ReceiveInto(Wirova::IMessage& msg)
-{
-    const auto stream = ReceiveBody();
-    ASSERT_NE(stream, nullptr) << "no " << msg.GetMsgName() << " has come";
-    const auto nMsgID = Sandbox::PeekMsgID(stream.get());
-    ASSERT_EQ(nMsgID, msg.GetMsgID()) << Wirova::MessageName(nMsgID) << " instead of " << msg.GetMsgName();
-    ASSERT_TRUE(msg.Load(stream.get()));
-    ASSERT_EQ(Strova::GetLength(stream.get()), 0);
+    std::string strAll;
+    for (std::string strPart; !(strPart = Read(4096)).empty();)
+        strAll += strPart;
+    return strAll;
 }
 
 std::unique_ptr<Wirova::IMessage> Client::ReceiveAny()
 {
-    const auto stream = ReceiveBody();
-    auto msg = stream != nullptr ? Wirova::MakeMessage(Sandbox::PeekMsgID(stream.get())) : nullptr;
-    EXPECT_TRUE(msg != nullptr && msg->Load(stream.get()));
+    const std::string strLength = Read(4, MSG_WAITALL);
+    if (strLength.size() < 4)
+        throw std::runtime_error("the link is closed");
+    unsigned char bytes[4];
+    std::copy_n(strLength.begin(), 4, bytes);
+    const std::string strBody =
+        Read(static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(bytes)), MSG_WAITALL);
+    const auto stream = Sandbox::MakeStream();
+    Strova::Write(stream.get(), strBody.data(), static_cast<int>(strBody.size()));
+    auto msg = Wirova::MakeMessage(Sandbox::PeekMsgID(stream.get()));
+    if (msg == nullptr)
+        throw std::runtime_error("no message of the protocol has come");
+    Sandbox::LoadBody(*msg, stream.get());
     return msg;
 }
 
-std::size_t Client::ReceiveBytes()
+std::unique_ptr<Wirova::IMessage> Client::Ask(const std::string& strRequest)
 {
-    char arr[4096];
-    pollfd wait{m_fd, POLLIN, 0};
-    const ssize_t n = poll(&wait, 1, kPatience) == 1 ? recv(m_fd, arr, sizeof(arr), 0) : -1;
-    return static_cast<std::size_t>(std::max<ssize_t>(n, 0));
+    const auto req = MakeRequest(strRequest);
+    Sandbox::SetReqID(*req, ++m_nReqID);
+    Send(*req);
+    auto ans = ReceiveAny();
+    EXPECT_EQ(Sandbox::GetReqID(*ans).value_or(0), Sandbox::GetReqID(*req).value_or(0));
+    const std::string strName = ans->GetMsgName();
+    EXPECT_EQ(strName.substr(5), strRequest.substr(0, strRequest.find(' ')) + "Ans");
+    return ans;
 }
 
-std::optional<std::string> Client::ReadUntilClosed()
+int Client::Register(const std::string& strGID, int nHeartbeatCycle)
 {
-    std::string strAll;
-    for (char arr[4096];;) {
-        pollfd wait{m_fd, POLLIN, 0};
-        if (poll(&wait, 1, kPatience) != 1)
-            return std::nullopt;
-        const ssize_t n = recv(m_fd, arr, sizeof(arr), 0);
-        if (n <= 0)
-            return strAll;
-        strAll.append(arr, static_cast<std::size_t>(n));
-    }
+    return Ask<XS2C_VelkarConnectAns>("VelkarConnect strGID=" + strGID +
+                                      " strSID=s strWID=w nHeartbeatCycle=" + std::to_string(nHeartbeatCycle))
+        ->nResult;
 }
 
-bool Client::IsClosed() { return ReadUntilClosed().has_value(); }
-
-std::unique_ptr<XS2C_VelkarConnectAns> Client::Register(const std::string& strGID, int nHeartbeatCycle)
+void Client::SendList(const std::string& strName,
+                      const std::vector<std::pair<std::string, std::string>>& vecUsers)
 {
-    XC2S_VelkarConnectReq req;
-    req.strGID = strGID;
-    req.strSID = "s";
-    req.strWID = "w";
-    req.nHeartbeatCycle = nHeartbeatCycle;
-    return Ask<XS2C_VelkarConnectAns>(req);
-}
-
-std::unique_ptr<XS2C_CheckInAns> Client::CheckIn(const std::string& strUserID)
-{
-    XC2S_CheckInReq req;
-    req.strUserID = strUserID;
-    req.strUserIP = "10.0.0.1";
-    return Ask<XS2C_CheckInAns>(req);
-}
-
-std::unique_ptr<XS2C_CheckOutAns> Client::CheckOut(const std::string& strUserID, const std::string& strSeqNo)
-{
-    XC2S_CheckOutReq req;
-    req.strUserID = strUserID;
-    req.strSeqNo = strSeqNo;
-    return Ask<XS2C_CheckOutAns>(req);
-}
-
-void FillPurchase(XC2S_PurchaseProductReq& req, const std::string& strUserID, const std::string& strProductID)
-{
-    req.strGameID = kGame;
-    req.strUserID = strUserID;
-    req.strProductID = strProductID;
-    req.strServerID = "s";
-    req.strCharacterID = "hero";
-    req.nCount = 1;
-    req.nLevel = 30;
-}
-
-std::unique_ptr<XS2C_PurchaseProductAns> Client::Buy(const std::string& strUserID,
-                                                     const std::string& strProductID, int nCount,
-                                                     const std::string& strReceiver)
-{
-    XC2S_PurchaseProductReq req;
-    FillPurchase(req, strUserID, strProductID);
-    req.nCount = nCount;
-    req.strRecvUserID = strReceiver;
-    return Ask<XS2C_PurchaseProductAns>(req);
-}
-
-std::unique_ptr<XS2C_SearchStorageAns> Client::Box(const std::string& strUserID)
-{
-    XC2S_SearchStorageReq req;
-    req.strGameID = kGame;
-    req.strUserID = strUserID;
-    return Ask<XS2C_SearchStorageAns>(req);
-}
-
-int Client::CoinOf(const std::string& strUserID)
-{
-    XC2S_QueryRuvcoinReq req;
-    req.strUserID = strUserID;
-    return Ask<XS2C_QueryRuvcoinAns>(req)->nRuvCoin;
-}
-
-std::unique_ptr<XS2C_UserMoveToAns> Client::MoveTo(const std::string& strUserID)
-{
-    XC2S_UserMoveToReq req;
-    req.strUserID = strUserID;
-    return Ask<XS2C_UserMoveToAns>(req);
-}
-
-std::unique_ptr<XS2C_UserMoveFromAns> Client::MoveFrom(const std::string& strUserID)
-{
-    XC2S_UserMoveFromReq req;
-    req.strUserID = strUserID;
-    return Ask<XS2C_UserMoveFromAns>(req);
+    std::string strText = strName;
+    for (const auto& [strUserID, strSeqNo] : vecUsers)
+        strText += " vecCheckOutInfo={strUserID=" + strUserID + " strSeqNo=" + strSeqNo + "}";
+    Send(*MakeRequest(strText));
+    Settle();
 }
 
 void Client::Heartbeat()
 {
     Send(XC2S_Heartbeat());
     Settle();
-}
-
-void Client::Settle()
-{
-    XC2S_QueryBillingInfoReq req;
-    Ask<XS2C_QueryBillingInfoAns>(req);
 }
 
 // ---- files ----
@@ -354,9 +250,10 @@ TempDir::TempDir()
 
 TempDir::~TempDir() { std::filesystem::remove_all(m_strPath); }
 
-void WriteFile(const std::string& strPath, const std::string& strText)
+std::string WriteFile(const std::string& strPath, const std::string& strText)
 {
     std::ofstream(strPath, std::ios::binary) << strText;
+    return strPath;
 }
 
 std::string ReadFile(const std::string& strPath)

@@ -4,12 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <asio.hpp>
 #include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
 #include <mutex>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,9 +19,12 @@
 
 #include "sandbox/Server.h"
 #include "sandbox/base/Json.h"
+#include "tests/wirova/MessageText.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace SandboxTest {
+
+inline constexpr std::chrono::milliseconds kPatience{20'000};
 
 class FakeClock final : public Sandbox::IClock {
 public:
@@ -42,28 +46,42 @@ struct HttpAnswer {
 HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::string& strPath,
                 const std::string& strBody = "", const std::vector<std::string>& vecHeaders = {});
 
+// What somebody posts by mistake, and a part of the text that says so.
+struct Mistake {
+    std::string strBody;
+    int nStatus;
+    const char* pszError;
+};
+
 class RunningSandbox {
 public:
-    explicit RunningSandbox(const std::string& strDb = "", const std::string& strSeed = "demo",
-                            bool bSaveOnPurchase = false);
-    explicit RunningSandbox(std::chrono::milliseconds answerDelay);
+    explicit RunningSandbox(Sandbox::Options options = {});
     ~RunningSandbox();
 
     unsigned short Port() const { return m_pServer->GetPort(); }
+    unsigned short HttpPort() const { return m_pServer->GetHttpPort(); }
     Sandbox::Server& Server() { return *m_pServer; }
-    HttpAnswer Get(const std::string& strPath);
-    HttpAnswer Post(const std::string& strPath, const std::string& strBody = "");
-    HttpAnswer Delete(const std::string& strPath);
-    std::future<HttpAnswer> PostLater(const std::string& strPath, const std::string& strBody);
+    HttpAnswer Get(const std::string& strPath) { return Http(HttpPort(), "GET", strPath); }
+    HttpAnswer Post(const std::string& strPath, const std::string& strBody = "")
+    {
+        return Http(HttpPort(), "POST", strPath, strBody);
+    }
+    std::future<HttpAnswer> PostLater(const std::string& strPath, const std::string& strBody)
+    {
+        return std::async(std::launch::async, [=, this] { return Post(strPath, strBody); });
+    }
+    void ExpectRefused(const std::string& strPath, const std::vector<Mistake>& vecMistakes);
+    Sandbox::Json User(const std::string& strUserID)
+    {
+        return Get("/users?user=" + strUserID).json["users"][0];
+    }
     void Advance(std::int64_t ms);  // and lets what is due by then happen
-    // Who is checked in, by Seq No: "alice on g/s/w", with " moving" behind it.
-    std::vector<std::string> Sessions();
+    // Who is checked in, by Seq No: "alice on g/s/w, bob on g/s/w moving".
+    std::string Sessions();
     std::string Lines() const;                                           // all that the console has shown
     ::testing::AssertionResult Shows(const std::string& strText) const;  // waits for it
 
 private:
-    explicit RunningSandbox(Sandbox::Options options);
-
     mutable std::mutex m_mutex;
     std::string m_strLines;
     FakeClock m_clock;
@@ -72,80 +90,109 @@ private:
     std::thread m_thread;
 };
 
+inline constexpr char kGame[] = "DEMOGAME";  // of the demo's shop
+
+// "CheckIn strUserID=alice" is XC2S_CheckInReq; game and address are the usual ones if the text has none.
+std::unique_ptr<Wirova::IMessage> MakeRequest(const std::string& strText);
+// One piece on the server "s" for the character "hero" of level 30, unless more says otherwise.
+std::string Purchase(const std::string& strUserID, const std::string& strProductID,
+                     const std::string& strMore = "");
+
+// What fails here throws, which ends the test.
 class Client {
 public:
-    // nBuffer: size of the system's buffers for this link, 0 leaves them.
-    explicit Client(unsigned short nPort, int nBuffer = 0);
-    ~Client();
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
+    // Registers if there is a GID.
+    explicit Client(unsigned short nPort, const std::string& strGID = "", int nHeartbeatCycle = 1000);
 
     void Send(const Wirova::IMessage& msg);
-    bool SendBytes(const std::string& strBytes);  // false if the sandbox has closed the link
-    void EndSending();                            // half a close; the sandbox's bytes still come
-    // False, with nothing or a part sent, once the sandbox has not taken a byte for half a second.
-    bool SendUnlessStuck(const std::string& strBytes);
-    // The next frame, which must be of that class and whole. Fails the test otherwise.
+    // False, with nothing or a part sent, if the sandbox has closed the link or takes nothing for so long.
+    bool SendBytes(const std::string& strBytes, std::chrono::milliseconds patience = kPatience);
+    void EndSending() { shutdown(m_socket.native_handle(), SHUT_WR); }  // half a close
+    std::string Read(std::size_t nMost, int nFlags = 0);  // empty once the sandbox has closed the link
+    std::string ReadUntilClosed();
+    std::unique_ptr<Wirova::IMessage> ReceiveAny();
     template <class Ans>
     std::unique_ptr<Ans> Receive()
     {
-        auto ans = std::make_unique<Ans>();
-        ReceiveInto(*ans);
-        return ans;
+        return As<Ans>(ReceiveAny());
     }
-    template <class Ans, class Req>
-    std::unique_ptr<Ans> Ask(Req& req)
+    // The answer to a request as MakeRequest takes it; with names, as Pick gives it.
+    std::unique_ptr<Wirova::IMessage> Ask(const std::string& strRequest);
+    std::string Ask(const std::string& strRequest, const std::string& strNames)
     {
-        if constexpr (requires { req.nReqID; })
-            req.nReqID = ++m_nReqID;
-        Send(req);
-        auto ans = Receive<Ans>();
-        if constexpr (requires { req.nReqID, ans->nReqID; }) {
-            EXPECT_EQ(ans->nReqID, req.nReqID);
-        }
-        return ans;
+        return Pick(*Ask(strRequest), strNames);
     }
-    std::unique_ptr<Wirova::IMessage> ReceiveAny();
-    std::size_t ReceiveBytes();  // of one read
-    // All that still comes; nothing if the sandbox does not close the link.
-    std::optional<std::string> ReadUntilClosed();
-    bool IsClosed();  // waits for the sandbox to close the link, reading what comes before
+    template <class Ans>
+    std::unique_ptr<Ans> Ask(const std::string& strRequest)
+    {
+        return As<Ans>(Ask(strRequest));
+    }
 
     // ---- what a game server does ----
-    std::unique_ptr<XS2C_VelkarConnectAns> Register(const std::string& strGID = "g",
-                                                    int nHeartbeatCycle = 10);
-    std::unique_ptr<XS2C_CheckInAns> CheckIn(const std::string& strUserID);
-    std::unique_ptr<XS2C_CheckOutAns> CheckOut(const std::string& strUserID,
-                                               const std::string& strSeqNo = "");
-    std::unique_ptr<XS2C_PurchaseProductAns> Buy(const std::string& strUserID,
-                                                 const std::string& strProductID, int nCount = 1,
-                                                 const std::string& strReceiver = "");
-    std::unique_ptr<XS2C_SearchStorageAns> Box(const std::string& strUserID);
-    int CoinOf(const std::string& strUserID);
-    std::unique_ptr<XS2C_UserMoveToAns> MoveTo(const std::string& strUserID);
-    std::unique_ptr<XS2C_UserMoveFromAns> MoveFrom(const std::string& strUserID);
-    template <class List>
-    void SendList(const std::vector<std::pair<std::string, std::string>>& vecUserAndSeqNo)
+    int Register(const std::string& strGID, int nHeartbeatCycle = 1000);  // the result
+    std::unique_ptr<XS2C_CheckInAns> CheckIn(const std::string& strUserID)
     {
-        List list;
-        for (const auto& [strUserID, strSeqNo] : vecUserAndSeqNo) {
-            XCheckOutInfo& info = list.vecCheckOutInfo.Add();
-            info.strUserID = strUserID;
-            info.strSeqNo = strSeqNo;
-        }
-        Send(list);
-        Settle();
+        return Ask<XS2C_CheckInAns>("CheckIn strUserID=" + strUserID);
     }
+    bool CheckOut(const std::string& strUserID, const std::string& strSeqNo = "")
+    {
+        return Ask("CheckOut strUserID=" + strUserID + " strSeqNo=" + strSeqNo, "bSuccess") == "1";
+    }
+    bool MoveTo(const std::string& strID) { return Ask("UserMoveTo strUserID=" + strID, "bSuccess") == "1"; }
+    bool MoveFrom(const std::string& strID)
+    {
+        return Ask("UserMoveFrom strUserID=" + strID, "bSuccess") == "1";
+    }
+    // The state of the answer, and the price: "0,1100".
+    std::string Buy(const std::string& strUserID, const std::string& strProductID,
+                    const std::string& strMore = "")
+    {
+        return Ask(Purchase(strUserID, strProductID, strMore), "nState nBuyPrice");
+    }
+    std::size_t Box(const std::string& strID)  // the entries in it
+    {
+        return Ask<XS2C_SearchStorageAns>("SearchStorage strUserID=" + strID)->vecStorage.size();
+    }
+    std::string CoinOf(const std::string& strID)
+    {
+        return Ask("QueryRuvcoin strUserID=" + strID, "nRuvCoin");
+    }
+    // "UserListSync" or "FailedCheckOut", of users and their Seq Nos.
+    void SendList(const std::string& strName,
+                  const std::vector<std::pair<std::string, std::string>>& vecUsers);
     void Heartbeat();
-    void Settle();  // returns when the sandbox has dealt with everything sent before
+    void Settle() { Ask("QueryBillingInfo"); }  // returns when the sandbox has dealt with all sent before
 
 private:
-    void ReceiveInto(Wirova::IMessage& msg);
-    Sandbox::StreamPtr ReceiveBody();  // null, and a failed test, if none comes
-    bool ReadExactly(char* pBytes, std::size_t nSize);
+    template <class Ans>
+    static std::unique_ptr<Ans> As(std::unique_ptr<Wirova::IMessage> msg)
+    {
+        if (dynamic_cast<Ans*>(msg.get()) == nullptr)
+            throw std::runtime_error(std::string(msg->GetMsgName()) + " instead of " + Ans().GetMsgName());
+        return std::unique_ptr<Ans>(static_cast<Ans*>(msg.release()));
+    }
 
-    int m_fd;
+    asio::io_context m_context;
+    asio::ip::tcp::socket m_socket{m_context};
     int m_nReqID = 0;
+};
+
+// One registered connector, "g/s/w".
+class ClientTest : public testing::Test {
+protected:
+    struct Row {
+        std::string strRequest;
+        const char *pszNames, *pszExpected;
+    };
+    // Asks in that order; the named fields of each answer are as expected.
+    void ExpectAnswers(const std::vector<Row>& vecRows)
+    {
+        for (const Row& row : vecRows)
+            EXPECT_EQ(m_client.Ask(row.strRequest, row.pszNames), row.pszExpected) << row.strRequest;
+    }
+
+    RunningSandbox m_sandbox;
+    Client m_client{m_sandbox.Port(), "g"};
 };
 
 // A directory of this test's own, removed at the end.
@@ -159,13 +206,8 @@ private:
     std::string m_strPath;
 };
 
-// Of the demo's shop.
-inline constexpr char kGame[] = "DEMOGAME";
-// For level 30, on the server "s", by the character "hero".
-void FillPurchase(XC2S_PurchaseProductReq& req, const std::string& strUserID,
-                  const std::string& strProductID);
-
-void WriteFile(const std::string& strPath, const std::string& strText);
+// Writes it and returns its path.
+std::string WriteFile(const std::string& strPath, const std::string& strText);
 std::string ReadFile(const std::string& strPath);  // empty if it is not there
 
 }  // namespace SandboxTest

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <random>
 #include <thread>
 
@@ -29,7 +28,7 @@ constexpr std::chrono::milliseconds kLongestCall{VELKAR_LONGEST_CALL};
 
 std::string UserOf(int n) { return "shopper" + std::to_string(n); }
 
-// The demo's shop with users of our own. Returns the shop's game.
+// The demo's shop with users of our own.
 std::string WriteSeed(const std::string& strPath)
 {
     Sandbox::Json seed = Sandbox::Json::parse(Sandbox::kDemoSeed);
@@ -37,8 +36,7 @@ std::string WriteSeed(const std::string& strPath)
         seed["users"].push_back(
             {{"userId", UserOf(n)}, {"userNo", std::to_string(900000 + n)}, {"ruvCoin", kCoin}});
     }
-    SandboxTest::WriteFile(strPath, seed.dump());
-    return seed["shops"][0]["gameId"];
+    return SandboxTest::WriteFile(strPath, seed.dump());
 }
 
 long MillisecondsOf(Clock::duration time)
@@ -54,37 +52,19 @@ struct Counts {
 // One player: random visits, each with what it has to bring.
 class Shopper {
 public:
-    Shopper(int n, const std::string& strGame, Counts& counts)
-        : m_strUser(UserOf(n)), m_strGame(strGame), m_counts(counts), m_random(static_cast<unsigned int>(n))
+    Shopper(int n, Counts& counts)
+        : m_strUser(UserOf(n)), m_counts(counts), m_random(static_cast<unsigned int>(n))
     {
     }
 
     // Until then, and on a slow machine until all together have had enough.
     void Shop(Clock::time_point end)
     {
-        while (Clock::now() < end || (m_counts.nGood < kEnoughGood && Clock::now() < end + kMoreTime)) {
-            switch (m_random() % 8) {
-                case 0:
-                    Menu();
-                    break;
-                case 1:
-                    Products();
-                    break;
-                case 2:
-                    Detail();
-                    break;
-                case 3:
-                    Balance();
-                    break;
-                case 4:
-                case 5:
-                    Buy();
-                    break;
-                default:
-                    Box();
-                    break;
-            }
-        }
+        void (Shopper::*const kVisits[])() = {&Shopper::Menu,    &Shopper::Products, &Shopper::Detail,
+                                              &Shopper::Balance, &Shopper::Buy,      &Shopper::Buy,
+                                              &Shopper::Box,     &Shopper::Box};
+        while (Clock::now() < end || (m_counts.nGood < kEnoughGood && Clock::now() < end + kMoreTime))
+            (this->*kVisits[m_random() % std::size(kVisits)])();
     }
 
 private:
@@ -115,7 +95,7 @@ private:
     {
         Request req{};
         if constexpr (requires { req.szGameID; })
-            Put(req.szGameID, m_strGame);
+            Put(req.szGameID, SandboxTest::kGame);
         if constexpr (requires { req.szUserID; })
             Put(req.szUserID, m_strUser);
         if constexpr (requires { req.szUserIP; })
@@ -124,58 +104,50 @@ private:
             Put(req.szCharacterID, "hero");
         if constexpr (requires { req.nLevel; })
             req.nLevel = 99;
+        if constexpr (requires { req.cSearchType; })
+            req.cSearchType = 'A';
         return req;
     }
-    template <class Record, class Get, class Each>
-    void Read(_DATA_HANDLE* pHandle, Get get, Each each)
+    template <class Record, class Get>
+    static std::vector<Record> Read(_DATA_HANDLE* pHandle, Get get)
     {
-        const std::size_t nCount = pHandle == nullptr ? 0 : GetDataSize(pHandle, nullptr, 0);
-        for (std::size_t n = 0; n < nCount; ++n) {
-            Record record;
-            EXPECT_TRUE(get(pHandle, n, &record, nullptr, 0));
-            each(record);
-        }
+        std::vector<Record> vecRecords(GetDataSize(pHandle, nullptr, 0));
+        for (std::size_t n = 0; n < vecRecords.size(); ++n)
+            EXPECT_TRUE(get(pHandle, n, &vecRecords[n], nullptr, 0));
         DestroyHandle(pHandle);
+        return vecRecords;
+    }
+    std::string AnyProduct()
+    {
+        return std::vector{"SWORD", "SHIELD", "CROWN", "POTION", "TICKET"}[m_random() % 5];
     }
 
     void Menu()
     {
         _LIST_RES res{};
-        if (Call(&QueryMenuList, Req<_GAME_REQ>(), res))
-            Read<_MENU_INFO>(res.hData, &GetMenuData,
-                             [&](const auto& menu) { m_vecBranches.push_back(menu.szBranchID); });
+        if (Call(&QueryMenuList, Req<_GAME_REQ>(), res)) {
+            EXPECT_EQ(Read<_MENU_INFO>(res.hData, &GetMenuData).size(), 4u);
+        }
     }
     void Products()
     {
-        if (m_vecBranches.empty())
-            return Menu();
         auto req = Req<_PRODUCT_LIST_REQ>();
-        const std::string strBranch = m_vecBranches[m_random() % m_vecBranches.size()];
-        Put(req.szBranchID, strBranch);
-        req.cSearchType = 'A';
+        Put(req.szBranchID, "GEAR");
         req.nRow = 50;
         req.nPage = 1;
         _PRODUCT_LIST_RES res{};
         if (Call(&QueryProductList, req, res)) {
-            Read<_PROD_LIST_INFO>(res.hData, &GetProductData,
-                                  [&](const auto& product) { m_vecProducts.push_back(product.szProductID); });
+            EXPECT_EQ(Read<_PROD_LIST_INFO>(res.hData, &GetProductData).size(), 3u);
         }
-    }
-    std::string AnyProduct()
-    {
-        if (m_vecProducts.empty())
-            Products();
-        return m_vecProducts.empty() ? "none" : m_vecProducts[m_random() % m_vecProducts.size()];
     }
     void Detail()
     {
         auto req = Req<_PRODUCT_DETAIL_REQ>();
-        const std::string strProduct = AnyProduct();
-        Put(req.szProductID, strProduct);
+        Put(req.szProductID, AnyProduct());
         _PRODUCT_DETAIL_RES res{};
         if (!Call(&QueryProductDetailInfo, req, res))
             return;
-        EXPECT_EQ(std::string(res.szProductID), strProduct);
+        EXPECT_STREQ(res.szProductID, req.szProductID);
         for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption})
             DestroyHandle(pHandle);
     }
@@ -197,36 +169,33 @@ private:
     // Looks into the box and moves one entry, or gives it back.
     void Box()
     {
-        auto search = Req<_STORAGE_SEARCH_REQ>();
-        search.cSearchType = 'A';
         _LIST_RES res{};
-        if (!Call(&QueryStorageInfo, search, res))
+        if (!Call(&QueryStorageInfo, Req<_STORAGE_SEARCH_REQ>(), res))
             return;
-        std::vector<_USE_STORAGE_INFO> vecEntries;
-        Read<_STORAGE_INFO>(res.hData, &GetStorageItemData, [&](const auto& entry) {
-            EXPECT_EQ(std::string(entry.szUserID), m_strUser);
-            auto& use = vecEntries.emplace_back();
-            use.nStorageSeq = entry.nStorageSeq;
-            use.nOrderSeq = entry.nOrderSeq;
-            std::memcpy(use.szItemID, entry.szItemID, sizeof(use.szItemID));
-        });
-        const _USE_STORAGE_INFO& use = vecEntries[m_random() % vecEntries.size()];
-        if (!Step(&StorageToInventory, GetHandleForUseStorageItemInfo(nullptr, 0),
-                  [&](auto* p) { return SetUseStorageItemData(p, use, nullptr, 0); }))
+        const auto vecEntries = Read<_STORAGE_INFO>(res.hData, &GetStorageItemData);
+        for (const _STORAGE_INFO& entry : vecEntries)
+            EXPECT_EQ(entry.szUserID, m_strUser);
+        const _STORAGE_INFO& entry = vecEntries[m_random() % vecEntries.size()];
+        _USE_STORAGE_INFO use{};
+        use.nStorageSeq = entry.nStorageSeq;
+        use.nOrderSeq = entry.nOrderSeq;
+        std::memcpy(use.szItemID, entry.szItemID, sizeof(use.szItemID));
+        _DATA_HANDLE* pHandle = GetHandleForUseStorageItemInfo(nullptr, 0);
+        EXPECT_TRUE(SetUseStorageItemData(pHandle, use, nullptr, 0));
+        if (!Step(&StorageToInventory, pHandle))
             return;
-        const bool bConfirm = m_random() % 2 == 0;
-        Step(bConfirm ? &ConfirmStorageToInventory : &CancelStorageToInventory,
-             bConfirm ? GetHandleForConfirmUseStorageItemInfo(nullptr, 0)
-                      : GetHandleForCancelUseStorageItemInfo(nullptr, 0),
-             [&](auto* p) {
-                 return (bConfirm ? &SetConfirmUseStorageItemData : &SetCancelUseStorageItemData)(
-                     p, use.nStorageSeq, nullptr, 0);
-             });
+        if (m_random() % 2 == 0) {
+            pHandle = GetHandleForConfirmUseStorageItemInfo(nullptr, 0);
+            EXPECT_TRUE(SetConfirmUseStorageItemData(pHandle, use.nStorageSeq, nullptr, 0));
+            Step(&ConfirmStorageToInventory, pHandle);
+        } else {
+            pHandle = GetHandleForCancelUseStorageItemInfo(nullptr, 0);
+            EXPECT_TRUE(SetCancelUseStorageItemData(pHandle, use.nStorageSeq, nullptr, 0));
+            Step(&CancelStorageToInventory, pHandle);
+        }
     }
-    bool Step(void (*pfnCall)(const _STORAGE_USE_REQ*, _RESULT_RES*), _DATA_HANDLE* pHandle,
-              const std::function<bool(const _DATA_HANDLE*)>& fill)
+    bool Step(void (*pfnCall)(const _STORAGE_USE_REQ*, _RESULT_RES*), _DATA_HANDLE* pHandle)
     {
-        EXPECT_TRUE(fill(pHandle));
         auto req = Req<_STORAGE_USE_REQ>();
         req.hUseStorage = pHandle;
         _RESULT_RES res{};
@@ -236,64 +205,27 @@ private:
     }
 
     const std::string m_strUser;
-    const std::string m_strGame;
     Counts& m_counts;
     std::mt19937 m_random;
-    std::vector<std::string> m_vecBranches;
-    std::vector<std::string> m_vecProducts;
-};
-
-// Moves the sandbox's clock as the real one goes, and sees by how much the machine oversleeps.
-class ClockHand {
-public:
-    explicit ClockHand(SandboxTest::RunningSandbox& sandbox, long& nStill)
-        : m_thread([this, &sandbox, &nStill] {
-              constexpr std::chrono::milliseconds kTick{10};
-              auto last = Clock::now();
-              while (!m_bEnough) {
-                  const auto begin = Clock::now();
-                  std::this_thread::sleep_for(kTick);
-                  const auto now = Clock::now();
-                  nStill = std::max(nStill, MillisecondsOf(now - begin - kTick));
-                  sandbox.Advance(MillisecondsOf(now - last));
-                  last = now;
-              }
-          })
-    {
-    }
-    ~ClockHand()
-    {
-        m_bEnough = true;
-        m_thread.join();
-    }
-    ClockHand(const ClockHand&) = delete;
-    ClockHand& operator=(const ClockHand&) = delete;
-
-private:
-    std::atomic<bool> m_bEnough{false};
-    std::thread m_thread;
 };
 
 void OrderFaults(SandboxTest::RunningSandbox& sandbox)
 {
-    const struct {
-        const char* pszKind;
-        double dProbability;
-    } kKinds[] = {{R"("kind": "delay", "ms": 300)", 0.05},
-                  {R"("kind": "delay", "ms": 6000)", 0.003},
-                  {R"("kind": "drop")", 0.002},
-                  {R"("kind": "refuse", "code": 99, "text": "not now")", 0.05},
-                  {R"("kind": "split", "bytes": 40)", 0.01},
-                  {R"("kind": "coalesce", "ms": 50)", 0.05},
-                  {R"("kind": "cut", "bytes": 6)", 0.00005}};
-    for (const char* pszClass :
+    const std::pair<const char*, const char*> kKinds[] = {
+        {R"("kind": "delay", "ms": 300)", "0.05"},
+        {R"("kind": "delay", "ms": 6000)", "0.003"},
+        {R"("kind": "drop")", "0.002"},
+        {R"("kind": "refuse", "code": 99, "text": "not now")", "0.05"},
+        {R"("kind": "split", "bytes": 40)", "0.01"},
+        {R"("kind": "coalesce", "ms": 50)", "0.05"},
+        {R"("kind": "cut", "bytes": 6)", "0.00005"}};
+    for (const std::string strClass :
          {"XS2C_QueryMenuListAns", "XS2C_QueryProductListAns", "XS2C_QueryProductDetailAns",
           "XS2C_QueryRuvcoinAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
           "XC2S_RequestUseStorageAns", "XS2C_ConfirmUseStorageAns", "XS2C_CancelUseStorageAns"}) {
-        for (const auto& kind : kKinds) {
-            const std::string strFault = std::string(R"({"class": ")") + pszClass + "\", " + kind.pszKind +
-                                         R"(, "count": 0, "probability": )" +
-                                         std::to_string(kind.dProbability) + "}";
+        for (const auto& [pszKind, pszProbability] : kKinds) {
+            const std::string strFault = R"({"class": ")" + strClass + "\", " + pszKind +
+                                         R"(, "count": 0, "probability": )" + pszProbability + "}";
             EXPECT_EQ(sandbox.Post("/fault", strFault).nStatus, 200) << strFault;
         }
     }
@@ -302,41 +234,51 @@ void OrderFaults(SandboxTest::RunningSandbox& sandbox)
 // What each user has and has paid is what he began with.
 void CheckMoney(SandboxTest::RunningSandbox& sandbox)
 {
-    long nOrders = 0;
+    std::size_t nOrders = 0;
     for (int n = 0; n < kCallers; ++n) {
-        const auto user = sandbox.Get("/users?user=" + UserOf(n)).json["users"][0];
         const auto orders = sandbox.Get("/orders?user=" + UserOf(n) + "&limit=100000").json["orders"];
-        long nPaid = 0;
+        long nHasAndPaid = sandbox.User(UserOf(n))["ruvCoin"].get<long>();
         for (const auto& order : orders)
-            nPaid += order["price"].get<long>();
-        EXPECT_EQ(user["ruvCoin"].get<long>() + nPaid, kCoin) << UserOf(n);
-        nOrders += static_cast<long>(orders.size());
+            nHasAndPaid += order["price"].get<long>();
+        EXPECT_EQ(nHasAndPaid, kCoin) << UserOf(n);
+        nOrders += orders.size();
     }
-    EXPECT_GT(nOrders, kCallers);
-    std::printf("%ld orders\n", nOrders);
+    EXPECT_GT(nOrders, static_cast<std::size_t>(kCallers));
+    std::printf("%zu orders\n", nOrders);
 }
 
 TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
 {
     const SandboxTest::TempDir dir;
-    const std::string strGame = WriteSeed(dir / "seed.json");
-    SandboxTest::RunningSandbox sandbox("", dir / "seed.json");
+    SandboxTest::RunningSandbox sandbox({.strSeed = WriteSeed(dir / "seed.json")});
     GameServer game(sandbox.Port());
     game.settings.nReconnectCycle = 1;
     ASSERT_TRUE(game.Start());
+    OrderFaults(sandbox);
     Counts counts;
     long nStill = 0;  // milliseconds
-    {
-        const ClockHand hand(sandbox, nStill);
-        OrderFaults(sandbox);
-        std::vector<std::thread> vecCallers;
-        const auto end = Clock::now() + kShopping;
-        for (int n = 0; n < kCallers; ++n)
-            vecCallers.emplace_back([&, n] { Shopper(n, strGame, counts).Shop(end); });
-        for (auto& caller : vecCallers)
-            caller.join();
-        std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
-    }
+    std::vector<std::thread> vecCallers;
+    const auto begin = Clock::now();
+    for (int n = 0; n < kCallers; ++n)
+        vecCallers.emplace_back([&, n] { Shopper(n, counts).Shop(begin + kShopping); });
+    std::atomic<bool> bEnough{false};
+    // Moves the sandbox's clock as the real one goes, and sees by how much the machine oversleeps.
+    std::thread hand([&] {
+        constexpr std::chrono::milliseconds kTick{10};
+        for (auto last = begin; !bEnough;) {
+            const auto asleep = Clock::now();
+            std::this_thread::sleep_for(kTick);
+            const auto now = Clock::now();
+            nStill = std::max(nStill, MillisecondsOf(now - asleep - kTick));
+            sandbox.Advance(MillisecondsOf(now - last));
+            last = now;
+        }
+    });
+    for (auto& caller : vecCallers)
+        caller.join();
+    std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
+    bEnough = true;
+    hand.join();
     std::printf(
         "%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms; the machine stood still "
         "for %ld\n",
