@@ -10,8 +10,8 @@
 #include <map>
 #include <sstream>
 
+#include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/Frames.h"
-#include "sandbox/wire/MessageFacts.h"
 #include "wirova/BigEndian.h"
 
 namespace SandboxTest {
