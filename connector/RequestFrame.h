@@ -67,12 +67,16 @@ void RunInside(Call& call, Response& res)
         call.OnSendFailed();
         return;
     }
-    // Behind the send on purpose: an answer that has overtaken this line is lost to the caller, who then
-    // hears of a timeout at once; a list that it brought is nobody's then.
-    PresetResponse(waiter, [](Response& preset) {
-        DestroyLists(preset);
+    // The preset comes behind the send on purpose. An answer that has come before it is lost to the caller,
+    // who hears of a timeout at once; the lists of that answer have no owner then and are freed here, behind
+    // the waiter's lock.
+    Response overtaken{};
+    PresetResponse(waiter, [&](Response& preset) {
+        overtaken = preset;
+        ForgetLists(preset);
         SetFailure(preset, Call::kTimeout);
     });
+    DestroyLists(overtaken);
     waiter.hEvent.Wait(kAnswerTimeout);
     // From here on an answer is late, and its handler knows it: nothing can be stored behind the copy.
     waiters.RemoveWaiter(waiter.nReqID);

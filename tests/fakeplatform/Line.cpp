@@ -55,7 +55,7 @@ void Line::Attach(std::shared_ptr<Netrova::Link::_THandle> p, asio::io_context& 
         TheLines().mapByLink[p.get()] = shared_from_this();
     }
     const std::lock_guard lock(mutex);
-    pStrand = std::make_unique<asio::strand<asio::io_context::executor_type>>(asio::make_strand(context));
+    pContext = &context;
     pLink = std::move(p);
     if (!deqIncoming.empty() || bPeerClosed)
         Post(&Line::Pump);
@@ -63,7 +63,7 @@ void Line::Attach(std::shared_ptr<Netrova::Link::_THandle> p, asio::io_context& 
 
 void Line::Post(void (Line::*pfnWork)())
 {
-    asio::post(*pStrand, [pSelf = shared_from_this(), pfnWork] { (*pSelf.*pfnWork)(); });
+    asio::post(*pContext, [pSelf = shared_from_this(), pfnWork] { (*pSelf.*pfnWork)(); });
 }
 
 void Line::Pump()

@@ -50,7 +50,7 @@ struct Line : std::enable_shared_from_this<Line> {
 
     // ---- the library's side ----
     void Attach(std::shared_ptr<Netrova::Link::_THandle> p, asio::io_context& context);
-    void Post(void (Line::*pfnWork)());  // on the link's strand
+    void Post(void (Line::*pfnWork)());  // on a pool thread; not once the line has ended
     void Pump();                         // gives the link the next chunk that is due, or the end
     void End();
     void Flush();  // what the link has queued goes to the peer
@@ -69,7 +69,8 @@ private:
 
     const std::shared_ptr<Inbox> pInbox;
     const int nConnection;
-    std::unique_ptr<asio::strand<asio::io_context::executor_type>> pStrand;
+    // The connector's. The line may outlive it, and touches it only while there is a link.
+    asio::io_context* pContext = nullptr;
 
     std::mutex mutex;
     std::shared_ptr<Netrova::Link::_THandle> pLink;  // null once the line has ended
