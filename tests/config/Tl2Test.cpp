@@ -85,7 +85,7 @@ TEST_F(Tl2, ModulesAndGroups)
     EXPECT_FALSE(MoveToModule(p, "none"));
     ASSERT_TRUE(MoveToModule(p, "VELKAR"));
     EXPECT_FALSE(MoveToModule(p, "VELKAR")) << "no modules are below a module";
-    EXPECT_EQ(Property("A"), "(none)") << "nor properties";
+    EXPECT_EQ(Property("A"), "-") << "nor properties";
     EXPECT_TRUE(MoveToGroup(p, "FIRST") && MoveToGroup(p, "Second")) << "from a group to its neighbour";
     EXPECT_EQ(Property("a"), "of the second");
     EXPECT_FALSE(MoveToGroup(p, "CONNECTOR_INFO")) << "that one is another module's";

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "platform/Host.h"
+#include "tests/platform/Waiting.h"
 #include "tests/support/LoopbackTest.h"
 
 namespace {
@@ -24,17 +25,14 @@ void Save(const std::string& strText)
 void Spoil(int n, const GameServer& game)
 {
     const std::string strGood = game.settings.Text();
-    const int nKind = n % 6;
-    if (nKind == 0)
-        Save(strGood);
-    else if (nKind == 1)
-        Save(strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97));
-    else if (nKind == 2)
-        Save("");
-    else if (nKind == 3)
-        std::remove(SettingsPath().c_str());
+    const std::string kTexts[] = {strGood,
+                                  strGood.substr(0, strGood.size() * static_cast<std::size_t>(n % 97) / 97),
+                                  "", "<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<')};
+    const std::size_t nKind = static_cast<std::size_t>(n) % 6;
+    if (nKind < std::size(kTexts))
+        Save(kTexts[nKind]);
     else if (nKind == 4)
-        Save("<TARVO><module name='VELKAR'><group name='" + std::string(10000, '<'));
+        std::remove(SettingsPath().c_str());
     else
         try {
             game.WriteSettings();          // over the old one in one step
@@ -73,9 +71,7 @@ TEST_F(LoopbackTest, SettingsSavedAHundredTimesASecond)
     for (const int nProductID : {1001, 1002, 1003}) {
         Game().settings.products.push_back({nProductID, "New", 2});
         Save(Game().settings.Text());
-        const auto limit = Clock::now() + std::chrono::seconds(20);
-        while (std::string(GetBillingName(nProductID)).empty() && Clock::now() < limit)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_TRUE(Eventually([&] { return *GetBillingName(nProductID) != '\0'; }));
         EXPECT_STREQ(GetBillingName(nProductID), "New");
     }
 }

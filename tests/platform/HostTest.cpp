@@ -23,10 +23,9 @@ protected:
         Host::CloseStopEvent(m_pStop);
     }
 
-    std::string Path(const std::string& strName) const { return (m_dir.Path() / strName).string(); }
-    void Save(const std::string& strName, const std::string& strText) const
+    void Save(const std::string& strText) const
     {
-        std::ofstream(Path(strName), std::ios::binary | std::ios::trunc) << strText;
+        std::ofstream(m_strFile, std::ios::binary | std::ios::trunc) << strText;
     }
 
     // How a wait ends during which that is done. One that does not end fails the test instead of hanging it.
@@ -42,6 +41,7 @@ protected:
     }
 
     const Support::TempDirectory m_dir;
+    const std::string m_strFile = (m_dir.Path() / "settings").string();
     Host::StopEvent* const m_pStop = Host::CreateStopEvent();
     Host::ChangeNotification* const m_pChange = Host::FindFirstChange(m_dir.Path().string());
 };
@@ -63,17 +63,15 @@ TEST(Host, NamesADirectoryThatAPathCanBeBuiltFromAndAPlausibleLocalTime)
 TEST_F(HostFiles, TellsWhetherAFileIsThereAndWhenItWasWritten)
 {
     std::int64_t nFirst = 0, nAgain = 0, nLater = 0;
-    EXPECT_FALSE(Host::FileExists(Path("missing")));
-    EXPECT_FALSE(Host::GetLastWriteTime(Path("missing"), nFirst));
-    EXPECT_EQ(nullptr, Host::FindFirstChange(Path("missing")));
+    EXPECT_FALSE(Host::FileExists(m_strFile) || Host::GetLastWriteTime(m_strFile, nFirst));
+    EXPECT_EQ(nullptr, Host::FindFirstChange(m_strFile));
     EXPECT_NE(0u, Platova::GetLastError());
-    Save("settings", "a");
-    EXPECT_TRUE(Host::FileExists(Path("settings")));
-    ASSERT_TRUE(Host::GetLastWriteTime(Path("settings"), nFirst));
-    ASSERT_TRUE(Host::GetLastWriteTime(Path("settings"), nAgain));
+    Save("a");
+    EXPECT_TRUE(Host::FileExists(m_strFile));
+    ASSERT_TRUE(Host::GetLastWriteTime(m_strFile, nFirst) && Host::GetLastWriteTime(m_strFile, nAgain));
     EXPECT_EQ(nFirst, nAgain);
-    fs::last_write_time(Path("settings"), fs::last_write_time(Path("settings")) + std::chrono::hours(1));
-    ASSERT_TRUE(Host::GetLastWriteTime(Path("settings"), nLater));
+    fs::last_write_time(m_strFile, fs::last_write_time(m_strFile) + std::chrono::hours(1));
+    ASSERT_TRUE(Host::GetLastWriteTime(m_strFile, nLater));
     EXPECT_NE(nFirst, nLater);
 }
 
@@ -81,8 +79,8 @@ TEST_F(HostFiles, TellsWhetherAFileIsThereAndWhenItWasWritten)
 TEST_F(HostFiles, AChangeBeforeArmingIsNotLost)
 {
     for (std::size_t n = 1; n <= 3; ++n) {
-        ASSERT_EQ(Host::WaitResult::Changed, Wait([&] { Save("settings", std::string(n, 'a')); }));
-        Save("settings", std::string(n + 10, 'b'));
+        ASSERT_EQ(Host::WaitResult::Changed, Wait([&] { Save(std::string(n, 'a')); }));
+        Save(std::string(n + 10, 'b'));
         EXPECT_TRUE(Host::FindNextChange(m_pChange));
         EXPECT_EQ(Host::WaitResult::Changed, Wait());
         EXPECT_TRUE(Host::FindNextChange(m_pChange));
@@ -91,7 +89,7 @@ TEST_F(HostFiles, AChangeBeforeArmingIsNotLost)
 
 TEST_F(HostFiles, TheOrderToStopComesFirstAndCountsOnce)
 {
-    Save("settings", "a");
+    Save("a");
     Host::SetStopEvent(m_pStop);
     EXPECT_EQ(Host::WaitResult::Stopped, Wait());
     EXPECT_EQ(Host::WaitResult::Changed, Wait());
@@ -105,30 +103,25 @@ namespace {
 std::string Utf16(const std::u16string& str)
 {
     std::string strResult;
-    for (const char16_t c : str) {
-        strResult += static_cast<char>(c & 0xFF);
-        strResult += static_cast<char>(c >> 8);
-    }
+    for (const char16_t c : str)
+        strResult += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
     return strResult;
-}
-
-bool LooksWide(const std::string& str)
-{
-    return Host::IsTextUnicode(str.data(), static_cast<int>(str.size()));
 }
 
 }  // namespace
 
 TEST(WideText, IsToldFromOtherText)
 {
-    const std::u16string strSettings =
-        u"<Settings>\r\n  <Server ip=\"127.0.0.1\" port=\"9000\"/>\r\n</Settings>\r\n";
-    EXPECT_TRUE(LooksWide(Utf16(u"\uFEFF" + strSettings)));
-    EXPECT_TRUE(LooksWide(Utf16(u"\uFEFF<Name>\uD55C\uAD6D\uC5B4</Name>\r\n")));
-    EXPECT_TRUE(LooksWide(Utf16(strSettings)));
-    EXPECT_FALSE(LooksWide("<?xml version=\"1.0\"?>\r\n<Settings><Server/></Settings>\r\n"));
-    EXPECT_FALSE(LooksWide("<Name>\xED\x95\x9C\xEA\xB5\xAD\xEC\x96\xB4</Name>\r\n"));
-    EXPECT_FALSE(Host::IsTextUnicode("", 0));
+    const std::u16string strSettings = u"<Settings>\r\n  <Server ip=\"127.0.0.1\"/>\r\n</Settings>\r\n";
+    const std::pair<std::string, bool> kTable[] = {
+        {Utf16(u"\uFEFF" + strSettings), true},
+        {Utf16(u"\uFEFF<Name>\uD55C\uAD6D\uC5B4</Name>\r\n"), true},
+        {Utf16(strSettings), true},
+        {"<?xml version=\"1.0\"?>\r\n<Settings><Server/></Settings>\r\n", false},
+        {"<Name>\xED\x95\x9C\xEA\xB5\xAD\xEC\x96\xB4</Name>\r\n", false},
+        {"", false}};
+    for (const auto& [str, bWide] : kTable)
+        EXPECT_EQ(bWide, Host::IsTextUnicode(str.data(), static_cast<int>(str.size()))) << str;
 }
 
 TEST(WideText, BecomesUtf8OfEveryLengthAndAHalfPairIsReplaced)

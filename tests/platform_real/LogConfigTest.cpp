@@ -32,46 +32,36 @@ std::string Told(const std::string& strText)
 TEST(LogConfig, TakesEveryKeyAndNamesTheLineOfEveryMistake)
 {
     const std::string strDefault = "Info log/{service}.{logger}.log 16777216 10 Error 3";
-    const struct {
-        const char* pszText;
-        std::string strTold;
-        const char* pszWarning;  // the beginning of the only one
-    } kTable[] = {
-        {"", strDefault, nullptr},
-        {"\n# nothing but a comment\n", strDefault, nullptr},
-        {"\xEF\xBB\xBF\r\n  \t\r\n", strDefault, nullptr},
+    const std::pair<const char*, std::string> kTable[] = {
+        {"", strDefault},
+        {"\n# nothing but a comment\n", strDefault},
+        {"\xEF\xBB\xBF\r\n  \t\r\n", strDefault},
         {"\xEF\xBB\xBF# the game's log\r\nlevel=debug\r\n  file  =  my logs/#1.log   # behind a blank\r\n"
          "max_size = 512k\r\nmax_files = 3\r\nflush = Warning , 60",
-         "Debug my logs/#1.log 524288 3 Warning 60", nullptr},
-        {"file=f\nflush = 7", "Info f 16777216 10 Error 7", nullptr},
-        {"file=f\nflush = TRACE", "Info f 16777216 10 Trace 3", nullptr},
-        {"file=f\nmax_size = 2048", "Info f 2048 10 Error 3", nullptr},
-        {"file=f\nmax_size = 1G", "Info f 1073741824 10 Error 3", nullptr},
-        {"file=f\nlevel = Error\nlevel = Debug", "Debug f 16777216 10 Error 3", "line 3: level is set again"},
-        {"\ncolour = red", strDefault, "line 2: the key \"colour\" is unknown"},
-        {"Level = Info", strDefault, "line 1: the key \"Level\" is unknown"},
-        {"just words", strDefault, "line 1: \"just words\" is not of the form key = value"},
-        {"level = Verbose", strDefault, "line 1: level takes"},
-        {"level =", strDefault, "line 1: level takes"},
-        {"file =", strDefault, "line 1: file takes"},
-        {"max_size = 1023", strDefault, "line 1: max_size takes a size from 1K to 1G, not \"1023\""},
-        {"max_size = 2G", strDefault, "line 1: max_size takes"},
-        {"max_size = 99999999999999999999", strDefault, "line 1: max_size takes"},
-        {"max_size = -1M", strDefault, "line 1: max_size takes"},
-        {"max_size = M", strDefault, "line 1: max_size takes"},
-        {"max_files = 0", strDefault, "line 1: max_files takes"},
-        {"max_files = 4x", strDefault, "line 1: max_files takes"},
-        {"flush = 0", strDefault, "line 1: flush takes"},
-        {"flush = Error 5", strDefault, "line 1: flush takes"},
-        {"flush = Error, 5, 6", strDefault, "line 1: flush takes"},
-    };
-    for (const auto& row : kTable) {
-        const std::string strTold = Told(row.pszText);
-        const std::string strExpected =
-            row.strTold + (row.pszWarning != nullptr ? std::string("|") + row.pszWarning : "");
-        EXPECT_EQ(strExpected, strTold.substr(0, strExpected.size())) << row.pszText;
-        EXPECT_EQ(row.pszWarning != nullptr ? 1 : 0, std::count(strTold.begin(), strTold.end(), '|'))
+         "Debug my logs/#1.log 524288 3 Warning 60"},
+        {"file=f\nflush = 7", "Info f 16777216 10 Error 7"},
+        {"file=f\nflush = TRACE\nmax_size = 2048", "Info f 2048 10 Trace 3"},
+        {"file=f\nmax_size = 1G", "Info f 1073741824 10 Error 3"},
+        {"file=f\nlevel = Error\nlevel = Debug", "Debug f 16777216 10 Error 3|line 3: level is set again"},
+        {"\ncolour = red", strDefault + "|line 2: the key \"colour\" is unknown"},
+        {"Level = Info", strDefault + "|line 1: the key \"Level\" is unknown"},
+        {"just words", strDefault + "|line 1: \"just words\" is not of the form key = value"},
+        {"max_size = 1023", strDefault + "|line 1: max_size takes a size from 1K to 1G, not \"1023\""}};
+    const auto expect = [](const char* pszText, const std::string& strExpected) {
+        const std::string strTold = Told(pszText);
+        EXPECT_EQ(strExpected, strTold.substr(0, strExpected.size())) << pszText;
+        EXPECT_EQ(std::count(strExpected.begin(), strExpected.end(), '|'),
+                  std::count(strTold.begin(), strTold.end(), '|'))
             << strTold;
+    };
+    for (const auto& [pszText, strExpected] : kTable)
+        expect(pszText, strExpected);
+    for (const char* pszRefused :
+         {"level = Verbose", "level =", "file =", "max_size = 2G", "max_size = 99999999999999999999",
+          "max_size = -1M", "max_size = M", "max_files = 0", "max_files = 4x", "flush = 0", "flush = Error 5",
+          "flush = Error, 5, 6"}) {
+        const std::string strText = pszRefused;
+        expect(pszRefused, strDefault + "|line 1: " + strText.substr(0, strText.find(' ')) + " takes");
     }
 }
 
@@ -91,23 +81,23 @@ TEST(LogConfig, SaysLittleAboutAFileThatIsNone)
 TEST(LogConfig, PutsTheFileBesideTheConfiguration)
 {
     const bool bWindows = std::string(Host::GetPathSeparator()) == "\\";
-    LogConfig config;
-    config.strFile = "log/{service}-{logger}-{logger}.log";
-    EXPECT_EQ("/srv/game/log/Velkar-Main-Main.log",
-              GetLogPath(config, "/srv/game/log.conf", "Velkar", "Main"));
-    EXPECT_EQ("log/Velkar-Main-Main.log", GetLogPath(config, "log.conf", "Velkar", "Main"));
-    EXPECT_EQ("log/.._.._etc-a_b_c-a_b_c.log", GetLogPath(config, "log.conf", "../../etc", "a\\b:c"));
-    config.strFile = "/var/log/velkar.log";
-    EXPECT_EQ("/var/log/velkar.log", GetLogPath(config, "/srv/game/log.conf", "S", "L"));
-    config.strFile = "D:\\logs\\velkar.log";
+    const auto path = [](const char* pszFile, const char* pszConfig, const char* pszService = "Velkar",
+                         const char* pszLogger = "Main") {
+        LogConfig config;
+        config.strFile = pszFile;
+        return GetLogPath(config, pszConfig, pszService, pszLogger);
+    };
+    const char* const pszBoth = "log/{service}-{logger}-{logger}.log";
+    EXPECT_EQ("/srv/game/log/Velkar-Main-Main.log", path(pszBoth, "/srv/game/log.conf"));
+    EXPECT_EQ("log/Velkar-Main-Main.log", path(pszBoth, "log.conf"));
+    EXPECT_EQ("log/.._.._etc-a_b_c-a_b_c.log", path(pszBoth, "log.conf", "../../etc", "a\\b:c"));
+    EXPECT_EQ("/var/log/velkar.log", path("/var/log/velkar.log", "/srv/game/log.conf"));
     EXPECT_EQ(bWindows ? "D:\\logs\\velkar.log" : "/srv/D:\\logs\\velkar.log",
-              GetLogPath(config, "/srv/log.conf", "S", "L"));
+              path("D:\\logs\\velkar.log", "/srv/log.conf"));
     if (bWindows) {
-        config.strFile = "logs\\a.log";
-        EXPECT_EQ("C:\\game\\logs\\a.log", GetLogPath(config, "C:\\game\\log.conf", "S", "L"));
+        EXPECT_EQ("C:\\game\\logs\\a.log", path("logs\\a.log", "C:\\game\\log.conf"));
     }
-    config.strFile = "{service}";
-    EXPECT_EQ("", GetLogPath(config, "log.conf", "", "L"));
+    EXPECT_EQ("", path("{service}", "log.conf", ""));
 }
 
 namespace {

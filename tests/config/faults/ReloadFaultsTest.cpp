@@ -1,6 +1,7 @@
 // The settings on a platform whose operations fail on order: log lines, the dialog, no spinning.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -57,11 +58,10 @@ protected:
     }
     static bool IsLogged(Level level, const std::string& strText, bool bFormatted)
     {
-        for (const auto& line : Fake::Journal::Lines()) {
-            if (line.level == level && line.strText == strText && line.bFormatted == bFormatted)
-                return true;
-        }
-        return false;
+        const auto lines = Fake::Journal::Lines();
+        return std::any_of(lines.begin(), lines.end(), [&](const auto& line) {
+            return line.level == level && line.strText == strText && line.bFormatted == bFormatted;
+        });
     }
 
     std::unique_ptr<Settings::File> m_file, m_log;
@@ -137,8 +137,8 @@ TEST_F(ReloadFaults, OnlyTheFirstLoadShowsADialog)
     for (const bool bShown : {true, false}) {
         Fake::HostProcess::SetBoxAnswer(bShown);
         EXPECT_FALSE(Open());
-        EXPECT_EQ(Fake::HostProcess::Boxes().back().strTitle, "XML Parsing error");
-        EXPECT_EQ(Fake::HostProcess::Boxes().back().strText, strReport);
+        const auto box = Fake::HostProcess::Boxes().back();
+        EXPECT_EQ(box.strTitle + "|" + box.strText, "XML Parsing error|" + strReport);
         EXPECT_EQ(Fake::Journal::Logged(Level::Error, strReport), !bShown) << "unless somebody has seen it";
     }
     EXPECT_EQ(Fake::Calls(Op::ThreadStart), 0) << "nothing to watch after a failed open";
