@@ -22,10 +22,12 @@ constexpr const char* kDocument = R"(<?xml version="1.0"?>
             <property name="B">  text <!-- c --> value </property>
             <property name="C"><![CDATA[ clear value ]]></property>
             <property name="D" value="by attribute">text</property>
-            <property name="E"/><property name="F" value=""/><property name="G" value="   ">text</property>
+            <property name="E"/><property name="F" value=""/>
+            <property name="G" value="   ">text</property>
             <property name="H" value>text behind an attribute without value</property>
             <property_array name="1" size="2" value0="zero" value1=" one " value2="two"/>
-            <property_array name="2" size="0" value0="zero"/><property_array name="3" value0="zero"/>
+            <property_array name="2" size="0" value0="zero"/>
+            <property_array name="3" value0="zero"/>
         </group>
         <group name="second"><property name="A" value="of the second"/></group>
         <group name="clears">
@@ -34,7 +36,8 @@ constexpr const char* kDocument = R"(<?xml version="1.0"?>
             <property name="P"><![CDATA[not at its place among the properties]]></property>
         </group>
         <group name="broken">
-            <property name="before" value="found"/><property value="nameless"/><property name="behind" value="x"/>
+            <property name="before" value="found"/><property value="nameless"/>
+            <property name="behind" value="not found"/>
         </group>
     </Module>
 </tarvo>)";
