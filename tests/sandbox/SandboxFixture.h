@@ -19,6 +19,7 @@
 
 #include "sandbox/Server.h"
 #include "sandbox/base/Json.h"
+#include "tests/support/TempDirectory.h"
 #include "tests/wirova/MessageText.h"
 #include "wirova/messages/AllMessages.h"
 
@@ -42,9 +43,11 @@ struct HttpAnswer {
     std::string strBody;
     Sandbox::Json json;  // null if the body is none
 };
-// vecHeaders: "Name: value", in place of the usual Host if it is one.
+// strHeader: "Name: value", in place of the usual Host if it is one.
 HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::string& strPath,
-                const std::string& strBody = "", const std::vector<std::string>& vecHeaders = {});
+                const std::string& strBody = "", const std::string& strHeader = "");
+
+::testing::AssertionResult Contains(const std::string& strAll, const std::string& strPart);
 
 // What somebody posts by mistake, and a part of the text that says so.
 struct Mistake {
@@ -118,10 +121,7 @@ public:
     }
     // The answer to a request as MakeRequest takes it; with names, as Pick gives it.
     std::unique_ptr<Wirova::IMessage> Ask(const std::string& strRequest);
-    std::string Ask(const std::string& strRequest, const std::string& strNames)
-    {
-        return Pick(*Ask(strRequest), strNames);
-    }
+    std::string Ask(const std::string& str, const std::string& strNames) { return Pick(*Ask(str), strNames); }
     template <class Ans>
     std::unique_ptr<Ans> Ask(const std::string& strRequest)
     {
@@ -138,10 +138,9 @@ public:
     {
         return Ask("CheckOut strUserID=" + strUserID + " strSeqNo=" + strSeqNo, "bSuccess") == "1";
     }
-    bool MoveTo(const std::string& strID) { return Ask("UserMoveTo strUserID=" + strID, "bSuccess") == "1"; }
-    bool MoveFrom(const std::string& strID)
+    bool Move(const std::string& strWay, const std::string& strID)  // "To" or "From"
     {
-        return Ask("UserMoveFrom strUserID=" + strID, "bSuccess") == "1";
+        return Ask("UserMove" + strWay + " strUserID=" + strID, "bSuccess") == "1";
     }
     // The state of the answer, and the price: "0,1100".
     std::string Buy(const std::string& strUserID, const std::string& strProductID,
@@ -160,7 +159,11 @@ public:
     // "UserListSync" or "FailedCheckOut", of users and their Seq Nos.
     void SendList(const std::string& strName,
                   const std::vector<std::pair<std::string, std::string>>& vecUsers);
-    void Heartbeat();
+    void Heartbeat()
+    {
+        Send(XC2S_Heartbeat());
+        Settle();
+    }
     void Settle() { Ask("QueryBillingInfo"); }  // returns when the sandbox has dealt with all sent before
 
 private:
@@ -195,15 +198,8 @@ protected:
     Client m_client{m_sandbox.Port(), "g"};
 };
 
-// A directory of this test's own, removed at the end.
-class TempDir {
-public:
-    TempDir();
-    ~TempDir();
-    std::string operator/(const std::string& strName) const { return m_strPath + '/' + strName; }
-
-private:
-    std::string m_strPath;
+struct TempDir : Support::TempDirectory {
+    std::string operator/(const std::string& strName) const { return (Path() / strName).string(); }
 };
 
 // Writes it and returns its path.

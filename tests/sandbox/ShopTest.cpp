@@ -22,19 +22,16 @@ TEST_F(ShopTest, QueriesShowTheSeed)
         {"QueryProductDetail strProductID=SWORD", "strOptionName", "|||Blue hilt|Red hilt|Rune of frost"},
         {"QueryProductDetail strProductID=SHIELD", "cConditionType strConditionValue",
          "||H,60|T,Only as long as stocks last"},
-        {"QueryRuvcoin strUserID=erin", "nRuvCoin", "0"},
         // The best discount makes the price.
         {"QueryDiscount strUserNo=10001 strProductID=SWORD nLevel=19", "nPrice bUse", "1200|0|0"},
         {"QueryDiscount strUserNo=10001 strProductID=SWORD nLevel=20", "nPrice bUse", "1100|0|1"},
         {"QueryDiscount strUserNo=10001 strProductID=SWORD nLevel=49", "nPrice bUse", "1100|0|1"},
         {"QueryDiscount strUserNo=10001 strProductID=SWORD nLevel=50", "nPrice bUse", "960|1|0"},
-        {"QueryDiscount strUserNo=10001 strProductID=SHIELD nLevel=1", "nPrice bUse", "600"},
         {"QueryDiscount strUserNo=10001 strProductID=CROWN nLevel=1", "nPrice bUse", "100"},
         // Coupons are those that could be used; the crown takes none.
         {"QueryCoupont strUserID=alice strProductID=SWORD", "strCouponUseID", "|ALICE-10|ALICE-SWORD"},
         {"QueryCoupont strUserID=alice strProductID=POTION", "strCouponUseID", "|ALICE-10"},
         {"QueryCoupont strUserID=alice strProductID=CROWN", "strCouponUseID", ""},
-        {"QueryCoupont strUserID=bob strProductID=SWORD", "strCouponUseID", ""},
     });
 }
 
@@ -43,7 +40,6 @@ TEST_F(ShopTest, ListsAreSearchedAndPaged)
     const std::pair<const char*, const char*> kCases[] = {
         {"cSearchType=A nRow=100 nPage=1", "5,1,1|SWORD|SHIELD|CROWN|POTION|TICKET"},
         {"strSearchValue=ignored nRow=100 nPage=1", "5,1,1|SWORD|SHIELD|CROWN|POTION|TICKET"},
-        {"strBranchID=GEAR cSearchType=A nRow=100 nPage=1", "3,1,1|SWORD|SHIELD|CROWN"},
         {"strBranchID=ARMOUR cSearchType=A nRow=100 nPage=1", "2,1,1|SHIELD|CROWN"},
         {"cSearchType=A nRow=2 nPage=1", "5,3,1|SWORD|SHIELD"},
         {"cSearchType=A nRow=2 nPage=3", "5,3,3|TICKET"},
@@ -82,7 +78,6 @@ TEST_F(ShopTest, RefusalsHaveACodeAndAText)
         {"QueryProductList cSearchType=? nRow=100 nPage=1", "24"},
         {"QueryProductList cSearchType=A nRow=0 nPage=1", "25"},
         {"QueryProductList cSearchType=A nRow=1001 nPage=1", "25"},
-        {"QueryProductList cSearchType=A nRow=10 nPage=0", "25"},
         {"QueryRuvcoin", "7"},
         {"QueryRuvcoin strUserID=nobody", "2"},
         {"QueryCoupont strProductID=SWORD strUserID=nobody", "2"},

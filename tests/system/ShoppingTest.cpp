@@ -26,16 +26,15 @@ constexpr std::chrono::seconds kShopping{VELKAR_SHOPPING_SECONDS};
 // processors. How long the machine itself has stood still is measured and comes on top.
 constexpr std::chrono::milliseconds kLongestCall{VELKAR_LONGEST_CALL};
 
-std::string UserOf(int n) { return "shopper" + std::to_string(n); }
+// Two shoppers share a purse.
+std::string UserOf(int n) { return "shopper" + std::to_string(n / 2); }
 
 // The demo's shop with users of our own.
 std::string WriteSeed(const std::string& strPath)
 {
     Sandbox::Json seed = Sandbox::Json::parse(Sandbox::kDemoSeed);
-    for (int n = 0; n < kCallers; ++n) {
-        seed["users"].push_back(
-            {{"userId", UserOf(n)}, {"userNo", std::to_string(900000 + n)}, {"ruvCoin", kCoin}});
-    }
+    for (int n = 0; n < kCallers; n += 2)
+        seed["users"].push_back({{"userId", UserOf(n)}, {"userNo", UserOf(n)}, {"ruvCoin", kCoin}});
     return SandboxTest::WriteFile(strPath, seed.dump());
 }
 
@@ -45,7 +44,7 @@ long MillisecondsOf(Clock::duration time)
 }
 
 struct Counts {
-    std::atomic<long> nCalls{0}, nGood{0}, nTimeouts{0}, nLateDetails{0};
+    std::atomic<long> nGood{0}, nLateDetails{0};
     std::atomic<long> nLongest{0};  // milliseconds
 };
 
@@ -60,9 +59,8 @@ public:
     // Until then, and on a slow machine until all together have had enough.
     void Shop(Clock::time_point end)
     {
-        void (Shopper::*const kVisits[])() = {&Shopper::Menu,    &Shopper::Products, &Shopper::Detail,
-                                              &Shopper::Balance, &Shopper::Buy,      &Shopper::Buy,
-                                              &Shopper::Box,     &Shopper::Box};
+        void (Shopper::*const kVisits[])() = {&Shopper::Detail, &Shopper::Detail, &Shopper::Buy,
+                                              &Shopper::Box};
         while (Clock::now() < end || (m_counts.nGood < kEnoughGood && Clock::now() < end + kMoreTime))
             (this->*kVisits[m_random() % std::size(kVisits)])();
     }
@@ -82,11 +80,8 @@ private:
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             return false;
         }
-        ++m_counts.nCalls;
-        const bool bTimeout = std::strstr(res.szError, "because of timeout.") != nullptr;
-        m_counts.nTimeouts += bTimeout;
         if constexpr (requires { res.hChildProduct; })
-            m_counts.nLateDetails += bTimeout;
+            m_counts.nLateDetails += std::strstr(res.szError, "because of timeout.") != nullptr;
         m_counts.nGood += res.bSuccess == 1;
         return res.bSuccess == 1;
     }
@@ -98,48 +93,15 @@ private:
             Put(req.szGameID, SandboxTest::kGame);
         if constexpr (requires { req.szUserID; })
             Put(req.szUserID, m_strUser);
-        if constexpr (requires { req.szUserIP; })
-            Put(req.szUserIP, "10.0.0.1");
         if constexpr (requires { req.szCharacterID; })
             Put(req.szCharacterID, "hero");
-        if constexpr (requires { req.nLevel; })
-            req.nLevel = 99;
-        if constexpr (requires { req.cSearchType; })
-            req.cSearchType = 'A';
         return req;
-    }
-    template <class Record, class Get>
-    static std::vector<Record> Read(_DATA_HANDLE* pHandle, Get get)
-    {
-        std::vector<Record> vecRecords(GetDataSize(pHandle, nullptr, 0));
-        for (std::size_t n = 0; n < vecRecords.size(); ++n)
-            EXPECT_TRUE(get(pHandle, n, &vecRecords[n], nullptr, 0));
-        DestroyHandle(pHandle);
-        return vecRecords;
     }
     std::string AnyProduct()
     {
         return std::vector{"SWORD", "SHIELD", "CROWN", "POTION", "TICKET"}[m_random() % 5];
     }
 
-    void Menu()
-    {
-        _LIST_RES res{};
-        if (Call(&QueryMenuList, Req<_GAME_REQ>(), res)) {
-            EXPECT_EQ(Read<_MENU_INFO>(res.hData, &GetMenuData).size(), 4u);
-        }
-    }
-    void Products()
-    {
-        auto req = Req<_PRODUCT_LIST_REQ>();
-        Put(req.szBranchID, "GEAR");
-        req.nRow = 50;
-        req.nPage = 1;
-        _PRODUCT_LIST_RES res{};
-        if (Call(&QueryProductList, req, res)) {
-            EXPECT_EQ(Read<_PROD_LIST_INFO>(res.hData, &GetProductData).size(), 3u);
-        }
-    }
     void Detail()
     {
         auto req = Req<_PRODUCT_DETAIL_REQ>();
@@ -151,17 +113,11 @@ private:
         for (_DATA_HANDLE* pHandle : {res.hChildProduct, res.hCondition, res.hOption})
             DestroyHandle(pHandle);
     }
-    void Balance()
-    {
-        _RUVCOIN_RES res{};
-        if (Call(&QueryRuvCoinInfo, Req<_RUVCOIN_REQ>(), res)) {
-            EXPECT_LE(res.nRuvCoin, kCoin);
-        }
-    }
     void Buy()
     {
         auto req = Req<_PURCHASE_REQ>();
         Put(req.szProductID, AnyProduct());
+        req.nLevel = 99;
         req.nCount = 1 + static_cast<int>(m_random() % 3);
         _PURCHASE_RES res{};
         Call(&PurchaseProduct, req, res);
@@ -169,39 +125,33 @@ private:
     // Looks into the box and moves one entry, or gives it back.
     void Box()
     {
-        _LIST_RES res{};
-        if (!Call(&QueryStorageInfo, Req<_STORAGE_SEARCH_REQ>(), res))
+        _LIST_RES list{};
+        if (!Call(&QueryStorageInfo, Req<_STORAGE_SEARCH_REQ>(), list))
             return;
-        const auto vecEntries = Read<_STORAGE_INFO>(res.hData, &GetStorageItemData);
-        for (const _STORAGE_INFO& entry : vecEntries)
-            EXPECT_EQ(entry.szUserID, m_strUser);
-        const _STORAGE_INFO& entry = vecEntries[m_random() % vecEntries.size()];
+        _STORAGE_INFO entry{};
+        EXPECT_TRUE(GetStorageItemData(list.hData, m_random() % GetDataSize(list.hData, nullptr, 0), &entry,
+                                       nullptr, 0));
+        EXPECT_EQ(entry.szUserID, m_strUser);
+        DestroyHandle(list.hData);
         _USE_STORAGE_INFO use{};
         use.nStorageSeq = entry.nStorageSeq;
         use.nOrderSeq = entry.nOrderSeq;
         std::memcpy(use.szItemID, entry.szItemID, sizeof(use.szItemID));
-        _DATA_HANDLE* pHandle = GetHandleForUseStorageItemInfo(nullptr, 0);
-        EXPECT_TRUE(SetUseStorageItemData(pHandle, use, nullptr, 0));
-        if (!Step(&StorageToInventory, pHandle))
-            return;
-        if (m_random() % 2 == 0) {
-            pHandle = GetHandleForConfirmUseStorageItemInfo(nullptr, 0);
-            EXPECT_TRUE(SetConfirmUseStorageItemData(pHandle, use.nStorageSeq, nullptr, 0));
-            Step(&ConfirmStorageToInventory, pHandle);
-        } else {
-            pHandle = GetHandleForCancelUseStorageItemInfo(nullptr, 0);
-            EXPECT_TRUE(SetCancelUseStorageItemData(pHandle, use.nStorageSeq, nullptr, 0));
-            Step(&CancelStorageToInventory, pHandle);
-        }
-    }
-    bool Step(void (*pfnCall)(const _STORAGE_USE_REQ*, _RESULT_RES*), _DATA_HANDLE* pHandle)
-    {
         auto req = Req<_STORAGE_USE_REQ>();
-        req.hUseStorage = pHandle;
         _RESULT_RES res{};
-        const bool bGood = Call(pfnCall, req, res);
-        DestroyHandle(pHandle);
-        return bGood;
+        req.hUseStorage = GetHandleForUseStorageItemInfo(nullptr, 0);
+        EXPECT_TRUE(SetUseStorageItemData(req.hUseStorage, use, nullptr, 0));
+        const bool bReserved = Call(&StorageToInventory, req, res);
+        DestroyHandle(req.hUseStorage);
+        if (!bReserved)
+            return;
+        const bool bConfirm = m_random() % 2 == 0;
+        req.hUseStorage = bConfirm ? GetHandleForConfirmUseStorageItemInfo(nullptr, 0)
+                                   : GetHandleForCancelUseStorageItemInfo(nullptr, 0);
+        EXPECT_TRUE((bConfirm ? &SetConfirmUseStorageItemData : &SetCancelUseStorageItemData)(
+            req.hUseStorage, use.nStorageSeq, nullptr, 0));
+        Call(bConfirm ? &ConfirmStorageToInventory : &CancelStorageToInventory, req, res);
+        DestroyHandle(req.hUseStorage);
     }
 
     const std::string m_strUser;
@@ -220,8 +170,7 @@ void OrderFaults(SandboxTest::RunningSandbox& sandbox)
         {R"("kind": "coalesce", "ms": 50)", "0.05"},
         {R"("kind": "cut", "bytes": 6)", "0.00005"}};
     for (const std::string strClass :
-         {"XS2C_QueryMenuListAns", "XS2C_QueryProductListAns", "XS2C_QueryProductDetailAns",
-          "XS2C_QueryRuvcoinAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
+         {"XS2C_QueryProductDetailAns", "XS2C_PurchaseProductAns", "XS2C_SearchStorageAns",
           "XC2S_RequestUseStorageAns", "XS2C_ConfirmUseStorageAns", "XS2C_CancelUseStorageAns"}) {
         for (const auto& [pszKind, pszProbability] : kKinds) {
             const std::string strFault = R"({"class": ")" + strClass + "\", " + pszKind +
@@ -235,7 +184,7 @@ void OrderFaults(SandboxTest::RunningSandbox& sandbox)
 void CheckMoney(SandboxTest::RunningSandbox& sandbox)
 {
     std::size_t nOrders = 0;
-    for (int n = 0; n < kCallers; ++n) {
+    for (int n = 0; n < kCallers; n += 2) {
         const auto orders = sandbox.Get("/orders?user=" + UserOf(n) + "&limit=100000").json["orders"];
         long nHasAndPaid = sandbox.User(UserOf(n))["ruvCoin"].get<long>();
         for (const auto& order : orders)
@@ -244,7 +193,6 @@ void CheckMoney(SandboxTest::RunningSandbox& sandbox)
         nOrders += orders.size();
     }
     EXPECT_GT(nOrders, static_cast<std::size_t>(kCallers));
-    std::printf("%zu orders\n", nOrders);
 }
 
 TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
@@ -279,10 +227,8 @@ TEST(Shopping, SixtyFourThreadsAtAServiceWithFaults)
     std::this_thread::sleep_for(std::chrono::seconds(7));  // what was delayed the longest has come
     bEnough = true;
     hand.join();
-    std::printf(
-        "%ld calls, %ld of them successful, %ld timeouts, the longest took %ld ms; the machine stood still "
-        "for %ld\n",
-        counts.nCalls.load(), counts.nGood.load(), counts.nTimeouts.load(), counts.nLongest.load(), nStill);
+    std::printf("%ld successful calls, the longest took %ld ms; the machine stood still for %ld\n",
+                counts.nGood.load(), counts.nLongest.load(), nStill);
     EXPECT_LT(counts.nLongest, kLongestCall.count() + nStill);
     EXPECT_GE(counts.nGood, kEnoughGood);
     EXPECT_EQ(ResWaiterMap().GetCount(), 0u);

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "tests/wirova/MessageText.h"
 #include "wirova/messages/AllMessages.h"
-#include "wirova/messages/MessageCatalog.h"
 
 namespace {
 
@@ -19,11 +19,7 @@ TEST(Catalog, KnowsNothingOfOtherIds)
 TEST(Catalog, DescribesAMessageInOneLine)
 {
     XS2C_CheckInExAns ans;
-    ans.nReqID = 7;
-    ans.strUserID = "a\"b\\c\n\x7F";
-    ans.cFree = 'Y';
-    ans.nRemainMinutes = -5;
-    ans.vecOtherBilling.Add().strCRMCode = "x";
+    Assign(ans, "nReqID=7 cFree=Y nRemainMinutes=-5 vecOtherBilling={strCRMCode=x} strUserID=a\"b\\c\n\x7F");
     EXPECT_EQ(
         "XS2C_CheckInExAns { nReqID: 7 strUserID: \"a\\\"b\\\\c\\x0A\\x7F\" strUserNo: \"\" strUserIP: \"\""
         " nResult: 0 cFree: 'Y' nBillType: 0 nProductID: 0 nRemainMinutes: -5 strCRMCode: \"\""
@@ -32,7 +28,7 @@ TEST(Catalog, DescribesAMessageInOneLine)
         DescribeMessage(ans));
 
     XS2C_UserMoveToAns bytes;
-    bytes.bSuccess = boolean::FromByte(255);
+    Assign(bytes, "bSuccess=255");
     EXPECT_NE(std::string::npos, DescribeMessage(bytes).find(" bSuccess: 255 "));
     XC2S_ConfirmUseStorageReq numbers;
     numbers.vecStorageSeq = {1, -2};

@@ -38,7 +38,6 @@ TEST(HandlerTable, TheFirstHandlerOfAnIdGetsStreamContextAndParameterAndGivesThe
     EXPECT_TRUE(table.Dispatch(unknown, &nParam));
     EXPECT_FALSE(table.Dispatch(second, nullptr)) << "the default takes the unknown only";
     EXPECT_FALSE(table.Dispatch(tooShort, nullptr));
-    EXPECT_EQ(Wire("000000"), tooShort.Bytes());
     EXPECT_EQ((std::vector<Call>{{true, first, &nContext, &nParam},
                                  {false, second, nullptr, nullptr},
                                  {true, unknown, nullptr, &nParam},
