@@ -180,8 +180,9 @@ std::unique_ptr<Wirova::IMessage> Client::ReceiveAny()
     const std::string strLength = Read(4, MSG_WAITALL);
     if (strLength.size() < 4)
         throw std::runtime_error("the link is closed");
-    const auto* const pBytes = reinterpret_cast<const unsigned char*>(strLength.data());
-    const auto nLength = static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(pBytes));
+    unsigned char bytes[4];
+    std::copy_n(strLength.begin(), 4, bytes);
+    const auto nLength = static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(bytes));
     const std::string strBody = Read(nLength, MSG_WAITALL);
     const auto stream = Sandbox::MakeStream();
     Strova::Write(stream.get(), strBody.data(), static_cast<int>(strBody.size()));
