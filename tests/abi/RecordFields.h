@@ -83,3 +83,7 @@ RECORD(_PURCHASE_REQ, 440, (szGameID, 0)(szProductID, 21)(szUserID, 42)(szServer
 RECORD(_PURCHASE_RES, 1036, (bSuccess, 0)(szError, 1)(nOrderSeq, 1028)(nBuyPrice, 1032))
 // clang-format on
 #undef RECORD
+#undef FIELD_A
+#undef FIELD_B
+#undef FIELD_A_END
+#undef FIELD_B_END

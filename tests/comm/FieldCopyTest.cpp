@@ -12,7 +12,7 @@
 
 namespace {
 
-using Names = std::set<std::string>;
+using NameSet = std::set<std::string>;
 
 // A text has another prefix on each side: szItemID and strItemID both become "text ItemID".
 std::string Bare(const std::string& strName)
@@ -21,9 +21,9 @@ std::string Bare(const std::string& strName)
     return nPrefix == 0 ? strName : "text " + strName.substr(nPrefix);
 }
 
-Names NamesOfTheRecords()
+NameSet NamesOfTheRecords()
 {
-    Names names;
+    NameSet names;
 // clang-format off
 #define FIELD_A(field, offset) names.insert(Bare(#field)); FIELD_B
 #define FIELD_B(field, offset) names.insert(Bare(#field)); FIELD_A
@@ -35,9 +35,9 @@ Names NamesOfTheRecords()
     return names;
 }
 
-Names NamesOfTheWire()
+NameSet NamesOfTheWire()
 {
-    Names names;
+    NameSet names;
     for (const Wirova::ClassInfo& info : Wirova::AllClasses())
         Wirova::VisitMessage(*info.pfnMake(),
                              [&](const char* pszName, const auto&) { names.insert(Bare(pszName)); });
@@ -62,8 +62,10 @@ TEST(FieldCopy, EveryNameOfBothSidesIsCopiedOrHasAReasonNotToBe)
     };
 #define TEXT(name) "text " #name,
 #define VALUE(name) #name,
-    const Names copied = {VELKAR_SAME_TEXTS(TEXT) VELKAR_SAME_VALUES(VALUE)};
-    const Names wire = NamesOfTheWire(), records = NamesOfTheRecords();
+    const NameSet copied = {VELKAR_SAME_TEXTS(TEXT) VELKAR_SAME_VALUES(VALUE)};
+#undef TEXT
+#undef VALUE
+    const NameSet wire = NamesOfTheWire(), records = NamesOfTheRecords();
     for (const std::string& strName : records) {
         if (wire.contains(strName)) {
             EXPECT_NE(copied.contains(strName), kExempt.contains(strName)) << strName;

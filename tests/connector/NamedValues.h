@@ -53,10 +53,6 @@ Field Value(std::string_view name)
     void ForEachField(name& record, Visit visit) { RECORD_CAT(FIELD_A fields, _END) }
 // clang-format on
 #include "tests/abi/RecordFields.h"
-#undef FIELD_A
-#undef FIELD_B
-#undef FIELD_A_END
-#undef FIELD_B_END
 
 // Texts fill their fields to the last byte, without a NUL. Handles stay null.
 template <class Record>

@@ -2,39 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
-#include <new>
 
+#include "tests/wirova/Allocations.h"
 #include "tests/wirova/ByteStream.h"
 #include "tests/wirova/Filling.h"
 #include "wirova/Frame.h"
 #include "wirova/messages/AllMessages.h"
-
-namespace {
-
-// What this thread has taken from the heap, in bytes, and its largest single request.
-thread_local std::size_t t_nTotal = 0, t_nLargest = 0;
-
-void* Allocate(std::size_t n) noexcept
-{
-    t_nTotal += n;
-    t_nLargest = std::max(t_nLargest, n);
-    return std::malloc(std::max<std::size_t>(n, 1));
-}
-
-}  // namespace
-
-// All forms that containers use go through malloc, so that no pair of them is mixed.
-void* operator new(std::size_t n)
-{
-    if (void* const p = Allocate(n))
-        return p;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return Allocate(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 
