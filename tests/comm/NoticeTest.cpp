@@ -6,13 +6,12 @@
 
 namespace {
 
-class NoticeTest : public LogicTest {
+class NoticeTest : public StartedTest {
 protected:
     void SetUp() override
     {
-        LogicTest::SetUp();
+        StartedTest::SetUp();
         Service().SayYes();
-        ASSERT_TRUE(Game().Start());
         ASSERT_EQ(Game().Checkin("abc").nResult, 0);
         Service().Forget();
     }
@@ -35,8 +34,7 @@ TEST_F(NoticeTest, EventsThatOnlyTell)
         SendEvent(nCode);
         Settle();
         const auto info = Game().Got<BillingEvent>().back();
-        EXPECT_STREQ(info.szUserKey, "abc");
-        EXPECT_EQ(info.nEventCode, nCode);
+        EXPECT_EQ(Named::Pick(info, "szUserKey nEventCode"), "abc," + std::to_string(nCode));
         const bool bAddress = nCode == 1 || nCode == 3;
         Named::ExpectIn(info, {"szUserKey", "nEventCode", bAddress ? "" : "szUserIP"});
         EXPECT_EQ(*info.szUserIP != '\0', bAddress);
@@ -50,9 +48,7 @@ TEST_F(NoticeTest, AnExpiryTellsTheGameFirstAndThenChecksOut)
     int nCheckoutsBefore = -1;
     Game().On<BillingEvent>([&](const auto&) { nCheckoutsBefore = Service().Count<XC2S_CheckOutReq>(); });
     SendEvent(0);
-    const auto checkout = Service().Expect<XC2S_CheckOutReq>();
-    EXPECT_EQ(checkout->nReqID, -1);
-    EXPECT_EQ(checkout->strSeqNo, "1");
+    EXPECT_EQ(Pick(*Service().Expect<XC2S_CheckOutReq>(), "nReqID strSeqNo"), "-1,1");
     Settle();
     EXPECT_EQ(nCheckoutsBefore, 0);
     EXPECT_STRNE(Game().WaitFor<BillingEvent>().szUserIP, "");
@@ -95,20 +91,14 @@ TEST_F(NoticeTest, AGameThatThrowsIsCheckedOutOfNevertheless)
 
 TEST_F(NoticeTest, AStorageNoticeReachesTheGameForKnownUsersAndForNobody)
 {
-    XS2C_NotifyStorageInfo notice;
-    notice.strCharacterID = std::string(30, 'c');
-    notice.nItemCnt = 3;
-    for (const char* pszUser : {"unknown", "abc", ""}) {
-        notice.strUserID = pszUser;
-        Service().Send(notice);
-    }
+    for (const std::string strUser : {"unknown", "abc", ""})
+        Service().Send<XS2C_NotifyStorageInfo>("nItemCnt=3 strCharacterID=" + std::string(30, 'c') +
+                                               " strUserID=" + strUser);
     Settle();
-    const auto got = Game().Got<NotifyStorageInfo>();
-    ASSERT_EQ(got.size(), 2u);
-    EXPECT_STREQ(got[0].szUserKey, "abc");
-    EXPECT_STREQ(got[0].szCharacterID, std::string(20, 'c').c_str());
-    EXPECT_EQ(got[0].nItemCount, 3);
-    EXPECT_STREQ(got[1].szUserKey, "");
+    std::string strGot;
+    for (const auto& info : Game().Got<NotifyStorageInfo>())
+        strGot += Named::Pick(info, "szUserKey szCharacterID nItemCount") + ' ';
+    EXPECT_EQ(strGot, "abc,cccccccccccccccccccc,3 ,cccccccccccccccccccc,3 ");
 }
 
 }  // namespace

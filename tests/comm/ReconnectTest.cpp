@@ -35,12 +35,8 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     Service().Up();
     const auto failed = Service().Expect<XC2S_FailedCheckOutReq>();
     const auto sync = Service().Expect<XC2S_UserListSyncReq>();
-    ASSERT_EQ(failed->vecCheckOutInfo.size(), 1u);
-    EXPECT_EQ(failed->vecCheckOutInfo[0]->strUserID, "bob");
-    EXPECT_EQ(failed->vecCheckOutInfo[0]->strSeqNo, "1");
-    ASSERT_EQ(sync->vecCheckOutInfo.size(), 2u);
-    EXPECT_EQ(sync->vecCheckOutInfo[0]->strUserID, "alice");
-    EXPECT_EQ(sync->vecCheckOutInfo[1]->nProductID, kProductID);
+    EXPECT_EQ(Pick(*failed, "strUserID strSeqNo"), "|bob,1");
+    EXPECT_EQ(Pick(*sync, "strUserID nProductID"), "|alice,7|carol,7");
     EXPECT_EQ(Service().Names(),
               (Names{"XC2S_VelkarConnectReq", "XC2S_FailedCheckOutReq", "XC2S_UserListSyncReq"}));
     EXPECT_TRUE(Journal::WaitFor(Journal::Level::Info, "\tUser ID: bob\r\n\tUser IP: 10.0.0.1\r\n"));
@@ -77,7 +73,7 @@ TEST_F(ReconnectTest, AListThatCannotBeSentIsKept)
 TEST_F(ReconnectTest, ARefusalDropsTheLinkAndIsTriedAgain)
 {
     Play({});
-    Service().RefuseRegistration(3, "not now");
+    Service().RefuseRegistration("nResult=3");
     Service().Drop();
     Service().WaitForConnection(3);
     Service().AcceptRegistration();
@@ -93,9 +89,7 @@ TEST_F(ReconnectTest, ASecondUnaskedAnswerHoldsNobody)
     Service().SayYes();
     ASSERT_TRUE(Game().Start());
     EXPECT_EQ(Game().Checkin("abc").nResult, 0);
-    XS2C_VelkarConnectAns unasked;
-    unasked.nResult = 7;
-    Service().Send(unasked);
+    Service().Send<XS2C_VelkarConnectAns>("nResult=7");
     EXPECT_EQ(Game().Checkin("def").nResult, 0);
     EXPECT_EQ(Service().Connections(), 1);
 }
@@ -118,8 +112,8 @@ TEST_F(ReconnectTest, TwoHundredReconnectsInARowAreAllAccepted)
 
 TEST_F(ReconnectTest, ACycleBelowOneIsNoFlood)
 {
-    Game().settings.overrides["HEARTBEAT_CYCLE"] = "-5";
-    Game().settings.overrides["RECONNECT_CYCLE"] = "-1";
+    Game().settings.nHeartbeatCycle = -5;
+    Game().settings.nReconnectCycle = -1;
     ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(100));
     Service().Down();

@@ -14,24 +14,6 @@ namespace {
 using CheckinWait = ResponseWait<_CHECKIN_RES>;
 CResWaiterMap& Waiters() { return ResWaiterMap(); }
 
-TEST(ResWaiter, AnAnswerReachesItsOwnWaiterOnly)
-{
-    CheckinWait one(TagOf<XS2C_CheckInAns, _CHECKIN_RES>()), two(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
-    one.nReqID = 1, two.nReqID = 2;
-    const WaiterAutoRemover removeOne(one), removeTwo(two);
-    ASSERT_TRUE(Waiters().AddWaiter(&one) && Waiters().AddWaiter(&two));
-    _CHECKIN_RES res{};
-    res.nProductID = 7;
-    EXPECT_FALSE(Waiters().CompleteWaiter<XS2C_CheckInAns>(3, res));
-    EXPECT_TRUE(Waiters().CompleteWaiter<XS2C_CheckInAns>(2, res));
-    EXPECT_FALSE(one.hEvent.Wait(0));
-    EXPECT_TRUE(two.hEvent.Wait(0));
-    EXPECT_EQ(CopyResponse(two).nProductID, 7);
-    res.nProductID = 8;  // a second answer overwrites the first
-    EXPECT_TRUE(Waiters().CompleteWaiter<XS2C_CheckInAns>(2, res));
-    EXPECT_EQ(CopyResponse(two).nProductID, 8);
-}
-
 TEST(ResWaiter, IsRefusedDuringTermination)
 {
     CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());

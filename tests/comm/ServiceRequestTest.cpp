@@ -5,7 +5,9 @@
 
 namespace {
 
-class ServiceRequestTest : public LogicTest {
+const std::string kHead = "nState strMessage";
+
+class ServiceRequestTest : public StartedTest {
 protected:
     // The user is named by a number.
     template <class Request>
@@ -31,7 +33,6 @@ protected:
 
 TEST_F(ServiceRequestTest, Money)
 {
-    ASSERT_TRUE(Game().Start());
     const auto answer = [](const auto& req, auto& res) {
         Named::ExpectIn(req, {"szUserKey"});
         EXPECT_STREQ(req.szUserKey, "555");
@@ -39,20 +40,15 @@ TEST_F(ServiceRequestTest, Money)
     };
     Game().On<QueryGameMoney>(answer);
     Game().On<SpendGameMoney>(answer);
-    const auto query = Ask<XS2C_QueryGameMoneyReq>(41);
-    EXPECT_EQ(query->nState, 0);
-    EXPECT_EQ(query->strMessage, "Success to search user's game money.");
-    EXPECT_EQ(query->nGameMoney, 1000);
-    const auto spend = Ask<XS2C_SpendGameMoneyReq>(42);
-    EXPECT_EQ(spend->nState, 0);
-    EXPECT_EQ(spend->strMessage, "Success to reduce user's game money.");
-    EXPECT_EQ(spend->nGameMoney, 1000);
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryGameMoneyReq>(41), kHead + " nGameMoney"),
+              "0,Success to search user's game money.,1000");
+    EXPECT_EQ(Pick(*Ask<XS2C_SpendGameMoneyReq>(42), kHead + " nGameMoney"),
+              "0,Success to reduce user's game money.,1000");
 }
 
 // A failed spend is told by its money alone. A success byte of 2 is neither failure nor success.
 TEST_F(ServiceRequestTest, MoneyThatTheGameRefuses)
 {
-    ASSERT_TRUE(Game().Start());
     for (const unsigned char bSuccess : {0, 2}) {
         const auto refuse = [bSuccess](const auto&, auto& res) {
             res.bSuccess = bSuccess;
@@ -61,28 +57,21 @@ TEST_F(ServiceRequestTest, MoneyThatTheGameRefuses)
         };
         Game().On<QueryGameMoney>(refuse);
         Game().On<SpendGameMoney>(refuse);
-        const auto query = Ask<XS2C_QueryGameMoneyReq>(1);
-        EXPECT_EQ(query->nState, -1);
-        EXPECT_EQ(query->nGameMoney, -1);
-        EXPECT_EQ(query->strMessage, std::string(1024, 'm'));
-        const auto spend = Ask<XS2C_SpendGameMoneyReq>(2);
-        EXPECT_EQ(spend->nState, 0);
-        EXPECT_EQ(spend->nGameMoney, -1);
+        EXPECT_EQ(Pick(*Ask<XS2C_QueryGameMoneyReq>(1), kHead + " nGameMoney"),
+                  "-1," + std::string(1024, 'm') + ",-1");
+        EXPECT_EQ(Pick(*Ask<XS2C_SpendGameMoneyReq>(2), "nState nGameMoney"), "0,-1");
     }
 }
 
 TEST_F(ServiceRequestTest, AnInventory)
 {
-    ASSERT_TRUE(Game().Start());
     Game().On<QueryInventory>([](const auto& req, auto& res) {
         Named::ExpectIn(req, {"szUserKey"});
         EXPECT_TRUE(SetInventoryItemData(res.pHandle, {}, nullptr, 0));
         EXPECT_TRUE(SetInventoryItemData(res.pHandle, Named::Full<_INVENTORY_ITEM_INFO>(), nullptr, 0));
     });
     const auto inventory = Ask<XS2C_QueryInventoryReq>(5);
-    EXPECT_EQ(inventory->nState, 0);
-    EXPECT_EQ(inventory->strMessage, "Success to search user's inventory item info.");
-    ASSERT_EQ(inventory->vecInventory.size(), 2u);
+    EXPECT_EQ(Pick(*inventory, kHead), "0,Success to search user's inventory item info.||");
     EXPECT_EQ(BodyOf(*inventory->vecInventory[1]).substr(4),
               Named::Bytes("ItemID:20 nCount nUseCount nPeriod nPossibleLevel ValidTerm:14 cUseStatus "
                            "OptionCode:100 OptionValue:100"));
@@ -107,33 +96,25 @@ TEST_F(ServiceRequestTest, CharactersAndHowTheirUserIsNamed)
 
 TEST_F(ServiceRequestTest, EmptyListsAndRefusedOnes)
 {
-    ASSERT_TRUE(Game().Start());
-    EXPECT_EQ(Ask<XS2C_QueryInventoryReq>(1)->strMessage, "There is no inventory item info.");
-    const auto none = Ask<XS2C_QueryCharacterReq>(2);
-    EXPECT_EQ(none->strMessage, "There is no character info.");
-    EXPECT_EQ(none->nState, 0);
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryInventoryReq>(1), kHead), "0,There is no inventory item info.");
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryCharacterReq>(2), kHead), "0,There is no character info.");
     Game().On<QueryInventory>([](const auto&, auto& res) {
         SetInventoryItemData(res.pHandle, {}, nullptr, 0);
         res.bSuccess = 0;
         Put(res.szMessage, "no such hero");
     });
-    const auto refused = Ask<XS2C_QueryInventoryReq>(3);
-    EXPECT_EQ(refused->nState, -1);
-    EXPECT_EQ(refused->strMessage, "no such hero");
-    EXPECT_TRUE(refused->vecInventory.empty());
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryInventoryReq>(3), kHead), "-1,no such hero");
     Ask<XS2C_QueryGameMoneyReq>(4);  // the handler before has ended
     EXPECT_EQ(DataPool().GetCount(), 0u);
 }
 
 TEST_F(ServiceRequestTest, ItemsToSave)
 {
-    ASSERT_TRUE(Game().Start());
     XS2C_SaveInventoryReq req;
     Fill(req, 7);
     Game().On<SaveInventory>([&](const auto& save, auto& res) {
         Named::ExpectIn(save, {"szUserKey", "szRecvUserKey"});
-        EXPECT_STREQ(save.szUserKey, "555");
-        EXPECT_STREQ(save.szRecvUserKey, "777");
+        EXPECT_EQ(Named::Pick(save, "szUserKey szRecvUserKey"), "555,777");
         _INVENTORY_ITEM_INFO item;
         if (!GetSaveItemData(save.pHandle, 0, &item, nullptr, 0))
             return;
@@ -146,33 +127,26 @@ TEST_F(ServiceRequestTest, ItemsToSave)
     Named::Fill(req.vecInventory.Add());
     EXPECT_EQ(Service().Ask(req)->strMessage, "Success to save user's item in inventory.");
     Named::Fill(req.vecInventory.Add());
-    const auto failed = Service().Ask(req);
-    EXPECT_EQ(failed->nState, -1);
-    EXPECT_EQ(failed->strMessage, std::string(1024, 'f'));
+    EXPECT_EQ(Pick(*Service().Ask(req), kHead), "-1," + std::string(1024, 'f'));
     EXPECT_EQ(Game().Got<SaveInventory>().size(), 3u);
 }
 
 TEST_F(ServiceRequestTest, AGameWithoutCallbacksIsAnswered)
 {
+    Game().Stop();
     Game().callbacks = {};
     ASSERT_TRUE(Game().Start());
-    const auto query = Ask<XS2C_QueryGameMoneyReq>(1);
-    const auto spend = Ask<XS2C_SpendGameMoneyReq>(2);
-    const auto inventory = Ask<XS2C_QueryInventoryReq>(3);
-    const auto characters = Ask<XS2C_QueryCharacterReq>(4);
-    const auto save = Ask<XS2C_SaveInventoryReq>(5);
-    for (const std::string& strMessage : {query->strMessage, spend->strMessage, inventory->strMessage,
-                                          characters->strMessage, save->strMessage})
-        EXPECT_EQ(strMessage, "Failed to load function pointer for call back operation.");
-    for (const int nFailure : {query->nState, query->nGameMoney, spend->nGameMoney, inventory->nState,
-                               characters->nState, save->nState})
-        EXPECT_EQ(nFailure, -1);
-    EXPECT_EQ(spend->nState, 0);
+    const std::string strFailed = "-1,Failed to load function pointer for call back operation.";
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryGameMoneyReq>(1), kHead + " nGameMoney"), strFailed + ",-1");
+    EXPECT_EQ(Pick(*Ask<XS2C_SpendGameMoneyReq>(2), kHead + " nGameMoney"),
+              "0" + strFailed.substr(2) + ",-1");
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryInventoryReq>(3), kHead), strFailed);
+    EXPECT_EQ(Pick(*Ask<XS2C_QueryCharacterReq>(4), kHead), strFailed);
+    EXPECT_EQ(Pick(*Ask<XS2C_SaveInventoryReq>(5), kHead), strFailed);
 }
 
 TEST_F(ServiceRequestTest, AGameThatThrowsHurtsOnlyItsOwnRequest)
 {
-    ASSERT_TRUE(Game().Start());
     const auto fail = [](const auto&, auto&) { throw std::runtime_error("of the game"); };
     Game().On<QueryInventory>(fail);
     Game().On<SpendGameMoney>(fail);
@@ -186,7 +160,6 @@ TEST_F(ServiceRequestTest, AGameThatThrowsHurtsOnlyItsOwnRequest)
 
 TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)
 {
-    ASSERT_TRUE(Game().Start());
     Game().On<QueryInventory>([](const auto&, auto&) { FailSend(); });
     Service().Send(XS2C_QueryInventoryReq());
     EXPECT_TRUE(
@@ -197,7 +170,6 @@ TEST_F(ServiceRequestTest, AnAnswerThatCannotBeSentIsLogged)
 TEST_F(ServiceRequestTest, ACallInsideACallbackOnlyRunsIntoItsTimeout)
 {
     Service().SayYes();
-    ASSERT_TRUE(Game().Start());
     SetSecond(std::chrono::milliseconds(100));
     std::string strText;
     Game().On<QueryGameMoney>([&](const auto&, auto&) { strText = Game().Checkin("abc").szError; });

@@ -104,6 +104,23 @@ void ExpectIn(Record record, const std::set<std::string>& setOthers = {})
     });
 }
 
+// The named fields of a record, in the record's own order with commas between them.
+template <class Record>
+std::string Pick(Record record, const std::string& strNames)
+{
+    std::string str;
+    ForEachField(record, [&](const std::string& strName, const auto& field) {
+        using Field = std::remove_cvref_t<decltype(field)>;
+        if ((' ' + strNames + ' ').find(' ' + strName + ' ') == std::string::npos)
+            return;
+        if constexpr (std::is_array_v<Field>)
+            str += std::string(field) + ',';
+        else if constexpr (std::is_arithmetic_v<Field>)
+            str += std::to_string(field) + ',';
+    });
+    return str.substr(0, str.size() - 1);
+}
+
 // What travels, from words: "GameID:20" is a text of the field's name cut to that length, "@UserID:22" the
 // same as user id or number with an empty text beside it, "'U1'" a text, "12" and "nLevel" four bytes,
 // "cSearchType" and "bDelete" one.

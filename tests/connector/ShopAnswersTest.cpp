@@ -11,13 +11,8 @@ std::size_t Lists() { return DataPool().GetCount(); }
 template <class Record>
 using Get = bool (*)(const _DATA_HANDLE*, std::size_t, Record*, char*, std::size_t);
 
-class ShopAnswersTest : public LogicTest {
+class ShopAnswersTest : public StartedTest {
 protected:
-    void SetUp() override
-    {
-        LogicTest::SetUp();
-        ASSERT_TRUE(Game().Start());
-    }
     // Asks, is answered with two rows, and reads the second one.
     template <class RequestMessage, class Request, class Response, class Record>
     void Reads(void (*pfnCall)(const Request*, Response*), Get<Record> pfnGet)
@@ -54,9 +49,8 @@ protected:
     void FindsNo(const char* pszWhat, const char* pszMessage, void (*pfnCall)(const Request*, Response*))
     {
         const Response res = Game().Call(pfnCall, Request{});
-        EXPECT_EQ(res.bSuccess, 0);
-        EXPECT_EQ(std::string(res.szError),
-                  std::string("There is no ") + pszWhat + " in '" + pszMessage + "' msg.");
+        EXPECT_EQ(Named::Pick(res, "bSuccess szError"),
+                  std::string("0,There is no ") + pszWhat + " in '" + pszMessage + "' msg.");
         ForEachList(res, [](const _DATA_HANDLE* pHandle) { EXPECT_EQ(pHandle, nullptr); });
     }
 };
@@ -75,11 +69,7 @@ TEST_F(ShopAnswersTest, EveryFieldOfARowArrives)
 // Users without an id are named by their number; tags are bare texts.
 TEST_F(ShopAnswersTest, RowsThatFollowRulesOfTheirOwn)
 {
-    Service().On<XC2S_SearchStorageReq>([](const auto&, auto& ans) {
-        auto& row = ans.vecStorage.Add();
-        row.strSenderUserNo = "501";
-        row.strUserNo = "502";
-    });
+    Service().On<XC2S_SearchStorageReq>("vecStorage={strSenderUserNo=501 strUserNo=502}");
     const auto storage =
         RowOf(Game().Call(&QueryStorageInfo, _STORAGE_SEARCH_REQ{}).hData, &GetStorageItemData);
     EXPECT_STREQ(storage.szSenderUserID, "501");
@@ -131,30 +121,24 @@ TEST_F(ShopAnswersTest, EmptyListsAndRefusals)
     FindsNo("item info", "XS2C_SearchStorageAns", &QueryStorageInfo);
     // A refusal brings the service's text, and its rows are ignored.
     Service().On<XC2S_QueryMenuListReq>([](const auto&, auto& ans) {
-        ans.nState = 3;
-        ans.strMessage = std::string(2000, 'm');
-        ans.vecMenu.Add();
+        Assign(ans, "nState=3 vecMenu={} strMessage=" + std::string(2000, 'm'));
     });
     const auto res = Game().Call(&QueryMenuList, _GAME_REQ{});
-    EXPECT_EQ(res.bSuccess, 0);
-    EXPECT_EQ(std::string(res.szError), std::string(1024, 'm'));
+    EXPECT_EQ(Named::Pick(res, "bSuccess szError"), "0," + std::string(1024, 'm'));
     EXPECT_TRUE(res.hData == nullptr && Lists() == 0);
 }
 
 TEST_F(ShopAnswersTest, Balances)
 {
-    const struct {
-        int nState, nRuvCoin;
-        bool bSuccess;
-    } kRows[] = {{0, 500, true}, {0, 0, true}, {0, -1, false}, {1, 500, false}};
-    for (const auto& row : kRows) {
-        Service().On<XC2S_QueryRuvcoinReq>([&row](const auto&, auto& ans) {
-            ans.nState = row.nState, ans.nRuvCoin = row.nRuvCoin, ans.strMessage = "text";
+    for (const auto& [pszAnswer, strRecord] : {std::pair("nState=0 nRuvCoin=500", "1,,500"),
+                                               {"nState=0 nRuvCoin=0", "1,,0"},
+                                               {"nState=0 nRuvCoin=-1", "0,text,-1"},
+                                               {"nState=1 nRuvCoin=500", "0,text,500"}}) {
+        Service().On<XC2S_QueryRuvcoinReq>([pszAnswer](const auto&, auto& ans) {
+            Assign(ans, std::string("strMessage=text ") + pszAnswer);
         });
-        const auto res = Game().Call(&QueryRuvCoinInfo, _RUVCOIN_REQ{});
-        EXPECT_EQ(res.bSuccess, row.bSuccess);
-        EXPECT_STREQ(res.szError, row.bSuccess ? "" : "text");
-        EXPECT_EQ(res.nRuvCoin, row.nRuvCoin);
+        EXPECT_EQ(Named::Pick(Game().Call(&QueryRuvCoinInfo, _RUVCOIN_REQ{}), "bSuccess szError nRuvCoin"),
+                  strRecord);
     }
 }
 
@@ -168,11 +152,11 @@ TEST_F(ShopAnswersTest, StatesAndNumbersOfTheAnswerItself)
         };
         Service().On<XC2S_ConfirmReadStorageReq>(answer);
         Service().On<XC2S_PurchaseProductReq>(answer);
-        const auto read = Game().Call(&ReadStorageInfo, _STORAGE_READ_REQ{});
-        EXPECT_EQ(read.bSuccess, nState == 0);
-        EXPECT_STREQ(read.szError, "text");
+        const std::string strHead = nState == 0 ? "1,text" : "0,text";
+        EXPECT_EQ(Named::Pick(Game().Call(&ReadStorageInfo, _STORAGE_READ_REQ{}), "bSuccess szError"),
+                  strHead);
         const auto bought = Game().Call(&PurchaseProduct, _PURCHASE_REQ{});
-        EXPECT_EQ(bought.bSuccess, nState == 0);
+        EXPECT_EQ(Named::Pick(bought, "bSuccess szError"), strHead);
         Named::ExpectIn(bought, {"bSuccess", "szError"});
     }
 }
@@ -182,9 +166,8 @@ TEST_F(ShopAnswersTest, LateListsLeaveNothingButThoseOfADetail)
     SetSecond(std::chrono::milliseconds(100));
     Game().Call(&QueryMenuList, _GAME_REQ{});
     Game().Call(&QueryProductDetailInfo, _PRODUCT_DETAIL_REQ{});
-    Service().Reply(*Service().Expect<XC2S_QueryMenuListReq>(), [](auto& ans) { ans.vecMenu.Add(); });
-    Service().Reply(*Service().Expect<XC2S_QueryProductDetailReq>(),
-                    [](auto& ans) { ans.vecChildProduct.Add(); });
+    Service().Reply(*Service().Expect<XC2S_QueryMenuListReq>(), "vecMenu={}");
+    Service().Reply(*Service().Expect<XC2S_QueryProductDetailReq>(), "vecChildProduct={}");
     Service().Ask(XS2C_QueryGameMoneyReq());
     EXPECT_EQ(Lists(), 1u);
     Game().Stop();

@@ -31,11 +31,11 @@ protected:
     {
         Response res = Game().Call(pfnCall, req);
         DestroyLists(res);
+        if constexpr (std::is_same_v<Response, _RESULT_RES>) {
+            EXPECT_EQ(res.bSuccess, 1) << res.szError;
+        }
         const auto sent = Service().Expect<Message>();
-        std::string strReceived;
-        for (const auto& frame : Service().Received())
-            strReceived = frame.nMsgID == Message::kMsgID ? frame.strBody : strReceived;
-        EXPECT_EQ(strReceived.substr(8), Named::Bytes(strWords, Game().settings.bUseUserNumber))
+        EXPECT_EQ(BodyOf(*sent).substr(8), Named::Bytes(strWords, Game().settings.bUseUserNumber))
             << sent->GetMsgName();
     }
 };
@@ -170,8 +170,7 @@ TEST_F(ShopCallsTest, TheFramesFailures)
     FailSend();
     EXPECT_STREQ(Game().Call(&QueryStorageInfo, _STORAGE_SEARCH_REQ{}).szError,
                  "Failed to send a 'XC2S_SearchStorageReq' msg.");
-    EXPECT_TRUE(Journal::Logged(Journal::Level::Error,
-                                "[Velkar Connector] QueryMenuList request or response arg is NULL."));
+    EXPECT_TRUE(Journal::Logged(Journal::Level::Error, "QueryMenuList request or response arg is NULL."));
     EXPECT_TRUE(Journal::Logged(Journal::Level::Info,
                                 "[Velkar Connector] SearchStorage request.\r\n-Contents-\r\n\tReq ID: "));
 }

@@ -18,7 +18,6 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kLongestBetween{100};
 
 struct Clock {
-    std::mutex mutex;
     // At the real moment `real` the library's clock stood at `system`; since then each second of the
     // library has taken `second`.
     steady_clock::time_point real = steady_clock::now();
@@ -30,10 +29,12 @@ struct Clock {
 
     double Factor() const { return 1e9 / static_cast<double>(second.count()); }
     nanoseconds Now() const { return system + Scaled(steady_clock::now() - real, Factor()); }
-    void Restart(nanoseconds from)
+    nanoseconds RealTimeUntil(nanoseconds then) const { return Scaled(then - Now(), 1 / Factor()); }
+    void Change(nanoseconds ahead, nanoseconds newSecond)
     {
-        system = from;
+        system = Now() + ahead;
         real = steady_clock::now();
+        second = newSecond;
     }
     static nanoseconds Scaled(nanoseconds time, double dFactor)
     {
@@ -41,57 +42,36 @@ struct Clock {
     }
 };
 
-Clock& TheClock() { return Fake::Immortal<Clock>(); }
-
-nanoseconds SystemNow()
-{
-    const std::lock_guard lock(TheClock().mutex);
-    return TheClock().Now();
-}
-
-nanoseconds RealTimeUntil(nanoseconds system)
-{
-    const std::lock_guard lock(TheClock().mutex);
-    return Clock::Scaled(system - TheClock().Now(), 1 / TheClock().Factor());
-}
+Support::Guarded<Clock>& TheClock() { return Immortal<Clock>(); }
 
 }  // namespace
 
-void SetSecond(std::chrono::milliseconds real)
-{
-    const std::lock_guard lock(TheClock().mutex);
-    TheClock().Restart(TheClock().Now());
-    TheClock().second = real;
-}
+void SetSecond(std::chrono::milliseconds real) { TheClock()->Change({}, real); }
 
 void Advance(std::chrono::milliseconds system)
 {
-    const std::lock_guard lock(TheClock().mutex);
-    TheClock().Restart(TheClock().Now() + system);
+    const auto clock = TheClock().Lock();
+    clock->Change(system, clock->second);
 }
 
-void ThisThreadHasSent()
-{
-    const std::lock_guard lock(TheClock().mutex);
-    TheClock().mapBetween[std::this_thread::get_id()] = steady_clock::now();
-}
+void ThisThreadHasSent() { TheClock()->mapBetween[std::this_thread::get_id()] = steady_clock::now(); }
 
 void ThisThreadWaits()
 {
-    const std::lock_guard lock(TheClock().mutex);
-    if (TheClock().mapBetween.erase(std::this_thread::get_id()) != 0)
-        TheClock().between.notify_all();
+    const auto clock = TheClock().Lock();
+    if (clock->mapBetween.erase(std::this_thread::get_id()) != 0)
+        clock->between.notify_all();
 }
 
 void WaitUntilNobodyIsBetween()
 {
-    std::unique_lock lock(TheClock().mutex);
-    auto& mapBetween = TheClock().mapBetween;
-    while (!mapBetween.empty()) {
-        const auto now = steady_clock::now();
-        std::erase_if(mapBetween, [now](const auto& entry) { return now - entry.second >= kLongestBetween; });
-        if (!mapBetween.empty())
-            TheClock().between.wait_for(lock, kLongestBetween / 4);
+    auto clock = TheClock().Lock();
+    while (!clock->mapBetween.empty()) {
+        std::erase_if(clock->mapBetween, [now = steady_clock::now()](const auto& entry) {
+            return now - entry.second >= kLongestBetween;
+        });
+        if (!clock->mapBetween.empty())
+            clock->between.wait_for(clock.lock, kLongestBetween / 4);
     }
 }
 
@@ -103,9 +83,9 @@ bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lo
                  const bool& bFlag)
 {
     Fake::ThisThreadWaits();
-    const auto begin = Fake::SystemNow();
+    const auto end = Fake::TheClock()->Now() + std::chrono::milliseconds(milliseconds);
     while (!bFlag) {
-        const auto left = Fake::RealTimeUntil(begin + std::chrono::milliseconds(milliseconds));
+        const auto left = Fake::TheClock()->RealTimeUntil(end);
         if (left.count() <= 0)
             return false;
         cond.wait_for(lock, std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));

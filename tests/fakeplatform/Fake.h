@@ -21,6 +21,7 @@
 
 #include <chrono>
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,7 @@ enum class Op {
     LockActiveLinks, GetLink, LinkSend, LinkRecv, LockReadStream,
     StreamCreate, StreamWrite, StreamRemoveLeft,
     LogInitialize,
-    LastWriteTime, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange,
-    Count_
+    LastWriteTime, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange
 };
 // clang-format on
 
@@ -51,16 +51,12 @@ int Calls(Op op);
 // How long one second of the library's waits takes. 200 ms unless set: a limit of 5000 ms is then one
 // second, which a loaded machine does not miss.
 void SetSecond(std::chrono::milliseconds real);
-inline void FastClock() { SetSecond(std::chrono::milliseconds(20)); }
 // Takes the library's clock forward at once; waits that are due end.
 void Advance(std::chrono::milliseconds system);
 
-// Objects of the platform that the library holds now, and references to links; all zero when it is stopped.
-struct Counts {
-    int nPools = 0, nConnectors = 0, nLinks = 0, nStreams = 0;
-    int nStopEvents = 0, nChanges = 0, nLibraryHolds = 0;
-    friend bool operator==(const Counts&, const Counts&) = default;
-};
+// Objects of the platform that the library holds now, and references to links: how many of each kind that
+// there are any of. Empty when the library is stopped.
+using Counts = std::map<std::string, int>;
 Counts Alive();
 std::string Describe(const Counts& counts);
 

@@ -7,7 +7,10 @@
 
 namespace Fake::Journal {
 
-enum class Level { Emerg, Alert, Fatal, Error, Warning, Notice, Info, Debug, Trace };
+#define FAKE_LEVELS(X) X(Emerg) X(Alert) X(Fatal) X(Error) X(Warning) X(Notice) X(Info) X(Debug) X(Trace)
+#define FAKE_LEVEL(level) level,
+enum class Level { FAKE_LEVELS(FAKE_LEVEL) };
+#undef FAKE_LEVEL
 
 struct Line {
     Level level;

@@ -49,7 +49,6 @@ namespace {
 constexpr Host::LocalTime kLocalTime{2024, 6, 11, 12, 0, 0, 0};
 
 struct State {
-    std::mutex mutex;
     std::condition_variable cond;
     Host::LocalTime time = kLocalTime;
     std::vector<Fake::HostProcess::Box> vecBoxes;
@@ -57,7 +56,7 @@ struct State {
     std::list<Host::ChangeNotification*> listChanges;
 };
 
-State& TheState() { return Fake::Immortal<State>(); }
+Support::Guarded<State>& TheState() { return Fake::Immortal<State>(); }
 
 // Goes with the process.
 const Support::TempDirectory& OwnDirectory()
@@ -72,39 +71,27 @@ namespace Fake::HostProcess {
 
 std::string Directory() { return OwnDirectory().Path().string(); }
 
-void SetLocalTime(const Host::LocalTime& time)
-{
-    const std::lock_guard lock(TheState().mutex);
-    TheState().time = time;
-}
+void SetLocalTime(const Host::LocalTime& time) { TheState()->time = time; }
 
-std::vector<Box> Boxes()
-{
-    const std::lock_guard lock(TheState().mutex);
-    return TheState().vecBoxes;
-}
+std::vector<Box> Boxes() { return TheState()->vecBoxes; }
 
-void SetBoxAnswer(bool bShown)
-{
-    const std::lock_guard lock(TheState().mutex);
-    TheState().bBoxAnswer = bShown;
-}
+void SetBoxAnswer(bool bShown) { TheState()->bBoxAnswer = bShown; }
 
 void NotifyChange()
 {
-    const std::lock_guard lock(TheState().mutex);
-    for (Host::ChangeNotification* const pChange : TheState().listChanges)
+    const auto state = TheState().Lock();
+    for (Host::ChangeNotification* const pChange : state->listChanges)
         (pChange->bFired ? pChange->bAgain : pChange->bFired) = true;
-    TheState().cond.notify_all();
+    state->cond.notify_all();
 }
 
 void Reset()
 {
     OwnDirectory().Empty();
-    const std::lock_guard lock(TheState().mutex);
-    TheState().time = kLocalTime;
-    TheState().vecBoxes.clear();
-    TheState().bBoxAnswer = true;
+    const auto state = TheState().Lock();
+    state->time = kLocalTime;
+    state->vecBoxes.clear();
+    state->bBoxAnswer = true;
 }
 
 }  // namespace Fake::HostProcess
@@ -115,25 +102,13 @@ std::string GetExecutableDirectory() { return Fake::HostProcess::Directory(); }
 
 const char* GetPathSeparator() { return fs::path::preferred_separator == '\\' ? "\\" : "/"; }
 
-LocalTime GetLocalTime()
-{
-    const std::lock_guard lock(TheState().mutex);
-    return TheState().time;
-}
+LocalTime GetLocalTime() { return TheState()->time; }
 
 void Sleep(unsigned int milliseconds) { Kernova::Threading::ManualResetEvent(false).Wait(milliseconds); }
 
-bool FileExists(const std::string& strPath)
-{
-    std::error_code failed;
-    return fs::exists(strPath, failed);
-}
+bool FileExists(const std::string& strPath) { return fs::exists(strPath); }
 
-bool IsRegularFile(const std::string& strPath)
-{
-    std::error_code failed;
-    return fs::is_regular_file(strPath, failed);
-}
+bool IsRegularFile(const std::string& strPath) { return fs::is_regular_file(strPath); }
 
 bool IsFreshlyWritten(const std::string& strPath)
 {
@@ -159,21 +134,21 @@ StopEvent* CreateStopEvent()
 {
     if (MustFail(Op::CreateStopEvent))
         return nullptr;
-    Fake::Count(&Fake::Counts::nStopEvents, 1);
+    Fake::Count("stop events", 1);
     return new StopEvent;
 }
 
 void SetStopEvent(StopEvent* pEvent)
 {
-    const std::lock_guard lock(TheState().mutex);
+    const auto state = TheState().Lock();
     pEvent->bSignalled = true;
-    TheState().cond.notify_all();
+    state->cond.notify_all();
 }
 
 void CloseStopEvent(StopEvent* pEvent)
 {
     delete pEvent;
-    Fake::Count(&Fake::Counts::nStopEvents, -1);
+    Fake::Count("stop events", -1);
 }
 
 ChangeNotification* FindFirstChange(const std::string& strDirectory)
@@ -185,9 +160,8 @@ ChangeNotification* FindFirstChange(const std::string& strDirectory)
         return nullptr;
     }
     auto* const pChange = new ChangeNotification{strDirectory, Look(strDirectory), false, false};
-    Fake::Count(&Fake::Counts::nChanges, 1);
-    const std::lock_guard lock(TheState().mutex);
-    TheState().listChanges.push_back(pChange);
+    Fake::Count("change notifications", 1);
+    TheState()->listChanges.push_back(pChange);
     return pChange;
 }
 
@@ -195,26 +169,23 @@ bool FindNextChange(ChangeNotification* pChange)
 {
     if (MustFail(Op::FindNextChange))
         return false;
-    const std::lock_guard lock(TheState().mutex);
+    const auto state = TheState().Lock();
     pChange->bFired = std::exchange(pChange->bAgain, false);
     return true;
 }
 
 void CloseChange(ChangeNotification* pChange)
 {
-    {
-        const std::lock_guard lock(TheState().mutex);
-        TheState().listChanges.remove(pChange);
-    }
+    TheState()->listChanges.remove(pChange);
     delete pChange;
-    Fake::Count(&Fake::Counts::nChanges, -1);
+    Fake::Count("change notifications", -1);
 }
 
 WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
 {
     if (MustFail(Op::WaitForChange))
         return WaitResult::Failed;
-    std::unique_lock lock(TheState().mutex);
+    auto state = TheState().Lock();
     for (;;) {
         if (std::exchange(pEvent->bSignalled, false))
             return WaitResult::Stopped;
@@ -222,19 +193,18 @@ WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
         pChange->bFired |= pChange->snapshot != before;
         if (pChange->bFired)
             return WaitResult::Changed;
-        TheState().cond.wait_for(lock, Fake::kLookAgain);
+        state->cond.wait_for(state.lock, Fake::kLookAgain);
     }
 }
 
 bool ShowErrorBox(const char* pszTitle, const char* pszText)
 {
-    const std::lock_guard lock(TheState().mutex);
-    TheState().vecBoxes.push_back({pszTitle, pszText});
-    return TheState().bBoxAnswer;
+    TheState()->vecBoxes.push_back({pszTitle, pszText});
+    return TheState()->bBoxAnswer;
 }
 
-void HoldLibrary() { Fake::Count(&Fake::Counts::nLibraryHolds, 1); }
+void HoldLibrary() { Fake::Count("library holds", 1); }
 
-void ReleaseLibrary() { Fake::Count(&Fake::Counts::nLibraryHolds, -1); }
+void ReleaseLibrary() { Fake::Count("library holds", -1); }
 
 }  // namespace Host

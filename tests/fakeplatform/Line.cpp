@@ -9,12 +9,9 @@
 namespace Fake {
 namespace {
 
-struct Lines {
-    std::mutex mutex;
-    std::map<const Netrova::Link::_THandle*, std::shared_ptr<Line>> mapByLink;
-};
+using Lines = std::map<const Netrova::Link::_THandle*, std::shared_ptr<Line>>;
 
-Lines& TheLines() { return Fake::Immortal<Lines>(); }
+Support::Guarded<Lines>& TheLines() { return Immortal<Lines>(); }
 
 thread_local std::shared_ptr<Line> t_pDialled;  // from Dial to the link that the same thread makes of it
 
@@ -22,38 +19,23 @@ thread_local std::shared_ptr<Line> t_pDialled;  // from Dial to the link that th
 
 std::shared_ptr<Line> LineOf(const Netrova::Link::_THandle* pLink)
 {
-    const std::lock_guard lock(TheLines().mutex);
-    const auto it = TheLines().mapByLink.find(pLink);
-    return it == TheLines().mapByLink.end() ? nullptr : it->second;
+    const auto lines = TheLines().Lock();
+    const auto it = lines->find(pLink);
+    return it == lines->end() ? nullptr : it->second;
 }
 
-void ForgetLine(const Netrova::Link::_THandle* pLink)
-{
-    const std::lock_guard lock(TheLines().mutex);
-    TheLines().mapByLink.erase(pLink);
-}
+void ForgetLine(const Netrova::Link::_THandle* pLink) { TheLines()->erase(pLink); }
 
-void Inbox::Post(What what, int nConnection, std::string strBytes)
+void InboxState::Post(std::function<void(Sink&)> tell)
 {
-    const std::lock_guard lock(mutex);
     if (!bEnd)
-        deqEvents.push_back({what, nConnection, std::move(strBytes)});
+        deqEvents.push_back(std::move(tell));
     cond.notify_all();
-}
-
-std::shared_ptr<Line> Inbox::Find(int nConnection)
-{
-    const std::lock_guard lock(mutex);
-    const auto it = mapLines.find(nConnection);
-    return it == mapLines.end() ? nullptr : it->second;
 }
 
 void Line::Attach(std::shared_ptr<Netrova::Link::_THandle> p, asio::io_context& context)
 {
-    {
-        const std::lock_guard lock(TheLines().mutex);
-        TheLines().mapByLink[p.get()] = shared_from_this();
-    }
+    TheLines()->insert_or_assign(p.get(), shared_from_this());
     const std::lock_guard lock(mutex);
     pContext = &context;
     pLink = std::move(p);
@@ -100,7 +82,10 @@ void Line::EndLocked(std::unique_lock<std::mutex>& lock)
         return;
     FlushLocked();
     pLink->Lost();
-    pInbox->Post(Inbox::What::Closed, nConnection);
+    (*pInbox)->Post([pSelf = shared_from_this()](Sink& sink) {
+        sink.OnClose(pSelf->nConnection, false);
+        (*pSelf->pInbox)->mapLines.erase(pSelf->nConnection);
+    });
     const auto pLast = std::move(pLink);
     lock.unlock();
 }
@@ -116,7 +101,10 @@ void Line::FlushLocked()
     std::vector<std::vector<char>> vecBlocks;
     while (pLink != nullptr && pLink->TakeQueued(vecBlocks)) {
         for (const std::vector<char>& vecBlock : vecBlocks)
-            pInbox->Post(Inbox::What::Bytes, nConnection, {vecBlock.begin(), vecBlock.end()});
+            (*pInbox)->Post([pSelf = shared_from_this(), vecBlock](Sink& sink) {
+                pSelf->OnTaken(vecBlock.size());
+                sink.OnBytes(pSelf->nConnection, {vecBlock.begin(), vecBlock.end()});
+            });
     }
 }
 
@@ -175,13 +163,12 @@ std::error_code Dial(const std::shared_ptr<ConnectCall>&, asio::io_context&,
                      const std::vector<Endpoint>& vecEndpoints, Socket&)
 {
     if (const auto pInbox = Fake::FindListener(vecEndpoints.front().port())) {
-        const std::lock_guard lock(pInbox->mutex);
-        if (pInbox->bAccept && !pInbox->bEnd) {
-            const int nConnection = ++pInbox->nLastConnection;
+        const auto inbox = pInbox->Lock();
+        if (inbox->bAccept && !inbox->bEnd) {
+            const int nConnection = ++inbox->nLastConnection;
             Fake::t_pDialled = std::make_shared<Fake::Line>(pInbox, nConnection);
-            pInbox->mapLines[nConnection] = Fake::t_pDialled;
-            pInbox->deqEvents.push_back({Fake::Inbox::What::Opened, nConnection, {}});
-            pInbox->cond.notify_all();
+            inbox->mapLines[nConnection] = Fake::t_pDialled;
+            inbox->Post([nConnection](Fake::Sink& sink) { sink.OnOpen(nConnection); });
             return {};
         }
     }
@@ -194,7 +181,7 @@ Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<L
       m_graceTimer(context),
       m_pLink(std::move(pLink))
 {
-    Fake::Count(&Fake::Counts::nLinks, 1);
+    Fake::Count("links", 1);
     std::exchange(Fake::t_pDialled, nullptr)->Attach(m_pLink, context);
 }
 

@@ -7,29 +7,25 @@
 #include <asio.hpp>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 
 #include "platform/common/NetLink.h"
+#include "tests/support/Guarded.h"
+#include "tests/support/Transport.h"
 
 namespace Fake {
 
 struct Line;
+using Sink = Support::Transport::Sink;
 
 // What has happened on a transport's connections and has not been told to its sink yet.
-struct Inbox {
-    enum class What { Opened, Bytes, Closed };
-    struct Event {
-        What what;
-        int nConnection;
-        std::string strBytes;
-    };
-
-    std::mutex mutex;
+struct InboxState {
     std::condition_variable cond;
-    std::deque<Event> deqEvents;
+    std::deque<std::function<void(Sink&)>> deqEvents;
     std::map<int, std::shared_ptr<Line>> mapLines;  // open connections
     int nLastConnection = 0;
     bool bAccept = true;
@@ -37,9 +33,9 @@ struct Inbox {
     bool bTelling = false;  // the sink is being told of an event
     bool bEnd = false;
 
-    void Post(What what, int nConnection, std::string strBytes = {});
-    std::shared_ptr<Line> Find(int nConnection);
+    void Post(std::function<void(Sink&)> tell);
 };
+using Inbox = Support::Guarded<InboxState>;
 
 // The inbox that listens on that port; null if none does.
 std::shared_ptr<Inbox> FindListener(unsigned short nPort);

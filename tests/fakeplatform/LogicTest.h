@@ -3,20 +3,19 @@
 //     #include "tests/fakeplatform/LogicTest.h"
 //     TEST_F(LogicTest, CheckinWithoutAnAnswerTimesOut) {
 //         ASSERT_TRUE(Game().Start());
-//         FastClock();
 //         const auto res = Game().Checkin("abc");
 //         EXPECT_STREQ(res.szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
 //     }
 //
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
-//   FailSend(), Fail(Op::Connect), FastClock(), SetSecond, Advance, HoldPools, SendReturnsLate,
+//   FailSend(), Fail(Op::Connect), SetSecond, Advance, HoldPools, SendReturnsLate,
 //   Calls(Op::...)            fakeplatform/Fake.h
 //   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor     fakeplatform/FakeLog.h
 //   HostProcess::SetLocalTime, Boxes, NotifyChange                                   fakeplatform/FakeHost.h
 //
 // The settings' directory is a new and empty one. Waits run by the library's clock: a limit of 5000 ms
-// takes a second, after FastClock() a tenth of one. At the end of each test the library is stopped and
+// takes a second unless SetSecond changes that. At the end of each test the library is stopped and
 // everything that it held has to be given back.
 #pragma once
 
@@ -52,9 +51,17 @@ protected:
     testing::AssertionResult NothingIsLeft()
     {
         Service().Settle();
-        if (Fake::Alive() == Fake::Counts())
-            return testing::AssertionSuccess();
-        return testing::AssertionFailure() << Fake::Describe(Fake::Alive());
+        return testing::AssertionResult(Fake::Alive().empty()) << Fake::Describe(Fake::Alive());
+    }
+};
+
+// The same with the library running from the start.
+class StartedTest : public LogicTest {
+protected:
+    void SetUp() override
+    {
+        LogicTest::SetUp();
+        ASSERT_TRUE(Game().Start());
     }
 };
 

@@ -1,5 +1,6 @@
 #include "platform/Logova.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <filesystem>
@@ -21,58 +22,47 @@ namespace Fake::Journal {
 namespace {
 
 struct Book {
-    std::mutex mutex;
     std::condition_variable cond;
     std::vector<Line> vecLines;
     bool bThrow = false;
     std::string strService;  // empty while none runs
     std::vector<std::unique_ptr<Logova::_THandle>> vecHandles;
+
+    int Count(Level level, const std::string& strPart) const
+    {
+        return static_cast<int>(std::ranges::count_if(vecLines, [&](const Line& line) {
+            return line.level == level && line.strText.find(strPart) != std::string::npos;
+        }));
+    }
 };
 
-Book& TheBook() { return Fake::Immortal<Book>(); }
-
-int CountUnderLock(Level level, const std::string& strPart)
-{
-    int nCount = 0;
-    for (const Line& line : TheBook().vecLines)
-        nCount += line.level == level && line.strText.find(strPart) != std::string::npos;
-    return nCount;
-}
+Support::Guarded<Book>& TheBook() { return Immortal<Book>(); }
 
 void Write(Logova::_THandle* pHandle, Level level, std::string strText, bool bFormatted)
 {
-    Book& book = TheBook();
     if (pHandle == nullptr || !pHandle->bAlive.load())
         Violation("A log handle is used after its service has ended: " + strText);
-    const std::lock_guard lock(book.mutex);
-    if (book.bThrow)
+    const auto book = TheBook().Lock();
+    if (book->bThrow)
         throw std::runtime_error("a log call throws on order");
-    book.vecLines.push_back({level, std::move(strText), bFormatted});
-    book.cond.notify_all();
+    book->vecLines.push_back({level, std::move(strText), bFormatted});
+    book->cond.notify_all();
 }
 
-const char* const kNames[] = {"Emerg",  "Alert", "Fatal", "Error", "Warning",
-                              "Notice", "Info",  "Debug", "Trace"};
+#define FAKE_NAME(level) #level,
+const char* const kNames[] = {FAKE_LEVELS(FAKE_NAME)};
 
 }  // namespace
 
-std::vector<Line> Lines()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return TheBook().vecLines;
-}
+std::vector<Line> Lines() { return TheBook()->vecLines; }
 
-int Count(Level level, const std::string& strPart)
-{
-    const std::lock_guard lock(TheBook().mutex);
-    return CountUnderLock(level, strPart);
-}
+int Count(Level level, const std::string& strPart) { return TheBook()->Count(level, strPart); }
 
 bool WaitFor(Level level, const std::string& strPart)
 {
-    std::unique_lock lock(TheBook().mutex);
-    return TheBook().cond.wait_for(lock, std::chrono::seconds(10),
-                                   [&] { return CountUnderLock(level, strPart) > 0; });
+    auto book = TheBook().Lock();
+    return book->cond.wait_for(book.lock, std::chrono::seconds(10),
+                               [&] { return book->Count(level, strPart) > 0; });
 }
 
 std::string Text()
@@ -83,17 +73,9 @@ std::string Text()
     return out;
 }
 
-void Clear()
-{
-    const std::lock_guard lock(TheBook().mutex);
-    TheBook().vecLines.clear();
-}
+void Clear() { TheBook()->vecLines.clear(); }
 
-void ThrowOnWrite(bool bThrow)
-{
-    const std::lock_guard lock(TheBook().mutex);
-    TheBook().bThrow = bThrow;
-}
+void ThrowOnWrite(bool bThrow) { TheBook()->bThrow = bThrow; }
 
 void Reset()
 {
@@ -112,30 +94,28 @@ bool Initialize(const char* service, const char* configurationFile)
 {
     if (Fake::MustFail(Fake::Op::LogInitialize))
         return false;
-    const std::lock_guard lock(TheBook().mutex);
-    std::error_code ignored;
-    if (!TheBook().strService.empty() || !std::filesystem::is_regular_file(configurationFile, ignored))
+    const auto book = TheBook().Lock();
+    if (!book->strService.empty() || !std::filesystem::is_regular_file(configurationFile))
         return false;
-    TheBook().strService = service;
+    book->strService = service;
     return true;
 }
 
 _THandle* GetLogger(const char* service, const char*)
 {
-    const std::lock_guard lock(TheBook().mutex);
-    if (TheBook().strService != service)
+    const auto book = TheBook().Lock();
+    if (book->strService != service)
         return nullptr;
-    TheBook().vecHandles.push_back(std::make_unique<_THandle>());
-    return TheBook().vecHandles.back().get();
+    return book->vecHandles.emplace_back(std::make_unique<_THandle>()).get();
 }
 
 bool Uninitialize(const char* service)
 {
-    const std::lock_guard lock(TheBook().mutex);
-    if (TheBook().strService != service)
+    const auto book = TheBook().Lock();
+    if (book->strService != service)
         return false;
-    TheBook().strService.clear();
-    for (const auto& pHandle : TheBook().vecHandles)
+    book->strService.clear();
+    for (const auto& pHandle : book->vecHandles)
         pHandle->bAlive.store(false);
     return true;
 }
@@ -154,14 +134,6 @@ bool Uninitialize(const char* service)
         Fake::Journal::Write(pHandle, Level::level, strText, true); \
     }
 
-FAKE_LEVEL(Emerg)
-FAKE_LEVEL(Alert)
-FAKE_LEVEL(Fatal)
-FAKE_LEVEL(Error)
-FAKE_LEVEL(Warning)
-FAKE_LEVEL(Notice)
-FAKE_LEVEL(Info)
-FAKE_LEVEL(Debug)
-FAKE_LEVEL(Trace)
+FAKE_LEVELS(FAKE_LEVEL)
 
 }  // namespace Logova

@@ -9,11 +9,9 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/Transport.h"
+#include "tests/fakeplatform/Line.h"
 
 namespace Fake {
-
-struct Inbox;
 
 class MemoryTransport final : public Support::Transport {
 public:
@@ -34,7 +32,7 @@ public:
 private:
     void Run(Sink& sink);
 
-    std::shared_ptr<Inbox> m_pInbox;
+    const std::shared_ptr<Inbox> m_pInbox = std::make_shared<Inbox>();
     unsigned short m_nPort;
     std::thread m_thread;
 };

@@ -21,14 +21,13 @@ struct Target {
 };
 
 struct State {
-    std::mutex mutex;
     std::condition_variable cond;
     std::map<_THandle*, std::array<Target, 4>> mapTargets;
     bool bHeld = false;
     bool bSendLate = false;
 };
 
-State& TheState() { return Fake::Immortal<State>(); }
+Support::Guarded<State>& TheState() { return Fake::Immortal<State>(); }
 
 thread_local bool t_bInCallback = false;
 
@@ -44,7 +43,7 @@ struct Behind {
             pLine->ReceivedReturned();
         if (kEvent == Event::Disconnected) {
             Fake::ForgetLine(pLink);
-            Fake::Count(&Fake::Counts::nLinks, -1);
+            Fake::Count("links", -1);
         }
     }
     Behind(const Behind&) = delete;
@@ -58,9 +57,9 @@ void Run(_THandle* pConnector, Link::_THandle* pLink, void*)
 {
     Target target;
     {
-        std::unique_lock lock(TheState().mutex);
-        TheState().cond.wait(lock, [] { return !TheState().bHeld; });
-        target = TheState().mapTargets[pConnector].at(static_cast<std::size_t>(kEvent));
+        auto state = TheState().Lock();
+        state->cond.wait(state.lock, [&] { return !state->bHeld; });
+        target = state->mapTargets[pConnector].at(static_cast<std::size_t>(kEvent));
     }
     if (kEvent == Event::Received)
         Fake::WaitUntilNobodyIsBetween();
@@ -80,7 +79,7 @@ _THandle* CreateHandle(Kernova::ThreadPool::_THandle* pool)
     pConnector->SetCallback(Event::Disconnected, &Run<Event::Disconnected>, nullptr);
     pConnector->SetCallback(Event::Received, &Run<Event::Received>, nullptr);
     pConnector->Start();
-    Fake::Count(&Fake::Counts::nConnectors, 1);
+    Fake::Count("connectors", 1);
     return pConnector;
 }
 
@@ -90,20 +89,16 @@ void DestroyHandle(_THandle* pConnector)
         return;
     if (!pConnector->Stop())
         return Fake::Violation("A connector is destroyed by one of its own callbacks");
-    {
-        const std::lock_guard lock(TheState().mutex);
-        TheState().mapTargets.erase(pConnector);
-    }
+    TheState()->mapTargets.erase(pConnector);
     delete pConnector;
-    Fake::Count(&Fake::Counts::nConnectors, -1);
+    Fake::Count("connectors", -1);
 }
 
-#define FAKE_SET_ON(event)                                                                \
-    bool SetOn##event(_THandle* pConnector, Callback pfn, void* context)                  \
-    {                                                                                     \
-        const std::lock_guard lock(TheState().mutex);                                     \
-        TheState().mapTargets[pConnector].at(std::size_t(Event::event)) = {pfn, context}; \
-        return !MustFail(Op::SetOn##event);                                               \
+#define FAKE_SET_ON(event)                                                                 \
+    bool SetOn##event(_THandle* pConnector, Callback pfn, void* context)                   \
+    {                                                                                      \
+        TheState()->mapTargets[pConnector].at(std::size_t(Event::event)) = {pfn, context}; \
+        return !MustFail(Op::SetOn##event);                                                \
     }
 FAKE_SET_ON(Connected)
 FAKE_SET_ON(Disconnected)
@@ -142,13 +137,13 @@ namespace Netrova::Link {
 
 int AddRef(_THandle* pLink)
 {
-    Fake::Count(&Fake::Counts::nLinks, 1);
+    Fake::Count("links", 1);
     return pLink->AddRef();
 }
 
 int Release(_THandle* pLink)
 {
-    Fake::Count(&Fake::Counts::nLinks, -1);
+    Fake::Count("links", -1);
     return pLink->Release();
 }
 
@@ -161,11 +156,7 @@ int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
     if (!pLine)
         return pLink->Send(*pMemory);
     const bool bCaller = !Connector::t_bInCallback;
-    bool bLate = false;
-    {
-        const std::lock_guard lock(Connector::TheState().mutex);
-        bLate = bCaller && Connector::TheState().bSendLate;
-    }
+    const bool bLate = bCaller && Connector::TheState()->bSendLate;
     const int nReceived = pLine->Received();
     if (bCaller && !bLate)
         Fake::ThisThreadHasSent();
@@ -202,15 +193,11 @@ using Netrova::Connector::TheState;
 
 void HoldPools(bool bHold)
 {
-    const std::lock_guard lock(TheState().mutex);
-    TheState().bHeld = bHold;
-    TheState().cond.notify_all();
+    const auto state = TheState().Lock();
+    state->bHeld = bHold;
+    state->cond.notify_all();
 }
 
-void SendReturnsLate(bool bLate)
-{
-    const std::lock_guard lock(TheState().mutex);
-    TheState().bSendLate = bLate;
-}
+void SendReturnsLate(bool bLate) { TheState()->bSendLate = bLate; }
 
 }  // namespace Fake

@@ -1,5 +1,5 @@
 // Failures on order, violations, counters.
-#include <array>
+#include <gtest/gtest.h>
 
 #include "tests/fakeplatform/FakeHost.h"
 #include "tests/fakeplatform/FakeLog.h"
@@ -17,90 +17,53 @@ struct Order {
 };
 
 struct State {
-    std::mutex mutex;
-    std::array<Order, static_cast<std::size_t>(Op::Count_)> orders;
+    std::map<Op, Order> mapOrders;
     std::vector<std::string> vecViolations;
     Counts counts;
 };
 
-State& TheState() { return Fake::Immortal<State>(); }
-
-Order& OrderOf(Op op) { return TheState().orders.at(static_cast<std::size_t>(op)); }
+Support::Guarded<State>& TheState() { return Immortal<State>(); }
 
 }  // namespace
 
 void Fail(Op op, int nTimes, int nAfter, unsigned int nCode)
 {
-    const std::lock_guard lock(TheState().mutex);
-    OrderOf(op) = {nAfter, nTimes, nCode, OrderOf(op).nCalls};
+    const auto state = TheState().Lock();
+    Order& order = state->mapOrders[op];
+    order = {nAfter, nTimes, nCode, order.nCalls};
 }
 
-int Calls(Op op)
-{
-    const std::lock_guard lock(TheState().mutex);
-    return OrderOf(op).nCalls;
-}
+int Calls(Op op) { return TheState()->mapOrders[op].nCalls; }
 
 bool MustFail(Op op)
 {
     if (Support::Outside::IsHere())
         return false;
-    unsigned int nCode = 0;
-    {
-        const std::lock_guard lock(TheState().mutex);
-        Order& order = OrderOf(op);
-        ++order.nCalls;
-        if (order.nTimes == 0)
-            return false;
-        if (order.nAfter > 0) {
-            --order.nAfter;
-            return false;
-        }
-        if (order.nTimes != kAlways)
-            --order.nTimes;
-        nCode = order.nCode;
-    }
-    Platova::SetLastError(nCode);
+    const auto state = TheState().Lock();
+    Order& order = state->mapOrders[op];
+    ++order.nCalls;
+    if (order.nTimes == 0 || order.nAfter-- > 0)
+        return false;
+    order.nAfter = 0;
+    order.nTimes -= order.nTimes == kAlways ? 0 : 1;
+    Platova::SetLastError(order.nCode);
     return true;
 }
 
-void Violation(const std::string& strText)
+void Violation(const std::string& strText) { TheState()->vecViolations.push_back(strText); }
+
+std::vector<std::string> Violations() { return TheState()->vecViolations; }
+
+void Count(const char* pszObjects, int nChange)
 {
-    const std::lock_guard lock(TheState().mutex);
-    TheState().vecViolations.push_back(strText);
+    const auto state = TheState().Lock();
+    if ((state->counts[pszObjects] += nChange) == 0)
+        state->counts.erase(pszObjects);
 }
 
-std::vector<std::string> Violations()
-{
-    const std::lock_guard lock(TheState().mutex);
-    return TheState().vecViolations;
-}
+Counts Alive() { return TheState()->counts; }
 
-void Count(int Counts::*pCount, int nChange)
-{
-    const std::lock_guard lock(TheState().mutex);
-    TheState().counts.*pCount += nChange;
-}
-
-Counts Alive()
-{
-    const std::lock_guard lock(TheState().mutex);
-    return TheState().counts;
-}
-
-std::string Describe(const Counts& counts)
-{
-    std::string out;
-    for (const auto& [pszName, nCount] : {std::pair{"pools ", counts.nPools},
-                                          {"connectors ", counts.nConnectors},
-                                          {"links ", counts.nLinks},
-                                          {"streams ", counts.nStreams},
-                                          {"stop events ", counts.nStopEvents},
-                                          {"change notifications ", counts.nChanges},
-                                          {"library holds ", counts.nLibraryHolds}})
-        out += pszName + std::to_string(nCount) + ' ';
-    return out;
-}
+std::string Describe(const Counts& counts) { return testing::PrintToString(counts); }
 
 void Reset()
 {
@@ -109,9 +72,9 @@ void Reset()
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
     HostProcess::Reset();
-    const std::lock_guard lock(TheState().mutex);
-    TheState().orders.fill({});
-    TheState().vecViolations.clear();
+    const auto state = TheState().Lock();
+    state->mapOrders.clear();
+    state->vecViolations.clear();
 }
 
 }  // namespace Fake

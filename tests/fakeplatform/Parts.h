@@ -2,12 +2,13 @@
 #pragma once
 
 #include <condition_variable>
-#include <mutex>
+#include <string>
 #include <thread>
 
 #include "platform/Kernova.h"
 #include "platform/common/LastError.h"
 #include "tests/fakeplatform/Fake.h"
+#include "tests/support/Guarded.h"
 
 namespace Fake {
 
@@ -29,13 +30,13 @@ void WaitUntilNobodyIsBetween();
 void NoteSent(const Kernova::MemoryPool::_XMemory* pMemory);
 
 // Counts objects that the library holds, for Alive().
-void Count(int Counts::*pCount, int nChange);
+void Count(const char* pszObjects, int nChange);
 
 // Never destroyed: threads of the library may run while the process exits.
 template <class T>
-T& Immortal()
+Support::Guarded<T>& Immortal()
 {
-    static T* const s_p = new T;
+    static auto* const s_p = new Support::Guarded<T>;
     return *s_p;
 }
 

@@ -9,17 +9,11 @@ namespace {
 
 using Memory = Kernova::MemoryPool::_XMemory;
 
-struct SentStreams {
-    std::mutex mutex;
-    std::set<const Memory*> setMemories;
-};
-
-SentStreams& TheSent() { return Fake::Immortal<SentStreams>(); }
+Support::Guarded<std::set<const Memory*>>& TheSent() { return Fake::Immortal<std::set<const Memory*>>(); }
 
 void ExpectUnsent(const Memory* pMemory)
 {
-    const std::lock_guard lock(TheSent().mutex);
-    if (TheSent().setMemories.count(pMemory) != 0)
+    if (TheSent()->count(pMemory) != 0)
         Fake::Violation("A stream is used after it has been sent");
 }
 
@@ -30,8 +24,7 @@ namespace Fake {
 void NoteSent(const Memory* pMemory)
 {
     ExpectUnsent(pMemory);
-    const std::lock_guard lock(TheSent().mutex);
-    TheSent().setMemories.insert(pMemory);
+    TheSent()->insert(pMemory);
 }
 
 }  // namespace Fake
@@ -47,7 +40,7 @@ _THandle* CreateHandle()
 {
     if (Fake::MustFail(Fake::Op::StreamCreate))
         return nullptr;
-    Fake::Count(&Fake::Counts::nStreams, 1);
+    Fake::Count("streams", 1);
     return RealCreateHandle();
 }
 
@@ -55,11 +48,8 @@ void DestroyHandle(_THandle* pStream)
 {
     if (pStream == nullptr)
         return;
-    {
-        const std::lock_guard lock(TheSent().mutex);
-        TheSent().setMemories.erase(GetXMemory(pStream));
-    }
-    Fake::Count(&Fake::Counts::nStreams, -1);
+    TheSent()->erase(GetXMemory(pStream));
+    Fake::Count("streams", -1);
     RealDestroyHandle(pStream);
 }
 
@@ -86,13 +76,13 @@ _THandle* CreateHandle(std::size_t threads)
     if (Fake::MustFail(Fake::Op::PoolCreate))
         return nullptr;
     _THandle* const pPool = RealCreateHandle(threads);
-    Fake::Count(&Fake::Counts::nPools, pPool != nullptr ? 1 : 0);
+    Fake::Count("pools", pPool != nullptr ? 1 : 0);
     return pPool;
 }
 
 void DestroyHandle(_THandle* pPool)
 {
-    Fake::Count(&Fake::Counts::nPools, pPool != nullptr ? -1 : 0);
+    Fake::Count("pools", pPool != nullptr ? -1 : 0);
     RealDestroyHandle(pPool);
 }
 

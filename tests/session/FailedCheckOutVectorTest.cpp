@@ -47,15 +47,4 @@ TEST(FailedCheckOutVector, ADeliveryTakesOnlyWhatItHasListed)
     EXPECT_EQ(failed.GetCount(), 1u);
 }
 
-TEST(FailedCheckOutVector, AnEmptyListLeavesTheTextAlone)
-{
-    CFailedCheckOutVector failed;
-    List list;
-    std::string strDump = "untouched";
-    EXPECT_FALSE(failed.GetFailedCheckOutList(list));
-    EXPECT_FALSE(failed.DumpFailedUsers(strDump));
-    EXPECT_EQ(strDump, "untouched");
-    failed.ClearFailedUsers();
-}
-
 }  // namespace

@@ -48,12 +48,4 @@ TEST(UserInfoMap, ListsUsersInTheOrderOfTheirKeys)
     EXPECT_EQ(strOrder, "B a b \xC3\xA4 ");
 }
 
-TEST(UserInfoMap, AddsNobodyWhenNobodyWaitsOrTheCheckinFailed)
-{
-    CUserInfoMap users;
-    EXPECT_FALSE(users.CompleteAndAdd(User("abc"), true, [] { return false; }));
-    EXPECT_TRUE(users.CompleteAndAdd(User("abc"), false, [] { return true; }));
-    EXPECT_EQ(users.GetCount(), 0u);
-}
-
 }  // namespace

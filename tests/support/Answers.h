@@ -51,23 +51,17 @@ inline constexpr int kProductID = 7;
 template <class Request, class Answer>
 void FillSuccess(const Request& req, Answer& ans)
 {
-    if constexpr (requires { ans.nReqID = req.nReqID; })
-        ans.nReqID = req.nReqID;
-    if constexpr (requires {
-                      ans.strUserID = req.strUserID;
-                      ans.strUserNo = req.strUserNo;
-                  }) {
-        ans.strUserID = req.strUserID;
-        ans.strUserNo = req.strUserNo;
-    }
-    if constexpr (requires { ans.strUserIP = req.strUserIP; })
-        ans.strUserIP = req.strUserIP;
+#define SUPPORT_ECHO(field)                            \
+    if constexpr (requires { ans.field = req.field; }) \
+    ans.field = req.field
+    SUPPORT_ECHO(nReqID);
+    SUPPORT_ECHO(strUserID);
+    SUPPORT_ECHO(strUserNo);
+    SUPPORT_ECHO(strUserIP);
+#undef SUPPORT_ECHO
     if constexpr (requires { ans.bSuccess; })
         ans.bSuccess = true;
-    if constexpr (requires {
-                      ans.nBillType;
-                      ans.strEndDate;
-                  }) {
+    if constexpr (requires { ans.nBillType + ans.strEndDate.size(); }) {
         ans.nProductID = kProductID;
         ans.nRemainMinutes = 600;
         ans.strCRMCode = "CRM";

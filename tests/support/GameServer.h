@@ -15,7 +15,7 @@
 //   Callbacks. Slots are BillingEvent, NotifyStorageInfo, QueryGameMoney, SpendGameMoney, QueryInventory,
 //   SaveInventory, QueryCharacter. All are there and report success unless a test says otherwise.
 //     Game().On<QueryGameMoney>([](const auto& req, auto& res) { res.nGameMoney = 5; });
-//     Game().SetNull<SpendGameMoney>();       before Start
+//     Game().callbacks.pfnSpendGameMoney = nullptr;       before Start
 //     auto info = Game().WaitFor<BillingEvent>();       the first one's record; WaitFor<...>(2) the second's
 //     Game().Got<BillingEvent>();             the records so far
 //     Game().Hold<BillingEvent>();            callbacks block at their end until Release<BillingEvent>()
@@ -30,13 +30,13 @@
 #include <cstring>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "VelkarConnector.h"
 #include "platform/Host.h"
+#include "tests/support/Guarded.h"
 #include "tests/support/Settings.h"
 
 namespace Support {
@@ -70,54 +70,48 @@ public:
     void Run(const Request* pReq, Answers*... pAnswers)
     {
         g_nLateCallbacks += g_bLibraryIsStopped ? 1 : 0;
-        std::unique_lock lock(m_mutex);
-        m_vecGot.push_back(*pReq);
-        m_cond.notify_all();
-        const Handler handler = m_handler;
-        lock.unlock();
+        auto state = m_state.Lock();
+        state->vecGot.push_back(*pReq);
+        state->cond.notify_all();
+        const Handler handler = state->handler;
+        state.lock.unlock();
         ((pAnswers->bSuccess = 1), ...);
         if (handler)
             handler(*pReq, *pAnswers...);
-        lock.lock();
-        m_cond.wait(lock, [this] { return !m_bHeld; });
+        state.lock.lock();
+        state->cond.wait(state.lock, [&] { return !state->bHeld; });
     }
-    void Set(Handler handler)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_handler = std::move(handler);
-    }
+    void Set(Handler handler) { m_state->handler = std::move(handler); }
     void Hold(bool bHeld)
     {
-        const std::lock_guard lock(m_mutex);
-        m_bHeld = bHeld;
-        m_cond.notify_all();
+        const auto state = m_state.Lock();
+        state->bHeld = bHeld;
+        state->cond.notify_all();
     }
-    std::vector<Request> Got()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_vecGot;
-    }
+    std::vector<Request> Got() { return m_state->vecGot; }
     Request WaitFor(std::size_t nNumber)
     {
-        std::unique_lock lock(m_mutex);
-        if (!m_cond.wait_for(lock, std::chrono::seconds(20), [&] { return m_vecGot.size() >= nNumber; }))
+        auto state = m_state.Lock();
+        if (!state->cond.wait_for(state.lock, std::chrono::seconds(20),
+                                  [&] { return state->vecGot.size() >= nNumber; }))
             throw std::runtime_error("The game has waited in vain for a callback");
-        return m_vecGot[nNumber - 1];
+        return state->vecGot[nNumber - 1];
     }
     void Forget()
     {
         Set(nullptr);
         Hold(false);
-        const std::lock_guard lock(m_mutex);
-        m_vecGot.clear();
+        m_state->vecGot.clear();
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    std::vector<Request> m_vecGot;
-    Handler m_handler;
-    bool m_bHeld = false;
+    struct State {
+        std::condition_variable cond;
+        std::vector<Request> vecGot;
+        Handler handler;
+        bool bHeld = false;
+    };
+    Guarded<State> m_state;
 };
 
 template <auto pSlot>
@@ -175,11 +169,6 @@ public:
     void On(Handler handler)
     {
         Slot<pSlot>::The().Set(std::move(handler));
-    }
-    template <auto pSlot>
-    void SetNull()
-    {
-        callbacks.*pSlot = nullptr;
     }
     template <auto pSlot>
     auto WaitFor(std::size_t nNumber = 1)

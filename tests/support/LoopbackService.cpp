@@ -50,7 +50,7 @@ void LoopbackService::AcceptNext()
             const auto p = std::make_shared<Connection>(std::move(socket));
             m_mapConnections[++m_nLastConnection] = p;
             m_pSink->OnOpen(m_nLastConnection);
-            Noticed();
+            ++m_nNotices;
             Read(m_nLastConnection, p);
         }
         AcceptNext();
@@ -69,7 +69,7 @@ void LoopbackService::Read(int nConnection, const ConnectionPtr& p)
         if (failed)
             return End(nConnection, failed != asio::error::eof);
         m_pSink->OnBytes(nConnection, std::string(p->buffer.data(), nSize));
-        Noticed();
+        ++m_nNotices;
         Read(nConnection, p);
     };
     p->socket.async_read_some(asio::buffer(p->buffer), onRead);
@@ -99,7 +99,7 @@ void LoopbackService::End(int nConnection, bool bAbruptly)
     m_mapConnections.at(nConnection)->socket.close(ignored);
     m_mapConnections.erase(nConnection);
     m_pSink->OnClose(nConnection, bAbruptly);
-    Noticed();
+    ++m_nNotices;
 }
 
 void LoopbackService::Later(int nConnection, std::function<void(const ConnectionPtr&)> work)
@@ -193,19 +193,12 @@ bool LoopbackService::IsHeldUp(int nConnection)
     return bHeldUp;
 }
 
-void LoopbackService::Noticed()
-{
-    const std::lock_guard lock(m_mutexNotices);
-    ++m_nNotices;
-    m_cond.notify_all();
-}
-
 void LoopbackService::WaitForSilence()
 {
-    std::unique_lock lock(m_mutexNotices);
-    int nSeen = m_nNotices;
-    while (m_cond.wait_for(lock, kQuiet, [&] { return m_nNotices != nSeen; }))
+    for (int nSeen = -1; nSeen != m_nNotices;) {
         nSeen = m_nNotices;
+        std::this_thread::sleep_for(kQuiet);
+    }
 }
 
 }  // namespace Support

@@ -3,13 +3,12 @@
 
 #include <array>
 #include <asio.hpp>
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "tests/support/Transport.h"
@@ -62,7 +61,6 @@ private:
     void RunOn(int nConnection, const std::function<void(const ConnectionPtr&)>& work);
 
     void DoAndWait(const std::function<void()>& work);
-    void Noticed();
 
     const std::chrono::microseconds m_delay;
     asio::io_context m_context;
@@ -76,9 +74,7 @@ private:
     Sink* m_pSink = nullptr;
     std::chrono::steady_clock::time_point m_lastDue;
 
-    std::mutex m_mutexNotices;
-    std::condition_variable m_cond;
-    int m_nNotices = 0;
+    std::atomic<int> m_nNotices{0};  // of the sink
 };
 
 }  // namespace Support

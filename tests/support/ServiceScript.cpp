@@ -5,77 +5,42 @@
 #include <algorithm>
 
 #include "tests/support/Outside.h"
+#include "tests/wirova/ByteStream.h"
+#include "wirova/BigEndian.h"
 #include "wirova/Frame.h"
-#include "wirova/messages/MessageCatalog.h"
 
 namespace Support {
 
 namespace {
 
-struct TestStream {
-    TestStream() : p(Strova::CreateHandle()) {}
-    ~TestStream() { Strova::DestroyHandle(p); }
-    TestStream(const TestStream&) = delete;
-    TestStream& operator=(const TestStream&) = delete;
-
-    std::string TakeAll() const
-    {
-        std::string out(static_cast<std::size_t>(Strova::GetLength(p)), '\0');
-        Strova::Read(p, out.data(), static_cast<int>(out.size()));
-        return out;
-    }
-
-    const Outside outside;
-    Strova::_THandle* const p;
-};
-
-// 4 bytes, the most significant first.
-std::int64_t LengthAt(const std::string& strBytes)
+Wirova::int32 NumberAt(const std::string& strBytes)
 {
-    std::int64_t n = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        n = (n << 8) | static_cast<unsigned char>(strBytes[i]);
-    return n;
+    unsigned char bytes[4];
+    std::copy_n(strBytes.begin(), sizeof(bytes), bytes);
+    return Wirova::GetBigEndian<Wirova::int32>(bytes);
 }
 
-constexpr std::int64_t kLongestFrame = 64 << 20;
-
-template <class Request>
-std::string SayYesTo(const std::string& strBody)
-{
-    Request req;
-    if (!LoadBody(strBody, req))
-        return {};
-    AnswerTo<Request> ans;
-    FillSuccess(req, ans);
-    return FrameOf(ans);
-}
+constexpr Wirova::int32 kLongestFrame = 64 << 20;
 
 }  // namespace
 
-std::string BodyOf(const Wirova::IMessage& msg)
-{
-    const TestStream stream;
-    if (!msg.Save(stream.p))
-        throw std::runtime_error("a message cannot be saved");
-    return stream.TakeAll();
-}
+std::string BodyOf(const Wirova::IMessage& msg) { return FrameOf(msg).substr(4); }
 
 std::string FrameOf(const Wirova::IMessage& msg)
 {
-    const std::string strBody = BodyOf(msg);
-    std::string out;
-    for (int nShift = 24; nShift >= 0; nShift -= 8)
-        out += static_cast<char>(strBody.size() >> nShift & 0xFF);
-    return out + strBody;
+    const Outside outside;
+    const ByteStream stream;
+    if (!Wirova::WriteFrame(stream, msg))
+        throw std::runtime_error("a message cannot be saved");
+    return stream.Bytes();
 }
 
 bool LoadBody(const std::string& strBody, Wirova::IMessage& msg)
 {
-    const TestStream stream;
-    Strova::Write(stream.p, strBody.data(), static_cast<int>(strBody.size()));
+    const Outside outside;
+    const ByteStream stream(strBody);
     try {
-        return msg.Load(stream.p) && Strova::GetLength(stream.p) == 0;
+        return msg.Load(stream) && Strova::GetLength(stream) == 0;
     } catch (const std::length_error&) {
         return false;
     }
@@ -91,46 +56,41 @@ ServiceScript::ServiceScript(std::unique_ptr<Transport> pTransport) : m_pTranspo
 
 void ServiceScript::OnOpen(int nConnection)
 {
-    const std::lock_guard lock(m_mutex);
-    m_mapUnread[nConnection];
-    ++m_nConnections;
-    m_cond.notify_all();
+    const auto state = m_state.Lock();
+    state->mapUnread[nConnection];
+    ++state->nConnections;
+    state->cond.notify_all();
 }
 
 void ServiceScript::OnClose(int nConnection, bool)
 {
-    const std::lock_guard lock(m_mutex);
-    const auto it = m_mapUnread.find(nConnection);
-    if (it == m_mapUnread.end())
-        return;
-    if (!it->second.empty() && m_setClosedHere.count(nConnection) == 0)
-        m_vecFaults.push_back("the connection ends inside a frame");
-    m_mapUnread.erase(it);
-    m_cond.notify_all();
+    const auto state = m_state.Lock();
+    const auto unread = state->mapUnread.extract(nConnection);
+    if (unread && !unread.mapped().empty() && !state->setClosedHere.contains(nConnection))
+        state->vecFaults.push_back("the connection ends inside a frame");
+    state->cond.notify_all();
 }
 
 void ServiceScript::OnBytes(int nConnection, std::string strBytes)
 {
     std::vector<std::string> vecBodies;
     {
-        const std::lock_guard lock(m_mutex);
-        std::string& strUnread = m_mapUnread[nConnection];
+        const auto state = m_state.Lock();
+        std::string& strUnread = state->mapUnread[nConnection];
         strUnread += strBytes;
-        std::size_t nAt = 0;
-        while (strUnread.size() - nAt >= 4) {
-            const std::int64_t nLength = LengthAt(strUnread.substr(nAt, 4));
-            if (nLength > kLongestFrame) {
-                m_vecFaults.push_back("a frame of " + std::to_string(nLength) + " bytes");
-                nAt = strUnread.size();
+        while (strUnread.size() >= 4) {
+            const Wirova::int32 nLength = NumberAt(strUnread);
+            if (nLength < 0 || nLength > kLongestFrame) {
+                state->vecFaults.push_back("a frame of " + std::to_string(nLength) + " bytes");
+                strUnread.clear();
                 break;
             }
             const auto nBody = static_cast<std::size_t>(nLength);
-            if (strUnread.size() - nAt - 4 < nBody)
+            if (strUnread.size() < 4 + nBody)
                 break;
-            vecBodies.push_back(strUnread.substr(nAt + 4, nBody));
-            nAt += 4 + nBody;
+            vecBodies.push_back(strUnread.substr(4, nBody));
+            strUnread.erase(0, 4 + nBody);
         }
-        strUnread.erase(0, nAt);
     }
     for (std::string& strBody : vecBodies)
         OnFrame(nConnection, std::move(strBody));
@@ -138,25 +98,20 @@ void ServiceScript::OnBytes(int nConnection, std::string strBytes)
 
 void ServiceScript::OnFrame(int nConnection, std::string strBody)
 {
-    const int nMsgID = strBody.size() < 4 ? 0 : static_cast<int>(LengthAt(strBody));
+    const int nMsgID = strBody.size() < 4 ? 0 : NumberAt(strBody);
     const auto pMessage = Wirova::MakeMessage(nMsgID);
     const bool bGood = pMessage && LoadBody(strBody, *pMessage);
     Responder responder;
     {
-        const std::lock_guard lock(m_mutex);
+        const auto state = m_state.Lock();
         if (!bGood)
-            m_vecFaults.push_back("a frame that is no message: id " + std::to_string(nMsgID));
-        const auto it = m_mapResponders.find(nMsgID);
-        if (nMsgID == XC2S_VelkarConnectReq::kMsgID)
-            responder = [strAnswers = m_strRegistrationAnswers](const std::string&) { return strAnswers; };
-        else if (it != m_mapResponders.end())
+            state->vecFaults.push_back("a frame that is no message: id " + std::to_string(nMsgID));
+        const auto it = state->mapResponders.find(nMsgID);
+        if (bGood && it != state->mapResponders.end())
             responder = it->second;
-        m_vecReceived.push_back({nConnection, nMsgID, pMessage ? pMessage->GetMsgName() : "?", strBody,
-                                 responder != nullptr, false});
-        m_cond.notify_all();
+        state->vecReceived.push_back({nMsgID, strBody, responder != nullptr});
+        state->cond.notify_all();
     }
-    if (!bGood)
-        return;
     const std::string strAnswer = responder ? responder(strBody) : std::string();
     if (!strAnswer.empty())
         m_pTransport->Send(nConnection, strAnswer);
@@ -164,54 +119,49 @@ void ServiceScript::OnFrame(int nConnection, std::string strBody)
 
 // ---- the test's threads ----
 
-void ServiceScript::SetResponder(int nMsgID, Responder responder)
-{
-    const std::lock_guard lock(m_mutex);
-    m_mapResponders[nMsgID] = std::move(responder);
-}
-
 void ServiceScript::SayYes()
 {
-    const std::lock_guard lock(m_mutex);
-#define YES(name) m_mapResponders.emplace(XC2S_##name##Req::kMsgID, &SayYesTo<XC2S_##name##Req>);
+    const auto state = m_state.Lock();
+#define YES(name) state->mapResponders.emplace(XC2S_##name##Req::kMsgID, ResponderOf<XC2S_##name##Req>(""));
     SUPPORT_ASKED_BY_CONNECTOR(YES) YES(RequestUseStorage)
 #undef YES
 }
 
 void ServiceScript::SayNothing()
 {
-    const std::lock_guard lock(m_mutex);
-    m_mapResponders.clear();
+    std::erase_if(m_state->mapResponders,
+                  [](const auto& entry) { return entry.first != XC2S_VelkarConnectReq::kMsgID; });
 }
 
-void ServiceScript::SetRegistration(int nAnswers, int nResult, const std::string& strText)
+void ServiceScript::SetRegistration(int nAnswers, const std::string& strFields)
 {
     XS2C_VelkarConnectAns ans;
-    ans.nResult = nResult;
-    ans.strMessage = strText;
-    const std::lock_guard lock(m_mutex);
-    m_strRegistrationAnswers.clear();
+    Assign(ans, strFields);
+    std::string strAnswers;
     while (nAnswers-- > 0)
-        m_strRegistrationAnswers += FrameOf(ans);
+        strAnswers += FrameOf(ans);
+    m_state->mapResponders[XC2S_VelkarConnectReq::kMsgID] = [strAnswers](const std::string&) {
+        return strAnswers;
+    };
 }
 
-void ServiceScript::WaitUntil(const std::string& strWhat, const std::function<bool()>& condition)
+void ServiceScript::WaitUntil(const std::string& strWhat, const std::function<bool(State&)>& condition)
 {
-    std::unique_lock lock(m_mutex);
-    if (m_cond.wait_for(lock, kPatience, condition))
+    auto state = m_state.Lock();
+    if (state->cond.wait_for(state.lock, kPatience, [&] { return condition(state.value); }))
         return;
     std::string strText = "The service has waited in vain for " + strWhat + "; it has received:";
-    for (const ReceivedFrame& frame : m_vecReceived)
-        strText += ' ' + frame.strName + (frame.bTaken ? "(taken)" : "");
-    for (const std::string& strFault : m_vecFaults)
+    for (const ReceivedFrame& frame : state->vecReceived)
+        strText += std::string(" ") + Wirova::MessageName(frame.nMsgID) + (frame.bTaken ? "(taken)" : "");
+    for (const std::string& strFault : state->vecFaults)
         strText += "; fault: " + strFault;
     throw std::runtime_error(strText);
 }
 
 void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&)>& accept)
 {
-    WaitUntil(Wirova::MessageName(nMsgID), [&] {
-        for (ReceivedFrame& frame : m_vecReceived) {
+    WaitUntil(Wirova::MessageName(nMsgID), [&](State& state) {
+        for (ReceivedFrame& frame : state.vecReceived) {
             if (frame.nMsgID == nMsgID && !frame.bTaken && accept(frame.strBody))
                 return frame.bTaken = true;
         }
@@ -222,33 +172,19 @@ void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&
 void ServiceScript::ExpectNothing()
 {
     m_pTransport->WaitForSilence();
-    const std::lock_guard lock(m_mutex);
-    for (const ReceivedFrame& frame : m_vecReceived) {
+    for (const ReceivedFrame& frame : Received()) {
         if (!frame.bTaken && !frame.bAnswered && frame.nMsgID != XC2S_Heartbeat::kMsgID)
-            ADD_FAILURE() << "The service has received a frame that nobody expected: " << frame.strName;
+            ADD_FAILURE() << "The service has received a frame that nobody expected: "
+                          << Wirova::MessageName(frame.nMsgID);
     }
 }
 
-int ServiceScript::CountOf(int nMsgID) const
-{
-    const auto vecReceived = Received();
-    return static_cast<int>(std::count_if(vecReceived.begin(), vecReceived.end(),
-                                          [&](const auto& frame) { return frame.nMsgID == nMsgID; }));
-}
-
-std::vector<ReceivedFrame> ServiceScript::Received() const
-{
-    m_pTransport->Settle();
-    const std::lock_guard lock(m_mutex);
-    return m_vecReceived;
-}
-
-std::vector<std::string> ServiceScript::Names() const
+std::vector<std::string> ServiceScript::Names()
 {
     std::vector<std::string> vecNames;
     for (const ReceivedFrame& frame : Received()) {
         if (frame.nMsgID != XC2S_Heartbeat::kMsgID)
-            vecNames.push_back(frame.strName);
+            vecNames.emplace_back(Wirova::MessageName(frame.nMsgID));
     }
     return vecNames;
 }
@@ -256,68 +192,40 @@ std::vector<std::string> ServiceScript::Names() const
 void ServiceScript::Forget()
 {
     m_pTransport->WaitForSilence();
-    const std::lock_guard lock(m_mutex);
-    m_vecReceived.clear();
+    m_state->vecReceived.clear();
 }
 
-int ServiceScript::NewestConnection() const
+int ServiceScript::NewestConnection()
 {
-    const std::lock_guard lock(m_mutex);
-    if (m_mapUnread.empty())
+    const auto state = m_state.Lock();
+    if (state->mapUnread.empty())
         throw std::logic_error("The service has no connection to send on");
-    return m_mapUnread.rbegin()->first;
-}
-
-void ServiceScript::SendCut(std::size_t nFirst, const Wirova::IMessage& msg)
-{
-    const std::string strFrame = FrameOf(msg);
-    SendRaw(strFrame.substr(0, nFirst));
-    SendRaw(strFrame.substr(nFirst));
+    return state->mapUnread.rbegin()->first;
 }
 
 void ServiceScript::CloseConnection(int nConnection, bool bAbruptly)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_setClosedHere.insert(nConnection);
-    }
+    m_state->setClosedHere.insert(nConnection);
     m_pTransport->Close(nConnection, bAbruptly);
 }
 
 void ServiceScript::Down()
 {
     m_pTransport->Accept(false);
-    std::vector<int> vecOpen;
-    {
-        const std::lock_guard lock(m_mutex);
-        for (const auto& [nConnection, strUnread] : m_mapUnread)
-            vecOpen.push_back(nConnection);
-    }
-    for (const int nConnection : vecOpen)
+    const auto mapOpen = m_state->mapUnread;
+    for (const auto& [nConnection, strUnread] : mapOpen)
         CloseConnection(nConnection, false);
 }
 
 void ServiceScript::WaitForConnection(int nNumber)
 {
-    WaitUntil("connection " + std::to_string(nNumber), [&] { return m_nConnections >= nNumber; });
+    WaitUntil("connection " + std::to_string(nNumber),
+              [&](const State& state) { return state.nConnections >= nNumber; });
 }
 
 void ServiceScript::WaitForDisconnect()
 {
-    WaitUntil("the end of all connections", [&] { return m_mapUnread.empty(); });
-}
-
-int ServiceScript::Connections() const
-{
-    m_pTransport->Settle();
-    const std::lock_guard lock(m_mutex);
-    return m_nConnections;
-}
-
-std::vector<std::string> ServiceScript::Faults() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_vecFaults;
+    WaitUntil("the end of all connections", [](const State& state) { return state.mapUnread.empty(); });
 }
 
 }  // namespace Support

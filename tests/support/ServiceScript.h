@@ -5,6 +5,7 @@
 //     Service().On<XC2S_CheckInReq>([](const auto& req, auto& ans) { ans.nResult = 30006; });
 //                                     answers each such request; ans comes as a success that echoes req.
 //                                     A handler that returns bool answers only if it returns true.
+//     Service().On<XC2S_CheckInReq>("nResult=30006 strErrorMsg=no");      the same in words
 //     Service().SayYes();             answers every request with success, but those with an On
 //     Service().SayNothing();         takes back all of both
 //
@@ -14,19 +15,20 @@
 //     auto req = Service().Expect<XC2S_CheckInReq>([](const auto& r) { return r.strUserID == "abc"; });
 //     Service().ExpectNothing();      nobody has sent a frame that no Expect has taken (heartbeats,
 //                                     registrations and frames that an On answers do not count)
-//     Service().Count<XC2S_Heartbeat>(); Service().Names(); Service().Received();   the whole log
+//     Service().Count<XC2S_Heartbeat>(); Service().Names();   of the whole log
 //     Service().Forget();             empties the log
 //
 //   Frames to the library, on the newest connection:
 //     Service().Reply(*req);                              success
-//     Service().Reply(*req, [](auto& ans) { ans.nState = 3; });
+//     Service().Reply(*req, "nState=3 vecMenu={strBranchID=b}");   the fields as tests/wirova/MessageText.h
+//                                     reads them
 //     Service().Send(msg1, msg2);     any messages, together in one delivery
-//     Service().SendCut(3, msg);      the first 3 bytes, then the rest
+//     Service().Send<XS2C_NotifyStorageInfo>("strUserID=abc");
 //     Service().SendRaw(bytes);       anything, in one delivery; FrameOf(msg) gives a frame's bytes
 //     auto ans = Service().Ask(req);  sends a request of the service and expects its answer
 //
 //   The connection:
-//     Service().AcceptRegistration() / RefuseRegistration(3, "no") / IgnoreRegistration()
+//     Service().AcceptRegistration() / RefuseRegistration("nResult=3 strMessage=no") / IgnoreRegistration()
 //              / AnswerRegistrationTwice()
 //     Service().Drop();               ends the connection behind what has been sent; Cut() at once
 //     Service().Down(); Service().Up();   drops all and refuses connects; accepts again on the same port
@@ -44,7 +46,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -53,7 +54,9 @@
 #include <vector>
 
 #include "tests/support/Answers.h"
+#include "tests/support/Guarded.h"
 #include "tests/support/Transport.h"
+#include "tests/wirova/MessageText.h"
 
 namespace Support {
 
@@ -64,16 +67,6 @@ std::string BodyOf(const Wirova::IMessage& msg);
 std::string FrameOf(const Wirova::IMessage& msg);
 // False unless the body is exactly one such message.
 bool LoadBody(const std::string& strBody, Wirova::IMessage& msg);
-
-struct ReceivedFrame {
-    int nConnection;
-    int nMsgID;
-    std::string strName;
-    std::string strBody;
-    bool bAnswered;  // by an On, or a registration
-    bool bTaken;     // by an Expect
-};
-
 class ServiceScript final : private Transport::Sink {
 public:
     explicit ServiceScript(std::unique_ptr<Transport> pTransport);
@@ -87,60 +80,40 @@ public:
     template <class Request, class Handler>
     void On(Handler handler)
     {
-        SetResponder(Request::kMsgID, [handler](const std::string& strBody) -> std::string {
-            Request req;
-            if (!LoadBody(strBody, req))
-                return {};
-            AnswerTo<Request> ans;
-            FillSuccess(req, ans);
-            if constexpr (std::is_void_v<decltype(handler(std::as_const(req), ans))>)
-                handler(std::as_const(req), ans);
-            else if (!handler(std::as_const(req), ans))
-                return {};
-            return FrameOf(ans);
-        });
+        m_state->mapResponders[Request::kMsgID] = ResponderOf<Request>(handler);
     }
     void SayYes();
     void SayNothing();
 
     // ---- what came in ----
     template <class Message>
-    std::unique_ptr<Message> Expect()
-    {
-        return Expect<Message>([](const Message&) { return true; });
-    }
-    template <class Message, class Predicate>
-    std::unique_ptr<Message> Expect(Predicate predicate)
+    std::unique_ptr<Message> Expect(const std::function<bool(const Message&)>& predicate =
+                                        [](const Message&) { return true; })
     {
         auto pMessage = std::make_unique<Message>();
         Take(Message::kMsgID, [&](const std::string& strBody) {
             pMessage = std::make_unique<Message>();
-            return LoadBody(strBody, *pMessage) && predicate(std::as_const(*pMessage));
+            return LoadBody(strBody, *pMessage) && predicate(*pMessage);
         });
         return pMessage;
     }
     void ExpectNothing();
     template <class Message>
-    int Count() const
+    int Count()
     {
-        return CountOf(Message::kMsgID);
+        const auto vecReceived = Received();
+        return static_cast<int>(std::ranges::count(vecReceived, Message::kMsgID, &ReceivedFrame::nMsgID));
     }
-    std::vector<ReceivedFrame> Received() const;
-    std::vector<std::string> Names() const;  // heartbeats left out
+    std::vector<std::string> Names();  // heartbeats left out
     void Forget();
 
     // ---- what goes out ----
     template <class Request>
-    void Reply(const Request& req)
-    {
-        Reply(req, [](AnswerTo<Request>&) {});
-    }
-    template <class Request, class Change>
-    void Reply(const Request& req, Change change)
+    void Reply(const Request& req, const std::string& strFields = {})
     {
         AnswerTo<Request> ans;
         FillSuccess(req, ans);
-        change(ans);
+        Assign(ans, strFields);
         Send(ans);
     }
     template <class... Messages>
@@ -148,8 +121,14 @@ public:
     {
         SendRaw((FrameOf(messages) + ...));
     }
-    void SendCut(std::size_t nFirst, const Wirova::IMessage& msg);
     void SendRaw(const std::string& strBytes) { m_pTransport->Send(NewestConnection(), strBytes); }
+    template <class Message>
+    void Send(const std::string& strFields)
+    {
+        Message msg;
+        Assign(msg, strFields);
+        Send(msg);
+    }
     template <class Request>
     std::unique_ptr<AnswerTo<Request>> Ask(const Request& req)
     {
@@ -159,7 +138,7 @@ public:
 
     // ---- registration ----
     void AcceptRegistration() { SetRegistration(1); }
-    void RefuseRegistration(int nResult, const std::string& strText) { SetRegistration(1, nResult, strText); }
+    void RefuseRegistration(const std::string& strFields) { SetRegistration(1, strFields); }
     void IgnoreRegistration() { SetRegistration(0); }
     void AnswerRegistrationTwice() { SetRegistration(2); }
 
@@ -170,40 +149,73 @@ public:
     void Up() { m_pTransport->Accept(true); }
     void WaitForConnection(int nNumber = 1);
     void WaitForDisconnect();
-    int Connections() const;  // opened so far
+    int Connections()  // opened so far
+    {
+        Settle();
+        return m_state->nConnections;
+    }
     void HoldReading(bool bHold) { m_pTransport->HoldReading(bHold); }
     // What the transport has taken is in the log.
     void Settle() { m_pTransport->Settle(); }
 
-    std::vector<std::string> Faults() const;
+    std::vector<std::string> Faults() { return m_state->vecFaults; }
 
 private:
+    struct ReceivedFrame {
+        int nMsgID;
+        std::string strBody;
+        bool bAnswered;       // by an On, or a registration
+        bool bTaken = false;  // by an Expect
+    };
     // Takes a body and returns the bytes of the answer, empty for none.
     using Responder = std::function<std::string(const std::string& strBody)>;
+
+    struct State {
+        std::condition_variable cond;
+        std::vector<ReceivedFrame> vecReceived;
+        std::vector<std::string> vecFaults;
+        std::map<int, std::string> mapUnread;  // open connections: bytes that are no whole frame yet
+        std::set<int> setClosedHere;
+        int nConnections = 0;
+        std::map<int, Responder> mapResponders;
+    };
 
     void OnOpen(int nConnection) override;
     void OnBytes(int nConnection, std::string strBytes) override;
     void OnClose(int nConnection, bool bAbruptly) override;
     void OnFrame(int nConnection, std::string strBody);
 
-    void SetResponder(int nMsgID, Responder responder);
+    template <class Request, class Handler>
+    static Responder ResponderOf(Handler handler)
+    {
+        return [handler](const std::string& strBody) {
+            Request req;
+            LoadBody(strBody, req);
+            AnswerTo<Request> ans;
+            FillSuccess(req, ans);
+            bool bAnswers = true;
+            if constexpr (std::is_convertible_v<Handler, std::string>)
+                Assign(ans, handler);
+            else if constexpr (std::is_void_v<decltype(handler(std::as_const(req), ans))>)
+                handler(std::as_const(req), ans);
+            else
+                bAnswers = handler(std::as_const(req), ans);
+            return bAnswers ? FrameOf(ans) : std::string();
+        };
+    }
     // How often each registration is answered, and what with.
-    void SetRegistration(int nAnswers, int nResult = 0, const std::string& strText = {});
+    void SetRegistration(int nAnswers, const std::string& strFields = {});
     void Take(int nMsgID, const std::function<bool(const std::string&)>& accept);
-    int CountOf(int nMsgID) const;
-    int NewestConnection() const;  // throws without one
+    std::vector<ReceivedFrame> Received()
+    {
+        Settle();
+        return m_state->vecReceived;
+    }
+    int NewestConnection();  // throws without one
     void CloseConnection(int nConnection, bool bAbruptly);
-    void WaitUntil(const std::string& strWhat, const std::function<bool()>& condition);
+    void WaitUntil(const std::string& strWhat, const std::function<bool(State&)>& condition);
 
-    mutable std::mutex m_mutex;  // guards everything below but the transport
-    std::condition_variable m_cond;
-    std::vector<ReceivedFrame> m_vecReceived;
-    std::vector<std::string> m_vecFaults;
-    std::map<int, std::string> m_mapUnread;  // open connections: bytes that are no whole frame yet
-    std::set<int> m_setClosedHere;
-    int m_nConnections = 0;
-    std::map<int, Responder> m_mapResponders;
-    std::string m_strRegistrationAnswers;  // the bytes for each registration
+    Guarded<State> m_state;
     const std::unique_ptr<Transport> m_pTransport;
 };
 

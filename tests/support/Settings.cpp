@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace Support {
@@ -10,15 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Escaped(const std::string& strText)
-{
-    static const std::map<char, std::string> s_map{
-        {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}};
-    std::string out;
-    for (const char c : strText)
-        out += s_map.count(c) != 0 ? s_map.at(c) : std::string(1, c);
-    return out;
-}
+constexpr const char* kLogFile = "VelkarConnectorLog.conf";
 
 // 999 is how the file says "none".
 std::string CountOf(std::size_t nSize) { return nSize == 0 ? "999" : std::to_string(nSize); }
@@ -36,35 +29,33 @@ void WriteFile(const fs::path& path, const std::string& strText)
 
 std::string Settings::Text() const
 {
-    const auto property = [this](const std::string& strName, const std::string& strValue) {
-        const auto it = overrides.find(strName);
-        return "<property name=\"" + strName + "\" value=\"" +
-               Escaped(it == overrides.end() ? strValue : it->second) + "\"/>\n";
+    std::ostringstream out;
+    const auto property = [&](const auto& name, const auto& value) {
+        out << "<property name=\"" << name << "\" value=\"" << value << "\"/>\n";
     };
-    const auto group = [](const std::string& strName, const std::string& strProperties) {
-        return "<group name=\"" + strName + "\">\n" + strProperties + "</group>\n";
-    };
-    std::string strProducts = property("ID_COUNT", CountOf(products.size()));
+    out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<TARVO>\n<module name=\"VELKAR\">\n"
+           "<group name=\"CONNECTOR_INFO\">\n";
+    property("SERVER_IP", "127.0.0.1");
+    property("SERVER_PORT", nServerPort);
+    property("HEARTBEAT_CYCLE", nHeartbeatCycle);
+    property("RECONNECT_CYCLE", nReconnectCycle);
+    property("CHARGE_CYCLE", nChargeCycle);
+    property("USE_USER_NUMBER", bUseUserNumber ? "true" : "false");
+    out << "</group>\n<group name=\"BILLING_ID_INFO\">\n";
+    property("ID_COUNT", CountOf(products.size()));
     for (std::size_t i = 0; i < products.size(); ++i)
-        strProducts += "<property_array name=\"" + std::to_string(i + 1) + "\" size=\"3\" value0=\"" +
-                       std::to_string(products[i].nProductID) + "\" value1=\"" +
-                       Escaped(products[i].strName) + "\" value2=\"" +
-                       std::to_string(products[i].nBillingID) + "\"/>\n";
-    std::string strEvents = property("EVENT_CODE_COUNT", CountOf(events.size()));
+        out << "<property_array name=\"" << i + 1 << "\" size=\"3\" value0=\"" << products[i].nProductID
+            << "\" value1=\"" << products[i].strName << "\" value2=\"" << products[i].nBillingID << "\"/>\n";
+    out << "</group>\n<group name=\"SPECIFIC_EVENT_CODE_INFO\">\n";
+    property("EVENT_CODE_COUNT", CountOf(events.size()));
     for (std::size_t i = 0; i < events.size(); ++i)
-        strEvents += property(std::to_string(i), events[i]);
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<TARVO>\n<module name=\"VELKAR\">\n" +
-           group("CONNECTOR_INFO", property("SERVER_IP", strServerIP) +
-                                       property("SERVER_PORT", std::to_string(nServerPort)) +
-                                       property("HEARTBEAT_CYCLE", std::to_string(nHeartbeatCycle)) +
-                                       property("RECONNECT_CYCLE", std::to_string(nReconnectCycle)) +
-                                       property("CHARGE_CYCLE", std::to_string(nChargeCycle)) +
-                                       property("USE_USER_NUMBER", bUseUserNumber ? "true" : "false")) +
-           group("BILLING_ID_INFO", strProducts) + group("SPECIFIC_EVENT_CODE_INFO", strEvents) +
-           group("LOGOVA_INFO", property("LOGOVA_CONFIG_FILE", strLogFile) +
-                                    property("LOGOVA_SERVICE", strLogService) +
-                                    property("LOGOVA_LOGGER", strLogLogger)) +
-           "</module>\n</TARVO>\n";
+        property(i, events[i]);
+    out << "</group>\n<group name=\"LOGOVA_INFO\">\n";
+    property("LOGOVA_CONFIG_FILE", kLogFile);
+    property("LOGOVA_SERVICE", "velkar");
+    property("LOGOVA_LOGGER", "connector");
+    out << "</group>\n</module>\n</TARVO>\n";
+    return out.str();
 }
 
 void Settings::WriteTo(const std::string& strDirectory) const
@@ -78,7 +69,7 @@ void Settings::WriteTo(const std::string& strDirectory) const
     if (!missing && fs::last_write_time(temporary) <= before)
         fs::last_write_time(temporary, before + std::chrono::seconds(1));
     fs::rename(temporary, target);
-    const fs::path log = fs::path(strDirectory) / strLogFile;
+    const fs::path log = fs::path(strDirectory) / kLogFile;
     if (!fs::exists(log))
         WriteFile(log, "");  // every log service can start from that
 }

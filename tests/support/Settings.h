@@ -8,7 +8,6 @@
 //     settings.WriteTo(strDirectory);
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -23,7 +22,6 @@ struct Settings {
         int nBillingID;  // 1: a term, 2: charged, 3: both
     };
 
-    std::string strServerIP = "127.0.0.1";
     int nServerPort = 1;
     int nHeartbeatCycle = 3600;
     int nReconnectCycle = 3600;
@@ -31,11 +29,6 @@ struct Settings {
     bool bUseUserNumber = false;
     std::vector<Product> products = {{kProductID, "Gold", 2}};
     std::vector<std::string> events;  // names of the codes from 0 on
-    std::string strLogFile = "VelkarConnectorLog.conf";
-    std::string strLogService = "velkar";
-    std::string strLogLogger = "connector";
-    // The text of a key of CONNECTOR_INFO or LOGOVA_INFO in place of its value above.
-    std::map<std::string, std::string> overrides;
 
     std::string Text() const;
     // Puts the file into the directory in one step, with a last write time that no earlier one had, and

@@ -36,7 +36,7 @@ TEST(FakeOrders, SkipCallsFailSoManyAndEnd)
     EXPECT_EQ(write(), -1);
     EXPECT_EQ(write(), 2);
     EXPECT_EQ(Fake::Calls(Op::StreamWrite), 4);
-    EXPECT_EQ(Fake::Alive().nStreams, 1);
+    EXPECT_EQ(Fake::Alive(), (Fake::Counts{{"streams", 1}}));
     Strova::DestroyHandle(pStream);
 }
 
@@ -100,7 +100,7 @@ TEST_F(FakeNet, BreachesOfTheContractsAreNoted)
     Strova::DestroyHandle(pStream);
     EXPECT_EQ(Fake::Violations().size(), 2u);
     m_client.DestroyConnector();
-    EXPECT_EQ(Fake::Alive().nConnectors + Fake::Alive().nLinks + Fake::Alive().nStreams, 0);
+    EXPECT_EQ(Fake::Alive(), Fake::Counts());
 }
 
 }  // namespace
