@@ -35,7 +35,8 @@ TEST_F(SessionCallsTest, ACheckinFillsTheRecordAndTheMap)
     // The billing id is the settings' word, not the service's.
     EXPECT_EQ(Named::Pick(res, "nResult nBillingID nProductID nRemainMinutes"), "0,2,7,4294967295");
     EXPECT_EQ(Named::Pick(res, "szError"), Named::Text("ErrorMsg", 1024));
-    Named::ExpectIn(res, {"nResult", "nBillingID", "nProductID", "nRemainMinutes", "szError", "bExtra"});
+    Named::ExpectIn(
+        res, {"nResult", "nBillingID", "nProductID", "nRemainMinutes", "szError", "bExtra", "bPCCafe"});
     const CUserInfo info = InfoOf("abc");
     EXPECT_EQ(info.GetSeqNo() + ' ' + info.GetUserIP() + ' ' + info.GetEndDate(),
               std::string("4711 10.0.0.1 ") + res.szEndDate);

@@ -69,6 +69,7 @@ TEST_F(ShopCallsTest, WhatTravels)
         Game().Checkout("abc");
         const auto checkout = Service().Expect<XC2S_CheckOutReq>();
         EXPECT_EQ(bNumber ? checkout->strUserNo : checkout->strUserID, "abc");
+        Service().Forget();
     }
     EXPECT_TRUE(Journal::Logged(Journal::Level::Info, "\r\n\tPass WD: ****"));
     EXPECT_FALSE(Journal::Logged(Journal::Level::Info, Named::Text("szPassWD", 20)));
