@@ -18,14 +18,7 @@
 #include "tests/support/ServiceScript.h"
 #include "tests/support/Settings.h"
 
-#ifdef _WIN32
-// The three calls that are needed, without the system's header and its macros.
-extern "C" {
-__declspec(dllimport) void* __stdcall LoadLibraryA(const char*);
-__declspec(dllimport) int __stdcall FreeLibrary(void*);
-__declspec(dllimport) void* __stdcall GetProcAddress(void*, const char*);
-}
-#else
+#ifndef _WIN32  // elsewhere the sockets' header brings the system's
 #include <dlfcn.h>
 #endif
 
@@ -35,8 +28,11 @@ using namespace Support;
 
 #ifdef _WIN32
 void* Open(const char* pszFile) { return LoadLibraryA(pszFile); }
-void Close(void* pLibrary) { FreeLibrary(pLibrary); }
-void* Find(void* pLibrary, const char* pszName) { return GetProcAddress(pLibrary, pszName); }
+void Close(void* pLibrary) { FreeLibrary(static_cast<HMODULE>(pLibrary)); }
+void* Find(void* pLibrary, const char* pszName)
+{
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(pLibrary), pszName));
+}
 #else
 void* Open(const char* pszFile) { return dlopen(pszFile, RTLD_NOW | RTLD_LOCAL); }
 void Close(void* pLibrary) { dlclose(pLibrary); }
