@@ -135,6 +135,8 @@ Client::Client(unsigned short nPort, const std::string& strGID, int nHeartbeatCy
     m_socket.set_option(tcp::socket::send_buffer_size(kBuffer));
     m_socket.set_option(tcp::socket::receive_buffer_size(kBuffer));
     m_socket.connect({asio::ip::address_v4::loopback(), nPort});
+    const timeval patience{kPatience.count() / 1000, 0};
+    setsockopt(m_socket.native_handle(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     if (!strGID.empty()) {
         EXPECT_EQ(Register(strGID, nHeartbeatCycle), 0);
     }
@@ -163,6 +165,8 @@ std::string Client::Read(std::size_t nMost, int nFlags)
 {
     std::string str(nMost, '\0');
     const ssize_t n = nMost == 0 ? 0 : recv(m_socket.native_handle(), str.data(), nMost, nFlags);
+    if (n < 0 && errno == EAGAIN)
+        throw std::runtime_error("nothing has come, and the link is open");
     str.resize(static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
     return str;
 }
