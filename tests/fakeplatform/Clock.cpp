@@ -1,11 +1,11 @@
 // The library's clock: real time, stretched by a factor that may change while waits are running; and the
 // start of its threads.
 #include <algorithm>
-#include <map>
 #include <system_error>
 
 #include "platform/Platova.h"
 #include "platform/common/ThreadClock.h"
+#include "platform/common/WordWait.h"
 #include "tests/fakeplatform/Parts.h"
 
 namespace Fake {
@@ -14,9 +14,6 @@ namespace {
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 
-// A thread that sends and never waits holds answers back this long.
-constexpr std::chrono::milliseconds kLongestBetween{100};
-
 struct Clock {
     std::mutex mutex;
     // At the real moment `real` the library's clock stood at `system`; since then each second of the
@@ -24,9 +21,6 @@ struct Clock {
     steady_clock::time_point real = steady_clock::now();
     nanoseconds system{0};
     nanoseconds second = std::chrono::milliseconds(200);
-
-    std::condition_variable between;
-    std::map<std::thread::id, steady_clock::time_point> mapBetween;  // threads, and since when
 
     double Factor() const { return 1e9 / static_cast<double>(second.count()); }
     nanoseconds Now() const { return system + Scaled(steady_clock::now() - real, Factor()); }
@@ -70,31 +64,6 @@ void Advance(std::chrono::milliseconds system)
     TheClock().Restart(TheClock().Now() + system);
 }
 
-void ThisThreadHasSent()
-{
-    const std::lock_guard lock(TheClock().mutex);
-    TheClock().mapBetween[std::this_thread::get_id()] = steady_clock::now();
-}
-
-void ThisThreadWaits()
-{
-    const std::lock_guard lock(TheClock().mutex);
-    if (TheClock().mapBetween.erase(std::this_thread::get_id()) != 0)
-        TheClock().between.notify_all();
-}
-
-void WaitUntilNobodyIsBetween()
-{
-    std::unique_lock lock(TheClock().mutex);
-    auto& mapBetween = TheClock().mapBetween;
-    while (!mapBetween.empty()) {
-        const auto now = steady_clock::now();
-        std::erase_if(mapBetween, [now](const auto& entry) { return now - entry.second >= kLongestBetween; });
-        if (!mapBetween.empty())
-            TheClock().between.wait_for(lock, kLongestBetween / 4);
-    }
-}
-
 }  // namespace Fake
 
 namespace Kernova::Internal {
@@ -102,13 +71,26 @@ namespace Kernova::Internal {
 bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, unsigned int milliseconds,
                  const bool& bFlag)
 {
-    Fake::ThisThreadWaits();
     const auto begin = Fake::SystemNow();
     while (!bFlag) {
         const auto left = Fake::RealTimeUntil(begin + std::chrono::milliseconds(milliseconds));
         if (left.count() <= 0)
             return false;
         cond.wait_for(lock, std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
+    }
+    return true;
+}
+
+bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, unsigned int milliseconds)
+{
+    const auto begin = Fake::SystemNow();
+    while (nWord.load() == nValue) {
+        const auto left = Fake::RealTimeUntil(begin + std::chrono::milliseconds(milliseconds));
+        if (left.count() <= 0)
+            return false;
+        WaitOnWord(
+            nWord, nValue,
+            std::chrono::steady_clock::now() + std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
     }
     return true;
 }

@@ -19,8 +19,6 @@ void Tell(Inbox& inbox, const Inbox::Event& event, Support::Transport::Sink& sin
     if (event.what == Inbox::What::Opened) {
         sink.OnOpen(event.nConnection);
     } else if (event.what == Inbox::What::Bytes) {
-        if (const auto pLine = inbox.Find(event.nConnection))
-            pLine->OnTaken(event.strBytes.size());
         sink.OnBytes(event.nConnection, event.strBytes);
     } else {
         sink.OnClose(event.nConnection, false);

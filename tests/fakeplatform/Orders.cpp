@@ -105,7 +105,6 @@ std::string Describe(const Counts& counts)
 void Reset()
 {
     HoldPools(false);
-    SendReturnsLate(false);
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
     HostProcess::Reset();
