@@ -1,5 +1,6 @@
 #include "datapool/PackedBytes.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -9,9 +10,15 @@ namespace {
 // number of zeros behind it. A run shorter than this is not worth a piece.
 constexpr std::size_t kShortestRun = 8;
 constexpr std::size_t kLongestPiece = 0xFFFF;
+constexpr std::size_t kNumbers = 4;  // bytes of the two numbers of a piece
 
 std::size_t EndOfZeros(const unsigned char* p, std::size_t n, std::size_t nSize)
 {
+    for (std::uint64_t nEight = 0; n + sizeof(nEight) <= nSize; n += sizeof(nEight)) {
+        std::memcpy(&nEight, p + n, sizeof(nEight));
+        if (nEight != 0)
+            break;
+    }
     while (n < nSize && p[n] == 0)
         ++n;
     return n;
@@ -33,13 +40,38 @@ std::size_t EndOfLiteral(const unsigned char* p, std::size_t n, std::size_t nSiz
     return nSize;
 }
 
-void PutNumber(std::vector<unsigned char>& vec, std::size_t n)
+unsigned char* PutNumber(unsigned char* pOut, std::size_t n)
 {
-    vec.push_back(static_cast<unsigned char>(n & 0xFF));
-    vec.push_back(static_cast<unsigned char>(n >> 8));
+    pOut[0] = static_cast<unsigned char>(n & 0xFF);
+    pOut[1] = static_cast<unsigned char>(n >> 8);
+    return pOut + 2;
 }
 
 std::size_t GetNumber(const unsigned char* p) { return p[0] | static_cast<std::size_t>(p[1]) << 8; }
+
+// The length of the packed string, which is written only if there is a place for it.
+std::size_t Pack(const unsigned char* p, std::size_t nSize, unsigned char* pOut)
+{
+    std::size_t nPacked = 0;
+    for (std::size_t n = 0; n < nSize;) {
+        const std::size_t nZeros = EndOfLiteral(p, n, nSize);
+        const std::size_t nEnd = EndOfZeros(p, nZeros, nSize);
+        if (pOut != nullptr) {
+            pOut = PutNumber(PutNumber(pOut, nZeros - n), nEnd - nZeros);
+            std::memcpy(pOut, p + n, nZeros - n);
+            pOut += nZeros - n;
+        }
+        nPacked += kNumbers + nZeros - n;
+        n = nEnd;
+    }
+    return nPacked;
+}
+
+// No packed string is longer: a piece but the last one stands for a run of zeros at least.
+std::size_t LongestPacked(std::size_t nSize) { return nSize + kNumbers * (nSize / kShortestRun + 2); }
+
+constexpr std::size_t kShortBlock = 256;
+constexpr std::size_t kLongBlock = 64u << 10;
 
 }  // namespace
 
@@ -48,32 +80,38 @@ void CPackedBytes::Add(const void* pBytes, std::size_t nSize)
     if (nSize > kLongestPiece / 2)
         throw std::length_error("a record of the data pool is too long");
     const auto* const p = static_cast<const unsigned char*>(pBytes);
-    m_vecPacked.clear();
-    for (std::size_t n = 0; n < nSize;) {
-        const std::size_t nZeros = EndOfLiteral(p, n, nSize);
-        const std::size_t nEnd = EndOfZeros(p, nZeros, nSize);
-        PutNumber(m_vecPacked, nZeros - n);
-        PutNumber(m_vecPacked, nEnd - nZeros);
-        m_vecPacked.insert(m_vecPacked.end(), p + n, p + nZeros);
-        n = nEnd;
+    if (m_vecPlaces.size() == m_vecPlaces.capacity())
+        m_vecPlaces.reserve(m_vecPlaces.size() * 3 / 2 + 4);
+    const bool bFits =
+        !m_vecBlocks.empty() && m_vecBlocks.back().nSize - m_vecBlocks.back().nUsed >= LongestPacked(nSize);
+    Block& block = bFits ? m_vecBlocks.back() : MakeRoom(Pack(p, nSize, nullptr));
+    const std::size_t nPacked = Pack(p, nSize, block.pBytes.get() + block.nUsed);
+    m_vecPlaces.push_back({static_cast<std::uint32_t>(m_vecBlocks.size() - 1), block.nUsed});
+    block.nUsed += static_cast<std::uint32_t>(nPacked);
+}
+
+// The last block, with that much room.
+CPackedBytes::Block& CPackedBytes::MakeRoom(std::size_t nPacked)
+{
+    std::size_t nSize = nPacked;  // of the first block: most lists have one row
+    if (!m_vecBlocks.empty()) {
+        const Block& last = m_vecBlocks.back();
+        if (last.nSize - last.nUsed >= nPacked)
+            return m_vecBlocks.back();
+        nSize = std::max(nPacked, std::clamp(std::size_t{last.nSize} * 2, kShortBlock, kLongBlock));
     }
-    m_vecPlaces.reserve(m_vecPlaces.size() + 1 > m_vecPlaces.capacity() ? m_vecPlaces.size() * 3 / 2 + 16
-                                                                        : m_vecPlaces.size() + 1);
-    if (m_nUsed + m_vecPacked.size() > kBlockSize) {
-        m_vecBlocks.push_back(std::make_unique<unsigned char[]>(kBlockSize));
-        m_nUsed = 0;
-    }
-    std::memcpy(m_vecBlocks.back().get() + m_nUsed, m_vecPacked.data(), m_vecPacked.size());
-    m_vecPlaces.push_back(
-        {static_cast<std::uint32_t>(m_vecBlocks.size() - 1), static_cast<std::uint32_t>(m_nUsed)});
-    m_nUsed += m_vecPacked.size();
+    // Bytes that are never read before they are written need not be cleared.
+    m_vecBlocks.push_back(
+        {std::unique_ptr<unsigned char[]>(new unsigned char[nSize]), static_cast<std::uint32_t>(nSize), 0});
+    return m_vecBlocks.back();
 }
 
 bool CPackedBytes::Get(std::size_t nIndex, void* pOut, std::size_t nSize) const
 {
     if (nIndex >= m_vecPlaces.size())
         return false;
-    const unsigned char* p = m_vecBlocks[m_vecPlaces[nIndex].nBlock].get() + m_vecPlaces[nIndex].nOffset;
+    const unsigned char* p =
+        m_vecBlocks[m_vecPlaces[nIndex].nBlock].pBytes.get() + m_vecPlaces[nIndex].nOffset;
     auto* const pTo = static_cast<unsigned char*>(pOut);
     for (std::size_t n = 0; n < nSize;) {
         const std::size_t nLiteral = GetNumber(p), nZeros = GetNumber(p + 2);

@@ -15,14 +15,19 @@ public:
     std::size_t GetCount() const { return m_vecPlaces.size(); }
 
 private:
-    // Blocks of one size: a growing list never copies what it holds, nor needs much more than that.
-    static constexpr std::size_t kBlockSize = 64u << 10;
+    struct Block {
+        std::unique_ptr<unsigned char[]> pBytes;
+        std::uint32_t nSize;
+        std::uint32_t nUsed;
+    };
     struct Place {
         std::uint32_t nBlock;
         std::uint32_t nOffset;
     };
+    Block& MakeRoom(std::size_t nPacked);
+
     std::vector<Place> m_vecPlaces;
-    std::vector<std::unique_ptr<unsigned char[]>> m_vecBlocks;
-    std::size_t m_nUsed = kBlockSize;        // of the last block
-    std::vector<unsigned char> m_vecPacked;  // of the record being added
+    // Each is twice as long as the one before, up to a limit: a list of one row is small, and a growing list
+    // never copies what it holds.
+    std::vector<Block> m_vecBlocks;
 };
