@@ -2,27 +2,16 @@
 // calling thread is inside a callback of the game. Exports, waiters, start and stop ask for it.
 #pragma once
 
-#include "platform/KernovaXtl.h"
+#include <atomic>
 
-// One flag with its own lock. Any thread. No code holds the locks of two flags at once, so their order does
-// not matter.
+// One flag. Any thread; a thread that sees it set sees everything that was done before it was set.
 class CModuleFlag {
 public:
-    bool IsSet() const
-    {
-        const Kernova::XTL::ScopedLock lock(m_lock);
-        return m_bSet;
-    }
-    void Set(bool bSet)
-    {
-        const Kernova::XTL::ScopedLock lock(m_lock);
-        m_bSet = bSet;
-    }
+    bool IsSet() const { return m_bSet.load(); }
+    void Set(bool bSet) { m_bSet.store(bSet); }
 
 private:
-    mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
-                                                       Kernova::Threading::LockRank::Leaf};
-    bool m_bSet GUARDED_BY(m_lock) = false;
+    std::atomic<bool> m_bSet{false};
 };
 
 // Set from a successful InitModule until the stop path ends. While it is not set, every request export

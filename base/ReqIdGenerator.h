@@ -2,6 +2,7 @@
 // key of a result list in the data pool.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/KernovaXtl.h"
@@ -18,25 +19,17 @@ public:
     void SetLastHandleId(std::uint32_t n) { m_handleId.SetLast(n); }
 
 private:
-    // One counter; the lock makes counting up and reading the new id one step.
     class Counter {
     public:
         std::uint32_t Next()
         {
-            const Kernova::XTL::ScopedLock lock(m_lock);
-            m_nLast = m_nLast <= 0xFFFFFFFEu ? m_nLast + 1 : 1;
-            return m_nLast;
+            const std::uint32_t n = ++m_nLast;
+            return n != 0 ? n : Next();
         }
-        void SetLast(std::uint32_t n)
-        {
-            const Kernova::XTL::ScopedLock lock(m_lock);
-            m_nLast = n;
-        }
+        void SetLast(std::uint32_t n) { m_nLast.store(n); }
 
     private:
-        Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
-                                                   Kernova::Threading::LockRank::Leaf};
-        std::uint32_t m_nLast GUARDED_BY(m_lock) = 0;
+        std::atomic<std::uint32_t> m_nLast{0};
     };
     Counter m_reqId;
     Counter m_handleId;

@@ -3,12 +3,14 @@
 
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
+#include "comm/WakeBatch.h"
 
 // Calls the game's callback, with the calling thread marked as inside a callback for that time. An exception
 // that the game throws goes on to the caller of CallGame.
 template <class... Params, class... Args>
 void CallGame(void (*pfnCallback)(Params...), Args... args)
 {
+    WakeBatch::WakeNow();
     const CallbackScope inside;
     pfnCallback(args...);
 }

@@ -52,6 +52,14 @@ public:
     template <class M, class... Args>
     bool SendMessage(const Args&... args)
     {
+        return SendMessageThen<M>([] {}, args...);
+    }
+
+    // The same, and runs onAccepted() once the link has accepted the message and before any byte of it
+    // leaves: what the handler of the answer finds is prepared there. Runs with the active link list locked.
+    template <class M, class OnAccepted, class... Args>
+    bool SendMessageThen(OnAccepted onAccepted, const Args&... args)
+    {
         auto build = [&](Wirova::Stream* pStream) {
             M msg;
             const Built built = Build(msg, args...);
@@ -59,19 +67,25 @@ public:
                 return Built::Failed;
             return built;
         };
-        return SendBuilt(
-            [](void* pBuild, Wirova::Stream* pStream) {
-                return (*static_cast<decltype(build)*>(pBuild))(pStream);
-            },
-            &build);
+        return SendBuilt({[](void* pBuild, Wirova::Stream* pStream) {
+                              return (*static_cast<decltype(build)*>(pBuild))(pStream);
+                          },
+                          &build, [](void* pAccepted) { (*static_cast<OnAccepted*>(pAccepted))(); },
+                          &onAccepted});
     }
 
     void CloseActiveLink();
 
 private:
-    using BuildFunction = Built (*)(void* pBuild, Wirova::Stream* pStream);
-    bool SendBuilt(BuildFunction pfnBuild, void* pBuild);
-    bool SendOnLink(BuildFunction pfnBuild, void* pBuild);
+    // What differs from one send to the next.
+    struct Send {
+        Built (*pfnBuild)(void* pBuild, Wirova::Stream* pStream);
+        void* pBuild;
+        void (*pfnAccepted)(void* pAccepted);
+        void* pAccepted;
+    };
+    bool SendBuilt(const Send& send);
+    bool SendOnLink(const Send& send);
 
     bool CreateConnector();
     bool SetConnectorCallbacks();

@@ -3,6 +3,7 @@
 #include "base/Logger.h"
 #include "comm/CommHandler.h"
 #include "comm/FrameLoop.h"
+#include "comm/WakeBatch.h"
 #include "session/ChargeGen.h"
 
 using Kernova::XTL::ScopedLock;
@@ -10,7 +11,7 @@ using Kernova::XTL::UseScope;
 
 namespace {
 
-constexpr int kRecvSize = 1024;  // bytes asked for at a time
+constexpr int kRecvSize = 64 << 10;  // bytes asked for at a time
 constexpr int kRecvsOutstanding = 2;
 
 struct ActiveLinks {
@@ -105,7 +106,11 @@ void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THa
         Log::ErrorFmt("[Comm Handler] Failed to get a recv stream. [Error code: %d]", LastErrorCode());
         return;
     }
-    const bool bGoOn = HandleFrames(self.m_table, pStream, pLink);
+    bool bGoOn = false;
+    {
+        const WakeBatch wakes;
+        bGoOn = HandleFrames(self.m_table, pStream, pLink);
+    }
     Netrova::Link::UnlockReadStream(pLink);
     if (bGoOn) {
         Netrova::Link::Recv(pLink, kRecvSize);
@@ -127,17 +132,18 @@ void CCommHandler::CloseActiveLink()
         Netrova::Link::Close(pLink);
 }
 
-bool CCommHandler::SendBuilt(BuildFunction pfnBuild, void* pBuild)
+bool CCommHandler::SendBuilt(const Send& send)
 {
+    WakeBatch::WakeNow();  // the list may be held for as long as a callback of the game takes
     const UseScope use(m_gateConnector);
     if (!use || !m_bConnected.load()) {
         Log::Error("[Comm Handler] Failed to send a request because connection is closed.");
         return false;
     }
-    return SendOnLink(pfnBuild, pBuild);
+    return SendOnLink(send);
 }
 
-bool CCommHandler::SendOnLink(BuildFunction pfnBuild, void* pBuild)
+bool CCommHandler::SendOnLink(const Send& send)
 {
     const ActiveLinks links(m_pConnector.load());
     if (links.pList == nullptr) {
@@ -156,12 +162,13 @@ bool CCommHandler::SendOnLink(BuildFunction pfnBuild, void* pBuild)
         Log::ErrorFmt("[Comm Handler] Failed to make stream for request. [Error code: %d]", LastErrorCode());
         return false;
     }
-    const Built built = pfnBuild(pBuild, stream.p);
+    const Built built = send.pfnBuild(send.pBuild, stream.p);
     if (built != Built::Ready)
         return built == Built::Nothing;
     if (Netrova::Link::Send(pLink, Strova::GetXMemory(stream.p)) == -1) {
         Log::ErrorFmt("[Comm Handler] Failed to send a request msg. [Error code: %d]", LastErrorCode());
         return false;
     }
+    send.pfnAccepted(send.pAccepted);
     return true;
 }

@@ -2,6 +2,7 @@
 #include "comm/FirstConnectWait.h"
 
 #include "base/Times.h"
+#include "comm/WakeBatch.h"
 
 using Kernova::XTL::ScopedLock;
 
@@ -72,6 +73,7 @@ void CFirstConnectWait::SetConnectMessage(const std::string& strMessage)
 
 void CFirstConnectWait::ReleaseConnectWait()
 {
+    WakeBatch::WakeNow();
     for (;;) {
         {
             const ScopedLock lock(m_lock);

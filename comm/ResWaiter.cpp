@@ -7,24 +7,34 @@ bool CResWaiterMap::AddWaiter(_BASE_RESWAIT* pWaiter)
     if (BeingTerminatedFlag().IsSet())
         return false;
     const Kernova::XTL::ScopedLock lock(m_lock);
-    m_mapWaiters.emplace(pWaiter->nReqID, pWaiter);
+    _BASE_RESWAIT*& pFound = Find(pWaiter->nReqID);
+    if (pFound == nullptr) {  // of two waiters with one id the first one stays
+        pFound = pWaiter;
+        ++m_nCount;
+    }
     return true;
 }
 
 void CResWaiterMap::RemoveWaiter(int nReqID)
 {
     const Kernova::XTL::ScopedLock lock(m_lock);
-    m_mapWaiters.erase(nReqID);
+    _BASE_RESWAIT*& pFound = Find(nReqID);
+    if (pFound == nullptr)
+        return;
+    pFound = pFound->pNext;
+    --m_nCount;
 }
 
 std::size_t CResWaiterMap::GetCount()
 {
     const Kernova::XTL::ScopedLock lock(m_lock);
-    return m_mapWaiters.size();
+    return m_nCount;
 }
 
-WaiterAutoRemover::~WaiterAutoRemover()
+void WaiterAutoRemover::Remove()
 {
     // The map cannot be gone: the export that owns the waiter keeps the process-wide objects alive.
-    ResWaiterMap().RemoveWaiter(m_waiter.nReqID);
+    if (!m_bRemoved)
+        ResWaiterMap().RemoveWaiter(m_waiter.nReqID);
+    m_bRemoved = true;
 }

@@ -2,9 +2,11 @@
 // holds a plain pointer to it from AddWaiter to RemoveWaiter.
 #pragma once
 
-#include <map>
+#include <array>
+#include <cstddef>
 
 #include "comm/ResponseLists.h"
+#include "comm/WakeBatch.h"
 #include "platform/KernovaXtl.h"
 
 // What a waiter waits for: one address for each pair of answer message and response record.
@@ -21,6 +23,7 @@ struct _BASE_RESWAIT {
 
     const AnswerTag tagAnswer;
     int nReqID = 0;
+    _BASE_RESWAIT* pNext = nullptr;  // the map's
     Kernova::Threading::CriticalSection lock{
         Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Leaf};  // guards stResponse; a leaf
     Kernova::Threading::ManualResetEvent hEvent{false};                 // set when the answer has been stored
@@ -66,19 +69,31 @@ private:
     bool Store(int nReqID, const Response& response, Keep keep)
     {
         const Kernova::XTL::ScopedLock lock(m_lock);
-        const auto it = m_mapWaiters.find(nReqID);
-        if (it == m_mapWaiters.end() || it->second->tagAnswer != TagOf<Answer, Response>())
+        _BASE_RESWAIT* const pFound = Find(nReqID);
+        if (pFound == nullptr || pFound->tagAnswer != TagOf<Answer, Response>())
             return false;
-        auto& waiter = *static_cast<ResponseWait<Response>*>(it->second);
+        auto& waiter = *static_cast<ResponseWait<Response>*>(pFound);
         const Kernova::XTL::ScopedLock lockWaiter(waiter.lock);
         keep(waiter.stResponse);
         waiter.stResponse = response;
-        waiter.hEvent.Set();
+        WakeBatch::Set(waiter.hEvent);
         return true;
     }
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Table};
-    std::map<int, _BASE_RESWAIT*> m_mapWaiters GUARDED_BY(m_lock);
+    // The waiters are chained through themselves, so a request allocates nothing here. Ids are given out in
+    // sequence and so spread evenly.
+    static constexpr std::size_t kChains = 256;
+    // Where the waiter of that id is pointed to, or the end of its chain.
+    _BASE_RESWAIT*& Find(int nReqID) REQUIRES(m_lock)
+    {
+        _BASE_RESWAIT** ppWaiter = &m_arrChains[static_cast<unsigned int>(nReqID) % kChains];
+        while (*ppWaiter != nullptr && (*ppWaiter)->nReqID != nReqID)
+            ppWaiter = &(*ppWaiter)->pNext;
+        return *ppWaiter;
+    }
+    std::array<_BASE_RESWAIT*, kChains> m_arrChains GUARDED_BY(m_lock){};
+    std::size_t m_nCount GUARDED_BY(m_lock) = 0;
 };
 
 // The one object of the process.
@@ -102,10 +117,14 @@ Response CopyResponse(ResponseWait<Response>& waiter)
 class WaiterAutoRemover {
 public:
     explicit WaiterAutoRemover(const _BASE_RESWAIT& waiter) : m_waiter(waiter) {}
-    ~WaiterAutoRemover();
+    ~WaiterAutoRemover() { Remove(); }
     WaiterAutoRemover(const WaiterAutoRemover&) = delete;
     WaiterAutoRemover& operator=(const WaiterAutoRemover&) = delete;
 
+    // At once: no answer can be stored any more.
+    void Remove();
+
 private:
     const _BASE_RESWAIT& m_waiter;
+    bool m_bRemoved = false;
 };

@@ -41,6 +41,22 @@ struct CallBase {
     }
 };
 
+// A service that has answered unasked may have stored lists already; they have no owner then and are freed.
+template <class Response>
+void PresetTimeout(ResponseWait<Response>& waiter, const char* pszTimeout)
+{
+    [[maybe_unused]] Response early;
+    PresetResponse(waiter, [&](Response& response) {
+        if constexpr (kHasLists<Response>) {
+            early = response;
+            ForgetLists(response);
+        }
+        SetFailure(response, pszTimeout);
+    });
+    if constexpr (kHasLists<Response>)
+        DestroyLists(early);  // behind the lock
+}
+
 // A call has: the types Request (the message sent) and Answer (the one waited for); kLabel and kTimeout;
 // MakeRecord(nReqID), the zeroed and filled argument of the sender; LogRequest(record).
 template <class Call, class Response>
@@ -51,35 +67,26 @@ void RunInside(Call& call, Response& res)
     if (const char* const pszRefusal = call.Refuse())
         return SetFailure(res, pszRefusal);
 
-    auto& waiters = ResWaiterMap();
     ResponseWait<Response> waiter(TagOf<typename Call::Answer, Response>());
     waiter.nReqID = static_cast<int>(ReqIdGenerator().GetNextReqId());
-    const WaiterAutoRemover waiterAutoRemover(waiter);
-    if (!waiters.AddWaiter(&waiter))
+    WaiterAutoRemover waiterAutoRemover(waiter);
+    if (!ResWaiterMap().AddWaiter(&waiter))
         return SetFailure(res, "Velkar Connector is being terminated.");
 
     const auto record = call.MakeRecord(waiter.nReqID);
     call.LogRequest(record);
-    if (!CommHandler().SendMessage<typename Call::Request>(record)) {
+    // The timeout's failure stands before the first byte of the request leaves, so no answer can overtake it.
+    const auto preset = [&waiter] { PresetTimeout(waiter, Call::kTimeout); };
+    if (!CommHandler().SendMessageThen<typename Call::Request>(preset, record)) {
         const char* const pszMessage = typename Call::Request().GetMsgName();
         Log::ErrorFmt("[Velkar Connector] Failed to send a '%s' msg(Req ID: %d).", pszMessage, waiter.nReqID);
         SetFailure(res, std::string("Failed to send a '") + pszMessage + "' msg.");
         call.OnSendFailed();
         return;
     }
-    // The preset comes behind the send on purpose. An answer that has come before it is lost to the caller,
-    // who hears of a timeout at once; the lists of that answer have no owner then and are freed here, behind
-    // the waiter's lock.
-    Response overtaken{};
-    PresetResponse(waiter, [&](Response& preset) {
-        overtaken = preset;
-        ForgetLists(preset);
-        SetFailure(preset, Call::kTimeout);
-    });
-    DestroyLists(overtaken);
     waiter.hEvent.Wait(kAnswerTimeout);
     // From here on an answer is late, and its handler knows it: nothing can be stored behind the copy.
-    waiters.RemoveWaiter(waiter.nReqID);
+    waiterAutoRemover.Remove();
     res = CopyResponse(waiter);
     call.OnEnd(res);
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -50,10 +51,15 @@ public:
     // change the wait.
     bool Wait(unsigned int milliseconds);
 
+    // Set in two steps, for a thread that holds locks which the woken thread will want. The first step
+    // signals: a Wait that begins from now on returns. The second one wakes those who sleep already; the
+    // event may be gone by then.
+    using Sleepers = const void*;  // null: nobody sleeps
+    Sleepers SetAndWakeLater();
+    static void Wake(Sleepers sleepers);
+
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    bool m_bSignalled;
+    std::atomic<std::uint32_t> m_nState;  // not signalled, signalled, or not signalled and somebody sleeps
 };
 
 // A signal is taken by the one wait that it ends. Used only as a timed sleep.

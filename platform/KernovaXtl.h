@@ -155,10 +155,12 @@ public:
             m_empty.Set();
     }
     void Open() { m_bOpen.store(true); }
-    // The calling thread must not be inside. Users that come while it waits are refused.
+    // Users that come from now on are refused.
+    void Close() { m_bOpen.store(false); }
+    // And waits for those inside. The calling thread must not be one of them.
     void CloseAndWait()
     {
-        m_bOpen.store(false);
+        Close();
         while (m_nUsers.load() != 0) {
             m_empty.Wait(50);
             m_empty.Reset();

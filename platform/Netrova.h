@@ -16,10 +16,12 @@ struct _THandle;
 int AddRef(_THandle*);   // the count afterwards
 int Release(_THandle*);  // the count afterwards
 
-// Queues the block's bytes for sending and returns at once: it never waits for the peer. A pool
-// thread writes what has gathered, with one system call. Blocks leave in the order of the calls.
-// -1 if the link is closed or its queue is full (kMaxQueuedBytes), otherwise the bytes queued.
-// The block is used up: its stream may only be destroyed afterwards.
+// Accepts the block's bytes for sending or refuses them, and never waits for the peer: -1 if the link is
+// closed or its queue is full (kMaxQueuedBytes), otherwise the bytes accepted. The block is used up: its
+// stream may only be destroyed afterwards.
+// A block that is accepted while the calling thread holds the active links leaves when that thread gives
+// the list back, an inner hold included, and no byte of it leaves before: until then the thread may prepare
+// for the answer. Any other block may leave at once. Blocks leave in the order in which they may.
 int Send(_THandle*, Kernova::MemoryPool::_XMemory* const);
 
 // Asks for one receive of up to `size` bytes; several may be outstanding, each ends in one received
@@ -73,6 +75,7 @@ bool SetOnReceived(_THandle*, Callback, void* context);
 bool Connect(_THandle*, const char* host, unsigned short port, int timeoutMilliseconds);
 
 // Re-entrant for the thread that holds it. Null on failure, and then nothing is locked.
+// Every unlock, an inner one too, lets the blocks leave that its thread has sent.
 ActiveLinkList::_THandle* LockActiveLinks(_THandle*);
 bool UnlockActiveLinks(_THandle*);
 }  // namespace Connector

@@ -1,4 +1,5 @@
 // Locks, events and threads, on the standard library's.
+#include <algorithm>
 #include <exception>
 #include <system_error>
 
@@ -6,6 +7,7 @@
 #include "platform/common/LastError.h"
 #include "platform/common/LockOrder.h"
 #include "platform/common/ThreadClock.h"
+#include "platform/common/WordWait.h"
 
 namespace Kernova::Threading {
 
@@ -18,10 +20,14 @@ void Pause()
         std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
+constexpr unsigned int kMostSpins = 40;
+
 }  // namespace
 
+// A spinning thread takes its processor from the holder where there is only one, and a crowd of them does so
+// where there are few: past about a microsecond the holder does not run, and sleeping is cheaper.
 CriticalSection::CriticalSection(unsigned int spinCount, LockRank rank)
-    : m_nSpinCount(std::thread::hardware_concurrency() > 1 ? spinCount : 0), m_rank(rank)
+    : m_nSpinCount(Internal::GetUsableProcessors() > 1 ? std::min(spinCount, kMostSpins) : 0), m_rank(rank)
 {
 }
 
@@ -53,29 +59,49 @@ void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
     m_mutex.unlock();
 }
 
-ManualResetEvent::ManualResetEvent(bool signalled) : m_bSignalled(signalled) {}
+namespace {
+constexpr std::uint32_t kReset = 0, kSet = 1, kSomebodySleeps = 2;
+}
+
+ManualResetEvent::ManualResetEvent(bool signalled) : m_nState(signalled ? kSet : kReset) {}
 ManualResetEvent::~ManualResetEvent() = default;
 
 bool ManualResetEvent::Set()
 {
-    // Notified under the lock: a waiter may destroy the event as soon as its Wait has returned.
-    const std::lock_guard lock(m_mutex);
-    m_bSignalled = true;
-    m_cond.notify_all();
+    Wake(SetAndWakeLater());
     return true;
+}
+
+ManualResetEvent::Sleepers ManualResetEvent::SetAndWakeLater()
+{
+    const void* const pWord = &m_nState;  // a waiter may destroy the event as soon as it is signalled
+    return m_nState.exchange(kSet) == kSomebodySleeps ? pWord : nullptr;
+}
+
+void ManualResetEvent::Wake(Sleepers sleepers)
+{
+    if (sleepers != nullptr)
+        Internal::WakeWord(sleepers);
 }
 
 bool ManualResetEvent::Reset()
 {
-    const std::lock_guard lock(m_mutex);
-    m_bSignalled = false;
+    std::uint32_t nSet = kSet;
+    m_nState.compare_exchange_strong(nSet, kReset);
     return true;
 }
 
 bool ManualResetEvent::Wait(unsigned int milliseconds)
 {
-    std::unique_lock lock(m_mutex);
-    return Internal::WaitForFlag(m_cond, lock, milliseconds, m_bSignalled);
+    if (m_nState.load() == kSet)
+        return true;
+    if (milliseconds == 0)
+        return false;
+    std::uint32_t nReset = kReset;
+    if (!m_nState.compare_exchange_strong(nReset, kSomebodySleeps) && nReset == kSet)
+        return true;
+    // Only Set ends this state, also where a Reset follows at once.
+    return Internal::WaitForWord(m_nState, kSomebodySleeps, milliseconds);
 }
 
 AutoResetEvent::AutoResetEvent(bool signalled) : m_bSignalled(signalled) {}

@@ -32,13 +32,18 @@ _THandle::_THandle(Kernova::ThreadPool::_THandle& pool)
 {
 }
 
-bool _THandle::Start() { return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space); }
+bool _THandle::Start()
+{
+    m_pListGate->Open();
+    return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space);
+}
 
 bool _THandle::Stop()
 {
     {
         const MutexLock lock(m_mutex);
         m_bStopping = true;
+        m_pListGate->Close();
         for (const auto& pCall : m_vecCalls)
             pCall->Abort();
         if (m_context.get_executor().running_in_this_thread())
@@ -50,9 +55,7 @@ bool _THandle::Stop()
     // The closed links come to their end, and with the last handler the context runs out of work.
     m_pWork.reset();
     m_pool.Detach(*this);
-    const MutexLock lock(m_mutex);
-    while (m_nListUsers != 0)
-        m_cond.wait(m_mutex);
+    m_pListGate->CloseAndWait();
     return true;
 }
 
@@ -92,11 +95,13 @@ void _THandle::RunCallback(Event event, Link::_THandle* pLink)
     }
     if (slot.pfnCallback == nullptr)
         return;
+    m_nCalling.fetch_add(1);
     try {
         slot.pfnCallback(this, pLink, slot.pContext);
     } catch (...) {
         RaiseAssertion("[Netrova::Connector] A callback has thrown.");
     }
+    m_nCalling.fetch_sub(1);
 }
 
 bool _THandle::Connect(const char* pszHost, unsigned short nPort, int nTimeoutMilliseconds)
@@ -165,26 +170,44 @@ void _THandle::RemoveActive(Link::_THandle* pLink)
 
 ActiveLinkList::_THandle* _THandle::LockActiveLinks()
 {
-    {
-        const MutexLock lock(m_mutex);
-        if (m_bStopping) {
-            Fail(asio::error::shut_down);
-            return nullptr;
-        }
-        ++m_nListUsers;
+    if (!m_pListGate->Enter()) {
+        Fail(asio::error::shut_down);
+        return nullptr;
     }
     m_activeLock.Lock();
     return &m_active;
 }
 
+// What the holder has sent is written behind the lock, so that the next sender may build meanwhile.
 bool _THandle::UnlockActiveLinks()
 {
-    if (!m_activeLock.Unlock())
+    if (!m_activeLock.IsMine())
         return Fail(std::make_error_code(std::errc::operation_not_permitted));
-    const MutexLock lock(m_mutex);
-    --m_nListUsers;
-    m_cond.notify_all();
+    const auto pGate = m_pListGate;
+    std::shared_ptr<Link::_THandle> pLast;
+    for (const auto& pLink : m_active.m_vecLinks) {
+        if (!pLink->GetSendQueue().Release())
+            continue;
+        if (pLast)
+            pLast->GetSendQueue().Flush();
+        pLast = pLink;
+    }
+    m_activeLock.Unlock();
+    if (pLast)
+        pLast->GetSendQueue().Flush();
+    pGate->Leave();
     return true;
+}
+
+bool _THandle::LendThread()
+{
+    const int nWorkers = static_cast<int>(m_pool.GetSize());
+    int nLent = m_nLent.load();
+    while (nLent + 1 < nWorkers && m_nCalling.load() < nWorkers - 1) {
+        if (m_nLent.compare_exchange_weak(nLent, nLent + 1))
+            return true;
+    }
+    return false;
 }
 
 }  // namespace Netrova::Connector

@@ -45,6 +45,11 @@ struct _THandle final : private Kernova::ThreadPool::IWork {
     asio::io_context& GetContext() { return m_context; }
     void RunCallback(Event event, Link::_THandle* pLink);
     void RemoveActive(Link::_THandle* pLink);
+    bool HoldsActiveLinks() const { return m_activeLock.IsMine(); }
+    // Whether a worker may block in a receive. One worker at least stays free for everything else, counting
+    // out those inside callbacks. ThreadIsBack follows, on that worker.
+    bool LendThread();
+    void ThreadIsBack() { m_nLent.fetch_sub(1); }
     // Lets a pool thread run it; the calling thread does so where there is no memory to remember it.
     template <class Job>
     void Post(Job job)
@@ -71,15 +76,18 @@ private:
     asio::io_context m_context;  // goes last: sockets and timers belong to it
     std::unique_ptr<asio::executor_work_guard<asio::io_context::executor_type>> m_pWork;
     Kernova::ThreadPool::_THandle& m_pool;
+    std::atomic<int> m_nLent{0};     // workers in the hands of readers
+    std::atomic<int> m_nCalling{0};  // workers inside a callback, lent ones too
 
     Kernova::Internal::OwnedLock m_activeLock{Kernova::Threading::LockRank::ActiveLinks};  // guards the list
     ActiveLinkList::_THandle m_active;
+    // For those who hold the list or wait for it. The last one may still be leaving when the connector goes.
+    const std::shared_ptr<Kernova::XTL::UseGate> m_pListGate = std::make_shared<Kernova::XTL::UseGate>();
 
     Kernova::Internal::Mutex m_mutex;
     std::condition_variable_any m_cond;  // a Connect or a user of the list has gone
     bool m_bStopping GUARDED_BY(m_mutex) = false;
     std::vector<std::shared_ptr<ConnectCall>> m_vecCalls GUARDED_BY(m_mutex);
-    std::size_t m_nListUsers GUARDED_BY(m_mutex) = 0;  // hold the list or wait for it
     std::array<CallbackSlot, 4> m_arrCallbacks GUARDED_BY(m_mutex);
 };
 

@@ -16,9 +16,6 @@ using Kernova::Internal::MutexLock;
 
 namespace {
 
-// Small blocks are gathered into one up to this size, so that one system call takes them all.
-constexpr std::size_t kGatheredBytes = 16u << 10;
-
 // What the buffer of received bytes keeps once it has been emptied.
 constexpr std::size_t kKeptBytes = 64u << 10;
 
@@ -37,6 +34,7 @@ std::shared_ptr<_THandle> _THandle::Create(Connector::_THandle& connector, Socke
     auto pLink = std::make_shared<_THandle>(connector);
     auto pTransport = std::make_shared<Transport>(connector.GetContext(), std::move(socket), pLink);
     const MutexLock lock(pLink->m_mutex);
+    pLink->m_queue.Open(pTransport);
     pLink->m_pTransport = std::move(pTransport);
     pLink->m_pSelf = pLink;
     return pLink;
@@ -52,6 +50,7 @@ _THandle::~_THandle() { Strova::DestroyHandle(m_pStream); }
 
 void _THandle::Abandon()
 {
+    m_queue.Shut();
     std::shared_ptr<Transport> pTransport;
     {
         const MutexLock lock(m_mutex);
@@ -83,104 +82,11 @@ bool _THandle::IsClosed()
 
 int _THandle::Send(Kernova::MemoryPool::_XMemory& memory)
 {
-    const std::size_t nLength = memory.GetLength();
-    const MutexLock lock(m_mutex);
-    if (m_bClosed)
-        return Fail(asio::error::not_connected);
-    if (m_nQueuedBytes > kMaxQueuedBytes)
-        return Fail(asio::error::no_buffer_space);
-    if (nLength == 0)
-        return 0;
-    try {
-        // The transport is woken first: if that fails nothing is queued, and it cannot look into the
-        // queue before this lock is given back.
-        if (!m_bWriting)
-            m_pTransport->PostWrite();
-        m_bWriting = true;
-        std::vector<char> vecBytes = std::move(memory.m_vecBytes);
-        vecBytes.erase(vecBytes.begin(), vecBytes.begin() + static_cast<std::ptrdiff_t>(memory.m_nFront));
-        memory.m_vecBytes.clear();
-        memory.m_nFront = 0;
-        AppendToQueue(std::move(vecBytes));
-    } catch (const std::exception&) {
-        return FailWithoutMemory();
-    }
-    m_nQueuedBytes += nLength;
-    return static_cast<int>(nLength);
-}
-
-void _THandle::AppendToQueue(std::vector<char> vecBytes)
-{
-    if (!m_vecQueued.empty() && m_vecQueued.back().size() + vecBytes.size() <= kGatheredBytes)
-        m_vecQueued.back().insert(m_vecQueued.back().end(), vecBytes.begin(), vecBytes.end());
-    else
-        m_vecQueued.push_back(std::move(vecBytes));
-}
-
-bool _THandle::TakeQueued(std::vector<std::vector<char>>& vecBlocks)
-{
-    const MutexLock lock(m_mutex);
-    vecBlocks.clear();
-    vecBlocks.swap(m_vecQueued);
-    m_bWriting = !vecBlocks.empty();
-    return m_bWriting;
-}
-
-void _THandle::Written(std::size_t nCount)
-{
-    const MutexLock lock(m_mutex);
-    m_nQueuedBytes -= nCount;
-}
-
-int _THandle::Recv(int nSize)
-{
-    if (nSize <= 0)
-        return Fail(asio::error::invalid_argument);
-    const std::size_t nBytes = static_cast<std::size_t>(nSize);
-    const MutexLock lock(m_mutex);
-    if (m_bClosed)
-        return Fail(asio::error::not_connected);
-    try {
-        if (!m_bReading)
-            m_pTransport->PostRead();
-        m_bReading = true;
-        if (m_deqCredits.empty() || m_deqCredits.back().nSize != nBytes)
-            m_deqCredits.push_back(Credits{nBytes, 0});
-    } catch (const std::exception&) {
-        return FailWithoutMemory();
-    }
-    ++m_deqCredits.back().nCount;
-    return 0;
-}
-
-std::size_t _THandle::TakeCredit()
-{
-    const MutexLock lock(m_mutex);
-    m_bReading = !m_deqCredits.empty();
-    if (!m_bReading)
-        return 0;
-    const std::size_t nSize = m_deqCredits.front().nSize;
-    if (--m_deqCredits.front().nCount == 0)
-        m_deqCredits.pop_front();
-    return nSize;
-}
-
-bool _THandle::AddReceived(const char* pBytes, std::size_t nCount)
-{
-    {
-        const MutexLock lock(m_mutex);
-        try {
-            m_vecPending.insert(m_vecPending.end(), pBytes, pBytes + nCount);
-        } catch (const std::exception&) {
-            return false;
-        }
-        ++m_nCallbacksDue;
-        if (!m_bConnectedReturned || m_bDelivering)
-            return true;
-        m_bDelivering = true;
-    }
-    PostReceived();
-    return true;
+    const bool bHold = m_connector.HoldsActiveLinks();
+    const int nResult = m_queue.Accept(memory, bHold);
+    if (nResult > 0 && !bHold)
+        m_queue.Flush();
+    return nResult;
 }
 
 Strova::_THandle* _THandle::LockReadStream()
@@ -188,6 +94,12 @@ Strova::_THandle* _THandle::LockReadStream()
     m_readLock.Lock();
     {
         const MutexLock lock(m_mutex);
+        auto& memory = *Strova::GetXMemory(m_pStream);
+        if (memory.GetLength() == 0) {
+            memory.m_vecBytes.clear();
+            memory.m_nFront = 0;
+            memory.m_vecBytes.swap(m_vecPending);
+        }
         const int nCount = static_cast<int>(m_vecPending.size());
         if (Strova::Write(m_pStream, m_vecPending.data(), nCount) == nCount) {
             m_vecPending.clear();
@@ -223,6 +135,7 @@ bool _THandle::Close()
         FailWithoutMemory();
         return false;
     }
+    m_queue.Close();
     m_bClosed = true;
     return true;
 }
@@ -269,6 +182,7 @@ void _THandle::RunReceived()
 
 void _THandle::Lost()
 {
+    m_queue.Close();
     {
         const MutexLock lock(m_mutex);
         m_bClosed = true;

@@ -1,4 +1,4 @@
-// A link: its reference count, its two queues, and the order of its callbacks.
+// A link: its reference count, its reader, and the order of its callbacks.
 #pragma once
 
 #include <atomic>
@@ -11,6 +11,7 @@
 #include "platform/common/Mutex.h"
 #include "platform/common/NetTransport.h"
 #include "platform/common/OwnedLock.h"
+#include "platform/common/SendQueue.h"
 
 namespace Netrova::Link {
 
@@ -40,17 +41,19 @@ struct _THandle : public std::enable_shared_from_this<_THandle> {
     // Undoes Create for a link that nobody has heard of yet.
     void Abandon();
     bool IsClosed();
+    SendQueue& GetSendQueue() { return m_queue; }
 
     // ---- for the transport, on its strand ----
-    // Takes the size of the next receive off the credits; 0 if there is none, and then the next Recv
-    // wakes the transport again.
-    std::size_t TakeCredit();
-    // Bytes for the read stream, and a received callback for them. False without memory.
-    bool AddReceived(const char* pBytes, std::size_t nCount);
-    // Everything that is waiting to be sent; false if there is nothing, and then the next Send wakes the
-    // transport again.
-    bool TakeQueued(std::vector<std::vector<char>>& vecBlocks);
-    void Written(std::size_t nCount);
+    // Takes the size of the next receive off the credits; 0 if the strand is not to read. A later Recv
+    // appoints a reader then.
+    std::size_t TakeCreditOnStrand();
+    // Bytes for the read stream, and a received callback for them. The strand may have to give the reading to
+    // a thread afterwards. False without memory.
+    bool AddReceivedOnStrand(const char* pBytes, std::size_t nCount);
+    // Lets the strand read if the reader's callback takes long. False when nothing has to be watched any
+    // more; the next callback begins another watch.
+    bool Watch();
+    void EndWatch();
     // The connection is over. Any number of times.
     void Lost();
 
@@ -59,12 +62,23 @@ private:
         std::size_t nSize;
         std::size_t nCount;
     };
+    // Who takes the credits. A thread of the pool reads in a blocking receive and runs the callback itself;
+    // the strand reads beside a callback that hangs, and where the pool has no thread to spare.
+    enum class Reader { Nobody, Thread, Strand };
 
+    void AppointReader() REQUIRES(m_mutex);
+    bool AppointThread() REQUIRES(m_mutex);
+    void ReadLoop(Transport& transport, unsigned int nReader);
+    bool ReadOnce(Transport& transport, std::vector<char>& vecRead, unsigned int nReader);
+    std::size_t TakeCreditOnThread(unsigned int nReader);
+    std::size_t TakeCredit() REQUIRES(m_mutex);
+    bool AddPending(const char* pBytes, std::size_t nCount) REQUIRES(m_mutex);
+    bool BeginCallback(Transport& transport);
+    bool EndCallback(unsigned int nReader, bool& bAgain);
     void PostReceived();
     void RunReceived();
     void PostDisconnected();
     void RunDisconnected();
-    void AppendToQueue(std::vector<char> vecBytes) REQUIRES(m_mutex);
 
     Connector::_THandle& m_connector;
     std::atomic<int> m_nRefs{1};
@@ -72,22 +86,24 @@ private:
 
     Kernova::Internal::OwnedLock m_readLock{Kernova::Threading::LockRank::ReadStream};  // guards the stream
     Strova::_THandle* const m_pStream;
+    SendQueue m_queue;
 
     Kernova::Internal::Mutex m_mutex;
     std::shared_ptr<Transport> m_pTransport GUARDED_BY(m_mutex);  // null after the disconnected callback
-    bool m_bClosed GUARDED_BY(m_mutex) = false;                   // refuses Send and Recv
+    bool m_bClosed GUARDED_BY(m_mutex) = false;                   // refuses Recv
     bool m_bLost GUARDED_BY(m_mutex) = false;  // the disconnected callback is due or has been
     bool m_bConnectedReturned GUARDED_BY(m_mutex) = false;
-    // Reading
     std::deque<Credits> m_deqCredits GUARDED_BY(m_mutex);
-    bool m_bReading GUARDED_BY(m_mutex) = false;          // the transport looks for credits by itself
+    Reader m_reader GUARDED_BY(m_mutex) = Reader::Nobody;
+    unsigned int m_nReader GUARDED_BY(m_mutex) = 0;       // the number of the appointment that is in force
     std::vector<char> m_vecPending GUARDED_BY(m_mutex);   // received, not yet in the stream
     std::size_t m_nCallbacksDue GUARDED_BY(m_mutex) = 0;  // with the one that is running
     bool m_bDelivering GUARDED_BY(m_mutex) = false;       // a received callback is running or posted
-    // Writing
-    std::vector<std::vector<char>> m_vecQueued GUARDED_BY(m_mutex);
-    std::size_t m_nQueuedBytes GUARDED_BY(m_mutex) = 0;  // with those being written
-    bool m_bWriting GUARDED_BY(m_mutex) = false;         // the transport looks at the queue by itself
+    bool m_bReaderCalls GUARDED_BY(m_mutex) = false;      // the appointed thread is inside a callback
+    bool m_bHung GUARDED_BY(m_mutex) = false;             // a former reader is inside a callback
+    unsigned int m_nCalls GUARDED_BY(m_mutex) = 0;        // callbacks that readers have begun
+    unsigned int m_nCallsSeen GUARDED_BY(m_mutex) = 0;    // of those, when the watch looked last
+    bool m_bWatching GUARDED_BY(m_mutex) = false;
 };
 
 }  // namespace Netrova::Link

@@ -1,7 +1,7 @@
 #include "platform/common/NetTransport.h"
 
 #include <algorithm>
-#include <chrono>
+#include <utility>
 
 #include "platform/common/NetLink.h"
 #include "platform/common/SocketOptions.h"
@@ -10,9 +10,6 @@ namespace Netrova {
 
 namespace {
 
-// No matter how much a Recv asks for, this is what one read takes at most.
-constexpr std::size_t kMaxReadBytes = 64u << 10;
-
 // How long a closed link goes on writing what was queued before. A peer that reads takes far less.
 constexpr std::chrono::milliseconds kCloseGrace{500};
 
@@ -20,49 +17,79 @@ constexpr std::chrono::milliseconds kCloseGrace{500};
 // up to so much is thrown away first.
 constexpr std::size_t kMaxDrainedBytes = 1u << 20;
 
+Socket WithOptions(Socket socket)
+{
+    std::error_code ignored;
+    socket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    SetLinkOptions(static_cast<std::uintptr_t>(socket.native_handle()));
+    return socket;
+}
+
 }  // namespace
 
 Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<Link::_THandle> pLink)
     : m_strand(asio::make_strand(context)),
-      m_socket(std::move(socket)),
+      m_pSocket(std::make_shared<LinkSocket>(WithOptions(std::move(socket)))),
       m_graceTimer(context),
+      m_watchTimer(context),
       m_pLink(std::move(pLink))
 {
-    std::error_code ignored;
-    m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-    SetLinkOptions(static_cast<std::uintptr_t>(m_socket.native_handle()));
 }
 
-void Transport::PostRead()
+template <void (Transport::*kStep)()>
+void Transport::Post()
 {
-    asio::post(m_strand, [pSelf = shared_from_this()] { pSelf->Read(); });
+    asio::post(m_strand, [pSelf = shared_from_this()] { (pSelf.get()->*kStep)(); });
 }
 
-void Transport::PostWrite()
+void Transport::PostRead() { Post<&Transport::Read>(); }
+
+void Transport::PostWrite() { Post<&Transport::Write>(); }
+
+void Transport::PostWatch() { Post<&Transport::Watch>(); }
+
+void Transport::PostClose() { Post<&Transport::BeginClose>(); }
+
+void Transport::PostLose() { Post<&Transport::Lose>(); }
+
+std::shared_ptr<LinkSocket> Transport::GetSocket()
 {
-    asio::post(m_strand, [pSelf = shared_from_this()] { pSelf->Write(); });
+    const Kernova::Internal::MutexLock lock(m_mutex);
+    return m_pSocket;
 }
 
-void Transport::PostClose()
+LinkSocket::Sent Transport::WriteNow(const Blocks& vecBlocks, std::size_t nFront, std::size_t& nCount)
 {
-    asio::post(m_strand, [pSelf = shared_from_this()] { pSelf->BeginClose(); });
+    const auto pSocket = GetSocket();
+    nCount = 0;
+    return pSocket ? pSocket->Send(vecBlocks, nFront, nCount) : LinkSocket::Sent::Failed;
+}
+
+bool Transport::MayBlock() const { return true; }
+
+std::size_t Transport::ReadNow(char* pBytes, std::size_t nSize)
+{
+    const auto pSocket = GetSocket();
+    return pSocket ? pSocket->Receive(pBytes, nSize) : 0;
 }
 
 void Transport::Read()
 {
-    if (m_bClosing || !m_socket.is_open())
+    const auto pSocket = GetSocket();
+    if (m_bReading || m_bClosing || !pSocket)
         return;
-    const std::size_t nSize = std::min(m_pLink->TakeCredit(), kMaxReadBytes);
+    const std::size_t nSize = m_pLink->TakeCreditOnStrand();
     if (nSize == 0)
         return;
     try {
         m_vecRead.resize(nSize);
-        m_socket.async_read_some(
+        pSocket->Attach().async_read_some(
             asio::buffer(m_vecRead),
             asio::bind_executor(
                 m_strand, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
                     pSelf->OnRead(failed, nCount);
                 }));
+        m_bReading = true;
     } catch (const std::exception&) {  // out of memory
         Lose();
     }
@@ -70,20 +97,23 @@ void Transport::Read()
 
 void Transport::OnRead(const std::error_code& failed, std::size_t nCount)
 {
+    m_bReading = false;
     if (m_bClosing)
         return;
-    if (failed || !m_pLink->AddReceived(m_vecRead.data(), nCount))
-        Lose();
-    else
-        Read();
+    if (failed || !m_pLink->AddReceivedOnStrand(m_vecRead.data(), nCount))
+        return Lose();
+    Read();
+    DetachIfIdle();
 }
 
 void Transport::Write()
 {
-    if (m_bWriting || !m_socket.is_open())
+    const auto pSocket = GetSocket();
+    if (m_bWriting || !pSocket)
         return;
-    if (!m_pLink->TakeQueued(m_vecWriting)) {
-        if (m_bClosing)
+    std::size_t nFront = 0;
+    if (!m_pLink->GetSendQueue().Take(m_vecWriting, nFront)) {
+        if (m_bClosing && m_pLink->GetSendQueue().IsEmpty())
             CloseSocket();
         return;
     }
@@ -92,8 +122,9 @@ void Transport::Write()
         vecBuffers.reserve(m_vecWriting.size());
         for (const std::vector<char>& vecBlock : m_vecWriting)
             vecBuffers.push_back(asio::buffer(vecBlock));
+        vecBuffers.front() += nFront;
         asio::async_write(
-            m_socket, std::move(vecBuffers),
+            pSocket->Attach(), std::move(vecBuffers),
             asio::bind_executor(
                 m_strand, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
                     pSelf->OnWritten(failed, nCount);
@@ -108,12 +139,34 @@ void Transport::OnWritten(const std::error_code& failed, std::size_t nCount)
 {
     m_bWriting = false;
     m_vecWriting.clear();
-    if (failed) {
-        Lose();
-        return;
-    }
-    m_pLink->Written(nCount);
+    if (failed)
+        return Lose();
+    m_pLink->GetSendQueue().Written(nCount);
     Write();
+    DetachIfIdle();
+}
+
+void Transport::DetachIfIdle()
+{
+    const auto pSocket = GetSocket();
+    if (pSocket && !m_bReading && !m_bWriting)
+        pSocket->Detach();
+}
+
+void Transport::Watch()
+{
+    if (!GetSocket())
+        return;
+    try {
+        m_watchTimer.expires_after(kWatchCycle);
+        m_watchTimer.async_wait(
+            asio::bind_executor(m_strand, [pSelf = shared_from_this()](const std::error_code& cancelled) {
+                if (!cancelled && pSelf->m_pLink->Watch())
+                    pSelf->Watch();
+            }));
+    } catch (const std::exception&) {
+        m_pLink->EndWatch();  // the next callback begins another one
+    }
 }
 
 // The link has been closed on order; nothing can be queued any more.
@@ -121,10 +174,9 @@ void Transport::BeginClose()
 {
     m_bClosing = true;
     m_pLink->Lost();
-    if (!m_bWriting) {
-        CloseSocket();
+    Write();  // closes the socket if there is nothing to write
+    if (!GetSocket())
         return;
-    }
     try {
         m_graceTimer.expires_after(kCloseGrace);
         m_graceTimer.async_wait(asio::bind_executor(
@@ -140,22 +192,21 @@ void Transport::Lose()
     CloseSocket();
 }
 
+// A thread that is inside the socket finds its end, and the last one closes the descriptor.
 void Transport::CloseSocket()
 {
-    if (!m_socket.is_open())
-        return;
-    std::error_code ignored;
-    m_socket.cancel(ignored);  // not every system ends what is in flight when the socket is closed
-    if (m_bClosing) {
-        std::error_code failed;
-        m_socket.non_blocking(true, failed);
-        char szUnread[4096];
-        for (std::size_t nDrained = 0; !failed && nDrained < kMaxDrainedBytes;)
-            nDrained += m_socket.read_some(asio::buffer(szUnread), failed);
+    std::shared_ptr<LinkSocket> pSocket;
+    {
+        const Kernova::Internal::MutexLock lock(m_mutex);
+        pSocket.swap(m_pSocket);
     }
-    m_socket.shutdown(Socket::shutdown_both, ignored);
-    m_socket.close(ignored);
+    if (!pSocket)
+        return;
+    if (m_bClosing)
+        pSocket->Drain(kMaxDrainedBytes);
+    pSocket->End();
     m_graceTimer.cancel();
+    m_watchTimer.cancel();
 }
 
 }  // namespace Netrova

@@ -19,10 +19,11 @@ public:
         m_owner.store(std::this_thread::get_id());
         ++m_nDepth;
     }
+    bool IsMine() const { return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
     // False if the calling thread does not hold it.
     bool Unlock() NO_THREAD_SAFETY_ANALYSIS
     {
-        if (m_owner.load() != std::this_thread::get_id())
+        if (!IsMine())
             return false;
         if (--m_nDepth == 0)
             m_owner.store(std::thread::id());

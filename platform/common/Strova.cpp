@@ -18,6 +18,9 @@ struct _THandle {
 
 namespace {
 
+// A stream's first block, so that a message of the usual length needs no second one.
+constexpr std::size_t kFirstBytes = 256;
+
 // An emptied stream keeps its block up to this size and gives back a bigger one.
 constexpr std::size_t kKeptBytes = 64u << 10;
 constexpr std::size_t kLargeBytes = 256u << 10;
@@ -93,7 +96,7 @@ int Write(_THandle* pStream, const void* data, int size)
         const auto* const pBytes = static_cast<const char*>(data);
         const std::size_t nNeeded = vecBytes.size() + static_cast<std::size_t>(size);
         if (nNeeded > vecBytes.capacity())  // by half: doubling would leave up to half of it unused
-            vecBytes.reserve(std::max(nNeeded, vecBytes.capacity() + vecBytes.capacity() / 2));
+            vecBytes.reserve(std::max({nNeeded, vecBytes.capacity() + vecBytes.capacity() / 2, kFirstBytes}));
         vecBytes.insert(vecBytes.end(), pBytes, pBytes + size);
     } catch (const std::exception&) {
         return Fail(std::errc::not_enough_memory);

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/common/WordWait.h"
+
 namespace Kernova::Internal {
 
 bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, unsigned int milliseconds,
@@ -10,6 +12,14 @@ bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lo
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     return cond.wait_until(lock, deadline, [&bFlag] { return bFlag; });
+}
+
+bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, unsigned int milliseconds)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (nWord.load() == nValue && WaitOnWord(nWord, nValue, deadline)) {
+    }
+    return nWord.load() != nValue;
 }
 
 std::thread StartThread(std::function<void()> body) { return std::thread(std::move(body)); }

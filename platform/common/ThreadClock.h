@@ -2,7 +2,9 @@
 // another one in its place, whose clock runs faster and whose threads fail to start on order.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -13,6 +15,9 @@ namespace Kernova::Internal {
 // the time of day does not change the wait.
 bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, unsigned int milliseconds,
                  const bool& bFlag);
+
+// Sleeps while the word holds that value, at most until the time is over. Whether it holds another one now.
+bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, unsigned int milliseconds);
 
 // Throws std::system_error or std::bad_alloc if no thread can be had.
 std::thread StartThread(std::function<void()> body);

@@ -35,6 +35,7 @@ struct _THandle {
     // Waits until Run has returned and every worker has left it. Never called by a worker.
     void Detach(IWork& work);
     bool HasWork();
+    std::size_t GetSize() const { return m_vecThreads.size(); }
 
 private:
     void Main();

@@ -1,11 +1,11 @@
 // The library's clock: real time, stretched by a factor that may change while waits are running; and the
 // start of its threads.
 #include <algorithm>
-#include <map>
 #include <system_error>
 
 #include "platform/Platova.h"
 #include "platform/common/ThreadClock.h"
+#include "platform/common/WordWait.h"
 #include "tests/fakeplatform/Parts.h"
 
 namespace Fake {
@@ -14,18 +14,12 @@ namespace {
 using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 
-// A thread that sends and never waits holds answers back this long.
-constexpr std::chrono::milliseconds kLongestBetween{100};
-
 struct Clock {
     // At the real moment `real` the library's clock stood at `system`; since then each second of the
     // library has taken `second`.
     steady_clock::time_point real = steady_clock::now();
     nanoseconds system{0};
     nanoseconds second = std::chrono::milliseconds(200);
-
-    std::condition_variable between;
-    std::map<std::thread::id, steady_clock::time_point> mapBetween;  // threads, and since when
 
     double Factor() const { return 1e9 / static_cast<double>(second.count()); }
     nanoseconds Now() const { return system + Scaled(steady_clock::now() - real, Factor()); }
@@ -54,27 +48,6 @@ void Advance(std::chrono::milliseconds system)
     clock->Change(system, clock->second);
 }
 
-void ThisThreadHasSent() { TheClock()->mapBetween[std::this_thread::get_id()] = steady_clock::now(); }
-
-void ThisThreadWaits()
-{
-    const auto clock = TheClock().Lock();
-    if (clock->mapBetween.erase(std::this_thread::get_id()) != 0)
-        clock->between.notify_all();
-}
-
-void WaitUntilNobodyIsBetween()
-{
-    auto clock = TheClock().Lock();
-    while (!clock->mapBetween.empty()) {
-        std::erase_if(clock->mapBetween, [now = steady_clock::now()](const auto& entry) {
-            return now - entry.second >= kLongestBetween;
-        });
-        if (!clock->mapBetween.empty())
-            clock->between.wait_for(clock.lock, kLongestBetween / 4);
-    }
-}
-
 }  // namespace Fake
 
 namespace Kernova::Internal {
@@ -82,13 +55,26 @@ namespace Kernova::Internal {
 bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, unsigned int milliseconds,
                  const bool& bFlag)
 {
-    Fake::ThisThreadWaits();
     const auto end = Fake::TheClock()->Now() + std::chrono::milliseconds(milliseconds);
     while (!bFlag) {
         const auto left = Fake::TheClock()->RealTimeUntil(end);
         if (left.count() <= 0)
             return false;
         cond.wait_for(lock, std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
+    }
+    return true;
+}
+
+bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, unsigned int milliseconds)
+{
+    const auto end = Fake::TheClock()->Now() + std::chrono::milliseconds(milliseconds);
+    while (nWord.load() == nValue) {
+        const auto left = Fake::TheClock()->RealTimeUntil(end);
+        if (left.count() <= 0)
+            return false;
+        WaitOnWord(
+            nWord, nValue,
+            std::chrono::steady_clock::now() + std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
     }
     return true;
 }

@@ -62,10 +62,6 @@ std::string Describe(const Counts& counts);
 
 // While held, no callback starts on the threads of any pool; what runs goes on.
 void HoldPools(bool bHold);
-// While set, a Send outside the callbacks returns only after the next received callback of its link (at most
-// two seconds later): the answer overtakes the caller's preparations for its wait. Otherwise an answer is
-// held back until the caller waits for it.
-void SendReturnsLate(bool bLate);
 
 // Breaches of the platform's contracts by the library, in words.
 std::vector<std::string> Violations();

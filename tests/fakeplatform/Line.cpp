@@ -57,7 +57,7 @@ void Line::Pump()
         EndLocked(lock);
         return;
     }
-    const std::size_t nCredit = deqIncoming.empty() ? 0 : pLink->TakeCredit();
+    const std::size_t nCredit = deqIncoming.empty() ? 0 : pLink->TakeCreditOnStrand();
     if (nCredit == 0)
         return;
     std::string& strFront = deqIncoming.front();
@@ -66,7 +66,7 @@ void Line::Pump()
     if (strFront.empty())
         deqIncoming.pop_front();
     bDelivering = true;
-    pLink->AddReceived(strChunk.data(), strChunk.size());
+    pLink->AddReceivedOnStrand(strChunk.data(), strChunk.size());
 }
 
 void Line::End()
@@ -90,6 +90,13 @@ void Line::EndLocked(std::unique_lock<std::mutex>& lock)
     lock.unlock();
 }
 
+void Line::Write(const Netrova::Blocks& vecBlocks)
+{
+    for (const std::vector<char>& vecBlock : vecBlocks)
+        (*pInbox)->Post([nNumber = nConnection, strBytes = std::string(vecBlock.begin(), vecBlock.end())](
+                            Sink& sink) { sink.OnBytes(nNumber, strBytes); });
+}
+
 void Line::Flush()
 {
     const std::lock_guard lock(mutex);
@@ -98,35 +105,18 @@ void Line::Flush()
 
 void Line::FlushLocked()
 {
-    std::vector<std::vector<char>> vecBlocks;
-    while (pLink != nullptr && pLink->TakeQueued(vecBlocks)) {
-        for (const std::vector<char>& vecBlock : vecBlocks)
-            (*pInbox)->Post([pSelf = shared_from_this(), vecBlock](Sink& sink) {
-                pSelf->OnTaken(vecBlock.size());
-                sink.OnBytes(pSelf->nConnection, {vecBlock.begin(), vecBlock.end()});
-            });
-    }
+    Netrova::Blocks vecBlocks;
+    std::size_t nFront = 0;
+    while (pLink != nullptr && pLink->GetSendQueue().Take(vecBlocks, nFront))
+        Write(vecBlocks);
 }
 
 void Line::ReceivedReturned()
 {
     const std::lock_guard lock(mutex);
     bDelivering = false;
-    ++nReceived;
     if (pLink != nullptr)
         Post(&Line::Pump);
-}
-
-int Line::Received()
-{
-    const std::lock_guard lock(mutex);
-    return nReceived + (bDelivering ? 1 : 0);
-}
-
-bool Line::HasReceived(int nCallbacks)
-{
-    const std::lock_guard lock(mutex);
-    return nReceived >= nCallbacks || pLink == nullptr;
 }
 
 void Line::OnPeerBytes(const std::string& strBytes)
@@ -146,13 +136,6 @@ void Line::OnPeerClose(bool bAbruptly)
     bCut |= bAbruptly;
     if (pLink != nullptr)
         Post(&Line::Pump);
-}
-
-void Line::OnTaken(std::size_t nBytes)
-{
-    const std::lock_guard lock(mutex);
-    if (pLink != nullptr)
-        pLink->Written(nBytes);
 }
 
 }  // namespace Fake
@@ -175,21 +158,47 @@ std::error_code Dial(const std::shared_ptr<ConnectCall>&, asio::io_context&,
     return {static_cast<int>(Fake::kRefusedCode), std::generic_category()};
 }
 
-Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<Link::_THandle> pLink)
+Transport::Transport(asio::io_context& context, Socket, std::shared_ptr<Link::_THandle> pLink)
     : m_strand(asio::make_strand(context)),
-      m_socket(std::move(socket)),
       m_graceTimer(context),
+      m_watchTimer(context),
       m_pLink(std::move(pLink))
 {
     Fake::Count("links", 1);
     std::exchange(Fake::t_pDialled, nullptr)->Attach(m_pLink, context);
 }
 
-void Transport::PostRead() { Fake::LineOf(m_pLink.get())->Post(&Fake::Line::Pump); }
+// A sender may come behind the disconnected callback.
+static void PostToLine(const Link::_THandle* pLink, void (Fake::Line::*pfnWork)())
+{
+    if (const auto pLine = Fake::LineOf(pLink))
+        pLine->Post(pfnWork);
+}
 
-void Transport::PostWrite() {
-}  // each Send flushes the line itself: a send is known as soon as it has returned
+void Transport::PostRead() { PostToLine(m_pLink.get(), &Fake::Line::Pump); }
 
-void Transport::PostClose() { Fake::LineOf(m_pLink.get())->Post(&Fake::Line::End); }
+void Transport::PostWrite() { PostToLine(m_pLink.get(), &Fake::Line::Flush); }
+
+void Transport::PostWatch() {}
+
+void Transport::PostClose() { PostToLine(m_pLink.get(), &Fake::Line::End); }
+
+void Transport::PostLose() { PostClose(); }
+
+LinkSocket::Sent Transport::WriteNow(const Blocks& vecBlocks, std::size_t, std::size_t& nCount)
+{
+    nCount = 0;
+    const auto pLine = Fake::LineOf(m_pLink.get());
+    if (!pLine)
+        return LinkSocket::Sent::Failed;
+    pLine->Write(vecBlocks);
+    for (const std::vector<char>& vecBlock : vecBlocks)
+        nCount += vecBlock.size();
+    return LinkSocket::Sent::All;
+}
+
+bool Transport::MayBlock() const { return false; }
+
+std::size_t Transport::ReadNow(char*, std::size_t) { return 0; }
 
 }  // namespace Netrova

@@ -49,15 +49,13 @@ struct Line : std::enable_shared_from_this<Line> {
     void Post(void (Line::*pfnWork)());  // on a pool thread; not once the line has ended
     void Pump();                         // gives the link the next chunk that is due, or the end
     void End();
-    void Flush();  // what the link has queued goes to the peer
+    void Write(const Netrova::Blocks& vecBlocks);  // to the peer, at once
+    void Flush();                                  // likewise, what the link has queued
     void ReceivedReturned();
-    int Received();  // callbacks that have returned, and the one that is running
-    bool HasReceived(int nCallbacks);
 
     // ---- the peer's side ----
     void OnPeerBytes(const std::string& strBytes);
     void OnPeerClose(bool bAbruptly);
-    void OnTaken(std::size_t nBytes);  // the peer has read that much
 
 private:
     void FlushLocked();
@@ -71,7 +69,6 @@ private:
     std::mutex mutex;
     std::shared_ptr<Netrova::Link::_THandle> pLink;  // null once the line has ended
     std::deque<std::string> deqIncoming;
-    int nReceived = 0;         // received callbacks that have returned
     bool bDelivering = false;  // a chunk is on its way through the callback
     bool bPeerClosed = false;
     bool bCut = false;

@@ -24,20 +24,16 @@ struct State {
     std::condition_variable cond;
     std::map<_THandle*, std::array<Target, 4>> mapTargets;
     bool bHeld = false;
-    bool bSendLate = false;
 };
 
 Support::Guarded<State>& TheState() { return Fake::Immortal<State>(); }
 
-thread_local bool t_bInCallback = false;
-
 // Behind every callback, also one that throws.
 template <Event kEvent>
 struct Behind {
-    explicit Behind(Link::_THandle* p) : pLink(p) { t_bInCallback = true; }
+    explicit Behind(Link::_THandle* p) : pLink(p) {}
     ~Behind()
     {
-        t_bInCallback = false;
         const auto pLine = Fake::LineOf(pLink);
         if (kEvent == Event::Received && pLine)
             pLine->ReceivedReturned();
@@ -61,8 +57,6 @@ void Run(_THandle* pConnector, Link::_THandle* pLink, void*)
         state->cond.wait(state.lock, [&] { return !state->bHeld; });
         target = state->mapTargets[pConnector].at(static_cast<std::size_t>(kEvent));
     }
-    if (kEvent == Event::Received)
-        Fake::WaitUntilNobodyIsBetween();
     const Behind<kEvent> behind(pLink);
     if (target.pfn != nullptr)
         target.pfn(pConnector, pLink, target.pContext);
@@ -150,25 +144,7 @@ int Release(_THandle* pLink)
 int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
 {
     Fake::NoteSent(pMemory);
-    const auto pLine = Fake::LineOf(pLink);
-    if (MustFail(Op::LinkSend))
-        return -1;
-    if (!pLine)
-        return pLink->Send(*pMemory);
-    const bool bCaller = !Connector::t_bInCallback;
-    const bool bLate = bCaller && Connector::TheState()->bSendLate;
-    const int nReceived = pLine->Received();
-    if (bCaller && !bLate)
-        Fake::ThisThreadHasSent();
-    const int nResult = pLink->Send(*pMemory);
-    pLine->Flush();
-    if (nResult < 0)
-        Fake::ThisThreadWaits();
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (bLate && nResult >= 0 && !pLine->HasReceived(nReceived + 1) &&
-           std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return nResult;
+    return MustFail(Op::LinkSend) ? -1 : pLink->Send(*pMemory);
 }
 
 int Recv(_THandle* pLink, int size) { return MustFail(Op::LinkRecv) ? -1 : pLink->Recv(size); }
@@ -197,7 +173,5 @@ void HoldPools(bool bHold)
     state->bHeld = bHold;
     state->cond.notify_all();
 }
-
-void SendReturnsLate(bool bLate) { TheState()->bSendLate = bLate; }
 
 }  // namespace Fake

@@ -68,7 +68,6 @@ std::string Describe(const Counts& counts) { return testing::PrintToString(count
 void Reset()
 {
     HoldPools(false);
-    SendReturnsLate(false);
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
     HostProcess::Reset();

@@ -19,13 +19,6 @@ void Violation(const std::string& strText);
 // Waits that have begun look again so often, so that a change of the clock reaches them.
 inline constexpr std::chrono::milliseconds kLookAgain{10};
 
-// A caller prepares for its wait only after it has sent. Threads that have sent something are "between",
-// until they wait; an answer that arrives in between is held back, so that no test meets that race
-// unless it orders it (SendReturnsLate).
-void ThisThreadHasSent();
-void ThisThreadWaits();
-void WaitUntilNobodyIsBetween();
-
 // The block has been sent: its stream may only be destroyed.
 void NoteSent(const Kernova::MemoryPool::_XMemory* pMemory);
 

@@ -44,6 +44,37 @@ TEST_F(StopTest, WithCallersThatWait)
         EXPECT_STREQ(caller.get().szError, "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.");
 }
 
+// Callers that never pause, on processors that are busy otherwise.
+TEST_F(StopTest, WhileManyCallersWorkOnABusyMachine)
+{
+    Service().SayYes();
+    std::atomic<bool> bEnough{false};
+    std::vector<std::thread> vecThreads;
+    for (int n = 0; n < 4; ++n) {
+        vecThreads.emplace_back([&] {
+            while (!bEnough) {
+            }
+        });
+    }
+    for (int n = 0; n < 64; ++n) {
+        vecThreads.emplace_back([&, n] {
+            while (!bEnough) {
+                Game().Checkin("user" + std::to_string(n));
+                Game().Checkout("user" + std::to_string(n));
+            }
+        });
+    }
+    for (int n = 0; n < 3; ++n) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        ExpectStop();
+        ASSERT_TRUE(Game().Init()) << Game().LastError();
+    }
+    bEnough = true;
+    ExpectStop();
+    for (std::thread& thread : vecThreads)
+        thread.join();
+}
+
 TEST_F(StopTest, WhileReconnecting)
 {
     StartAgainToReconnectEverySecond();

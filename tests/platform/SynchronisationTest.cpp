@@ -79,6 +79,27 @@ TEST(Events, StaySignalledForEverybodyUntilResetOrForOneWait)
     EXPECT_FALSE(oneWait.Wait(0) || AutoResetEvent(false).Wait(20));
 }
 
+// The thread that signals wakes the sleepers later, and by then the event may be gone.
+TEST(ManualResetEvent, IsSignalledBeforeItsSleepersAreWoken)
+{
+    ManualResetEvent event(false);
+    ManualResetEvent::Wake(event.SetAndWakeLater());
+    EXPECT_TRUE(event.Wait(0));
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+    for (int n = 0; n < 200; ++n) {
+        auto pEvent = std::make_unique<ManualResetEvent>(false);
+        std::thread waiter([&] {
+            EXPECT_TRUE(pEvent->Wait(kLong));
+            pEvent.reset();
+        });
+        if (n % 2 == 0)
+            std::this_thread::sleep_for(std::chrono::microseconds(100));  // it sleeps by now, as a rule
+        ManualResetEvent::Wake(pEvent->SetAndWakeLater());
+        waiter.join();
+    }
+}
+
 // A waiter of a request lives on the stack of the call that waits.
 TEST(ManualResetEvent, MayBeDestroyedAsSoonAsTheWaitIsOver)
 {

@@ -133,6 +133,54 @@ TEST(Callbacks, OneThatHangsDelaysNeitherTheLossNorANewLink)
     gate.Open();
 }
 
+// Somebody else reads while a callback hangs, and the link goes on as before afterwards, as often as it
+// happens.
+TEST(Callbacks, OneThatHangsAgainAndAgainLeavesTheLinkAlive)
+{
+    for (const std::size_t nThreads : {1u, 2u, 4u}) {
+        Peer peer;
+        Gate gate;
+        std::atomic<int> nInside{0};
+        Client client(nThreads);
+        client.m_onConnected = [](LinkHandle* pLink) {
+            for (int n = 0; n < 2; ++n)
+                Link::Recv(pLink, 1024);
+        };
+        client.m_onReceived = [&](LinkHandle* pLink) {
+            EXPECT_EQ(++nInside, 1);
+            const std::string str = TakeAll(pLink);
+            if (str.find('h') != std::string::npos)
+                std::this_thread::sleep_for(std::chrono::milliseconds(130));
+            if (str.find("gate") != std::string::npos)
+                gate.Wait();
+            if (!str.empty())
+                Send(pLink, str);
+            --nInside;
+            Link::Recv(pLink, 1024);
+        };
+        peer.Meet(client);
+        for (int nRound = 0; nRound < 4; ++nRound) {
+            for (const char* const psz : {"hang", "a", "b", "hang", "c", "d", "e"}) {
+                std::string strSent = psz;
+                peer.Write(strSent);
+                if (nRound % 2 != 0) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(nRound * 20));
+                    peer.Write("more");
+                    strSent += "more";
+                }
+                ASSERT_EQ(strSent, peer.Read(strSent.size())) << "round " << nRound;
+            }
+        }
+        peer.Write("gate");
+        peer.Close();
+        if (nThreads > 1) {
+            EXPECT_TRUE(client.WaitFor("disconnected"));
+        }
+        gate.Open();
+        client.Destroy();
+    }
+}
+
 TEST(Callbacks, LossRunsOnceWithTheLinkOffTheListAndStillValid)
 {
     for (const bool bReset : {false, true}) {

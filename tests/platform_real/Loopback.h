@@ -55,6 +55,11 @@ public:
         m_strRead.erase(0, nSize);
         return strResult;
     }
+    bool HasUnread()
+    {
+        const std::lock_guard lock(m_mutex);
+        return !m_strRead.empty();
+    }
     std::string ReadToTheEnd() { return Read(std::string::npos); }
     bool WasReset() const { return m_bReset; }  // the end was no orderly one
 

@@ -60,6 +60,35 @@ TEST_F(Linked, SendTakesWhatTheStreamStillHolds)
     EXPECT_EQ("sent", m_peer.Read(4));
 }
 
+// The holder prepares for the answer between its send and its unlock. The blocks of others do not take its
+// blocks along, and an unlock of an inner hold releases them as the outermost one does.
+TEST_F(Linked, WhatTheHolderOfTheListSendsLeavesWhenTheListIsGivenBack)
+{
+    for (int nRound = 0; nRound < 20; ++nRound) {
+        for (int nHold = 0; nHold < 2; ++nHold)
+            ASSERT_NE(nullptr, Connector::LockActiveLinks(m_client.Get()));
+        EXPECT_EQ(4, Send(m_pLink, "held"));
+        std::thread([&] { EXPECT_EQ(5, Send(m_pLink, "other")); }).join();
+        EXPECT_EQ("other", m_peer.Read(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        EXPECT_FALSE(m_peer.HasUnread());
+        EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+        EXPECT_EQ("held", m_peer.Read(4));
+        EXPECT_EQ(4, Send(m_pLink, "more"));
+        EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+        EXPECT_EQ("more", m_peer.Read(4));
+    }
+}
+
+TEST_F(Linked, CloseWritesWhatIsHeld)
+{
+    ASSERT_NE(nullptr, Connector::LockActiveLinks(m_client.Get()));
+    EXPECT_EQ(4, Send(m_pLink, "last"));
+    EXPECT_TRUE(Link::Close(m_pLink));
+    EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+    EXPECT_EQ("last", m_peer.ReadToTheEnd());
+}
+
 TEST_F(Linked, SendRefusesMoreOnceTooMuchIsWaitingAndGoesOnWhenThePeerReads)
 {
     const std::string strBlock(1 << 20, 'b');

@@ -1,0 +1,59 @@
+// The callers that the handlers of this thread have answered and that still sleep.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "platform/Kernova.h"
+
+// For the length of a received callback. A caller that is woken while the handler holds its locks runs into
+// them and sleeps again, so the handlers only note whom to wake. The notes are carried out when everything
+// that was received has been handled, and earlier before the thread calls the game or waits: before CallGame,
+// before a send and before the hold of a connect answer.
+class WakeBatch {
+public:
+    using Event = Kernova::Threading::ManualResetEvent;
+
+    WakeBatch() { s_pCurrent = this; }
+    ~WakeBatch()
+    {
+        Wake();
+        s_pCurrent = nullptr;
+    }
+    WakeBatch(const WakeBatch&) = delete;
+    WakeBatch& operator=(const WakeBatch&) = delete;
+
+    // Sets the event at once and wakes its sleepers later; without a batch on this thread at once, too. The
+    // event may be destroyed as soon as the locks are given back under which it was found.
+    static void Set(Event& event)
+    {
+        if (s_pCurrent == nullptr)
+            event.Set();
+        else if (const auto sleepers = event.SetAndWakeLater())
+            s_pCurrent->Add(sleepers);
+    }
+    // Wakes everybody noted on this thread.
+    static void WakeNow()
+    {
+        if (s_pCurrent != nullptr)
+            s_pCurrent->Wake();
+    }
+
+private:
+    void Add(Event::Sleepers sleepers)
+    {
+        if (m_nCount == m_arrSleepers.size())
+            Wake();
+        m_arrSleepers[m_nCount++] = sleepers;
+    }
+    void Wake()
+    {
+        for (std::size_t n = 0; n < m_nCount; ++n)
+            Event::Wake(m_arrSleepers[n]);
+        m_nCount = 0;
+    }
+
+    static inline thread_local WakeBatch* s_pCurrent = nullptr;
+    std::array<Event::Sleepers, 64> m_arrSleepers;
+    std::size_t m_nCount = 0;
+};

@@ -1,0 +1,227 @@
+#include "platform/common/SendQueue.h"
+
+#include <exception>
+#include <utility>
+
+#include "platform/Netrova.h"
+#include "platform/common/LastError.h"
+#include "platform/common/NetTransport.h"
+
+namespace Netrova {
+
+using Kernova::Internal::MutexLock;
+
+namespace {
+
+// Small blocks are gathered into one up to this size, so that one system call takes them all.
+constexpr std::size_t kGatheredBytes = 16u << 10;
+
+// So often a sender writes what others have queued meanwhile; then the pool goes on.
+constexpr int kMostRounds = 32;
+
+int Fail(const std::error_code& code)
+{
+    Platova::SetLastError(static_cast<unsigned int>(code.value()));
+    return -1;
+}
+
+}  // namespace
+
+void SendQueue::Open(std::shared_ptr<Transport> pTransport)
+{
+    const MutexLock lock(m_mutex);
+    m_pTransport = std::move(pTransport);
+}
+
+void SendQueue::Close()
+{
+    const MutexLock lock(m_mutex);
+    m_bClosed = true;
+    AppendHeld();
+}
+
+void SendQueue::Shut()
+{
+    std::shared_ptr<Transport> pTransport;
+    const MutexLock lock(m_mutex);
+    m_bClosed = true;
+    while (m_writer == Writer::Sender)
+        m_left.wait(m_mutex);
+    pTransport.swap(m_pTransport);
+}
+
+int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
+{
+    const std::size_t nLength = memory.GetLength();
+    const MutexLock lock(m_mutex);
+    if (m_bClosed)
+        return Fail(asio::error::not_connected);
+    if (m_nBytes > Link::kMaxQueuedBytes)
+        return Fail(asio::error::no_buffer_space);
+    if (nLength == 0)
+        return 0;
+    std::vector<char>& vecBytes = memory.m_vecBytes;
+    vecBytes.erase(vecBytes.begin(), vecBytes.begin() + static_cast<std::ptrdiff_t>(memory.m_nFront));
+    memory.m_nFront = 0;
+    try {
+        Append(bHold ? m_vecHeld : m_vecQueued, vecBytes);
+    } catch (const std::exception&) {
+        return Fail(asio::error::no_memory);
+    }
+    m_nBytes += nLength;
+    return static_cast<int>(nLength);
+}
+
+// Uses the bytes up, unless it throws.
+void SendQueue::Append(Blocks& vecBlocks, std::vector<char>& vecBytes)
+{
+    if (!vecBlocks.empty() && vecBlocks.back().size() + vecBytes.size() <= kGatheredBytes)
+        vecBlocks.back().insert(vecBlocks.back().end(), vecBytes.begin(), vecBytes.end());
+    else
+        vecBlocks.push_back(std::move(vecBytes));
+    vecBytes.clear();
+}
+
+// Without memory the rest stays held until the next call.
+void SendQueue::AppendHeld()
+{
+    if (m_vecQueued.empty()) {
+        m_vecQueued.swap(m_vecHeld);
+        return;
+    }
+    std::size_t nDone = 0;
+    try {
+        for (; nDone < m_vecHeld.size(); ++nDone)
+            Append(m_vecQueued, m_vecHeld[nDone]);
+    } catch (const std::exception&) {
+    }
+    m_vecHeld.erase(m_vecHeld.begin(), m_vecHeld.begin() + static_cast<std::ptrdiff_t>(nDone));
+}
+
+bool SendQueue::Release()
+{
+    const MutexLock lock(m_mutex);
+    if (m_vecHeld.empty())
+        return false;
+    AppendHeld();
+    return true;
+}
+
+void SendQueue::Flush()
+{
+    std::size_t nSent = 0;
+    for (int nRound = 0;; ++nRound) {
+        Transport* const pTransport = BeginRound(nRound, nSent);
+        if (pTransport == nullptr)
+            return;
+        switch (pTransport->WriteNow(m_vecSending, m_nSendingFront, nSent)) {
+            case LinkSocket::Sent::All:
+                break;
+            case LinkSocket::Sent::Part:
+                return EndWithPart(nSent);
+            case LinkSocket::Sent::Failed:
+                return EndWithFailure();
+        }
+    }
+}
+
+// Makes the calling thread the writer, or keeps it so from the second round on, and gives it the next blocks.
+// Null if there is nothing to write or somebody else writes.
+Transport* SendQueue::BeginRound(int nRound, std::size_t nSentBefore)
+{
+    const MutexLock lock(m_mutex);
+    if (nRound != 0) {
+        m_nBytes -= nSentBefore;
+        m_vecSending.clear();
+        m_nSendingFront = 0;
+        m_writer = Writer::Nobody;
+    } else if (m_writer != Writer::Nobody || !m_pTransport) {
+        return nullptr;
+    }
+    if (m_vecSending.empty() && m_vecQueued.empty()) {
+        if (m_bClosed && nRound != 0)
+            TellStrand();  // waits for this before it closes the socket
+        m_left.notify_all();
+        return nullptr;
+    }
+    if (nRound == kMostRounds) {
+        TellStrand();
+        m_left.notify_all();
+        return nullptr;
+    }
+    m_writer = Writer::Sender;
+    if (m_vecSending.empty())
+        m_vecSending.swap(m_vecQueued);
+    return m_pTransport.get();
+}
+
+// The peer takes no more at once.
+void SendQueue::EndWithPart(std::size_t nSent)
+{
+    const MutexLock lock(m_mutex);
+    m_nBytes -= nSent;
+    DropSent(nSent);
+    TellStrand();
+    m_left.notify_all();
+}
+
+void SendQueue::EndWithFailure()
+{
+    const MutexLock lock(m_mutex);
+    m_writer = Writer::Nobody;
+    m_vecSending.clear();
+    m_nSendingFront = 0;
+    try {
+        m_pTransport->PostLose();
+        m_bClosed = true;
+    } catch (const std::exception&) {  // the next sender finds it broken again
+    }
+    m_left.notify_all();
+}
+
+// Leaves the writing to the transport; without memory for that to the next sender.
+void SendQueue::TellStrand()
+{
+    m_writer = Writer::Nobody;
+    try {
+        m_pTransport->PostWrite();
+        m_writer = Writer::Strand;
+    } catch (const std::exception&) {
+    }
+}
+
+void SendQueue::DropSent(std::size_t nCount)
+{
+    nCount += m_nSendingFront;
+    auto it = m_vecSending.begin();
+    for (; it != m_vecSending.end() && nCount >= it->size(); ++it)
+        nCount -= it->size();
+    m_vecSending.erase(m_vecSending.begin(), it);
+    m_nSendingFront = nCount;
+}
+
+bool SendQueue::Take(Blocks& vecBlocks, std::size_t& nFront)
+{
+    const MutexLock lock(m_mutex);
+    if (m_writer == Writer::Sender)
+        return false;
+    vecBlocks.clear();
+    vecBlocks.swap(m_vecSending.empty() ? m_vecQueued : m_vecSending);
+    nFront = std::exchange(m_nSendingFront, 0);
+    m_writer = vecBlocks.empty() ? Writer::Nobody : Writer::Strand;
+    return !vecBlocks.empty();
+}
+
+void SendQueue::Written(std::size_t nCount)
+{
+    const MutexLock lock(m_mutex);
+    m_nBytes -= nCount;
+}
+
+bool SendQueue::IsEmpty()
+{
+    const MutexLock lock(m_mutex);
+    return m_writer != Writer::Sender && m_vecQueued.empty() && m_vecSending.empty();
+}
+
+}  // namespace Netrova

@@ -1,0 +1,64 @@
+// The blocks of a link between their senders and the socket.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+
+#include "platform/common/LinkSocket.h"
+#include "platform/common/Mutex.h"
+#include "platform/common/XMemory.h"
+
+namespace Netrova {
+
+class Transport;
+
+// Whoever sends writes to the socket itself, unless another thread is writing: then that thread takes the
+// block along. What the socket does not take at once is left to the transport, which waits for the peer.
+class SendQueue {
+public:
+    void Open(std::shared_ptr<Transport> pTransport);
+    // Refuses blocks from now on; what has been accepted may leave.
+    void Close();
+    // Lets the transport go, once no sender writes to it any more.
+    void Shut();
+
+    // The number of bytes accepted, or -1 with the reason as the thread's last error. A held block does not
+    // leave before Release.
+    int Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold);
+    // Lets the held blocks leave. True if there were any: a Flush has to follow.
+    bool Release();
+    void Flush();
+
+    // ---- for the transport, on its strand ----
+    // Everything that may leave, without the first nFront bytes of the first block. False if there is nothing
+    // or a sender is writing; the transport is told when there is something for it again.
+    bool Take(Blocks& vecBlocks, std::size_t& nFront);
+    void Written(std::size_t nCount);
+    bool IsEmpty();  // and no sender is writing
+
+private:
+    enum class Writer { Nobody, Sender, Strand };
+
+    static void Append(Blocks& vecBlocks, std::vector<char>& vecBytes);
+    void AppendHeld() REQUIRES(m_mutex);
+    void TellStrand() REQUIRES(m_mutex);
+    void DropSent(std::size_t nCount) REQUIRES(m_mutex);
+    Transport* BeginRound(int nRound, std::size_t nSentBefore);
+    void EndWithPart(std::size_t nSent);
+    void EndWithFailure();
+
+    Kernova::Internal::Mutex m_mutex;
+    std::condition_variable_any m_left;  // the last sender has left a closed queue
+    std::shared_ptr<Transport> m_pTransport GUARDED_BY(m_mutex);
+    bool m_bClosed GUARDED_BY(m_mutex) = false;
+    Writer m_writer GUARDED_BY(m_mutex) = Writer::Nobody;
+    Blocks m_vecHeld GUARDED_BY(m_mutex);          // of the thread that holds the active links
+    Blocks m_vecQueued GUARDED_BY(m_mutex);        // may leave
+    std::size_t m_nBytes GUARDED_BY(m_mutex) = 0;  // of all blocks, with those being written
+    // What a sender is writing: its own while it is the writer.
+    Blocks m_vecSending;
+    std::size_t m_nSendingFront = 0;  // bytes of the first block that have been sent
+};
+
+}  // namespace Netrova
