@@ -10,6 +10,8 @@ bool CLogger::Init(const std::string& strService, const std::string& strConfigPa
         return false;
     m_pHandle.store(Logova::GetLogger(m_strService.c_str(), m_strLogger.c_str()));
     m_gate.Open();
+    if (m_pHandle.load() != nullptr)
+        s_nLevel.store(Logova::GetLevel(m_pHandle.load()));
     return true;
 }
 
@@ -17,6 +19,7 @@ void CLogger::Uninit()
 {
     if (m_pHandle.load() == nullptr)
         return;
+    s_nLevel.store(-1);
     m_gate.CloseAndWait();
     Logova::Uninitialize(m_strService.c_str());
     m_pHandle.store(nullptr);

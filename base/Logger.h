@@ -37,6 +37,9 @@ public:
         }
     }
 
+    // Whether lines of that level are written, by its number in Logova. False while logging is not up.
+    static bool IsOn(int nLevel) { return nLevel <= s_nLevel.load(std::memory_order_relaxed); }
+
     void Mend()
     {
         m_bBroken.store(false);
@@ -62,6 +65,7 @@ public:
     const Format TraceFmt = &Logova::TraceFmt;
 
 private:
+    static inline std::atomic<int> s_nLevel{-1};
     std::string m_strService;
     std::string m_strConfigPath;
     std::string m_strLogger;
@@ -86,36 +90,61 @@ void Write(Function CLogger::*pfnLevel, const Args&... args) noexcept
     }
 }
 
-inline void Fatal(const char* pszText) noexcept { Write(&CLogger::Fatal, pszText); }
-inline void Error(const char* pszText) noexcept { Write(&CLogger::Error, pszText); }
-inline void Warning(const char* pszText) noexcept { Write(&CLogger::Warning, pszText); }
-inline void Info(const char* pszText) noexcept { Write(&CLogger::Info, pszText); }
-inline void Debug(const char* pszText) noexcept { Write(&CLogger::Debug, pszText); }
-
+// The line costs one load if its level is off.
+inline void Fatal(const char* pszText) noexcept
+{
+    if (CLogger::IsOn(2))
+        Write(&CLogger::Fatal, pszText);
+}
+inline void Error(const char* pszText) noexcept
+{
+    if (CLogger::IsOn(3))
+        Write(&CLogger::Error, pszText);
+}
+inline void Warning(const char* pszText) noexcept
+{
+    if (CLogger::IsOn(4))
+        Write(&CLogger::Warning, pszText);
+}
+inline void Info(const char* pszText) noexcept
+{
+    if (CLogger::IsOn(6))
+        Write(&CLogger::Info, pszText);
+}
+inline void Debug(const char* pszText) noexcept
+{
+    if (CLogger::IsOn(7))
+        Write(&CLogger::Debug, pszText);
+}
 template <class... Args>
 void FatalFmt(const char* pszFormat, Args... args) noexcept
 {
-    Write(&CLogger::FatalFmt, pszFormat, args...);
+    if (CLogger::IsOn(2))
+        Write(&CLogger::FatalFmt, pszFormat, args...);
 }
 template <class... Args>
 void ErrorFmt(const char* pszFormat, Args... args) noexcept
 {
-    Write(&CLogger::ErrorFmt, pszFormat, args...);
+    if (CLogger::IsOn(3))
+        Write(&CLogger::ErrorFmt, pszFormat, args...);
 }
 template <class... Args>
 void WarningFmt(const char* pszFormat, Args... args) noexcept
 {
-    Write(&CLogger::WarningFmt, pszFormat, args...);
+    if (CLogger::IsOn(4))
+        Write(&CLogger::WarningFmt, pszFormat, args...);
 }
 template <class... Args>
 void InfoFmt(const char* pszFormat, Args... args) noexcept
 {
-    Write(&CLogger::InfoFmt, pszFormat, args...);
+    if (CLogger::IsOn(6))
+        Write(&CLogger::InfoFmt, pszFormat, args...);
 }
 template <class... Args>
 void DebugFmt(const char* pszFormat, Args... args) noexcept
 {
-    Write(&CLogger::DebugFmt, pszFormat, args...);
+    if (CLogger::IsOn(7))
+        Write(&CLogger::DebugFmt, pszFormat, args...);
 }
 
 }  // namespace Log

@@ -15,6 +15,9 @@ _THandle* GetLogger(const char* service, const char* logger);
 // Writes out what is waiting and ends the service; its handles are dead. False if it does not run.
 bool Uninitialize(const char* service);
 
+// The least severe level that the logger writes, from 0 (Emerg) to 8 (Trace). It does not change.
+int GetLevel(_THandle*);
+
 // Most severe first. The text is written as it is: a percent sign has no meaning.
 void Emerg(_THandle*, const char* text);
 void Alert(_THandle*, const char* text);

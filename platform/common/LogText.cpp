@@ -28,29 +28,33 @@ std::string TranslateFormat(const char* pszFormat)
     return strResult;
 }
 
-std::string FormatText(const char* pszFormat, std::va_list args)
+std::string_view FormatText(const char* pszFormat, std::va_list args, char (&szShort)[kShortText],
+                            std::string& strLong)
 {
-    const std::string strFormat = TranslateFormat(pszFormat);
-    char szShort[1024];
+    std::string strTranslated;
+    const char* pszStandard = pszFormat;
+    if (std::strstr(pszFormat, "I64") != nullptr) {
+        strTranslated = TranslateFormat(pszFormat);
+        pszStandard = strTranslated.c_str();
+    }
     std::va_list again;
     va_copy(again, args);
-    const int nLength = std::vsnprintf(szShort, sizeof(szShort), strFormat.c_str(), args);
-    std::string strResult;
-    if (nLength < 0) {
-        strResult = pszFormat;
-    } else if (static_cast<std::size_t>(nLength) < sizeof(szShort)) {
-        strResult.assign(szShort, static_cast<std::size_t>(nLength));
-    } else {
+    const int nLength = std::vsnprintf(szShort, sizeof(szShort), pszStandard, args);
+    std::string_view text = pszFormat;
+    if (nLength >= 0 && static_cast<std::size_t>(nLength) < sizeof(szShort)) {
+        text = {szShort, static_cast<std::size_t>(nLength)};
+    } else if (nLength >= 0) {
         try {
-            strResult.resize(static_cast<std::size_t>(nLength));
+            strLong.resize(static_cast<std::size_t>(nLength));
         } catch (...) {
             va_end(again);
             throw;
         }
-        std::vsnprintf(strResult.data(), strResult.size() + 1, strFormat.c_str(), again);
+        std::vsnprintf(strLong.data(), strLong.size() + 1, pszStandard, again);
+        text = strLong;
     }
     va_end(again);
-    return strResult;
+    return text;
 }
 
 }  // namespace Logova

@@ -2,15 +2,20 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace Logova {
 
 // The format with %I64d, %I64u, %I64x and their like written the standard way (%lld).
 std::string TranslateFormat(const char* pszFormat);
 
-// The formatted text, of any length; the format itself where it cannot be followed. Throws
-// std::bad_alloc.
-std::string FormatText(const char* pszFormat, std::va_list args);
+inline constexpr std::size_t kShortText = 1024;
+
+// The formatted text, of any length; the format itself where it cannot be followed. It stands in one of the
+// two buffers: a short one allocates nothing unless its format has an %I64. Throws std::bad_alloc.
+std::string_view FormatText(const char* pszFormat, std::va_list args, char (&szShort)[kShortText],
+                            std::string& strLong);
 
 }  // namespace Logova

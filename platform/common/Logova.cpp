@@ -1,9 +1,8 @@
-// The log services: private asynchronous loggers of spdlog, never its registry.
+// The log services: queues of lines in front of spdlog's sinks, without its loggers and its registry.
 #include "platform/Logova.h"
 
-#include <spdlog/async_logger.h>
+#include <spdlog/common.h>
 #include <spdlog/details/periodic_worker.h>
-#include <spdlog/details/thread_pool.h>
 
 #include <atomic>
 #include <cstdarg>
@@ -17,6 +16,7 @@
 
 #include "platform/common/LastError.h"
 #include "platform/common/LogConfig.h"
+#include "platform/common/LogQueue.h"
 #include "platform/common/LogSink.h"
 #include "platform/common/LogText.h"
 #include "platform/common/Mutex.h"
@@ -51,15 +51,14 @@ private:
     std::atomic<bool> m_bRaised{false};
 };
 
-using Pool = spdlog::details::thread_pool;
 using Sinks = std::map<std::string, std::weak_ptr<RotatingSink>>;  // by path
 
 }  // namespace
 
 struct _THandle {
-    std::shared_ptr<spdlog::async_logger> pLogger;
+    std::shared_ptr<RotatingSink> pSink;
     std::shared_ptr<Complaint> pComplaint;
-    Pool* pPool;
+    LogQueue* pQueue;
     Level level;
     Level flushLevel;
 
@@ -69,14 +68,11 @@ struct _THandle {
     {
         try {
             std::string strCut;
-            if (text.size() > kCutLength && pPool->queue_size() > kBacklog) {
+            if (text.size() > kCutLength && pQueue->GetWaiting() > kBacklog) {
                 strCut.append(text.substr(0, kCutLength)).append("... (cut)");
                 text = strCut;
             }
-            // Of spdlog's own levels two are in use: flush at once, or not.
-            pLogger->log(CarryLevel(other),
-                         other <= flushLevel ? spdlog::level::critical : spdlog::level::info,
-                         spdlog::string_view_t(text.data(), text.size()));
+            pQueue->Push(*pSink, other, other <= flushLevel, text);
         } catch (const std::exception& error) {
             pComplaint->Raise(error.what());
         } catch (...) {
@@ -95,7 +91,9 @@ public:
           m_strConfigPath(std::move(strConfigPath)),
           m_config(ParseLogConfig(config)),
           m_pComplaint(std::make_shared<Complaint>(m_strName)),
-          m_pPool(std::make_shared<Pool>(kQueueLength, 1u)),
+          m_pQueue(std::make_unique<LogQueue>(
+              kQueueLength,
+              [pComplaint = m_pComplaint](const char* pszText) { pComplaint->Raise(pszText); })),
           m_pFlusher(std::make_unique<spdlog::details::periodic_worker>(
               [this] { FlushSinks(); }, std::chrono::seconds(m_config.nFlushSeconds)))
     {
@@ -106,7 +104,7 @@ public:
     {
         ReportOverrun();
         m_pFlusher.reset();
-        m_pPool.reset();  // writes what is waiting and joins its thread
+        m_pQueue.reset();  // writes what is waiting
         FlushSinks();
     }
 
@@ -116,13 +114,7 @@ public:
         if (pHandle)
             return pHandle.get();
         const auto pSink = FindSink(GetLogPath(m_config, m_strConfigPath, m_strName, strLogger), mapSinks);
-        auto pLogger = std::make_shared<spdlog::async_logger>(strLogger, pSink, m_pPool,
-                                                              spdlog::async_overflow_policy::overrun_oldest);
-        pLogger->flush_on(spdlog::level::critical);
-        pLogger->set_error_handler(
-            [pComplaint = m_pComplaint](const std::string& strText) { pComplaint->Raise(strText.c_str()); });
-        pHandle.reset(new _THandle{std::move(pLogger), m_pComplaint, m_pPool.get(), m_config.level,
-                                   m_config.flushLevel});
+        pHandle.reset(new _THandle{pSink, m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel});
         // Whatever the level: who made the mistake has to see it.
         for (const std::string& strWarning : m_config.vecWarnings)
             pHandle->Write(Level::Warning, "[Logova] " + m_strConfigPath + ", " + strWarning);
@@ -134,7 +126,7 @@ private:
     void ReportOverrun() noexcept
     {
         try {
-            const std::size_t nLines = m_pPool->overrun_counter();
+            const std::size_t nLines = m_pQueue->GetLost();
             for (const auto& [strName, pHandle] : m_mapLoggers) {
                 if (nLines != 0 && pHandle) {
                     pHandle->Write(Level::Warning, std::to_string(nLines) +
@@ -183,7 +175,7 @@ private:
     Mutex m_sinkMutex;
     std::map<std::string, std::shared_ptr<RotatingSink>> m_mapSinks GUARDED_BY(m_sinkMutex);
     std::map<std::string, std::unique_ptr<_THandle>> m_mapLoggers;
-    std::shared_ptr<Pool> m_pPool;
+    std::unique_ptr<LogQueue> m_pQueue;
     std::unique_ptr<spdlog::details::periodic_worker> m_pFlusher;  // goes first: its thread uses the rest
 };
 
@@ -217,7 +209,9 @@ void WriteFormatted(_THandle* pLogger, Level level, const char* pszFormat, std::
     if (pLogger == nullptr || pszFormat == nullptr || !pLogger->IsOn(level))
         return;
     try {
-        pLogger->Write(level, FormatText(pszFormat, args));
+        std::string strLong;
+        char szShort[kShortText];
+        pLogger->Write(level, FormatText(pszFormat, args, szShort, strLong));
     } catch (const std::exception& error) {
         pLogger->pComplaint->Raise(error.what());
     }
@@ -275,6 +269,8 @@ bool Uninitialize(const char* service)
     std::erase_if(registry.mapSinks, [](const auto& entry) { return entry.second.expired(); });
     return true;
 }
+
+int GetLevel(_THandle* pLogger) { return pLogger == nullptr ? -1 : static_cast<int>(pLogger->level); }
 
 #define LOGOVA_LEVEL(name)                                                                \
     void name(_THandle* pLogger, const char* text) { Write(pLogger, Level::name, text); } \

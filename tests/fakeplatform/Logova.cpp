@@ -101,6 +101,8 @@ bool Initialize(const char* service, const char* configurationFile)
     return true;
 }
 
+int GetLevel(_THandle*) { return 8; }
+
 _THandle* GetLogger(const char* service, const char*)
 {
     const auto book = TheBook().Lock();
@@ -120,18 +122,20 @@ bool Uninitialize(const char* service)
     return true;
 }
 
-#define FAKE_LEVEL(level)                                           \
-    void level(_THandle* pHandle, const char* text)                 \
-    {                                                               \
-        Fake::Journal::Write(pHandle, Level::level, text, false);   \
-    }                                                               \
-    void level##Fmt(_THandle* pHandle, const char* format, ...)     \
-    {                                                               \
-        std::va_list args;                                          \
-        va_start(args, format);                                     \
-        const std::string strText = FormatText(format, args);       \
-        va_end(args);                                               \
-        Fake::Journal::Write(pHandle, Level::level, strText, true); \
+#define FAKE_LEVEL(level)                                                      \
+    void level(_THandle* pHandle, const char* text)                            \
+    {                                                                          \
+        Fake::Journal::Write(pHandle, Level::level, text, false);              \
+    }                                                                          \
+    void level##Fmt(_THandle* pHandle, const char* format, ...)                \
+    {                                                                          \
+        std::va_list args;                                                     \
+        va_start(args, format);                                                \
+        char szShort[kShortText];                                              \
+        std::string strLong;                                                   \
+        const std::string strText(FormatText(format, args, szShort, strLong)); \
+        va_end(args);                                                          \
+        Fake::Journal::Write(pHandle, Level::level, strText, true);            \
     }
 
 FAKE_LEVELS(FAKE_LEVEL)

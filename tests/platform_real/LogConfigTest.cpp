@@ -106,7 +106,9 @@ std::string Format(const char* pszFormat, ...)
 {
     std::va_list args;
     va_start(args, pszFormat);
-    const std::string strResult = FormatText(pszFormat, args);
+    char szShort[kShortText];
+    std::string strLong;
+    const std::string strResult(FormatText(pszFormat, args, szShort, strLong));
     va_end(args);
     return strResult;
 }
