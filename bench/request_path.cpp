@@ -3,7 +3,8 @@
 // answer. Rounds of the library and of the yardstick take turns, each in a process of its own against a
 // service in a third one; the ratio and the context switches are medians over the rounds.
 //
-//   bench_request_path [rounds, 7 unless given] [milliseconds of a round, 1000 unless given]
+//   bench_request_path [rounds, 7 unless given] [milliseconds of a round, 1000 unless given] [rows with this
+//   text]
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -338,13 +339,15 @@ int main(int argc, char** argv)
 {
     const int nRounds = argc > 1 ? std::atoi(argv[1]) : 7;
     const int nMilliseconds = argc > 2 ? std::atoi(argv[2]) : 1000;
+    const char* const pszWanted = argc > 3 ? argv[3] : "";
     std::printf("%-22s %-6s | %9s %9s | %-20s | %13s | %s\n", "", "log", "plain/s", "library/s", "ratio",
                 "switches", "overtaken");
     for (const char* const pszLevel : {"Error", "Info"}) {
         for (const Row& row :
              {Row{"1 caller, one core", 1, true, pszLevel}, Row{"8 callers", 8, false, pszLevel},
               Row{"64 callers", 64, false, pszLevel}, Row{"64 callers, one core", 64, true, pszLevel}})
-            MeasureRow(row, nRounds, nMilliseconds);
+            if (std::strstr(row.pszName, pszWanted) != nullptr)
+                MeasureRow(row, nRounds, nMilliseconds);
     }
     return 0;
 }
