@@ -15,6 +15,9 @@ namespace os = spdlog::details::os;
 
 namespace {
 
+// Lines go to the system in pieces of this size, or when they are flushed.
+constexpr std::size_t kFileBuffer = 64u << 10;
+
 class LevelFlag final : public spdlog::custom_flag_formatter {
 public:
     void format(const spdlog::details::log_msg& msg, const std::tm&, spdlog::memory_buf_t& out) override
@@ -76,6 +79,7 @@ void RotatingSink::Open(bool bTruncate)
         m_pFile = nullptr;
         Fail("open");
     }
+    std::setvbuf(m_pFile, nullptr, _IOFBF, kFileBuffer);
     m_nSize = os::filesize(m_pFile);
 }
 
