@@ -14,7 +14,8 @@ std::string TranslateFormat(const char* pszFormat);
 inline constexpr std::size_t kShortText = 1024;
 
 // The formatted text, of any length; the format itself where it cannot be followed. It stands in one of the
-// two buffers: a short one allocates nothing unless its format has an %I64. Throws std::bad_alloc.
+// two buffers: a short text of conversions without flags (%s %d %u %c %I64d) allocates nothing. Throws
+// std::bad_alloc.
 std::string_view FormatText(const char* pszFormat, std::va_list args, char (&szShort)[kShortText],
                             std::string& strLong);
 

@@ -123,6 +123,8 @@ TEST(LogText, FormatsSixtyFourBitsInTheHouseManner)
     EXPECT_EQ("[42                  ][00042][+7]", Format("[%-20I64d][%05I64d][%+I64d]", 42LL, 42LL, 7LL));
     EXPECT_EQ("a -1 b 5000000000 c", Format("%s %d %s %I64d %c", "a", -1, "b", 5'000'000'000LL, 'c'));
     EXPECT_EQ("%I64d 100% 3", Format("%%I64d 100%% %I64d", 3LL));
+    EXPECT_EQ("-2147483648 4294967295 (null)",
+              Format("%d %u %s", INT_MIN, UINT_MAX, static_cast<char*>(nullptr)));
     EXPECT_EQ("I64d", Format("I64d"));
     EXPECT_EQ("   1.50", Format("%*.*f", 7, 2, 1.5));
 }
