@@ -141,12 +141,12 @@ Transport* SendQueue::BeginRound(int nRound, std::size_t nSentBefore)
     if (m_vecSending.empty() && m_vecQueued.empty()) {
         if (m_bClosed && nRound != 0)
             TellStrand();  // waits for this before it closes the socket
-        m_left.notify_all();
+        TellShut();
         return nullptr;
     }
     if (nRound == kMostRounds) {
         TellStrand();
-        m_left.notify_all();
+        TellShut();
         return nullptr;
     }
     m_writer = Writer::Sender;
@@ -162,7 +162,7 @@ void SendQueue::EndWithPart(std::size_t nSent)
     m_nBytes -= nSent;
     DropSent(nSent);
     TellStrand();
-    m_left.notify_all();
+    TellShut();
 }
 
 void SendQueue::EndWithFailure()
@@ -176,7 +176,13 @@ void SendQueue::EndWithFailure()
         m_bClosed = true;
     } catch (const std::exception&) {  // the next sender finds it broken again
     }
-    m_left.notify_all();
+    TellShut();
+}
+
+void SendQueue::TellShut()
+{
+    if (m_bClosed)
+        m_left.notify_all();
 }
 
 // Leaves the writing to the transport; without memory for that to the next sender.

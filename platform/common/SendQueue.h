@@ -43,6 +43,7 @@ private:
     static void Append(Blocks& vecBlocks, std::vector<char>& vecBytes);
     void AppendHeld() REQUIRES(m_mutex);
     void TellStrand() REQUIRES(m_mutex);
+    void TellShut() REQUIRES(m_mutex);
     void DropSent(std::size_t nCount) REQUIRES(m_mutex);
     Transport* BeginRound(int nRound, std::size_t nSentBefore);
     void EndWithPart(std::size_t nSent);
