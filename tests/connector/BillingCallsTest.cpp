@@ -124,7 +124,6 @@ TEST_F(BillingCallsTest, OfTwoAnswersTogetherOneListIsLeft)
 TEST_F(BillingCallsTest, NoAnswerOvertakesItsCaller)
 {
     Service().SayYes();
-    ASSERT_TRUE(Game().Start());
     std::vector<std::future<void>> vecCallers;
     for (int n = 0; n < 4; ++n) {
         vecCallers.push_back(Game().Later([&, n] {
