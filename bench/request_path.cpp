@@ -138,8 +138,7 @@ bool StartLibrary(unsigned short nPort, const Row& row)
     const std::string strDirectory = Host::GetExecutableDirectory();
     Support::Settings settings;
     settings.nServerPort = nPort;
-    settings.overrides["LOGOVA_CONFIG_FILE"] = "bench_request_path.conf";
-    std::ofstream(strDirectory + "/bench_request_path.conf")
+    std::ofstream(strDirectory + "/" + Support::kLogSettingsFile)
         << "level = " << row.pszLevel << "\nfile = bench_request_path.log\n";
     settings.WriteTo(strDirectory);
     const _CONNECTOR_ID id{"GAME", "SERVER", "WORLD"};

@@ -56,6 +56,14 @@ function(velkar_precompile target set)
   target_precompile_headers(${target} REUSE_FROM ${owner})
 endfunction()
 
+# velkar_plain(target): tests and what only they need are built quickly, as they have nothing to be measured; a sanitizer
+# that makes everything slow is spared that.
+function(velkar_plain target)
+  if(NOT VELKAR_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()
+
 # velkar_objects(name dirs...): the sources of those folders, built once and linked into the library
 # and into the tests alike.
 function(velkar_objects name)

@@ -1,9 +1,9 @@
 // The reload thread: watches the directory of the host's executable and loads the settings file again when
 // its last write time has changed. No failure here stops the library; without the thread the settings stay
 // what they are.
+#include "base/LastErrorCode.h"
 #include "base/Logger.h"
 #include "config/ConfigReader.h"
-#include "platform/Platova.h"
 
 using Kernova::XTL::ScopedLock;
 
@@ -20,8 +20,6 @@ constexpr unsigned int kFileClockTick = 50;
 constexpr int kMostTicks = 20;
 // The pause between two tries while the directory cannot be watched, in milliseconds.
 constexpr unsigned int kWatchAgain = 1000;
-
-int LastError() { return static_cast<int>(Platova::GetLastError()); }
 
 struct CloseChange {
     void operator()(Host::ChangeNotification* pChange) const { Host::CloseChange(pChange); }
@@ -128,7 +126,7 @@ void CConfigReader::Run()
         Log::WarningFmt(
             "[Config reader::Reload thread] Failed to create a handle for a TL2 file reload thread. "
             "ErrorCode: %d",
-            LastError());
+            LastErrorCode());
         return;
     }
     Watch(strFileName, stop.Get());
@@ -144,7 +142,7 @@ void CConfigReader::Watch(const std::string& strFileName, Host::StopEvent* pStop
         Log::WarningFmt(
             "[Config reader::Reload thread] Failed to create a handle for a TL2 file modify "
             "notification. ErrorCode: %d",
-            LastError());
+            LastErrorCode());
         return;
     }
     LookAtFile(strFileName, false);  // the file may have changed between the load in Open and the watch
@@ -180,7 +178,7 @@ void CConfigReader::LookAtFile(const std::string& strFileName, bool bLogFailure)
                 Log::WarningFmt(
                     "[Config reader::Reload thread] Reload TL2 contents. GetFileAttributesEx() "
                     "failed. ErrorCode: %d",
-                    LastError());
+                    LastErrorCode());
             }
             return;
         }

@@ -194,7 +194,7 @@ Registry& TheRegistry()
 
 bool Fail(std::errc code)
 {
-    Platova::SetLastError(static_cast<unsigned int>(code));
+    Platova::FailWith(code);
     return false;
 }
 

@@ -19,7 +19,7 @@ namespace {
 
 bool Fail(const std::error_code& code)
 {
-    Platova::SetLastError(static_cast<unsigned int>(code.value()));
+    Platova::FailWith(code);
     return false;
 }
 

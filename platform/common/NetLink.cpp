@@ -13,19 +13,14 @@
 namespace Netrova::Link {
 
 using Kernova::Internal::MutexLock;
+using Platova::FailWith;
 
 namespace {
 
 // What the buffer of received bytes keeps once it has been emptied.
 constexpr std::size_t kKeptBytes = 64u << 10;
 
-int Fail(const std::error_code& code)
-{
-    Platova::SetLastError(static_cast<unsigned int>(code.value()));
-    return -1;
-}
-
-int FailWithoutMemory() { return Fail(asio::error::no_memory); }
+int FailWithoutMemory() { return FailWith(asio::error::no_memory); }
 
 }  // namespace
 
@@ -118,7 +113,7 @@ bool _THandle::UnlockReadStream()
 {
     if (m_readLock.Unlock())
         return true;
-    Fail(std::make_error_code(std::errc::operation_not_permitted));
+    FailWith(std::errc::operation_not_permitted);
     return false;
 }
 
@@ -126,7 +121,7 @@ bool _THandle::Close()
 {
     const MutexLock lock(m_mutex);
     if (m_bClosed) {
-        Fail(asio::error::not_connected);
+        FailWith(asio::error::not_connected);
         return false;
     }
     try {

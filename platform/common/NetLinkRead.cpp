@@ -10,17 +10,12 @@
 namespace Netrova::Link {
 
 using Kernova::Internal::MutexLock;
+using Platova::FailWith;
 
 namespace {
 
 // No matter how much a Recv asks for, this is what one receive takes at most.
 constexpr std::size_t kMaxReadBytes = 64u << 10;
-
-int Fail(const std::error_code& code)
-{
-    Platova::SetLastError(static_cast<unsigned int>(code.value()));
-    return -1;
-}
 
 void LoseFrom(Transport& transport)
 {
@@ -38,18 +33,18 @@ void LoseFrom(Transport& transport)
 int _THandle::Recv(int nSize)
 {
     if (nSize <= 0)
-        return Fail(asio::error::invalid_argument);
+        return FailWith(asio::error::invalid_argument);
     const std::size_t nBytes = std::min(static_cast<std::size_t>(nSize), kMaxReadBytes);
     const MutexLock lock(m_mutex);
     if (m_bClosed)
-        return Fail(asio::error::not_connected);
+        return FailWith(asio::error::not_connected);
     try {
         if (m_deqCredits.empty() || m_deqCredits.back().nSize != nBytes)
             m_deqCredits.push_back(Credits{nBytes, 0});
         if (m_reader == Reader::Nobody)
             AppointReader();
     } catch (const std::exception&) {
-        return Fail(asio::error::no_memory);
+        return FailWith(asio::error::no_memory);
     }
     ++m_deqCredits.back().nCount;
     return 0;

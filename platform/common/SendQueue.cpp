@@ -10,6 +10,7 @@
 namespace Netrova {
 
 using Kernova::Internal::MutexLock;
+using Platova::FailWith;
 
 namespace {
 
@@ -18,12 +19,6 @@ constexpr std::size_t kGatheredBytes = 16u << 10;
 
 // So often a sender writes what others have queued meanwhile; then the pool goes on.
 constexpr int kMostRounds = 32;
-
-int Fail(const std::error_code& code)
-{
-    Platova::SetLastError(static_cast<unsigned int>(code.value()));
-    return -1;
-}
 
 }  // namespace
 
@@ -55,9 +50,9 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
     const std::size_t nLength = memory.GetLength();
     const MutexLock lock(m_mutex);
     if (m_bClosed)
-        return Fail(asio::error::not_connected);
+        return FailWith(asio::error::not_connected);
     if (m_nBytes > Link::kMaxQueuedBytes)
-        return Fail(asio::error::no_buffer_space);
+        return FailWith(asio::error::no_buffer_space);
     if (nLength == 0)
         return 0;
     std::vector<char>& vecBytes = memory.m_vecBytes;
@@ -66,7 +61,7 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
     try {
         Append(bHold ? m_vecHeld : m_vecQueued, vecBytes);
     } catch (const std::exception&) {
-        return Fail(asio::error::no_memory);
+        return FailWith(asio::error::no_memory);
     }
     m_nBytes += nLength;
     return static_cast<int>(nLength);

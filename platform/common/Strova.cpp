@@ -25,12 +25,6 @@ constexpr std::size_t kFirstBytes = 256;
 constexpr std::size_t kKeptBytes = 64u << 10;
 constexpr std::size_t kLargeBytes = 256u << 10;
 
-int Fail(std::errc code)
-{
-    Platova::SetLastError(static_cast<unsigned int>(code));
-    return -1;
-}
-
 // How many of `size` bytes are there to be taken.
 std::size_t Available(const _THandle* pStream, int size)
 {
@@ -68,7 +62,7 @@ _THandle* CreateHandle()
 {
     auto* const pStream = new (std::nothrow) _THandle;
     if (pStream == nullptr)
-        Fail(std::errc::not_enough_memory);
+        Platova::FailWith(std::errc::not_enough_memory);
     return pStream;
 }
 
@@ -82,10 +76,10 @@ int GetLength(_THandle* pStream)
 int Write(_THandle* pStream, const void* data, int size)
 {
     if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
-        return Fail(std::errc::invalid_argument);
+        return Platova::FailWith(std::errc::invalid_argument);
     auto& memory = pStream->m_memory;
     if (memory.GetLength() + static_cast<std::size_t>(size) > static_cast<std::size_t>(INT_MAX))
-        return Fail(std::errc::file_too_large);
+        return Platova::FailWith(std::errc::file_too_large);
     auto& vecBytes = memory.m_vecBytes;
     // The front is closed up only once it is the larger part, so that every byte moves at most once.
     if (memory.m_nFront > vecBytes.size() / 2) {
@@ -99,7 +93,7 @@ int Write(_THandle* pStream, const void* data, int size)
             vecBytes.reserve(std::max({nNeeded, vecBytes.capacity() + vecBytes.capacity() / 2, kFirstBytes}));
         vecBytes.insert(vecBytes.end(), pBytes, pBytes + size);
     } catch (const std::exception&) {
-        return Fail(std::errc::not_enough_memory);
+        return Platova::FailWith(std::errc::not_enough_memory);
     }
     return size;
 }
@@ -107,7 +101,7 @@ int Write(_THandle* pStream, const void* data, int size)
 int Peek(_THandle* pStream, void* data, int size)
 {
     if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
-        return Fail(std::errc::invalid_argument);
+        return Platova::FailWith(std::errc::invalid_argument);
     const std::size_t nCount = Available(pStream, size);
     if (nCount != 0)
         std::memcpy(data, pStream->m_memory.GetFront(), nCount);
@@ -125,7 +119,7 @@ int Read(_THandle* pStream, void* data, int size)
 int RemoveLeft(_THandle* pStream, int size)
 {
     if (pStream == nullptr || size < 0)
-        return Fail(std::errc::invalid_argument);
+        return Platova::FailWith(std::errc::invalid_argument);
     const std::size_t nCount = Available(pStream, size);
     DropFront(pStream->m_memory, nCount);
     return static_cast<int>(nCount);

@@ -11,8 +11,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kLogFile = "VelkarConnectorLog.conf";
-
 // 999 is how the file says "none".
 std::string CountOf(std::size_t nSize) { return nSize == 0 ? "999" : std::to_string(nSize); }
 
@@ -51,7 +49,7 @@ std::string Settings::Text() const
     for (std::size_t i = 0; i < events.size(); ++i)
         property(i, events[i]);
     out << "</group>\n<group name=\"LOGOVA_INFO\">\n";
-    property("LOGOVA_CONFIG_FILE", kLogFile);
+    property("LOGOVA_CONFIG_FILE", kLogSettingsFile);
     property("LOGOVA_SERVICE", "velkar");
     property("LOGOVA_LOGGER", "connector");
     out << "</group>\n</module>\n</TARVO>\n";
@@ -69,7 +67,7 @@ void Settings::WriteTo(const std::string& strDirectory) const
     if (!missing && fs::last_write_time(temporary) <= before)
         fs::last_write_time(temporary, before + std::chrono::seconds(1));
     fs::rename(temporary, target);
-    const fs::path log = fs::path(strDirectory) / kLogFile;
+    const fs::path log = fs::path(strDirectory) / kLogSettingsFile;
     if (!fs::exists(log))
         WriteFile(log, "");  // every log service can start from that
 }

@@ -37,5 +37,6 @@ struct Settings {
 };
 
 inline constexpr const char* kSettingsFile = "VelkarConnectorConfig.tl2";
+inline constexpr const char* kLogSettingsFile = "VelkarConnectorLog.conf";
 
 }  // namespace Support
