@@ -41,9 +41,7 @@
  *      - Any other text is the service's own: the service has answered and refused. That text may be empty.
  *  6. A timeout means "unknown", not "failed". The service may have done what was asked. After a Checkin or
  *     CheckinEx that timed out the library undoes a late success by itself; after any other call ask the
- *     service before you ask again. In rare cases the answer comes faster than the call can prepare for its
- *     wait, and the caller gets the timeout text at once: treat it the same way. The answer has then been
- *     handled, so that a user of such a Checkin may be known here; GetBillingInfoForUserMove tells.
+ *     service before you ask again. However fast an answer comes, the call that has asked gets it.
  *  7. A lost connection is made again by the library, which tries every RECONNECT_CYCLE seconds of the
  *     settings file. Until then every request fails at once with "Failed to send a '...' msg." and no user's
  *     term is ended by the library's own clock. The users who are known here stay known. Right after each

@@ -14,7 +14,7 @@ struct Options {
     unsigned short nPort = 12000;  // 0: any free one
     std::string strDb{};           // empty: in memory
     std::string strSeed = "demo";  // or "none", or a JSON file
-    std::chrono::milliseconds answerDelay{2};
+    std::chrono::milliseconds answerDelay{0};
     Verbosity verbosity = Verbosity::Normal;
     std::string strPortFile{};  // empty: none
     bool bHttp = true;

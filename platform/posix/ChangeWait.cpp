@@ -4,6 +4,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <new>
 
@@ -17,7 +18,8 @@ struct StopEvent {
 };
 
 struct ChangeNotification {
-    int nHandle;
+    int nHandle;  // of the change source
+    int nWatch;
 };
 
 namespace {
@@ -28,20 +30,24 @@ constexpr unsigned int kChanges = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB;
 
 void StoreError() { Platova::SetLastError(static_cast<unsigned int>(errno)); }
 
-template <class T>
-T* Wrap(int nHandle)
-{
-    if (nHandle < 0) {
-        StoreError();
-        return nullptr;
+// A change source that nobody uses. The kernel takes over 10 milliseconds to close one with a former watch, for
+// which a stop of the library would have to wait, so the last one is kept for the next start.
+class SpareSource {
+public:
+    ~SpareSource() { Put(-1); }
+    int Take() { return m_nHandle.exchange(-1); }
+    void Put(int nHandle)
+    {
+        const int nOld = m_nHandle.exchange(nHandle);
+        if (nOld >= 0)
+            close(nOld);
     }
-    T* const pResult = new (std::nothrow) T{nHandle};
-    if (pResult == nullptr) {
-        close(nHandle);
-        Platova::SetLastError(ENOMEM);
-    }
-    return pResult;
-}
+
+private:
+    std::atomic<int> m_nHandle{-1};
+};
+
+SpareSource g_spare;
 
 // Takes every change that has been reported so far, so that the next one is a new one.
 void TakeChanges(int nHandle)
@@ -53,7 +59,20 @@ void TakeChanges(int nHandle)
 
 }  // namespace
 
-StopEvent* CreateStopEvent() { return Wrap<StopEvent>(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); }
+StopEvent* CreateStopEvent()
+{
+    const int nHandle = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (nHandle < 0) {
+        StoreError();
+        return nullptr;
+    }
+    auto* const pEvent = new (std::nothrow) StopEvent{nHandle};
+    if (pEvent == nullptr) {
+        close(nHandle);
+        Platova::SetLastError(ENOMEM);
+    }
+    return pEvent;
+}
 
 void SetStopEvent(StopEvent* pEvent)
 {
@@ -70,13 +89,22 @@ void CloseStopEvent(StopEvent* pEvent)
 
 ChangeNotification* FindFirstChange(const std::string& strDirectory)
 {
-    const int nHandle = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-    if (nHandle >= 0 && inotify_add_watch(nHandle, strDirectory.c_str(), kChanges | IN_ONLYDIR) < 0) {
+    int nHandle = g_spare.Take();
+    if (nHandle < 0)
+        nHandle = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    const int nWatch =
+        nHandle < 0 ? -1 : inotify_add_watch(nHandle, strDirectory.c_str(), kChanges | IN_ONLYDIR);
+    if (nWatch < 0) {
         StoreError();
-        close(nHandle);
+        g_spare.Put(nHandle);
         return nullptr;
     }
-    return Wrap<ChangeNotification>(nHandle);
+    auto* const pChange = new (std::nothrow) ChangeNotification{nHandle, nWatch};
+    if (pChange == nullptr) {
+        close(nHandle);
+        Platova::SetLastError(ENOMEM);
+    }
+    return pChange;
 }
 
 // The watch goes on by itself: what has happened since the last wait ends the next one at once.
@@ -84,8 +112,11 @@ bool FindNextChange(ChangeNotification* pChange) { return pChange != nullptr; }
 
 void CloseChange(ChangeNotification* pChange)
 {
-    if (pChange != nullptr)
-        close(pChange->nHandle);
+    if (pChange == nullptr)
+        return;
+    inotify_rm_watch(pChange->nHandle, pChange->nWatch);
+    TakeChanges(pChange->nHandle);
+    g_spare.Put(pChange->nHandle);
     delete pChange;
 }
 

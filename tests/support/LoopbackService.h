@@ -17,9 +17,8 @@ namespace Support {
 
 class LoopbackService final : public Transport {
 public:
-    // What is sent leaves that much later: for a library that asks, so that an answer does not overtake the
-    // call that waits for it.
-    explicit LoopbackService(std::chrono::microseconds delay = std::chrono::milliseconds(30));
+    // What is sent leaves that much later.
+    explicit LoopbackService(std::chrono::microseconds delay = {});
     ~LoopbackService() override { Stop(); }
 
     void Start(Sink& sink) override;

@@ -43,8 +43,7 @@ protected:
     }
 
 private:
-    // Long enough for every call to wait before its answer comes.
-    SandboxTest::RunningSandbox m_sandbox{{.answerDelay = std::chrono::milliseconds(30)}};
+    SandboxTest::RunningSandbox m_sandbox;
     GameServer m_game;
 };
 
