@@ -1,0 +1,69 @@
+// Rounds of the library: checkins and checkouts by turns, against a service that answers at once.
+#pragma once
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "VelkarConnector.h"
+#include "bench/AtOnceService.h"
+#include "bench/Rounds.h"
+#include "platform/Host.h"
+#include "tests/support/Settings.h"
+
+namespace Bench {
+
+// The service of the library and of the yardstick, for a ServiceProcess.
+inline void ServeAtOnce(const ServiceProcess::Ready& ready)
+{
+    const AtOnceService service;
+    ready(service.Port());
+    for (;;)
+        std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+inline void StartLibrary(unsigned short nPort, const char* pszLevel)
+{
+    const std::string strDirectory = Host::GetExecutableDirectory();
+    Support::Settings settings;
+    settings.nServerPort = nPort;
+    std::ofstream(strDirectory + "/" + Support::kLogSettingsFile)
+        << "level = " << pszLevel << "\nfile = bench_request_path.log\n";
+    settings.WriteTo(strDirectory);
+    const _CONNECTOR_ID id{"GAME", "SERVER", "WORLD"};
+    const _CONNECTOR_CALLBACKS callbacks{};
+    char szError[1025];
+    if (!InitModule(&id, &callbacks, szError, sizeof(szError)))
+        Fail(szError);
+}
+
+// True if the answer came before its caller waited: the call then says at once that it has timed out.
+template <class Response>
+bool IsOvertaken(const Response& res)
+{
+    return std::strstr(res.szError, "because of timeout.") != nullptr;
+}
+
+// A round of the library with that level of its log.
+inline Result RunLibrary(const char* pszLevel, int nCallers, unsigned short nPort, int nMilliseconds)
+{
+    StartLibrary(nPort, pszLevel);
+    const Result result = Measure(nCallers, nMilliseconds, [](int nCaller, long n) {
+        _USER_REQ req{};
+        std::snprintf(req.szUserID, sizeof(req.szUserID), "user%d", nCaller);
+        std::snprintf(req.szUserIP, sizeof(req.szUserIP), "10.0.0.1");
+        if (n % 2 == 0) {
+            _CHECKIN_RES res;
+            Checkin(&req, &res);
+            return IsOvertaken(res);
+        }
+        _RESULT_RES res;
+        Checkout(&req, &res);
+        return IsOvertaken(res);
+    });
+    UninitModule();
+    return result;
+}
+
+}  // namespace Bench
