@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -17,6 +18,34 @@
 #include "wirova/Frame.h"
 
 namespace Bench {
+
+inline Wirova::int32 NumberAt(const char* pBytes)
+{
+    unsigned char bytes[4];
+    std::copy_n(pBytes, 4, reinterpret_cast<char*>(bytes));
+    return Wirova::GetBigEndian<Wirova::int32>(bytes);
+}
+
+template <class Request>
+std::string SuccessFrame(std::string_view strBody)
+{
+    Request req;
+    Support::AnswerTo<Request> ans;
+    Support::LoadBody(std::string(strBody), req);
+    Support::FillSuccess(req, ans);
+    return Support::FrameOf(ans);
+}
+
+// Appends the frame of the answer to a registration, a checkin or a checkout; nothing for any other message.
+inline void AppendAnswer(Wirova::int32 nMsgID, std::string_view strBody, std::string& strOut)
+{
+    if (nMsgID == XC2S_VelkarConnectReq::kMsgID)
+        strOut += Support::FrameOf(XS2C_VelkarConnectAns());
+    else if (nMsgID == XC2S_CheckInReq::kMsgID)
+        strOut += SuccessFrame<XC2S_CheckInReq>(strBody);
+    else if (nMsgID == XC2S_CheckOutReq::kMsgID)
+        strOut += SuccessFrame<XC2S_CheckOutReq>(strBody);
+}
 
 class AtOnceService final : private Support::Transport::Sink {
 public:
@@ -72,29 +101,22 @@ private:
         std::string strOut;
         std::size_t nDone = 0;
         while (m_strIn.size() - nDone >= 8) {
-            const auto nLength = static_cast<std::size_t>(NumberAt(nDone));
+            const auto nLength = static_cast<std::size_t>(NumberAt(m_strIn.data() + nDone));
             if (m_strIn.size() - nDone - 4 < nLength)
                 break;
-            const Wirova::int32 nMsgID = NumberAt(nDone + 4);
+            const Wirova::int32 nMsgID = NumberAt(m_strIn.data() + nDone + 4);
             Note(nMsgID, nLength + 4);
             const auto itAnswer = m_mapAnswers.find(nMsgID);
             if (itAnswer != m_mapAnswers.end()) {
                 itAnswer->second->replace(8, 4, m_strIn, nDone + 8, 4);
                 m_sockets.SendShared(nConnection, itAnswer->second);
             }
-            Answer(nMsgID, nDone + 4, nLength, strOut);
+            AppendAnswer(nMsgID, std::string_view(m_strIn).substr(nDone + 4, nLength), strOut);
             nDone += 4 + nLength;
         }
         m_strIn.erase(0, nDone);
         if (!strOut.empty())
             m_sockets.SendShared(nConnection, std::make_shared<const std::string>(std::move(strOut)));
-    }
-
-    Wirova::int32 NumberAt(std::size_t nAt) const
-    {
-        unsigned char bytes[4];
-        std::copy_n(m_strIn.data() + nAt, 4, reinterpret_cast<char*>(bytes));
-        return Wirova::GetBigEndian<Wirova::int32>(bytes);
     }
 
     void Note(Wirova::int32 nMsgID, std::size_t nBytes)
@@ -105,25 +127,6 @@ private:
         arrivals.nBytes += nBytes;
         arrivals.last = Clock::now();
         m_arrived.notify_all();
-    }
-
-    void Answer(Wirova::int32 nMsgID, std::size_t nBody, std::size_t nLength, std::string& strOut) const
-    {
-        if (nMsgID == XC2S_VelkarConnectReq::kMsgID)
-            strOut += Support::FrameOf(XS2C_VelkarConnectAns());
-        else if (nMsgID == XC2S_CheckInReq::kMsgID)
-            strOut += Success<XC2S_CheckInReq>(m_strIn.substr(nBody, nLength));
-        else if (nMsgID == XC2S_CheckOutReq::kMsgID)
-            strOut += Success<XC2S_CheckOutReq>(m_strIn.substr(nBody, nLength));
-    }
-    template <class Request>
-    static std::string Success(const std::string& strBody)
-    {
-        Request req;
-        Support::AnswerTo<Request> ans;
-        Support::LoadBody(strBody, req);
-        Support::FillSuccess(req, ans);
-        return Support::FrameOf(ans);
     }
 
     std::mutex m_mutex;

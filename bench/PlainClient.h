@@ -102,10 +102,11 @@ private:
                 return;
             std::size_t nDone = 0;
             while (nHeld - nDone >= 12) {
-                const std::size_t nLength = NumberAt(vecBytes.data() + nDone);
+                const auto nLength = static_cast<std::size_t>(NumberAt(vecBytes.data() + nDone));
                 if (nHeld - nDone - 4 < nLength)
                     break;
-                Waiter& waiter = *m_vecWaiters[NumberAt(vecBytes.data() + nDone + 8)];
+                Waiter& waiter =
+                    *m_vecWaiters[static_cast<std::size_t>(NumberAt(vecBytes.data() + nDone + 8))];
                 nDone += 4 + nLength;
                 const std::lock_guard lock(waiter.mutex);
                 waiter.bAnswered = true;
@@ -114,12 +115,6 @@ private:
             std::memmove(vecBytes.data(), vecBytes.data() + nDone, nHeld - nDone);
             nHeld -= nDone;
         }
-    }
-    static std::size_t NumberAt(const char* pBytes)
-    {
-        unsigned char arr[4];
-        std::memcpy(arr, pBytes, 4);
-        return static_cast<std::size_t>(Wirova::GetBigEndian<Wirova::int32>(arr));
     }
 
     asio::io_context m_context;
