@@ -136,5 +136,11 @@ int main(int argc, char** argv)
                [](const Bench::Series& series) { std::printf("%.0f", Median(series.vecRates)); });
     PrintTable("Context switches of the client's process, a request:", vecPeers, vecRows,
                [](const Bench::Series& series) { std::printf("%.2f", Median(series.vecSwitches)); });
+    long nOvertaken = 0;
+    for (const auto& [pRow, vecSeries] : vecRows) {
+        for (const Bench::Series& series : vecSeries)
+            nOvertaken += series.nOvertaken;
+    }
+    std::printf("\nRequests of the library whose answer came before their caller waited: %ld\n", nOvertaken);
     return 0;
 }
