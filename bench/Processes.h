@@ -1,14 +1,23 @@
 // The processes of a measurement, and the only place of it that asks the operating system for something:
 // clients and services run in processes of their own, so that none of them shares a heap, a thread or a
-// counter with another.
+// counter with another. On Windows, which cannot divide a process, they are threads of one process; rows for
+// one core are then for whoever starts the program on one core, and context switches are not counted.
 #pragma once
 
+#ifdef _WIN32
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#else
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,18 +26,61 @@
 
 namespace Bench {
 
+[[noreturn]] inline void Fail(const char* pszWhat)
+{
+    std::fprintf(stderr, "%s\n", pszWhat);
+    std::_Exit(1);
+}
+
+#ifdef _WIN32
+
+inline long ContextSwitches() { return 0; }
+
+// A thread that runs the body, and goes on for as long as the body does. The body is handed the function that
+// gives the starter one value.
+template <class T>
+class Process {
+public:
+    using Give = std::function<void(const T&)>;
+
+    Process(bool, const std::function<void(const Give&)>& body)
+    {
+        std::thread([pGiven = m_pGiven, body] {
+            body([&pGiven](const T& value) {
+                const std::lock_guard lock(pGiven->mutex);
+                pGiven->value = value;
+                pGiven->there.notify_all();
+            });
+        }).detach();
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    // Waits for the value.
+    T Take()
+    {
+        std::unique_lock lock(m_pGiven->mutex);
+        m_pGiven->there.wait(lock, [this] { return m_pGiven->value.has_value(); });
+        return *m_pGiven->value;
+    }
+
+private:
+    struct Given {
+        std::mutex mutex;
+        std::condition_variable there;
+        std::optional<T> value;
+    };
+    std::shared_ptr<Given> m_pGiven = std::make_shared<Given>();
+};
+
+#else
+
 // Of the whole process, voluntary or not, since its start.
 inline long ContextSwitches()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_nvcsw + usage.ru_nivcsw;
-}
-
-[[noreturn]] inline void Fail(const char* pszWhat)
-{
-    std::fprintf(stderr, "%s\n", pszWhat);
-    std::_Exit(1);
 }
 
 // A process that runs the body and ends with the process that started it, or earlier. The body is handed the
@@ -92,6 +144,8 @@ private:
     int m_nEnd;
 };
 
+#endif
+
 // Runs the body in a process of its own and gives what it returns.
 template <class T>
 T InProcess(bool bOneCore, const std::function<T()>& body)
@@ -106,7 +160,7 @@ public:
     using Ready = std::function<void(unsigned short)>;
 
     ServiceProcess(bool bOneCore, const std::function<void(const Ready&)>& serve)
-        : m_process(bOneCore, [&](const auto& give) { serve(give); }), m_nPort(m_process.Take())
+        : m_process(bOneCore, [serve](const auto& give) { serve(give); }), m_nPort(m_process.Take())
     {
     }
     unsigned short Port() const { return m_nPort; }
