@@ -1,13 +1,12 @@
 // One load of the settings file, key by key, and the accessors. ConfigReload.cpp decides when a load happens.
 #include "config/ConfigReader.h"
 
-#include <cstdio>
-
 #include "base/Logger.h"
 #include "config/BillingIdMap.h"
 #include "config/EventCodeMap.h"
 #include "config/proj/TarvoXmlParser/src/TextToInteger.h"
 #include "config/proj/TarvoXmlParser/src/xmlParser.h"
+#include "platform/Host.h"
 
 using Kernova::XTL::ScopedLock;
 using Tarvo::XmlParser::TextToInteger;
@@ -22,10 +21,11 @@ constexpr int kNoEntries = 999;
 constexpr int kValueSize = 255;
 
 // The report of a file that is no XML, where no dialog can be shown: at a reload, and on systems without one.
-// Standard error gets the report too, because a logger may not be running yet. Any thread.
+// Standard error gets the report if no logger is running yet. Any thread.
 void ReportBadFile(const char* pszTitle, const char* pszText)
 {
-    std::fprintf(stderr, "%s: %s", pszTitle, pszText);
+    if (!CLogger::IsOn(3))
+        Host::PrintError("%s: %s", pszTitle, pszText);
     Log::Error((std::string("[Config reader]") + pszTitle + ": " + pszText).c_str());
 }
 

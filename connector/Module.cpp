@@ -46,7 +46,6 @@ void StopRunning() noexcept
     }
     InitializedFlag().Set(false);
     BeingTerminatedFlag().Set(false);
-    Host::ReleaseLibrary();
 }
 
 void StopConnector() noexcept
@@ -108,8 +107,8 @@ Verdict LookAtFlags(const CallerText& error)
 // Runs with the lifecycle lock held, so a failed start has been taken down before another call can begin.
 bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
-    // The library's threads run its code, so the system must not unload it before StopRunning releases it.
-    Host::HoldLibrary();
+    // Threads of the library, and callers, are inside its code from here on.
+    Host::PinLibrary();
     try {
         if (StartConnector(id, callbacks, error)) {
             InitializedFlag().Set(true);

@@ -58,6 +58,13 @@ WaitResult WaitForStopOrChange(StopEvent*, ChangeNotification*);
 // once, where nobody could see or close it; the caller then reports in another way.
 bool ShowErrorBox(const char* pszTitle, const char* pszText);
 
+// Writes to standard error, as fprintf does. Where standard error is a pipe that nobody reads any more, the
+// text is lost and the process goes on.
+#if defined(__GNUC__)
+[[gnu::format(printf, 1, 2)]]
+#endif
+void PrintError(const char* pszFormat, ...);
+
 // ---- wide text ----
 // Whether the bytes look like little-endian UTF-16.
 bool IsTextUnicode(const void* pBuffer, int nLength);
@@ -66,9 +73,8 @@ bool IsTextUnicode(const void* pBuffer, int nLength);
 bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& strOut);
 
 // ---- the library itself ----
-// Keeps this library loaded until ReleaseLibrary, however often the host unloads it: its threads are
-// running. Calls pair up.
-void HoldLibrary();
-void ReleaseLibrary();
+// Keeps this library loaded for the rest of the process, however often the host unloads it: a thread of the
+// library or a caller may be inside its code.
+void PinLibrary();
 
 }  // namespace Host

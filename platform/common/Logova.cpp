@@ -14,12 +14,14 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/Host.h"
 #include "platform/common/LastError.h"
 #include "platform/common/LogConfig.h"
 #include "platform/common/LogQueue.h"
 #include "platform/common/LogSink.h"
 #include "platform/common/LogText.h"
 #include "platform/common/Mutex.h"
+#include "platform/common/SignalsBlocked.h"
 
 namespace Logova {
 
@@ -42,8 +44,8 @@ public:
     void Raise(const char* pszText) noexcept
     {
         if (!m_bRaised.exchange(true))
-            std::fprintf(stderr, "Log service \"%s\": %s. Later errors are not reported.\n",
-                         m_strService.c_str(), pszText);
+            Host::PrintError("Log service \"%s\": %s. Later errors are not reported.\n", m_strService.c_str(),
+                             pszText);
     }
 
 private:
@@ -231,6 +233,7 @@ bool Initialize(const char* service, const char* configurationFile)
         std::string strConfig;
         if (!ReadLogConfig(configurationFile, strConfig))
             return false;
+        const Kernova::Internal::SignalsBlocked blocked;  // on the threads of the service
         registry.mapServices[service] = std::make_unique<Service>(service, configurationFile, strConfig);
         return true;
     } catch (const std::exception&) {  // no memory or no thread

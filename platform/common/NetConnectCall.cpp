@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <optional>
 #include <thread>
 
 #include "platform/Host.h"
+#include "platform/common/SignalsBlocked.h"
 
 namespace Netrova {
 
@@ -99,6 +101,7 @@ std::error_code LookUpName(const std::shared_ptr<ConnectCall>& pCall, const std:
         return asio::error::host_not_found_try_again;
     const auto pLookUp = std::make_shared<LookUp>();
     const int nStep = pCall->BeginStep();
+    std::optional<Kernova::Internal::SignalsBlocked> blocked(std::in_place);
     std::thread thread([pCall, nStep, pLookUp, strHost, pfnResolve] {
         std::error_code failed = asio::error::no_memory;
         try {
@@ -110,6 +113,7 @@ std::error_code LookUpName(const std::shared_ptr<ConnectCall>& pCall, const std:
         if (pLookUp->bAbandoned.exchange(false))
             g_nAbandoned.fetch_sub(1);
     });
+    blocked.reset();
     pCall->WaitForStep(pCall->GetDeadline());
     const std::error_code outcome = pCall->TakeOutcome();
     if (outcome != asio::error::timed_out && outcome != asio::error::operation_aborted) {
@@ -117,8 +121,8 @@ std::error_code LookUpName(const std::shared_ptr<ConnectCall>& pCall, const std:
         vecEndpoints = std::move(pLookUp->vecEndpoints);
         return outcome;
     }
-    // The hold is for good: a thread cannot give it back and return to the code that it lets go of.
-    Host::HoldLibrary();
+    // The thread runs the library's code when its look-up returns.
+    Host::PinLibrary();
     thread.detach();
     g_nAbandoned.fetch_add(1);
     pLookUp->bAbandoned.store(true);

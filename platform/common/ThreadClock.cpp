@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/common/SignalsBlocked.h"
 #include "platform/common/WordWait.h"
 
 namespace Kernova::Internal {
@@ -22,6 +23,10 @@ bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, 
     return nWord.load() != nValue;
 }
 
-std::thread StartThread(std::function<void()> body) { return std::thread(std::move(body)); }
+std::thread StartThread(std::function<void()> body)
+{
+    const SignalsBlocked blocked;
+    return std::thread(std::move(body));
+}
 
 }  // namespace Kernova::Internal

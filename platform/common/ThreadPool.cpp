@@ -5,6 +5,7 @@
 
 #include "platform/KernovaXtl.h"
 #include "platform/common/LastError.h"
+#include "platform/common/SignalsBlocked.h"
 
 namespace Kernova::ThreadPool {
 
@@ -12,6 +13,7 @@ using Internal::MutexLock;
 
 _THandle::_THandle(std::size_t nThreads)
 {
+    const Internal::SignalsBlocked blocked;
     try {
         m_vecThreads.reserve(nThreads);
         for (std::size_t n = 0; n < nThreads; ++n)

@@ -1,12 +1,16 @@
 // The process, its clock, its files and its operator, on POSIX systems.
 #include "platform/Host.h"
 
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
@@ -100,8 +104,25 @@ bool GetLastWriteTime(const std::string& strPath, std::int64_t& nTime)
 // A game server on these systems has no desktop; the caller's other way of reporting is the log.
 bool ShowErrorBox(const char*, const char*) { return false; }
 
+void PrintError(const char* pszFormat, ...)
+{
+    // A write to a closed pipe raises SIGPIPE on this thread. Taking it here leaves the host's own one alone.
+    sigset_t pipe, pending, before;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    sigpending(&pending);
+    pthread_sigmask(SIG_BLOCK, &pipe, &before);
+    std::va_list args;
+    va_start(args, pszFormat);
+    std::vfprintf(stderr, pszFormat, args);
+    va_end(args);
+    constexpr timespec kNow{};
+    if (!sigismember(&pending, SIGPIPE))
+        sigtimedwait(&pipe, nullptr, &kNow);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
 // The library is linked so that it stays in memory once it has been loaded (-z nodelete).
-void HoldLibrary() {}
-void ReleaseLibrary() {}
+void PinLibrary() {}
 
 }  // namespace Host

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 
 #include "platform/common/LastError.h"
@@ -40,16 +42,6 @@ bool SomebodyIsWatching()
         return false;
     DestroyWindow(window);
     return true;
-}
-
-// The module that this code stands in, the library or a test program.
-HMODULE GetOwnModule(DWORD nFlags)
-{
-    HMODULE module = nullptr;
-    if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | nFlags,
-                            reinterpret_cast<LPCSTR>(&HoldLibrary), &module))
-        StoreError();
-    return module;
 }
 
 std::int64_t NumberOf(const FILETIME& time)
@@ -166,15 +158,20 @@ bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& st
     return true;
 }
 
-void HoldLibrary()
+void PrintError(const char* pszFormat, ...)
 {
-    GetOwnModule(0);  // counts one user more
+    std::va_list args;
+    va_start(args, pszFormat);
+    std::vfprintf(stderr, pszFormat, args);
+    va_end(args);
 }
 
-void ReleaseLibrary()
+void PinLibrary()
 {
-    if (const HMODULE module = GetOwnModule(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT))
-        FreeLibrary(module);
+    HMODULE module = nullptr;
+    if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                            reinterpret_cast<LPCSTR>(&PinLibrary), &module))
+        StoreError();
 }
 
 }  // namespace Host

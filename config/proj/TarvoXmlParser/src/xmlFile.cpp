@@ -27,7 +27,7 @@ void Report(const std::string& strText, bool bMayShowDialog)
     if (const ReportSink pfnSink = g_pfnSink.load())
         pfnSink(kErrorTitle, strText.c_str());
     else
-        std::fprintf(stderr, "%s: %s", kErrorTitle, strText.c_str());
+        Host::PrintError("%s: %s", kErrorTitle, strText.c_str());
 }
 
 // The report names the file, the error, the place and, if the top element is missing, the tag that was
