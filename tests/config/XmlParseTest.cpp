@@ -32,7 +32,7 @@ protected:
     {
         const XMLNode node = Parse(strXml);
         if (const XMLClear* const pClear = node.getClear())
-            return pClear->value.get();
+            return pClear->value;
         const char* const pszB = node.getAttribute("b");
         const char* const pszValue = pszB != nullptr ? pszB : node.getText();
         return pszValue != nullptr ? pszValue : "(none)";

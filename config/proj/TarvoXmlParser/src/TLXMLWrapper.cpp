@@ -64,7 +64,7 @@ bool CopyBounded(char* out, int size, const char* pszText)
 const char* ClearValue(const XMLNode& node, int nIndex)
 {
     const XMLClear* const pClear = node.getClear(nIndex);
-    return pClear == nullptr ? nullptr : pClear->value.get();
+    return pClear == nullptr ? nullptr : pClear->value;
 }
 
 }  // namespace

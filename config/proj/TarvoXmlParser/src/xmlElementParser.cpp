@@ -14,6 +14,8 @@ void ElementParser::Run(const XMLNode& root)
     m_pCurrent = XMLRecord::Of(root);
     Outcome outcome = Outcome::GoOn;
     while (outcome != Outcome::Stop) {
+        if (!m_bInside)
+            m_tokens.SkipContent();
         const Token token = m_tokens.Next();
         if (token.type == TokenType::End)
             outcome = AtEnd();
@@ -67,7 +69,7 @@ ElementParser::Outcome ElementParser::AtEnd()
 
 bool ElementParser::IsName(std::string_view tag) const
 {
-    return m_pCurrent->name != nullptr && EqualsNoCase(View(m_pCurrent->name), tag);
+    return m_pCurrent->HasName() && EqualsNoCase(m_pCurrent->name, tag);
 }
 
 // The current element is complete, and its parent becomes the current one. If the element was ended by an end
@@ -76,14 +78,13 @@ bool ElementParser::IsName(std::string_view tag) const
 ElementParser::Outcome ElementParser::Unwind()
 {
     for (;;) {
-        m_pCurrent->CutArrays();
         if (m_pCurrent->pParent == nullptr)
             return Outcome::Stop;
         m_pCurrent = m_pCurrent->pParent;
         m_bInside = false;
         if (m_endTag.empty())
             return Outcome::GoOn;
-        if (m_pCurrent->name == nullptr)
+        if (!m_pCurrent->HasName())
             return Fault(eXMLErrorUnmatchedEndTag, m_nEndTag);
         if (IsName(m_endTag))
             m_endTag = {};
@@ -173,14 +174,14 @@ ElementParser::Outcome ElementParser::InsideValue(const Token& token)
         return Fault(eXMLErrorUnexpectedToken, token.nStart);
     else if (m_pCurrent->bDeclaration && value.ends_with('?'))
         value.remove_suffix(1);
-    if (!DecodeText(value) || !AddAttribute(m_attribute, &m_strDecoded))
+    if (!DecodeText(value) || !AddAttribute(m_attribute, &value))
         return Outcome::Stop;
     m_awaited = Awaited::Name;
     return Outcome::GoOn;
 }
 
 // pValue is null for an attribute without a value. False if the document has too many items.
-bool ElementParser::AddAttribute(std::string_view name, const std::string* pValue)
+bool ElementParser::AddAttribute(std::string_view name, const std::string_view* pValue)
 {
     if (!CountItem())
         return false;
@@ -201,7 +202,7 @@ ElementParser::Outcome ElementParser::Outside(const Token& token)
         case TokenType::Clear:
             return AddClear(token);
         default:
-            return Outcome::GoOn;  // part of the text, which AddPendingText takes as a whole
+            return Outcome::GoOn;  // only tags and sections stand here: the text between them is skipped
     }
 }
 
@@ -255,13 +256,18 @@ ElementParser::Outcome ElementParser::AddClear(const Token& token)
 
 // ---- text ----
 
-// Decodes into m_strDecoded. The text is a piece of the document, which gives the place of a fault.
-bool ElementParser::DecodeText(std::string_view text)
+// Replaces the entities of the text, a piece of the document, which gives the place of a fault. A text with
+// entities becomes a view of m_strDecoded, any other stays where it is.
+bool ElementParser::DecodeText(std::string_view& text)
 {
+    if (text.find('&') == std::string_view::npos)
+        return true;
     std::size_t nFault = 0;
     const XMLError error = Decode(m_options.Lengths(), text, m_strDecoded, nFault);
-    if (error == eXMLErrorNone)
+    if (error == eXMLErrorNone) {
+        text = m_strDecoded;
         return true;
+    }
     Fault(error, static_cast<std::size_t>(text.data() - m_tokens.Xml().data()) + nFault);
     return false;
 }
@@ -280,27 +286,27 @@ bool ElementParser::AddPendingText(std::size_t nEnd)
         return true;
     if (!DecodeText(text))
         return false;
-    if (JoinText(m_strDecoded))
+    if (JoinText(text))
         return true;
     if (!CountItem())
         return false;
-    m_pCurrent->AddText(m_strDecoded, -1);
+    m_pCurrent->AddText(text, -1);
     return true;
 }
 
 // If the current element's last two items are a text and a comment, and that option is on, removes the
 // comment and joins the new text to the text before it. False if there is nothing to join.
-bool ElementParser::JoinText(const std::string& strText)
+bool ElementParser::JoinText(std::string_view text)
 {
-    const auto& order = m_pCurrent->order;
-    if (!m_options.bRemoveComments || order.size() < 2 || *(order.end() - 2) % 4 != XMLRecord::Text ||
+    const XMLContent& content = m_pCurrent->Content();
+    const auto& order = content.order;
+    if (!m_options.bRemoveComments || order.size() < 2 || order[order.size() - 2] % 4 != XMLRecord::Text ||
         order.back() % 4 != XMLRecord::Clear ||
-        m_pCurrent->clears.back().pszOpenTag != std::string_view(kCommentOpen))
+        content.clears.back().pszOpenTag != std::string_view(kCommentOpen))
         return false;
-    m_pCurrent->order.pop_back();
-    m_pCurrent->clears.pop_back();
+    m_pCurrent->RemoveLastClear();
     --m_nItems;
-    m_pCurrent->texts.back()->append(strText);
+    m_pCurrent->LengthenText(text);
     return true;
 }
 

@@ -14,6 +14,7 @@ public:
     ElementParser(std::string_view xml, const Options& options);
 
     // Fills the nameless root with the document, up to the first error.
+    // REQUIRES: a NUL stands behind the text.
     void Run(const XMLNode& root);
 
     XMLError Error() const { return m_error; }
@@ -47,9 +48,9 @@ private:
     bool CountItem();
     void LeaveTag();
     bool AddPendingText(std::size_t nEnd);
-    bool JoinText(const std::string& strText);
-    bool AddAttribute(std::string_view name, const std::string* pValue);
-    bool DecodeText(std::string_view text);
+    bool JoinText(std::string_view text);
+    bool AddAttribute(std::string_view name, const std::string_view* pValue);
+    bool DecodeText(std::string_view& text);
     bool IsName(std::string_view tag) const;
 
     const Options m_options;
@@ -65,7 +66,7 @@ private:
 
     bool m_bText = true;  // text may stand from the byte m_nText on; the next tag or section ends it
     std::size_t m_nText = 0;
-    std::string m_strDecoded;  // the last decoded text, kept to save allocations
+    std::string m_strDecoded;  // the last text with entities, decoded
 
     // The name of an end tag that did not fit its element, until an element further out has that name; and
     // its place.

@@ -1,5 +1,6 @@
 // The operations of the node handle: counting of references, look-up of texts, attributes and children,
 // additions.
+#include <algorithm>
 #include <utility>
 
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
@@ -13,9 +14,9 @@ constexpr std::size_t kIndexFrom = 16;
 // Counts are int in this interface; kMaxItems keeps them far below its limit.
 int Count(std::size_t n) { return static_cast<int>(n); }
 
-// The item at that index, or null for an index outside the vector.
-template <class T>
-const T* At(const std::vector<T>& items, int nIndex)
+// The item at that index, or null for an index outside the list.
+template <class List>
+auto* At(const List& items, int nIndex)
 {
     return nIndex >= 0 && nIndex < Count(items.size()) ? &items[static_cast<std::size_t>(nIndex)] : nullptr;
 }
@@ -25,7 +26,7 @@ const T* At(const std::vector<T>& items, int nIndex)
 XMLNode::XMLNode(XMLRecord* pRecord) : m_pRecord(pRecord)
 {
     if (m_pRecord != nullptr)
-        m_pRecord->AddRef();
+        ++m_pRecord->pTree->nHandles;
 }
 
 XMLNode::XMLNode(const XMLNode& other) : XMLNode(other.m_pRecord) {}
@@ -46,40 +47,42 @@ XMLNode& XMLNode::operator=(XMLNode&& other) noexcept
     return *this;
 }
 
-XMLNode::~XMLNode() { XMLRecord::Release(m_pRecord); }
+// Freeing a tree frees the blocks of its memory: it needs no walk, and for a deep tree no stack.
+XMLNode::~XMLNode()
+{
+    if (m_pRecord != nullptr && --m_pRecord->pTree->nHandles == 0)
+        delete m_pRecord->pTree;
+}
 
 bool XMLNode::isDeclaration() const { return m_pRecord != nullptr && m_pRecord->bDeclaration; }
 
-const char* XMLNode::getName() const { return m_pRecord == nullptr ? nullptr : m_pRecord->name.get(); }
+const char* XMLNode::getName() const { return m_pRecord == nullptr ? nullptr : m_pRecord->name.data(); }
 
 const char* XMLNode::getText(int nIndex) const
 {
-    const auto* const pText = m_pRecord == nullptr ? nullptr : At(m_pRecord->texts, nIndex);
-    return pText == nullptr ? nullptr : (*pText)->c_str();
+    const auto* const pText = m_pRecord == nullptr ? nullptr : At(m_pRecord->Content().texts, nIndex);
+    return pText == nullptr ? nullptr : pText->begin();
 }
 
 const XMLClear* XMLNode::getClear(int nIndex) const
 {
-    return m_pRecord == nullptr ? nullptr : At(m_pRecord->clears, nIndex);
+    return m_pRecord == nullptr ? nullptr : At(m_pRecord->Content().clears, nIndex);
 }
 
 const char* XMLNode::getAttribute(const char* pszName, int nPosition) const
 {
-    if (m_pRecord == nullptr || pszName == nullptr)
-        return nullptr;
-    const std::string_view strName = pszName;
-    for (const XMLAttribute& attribute : m_pRecord->attributes) {
-        if (EqualsNoCase(View(attribute.name), strName) && nPosition-- == 0)
-            return attribute.value.get();
-    }
-    return nullptr;
+    return m_pRecord == nullptr || pszName == nullptr ? nullptr
+                                                      : m_pRecord->FindAttribute(pszName, nPosition);
 }
 
-int XMLNode::nChildNode() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->children.size()); }
+int XMLNode::nChildNode() const
+{
+    return m_pRecord == nullptr ? 0 : Count(m_pRecord->Content().children.size());
+}
 
-int XMLNode::nText() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->texts.size()); }
+int XMLNode::nText() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->Content().texts.size()); }
 
-int XMLNode::nClear() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->clears.size()); }
+int XMLNode::nClear() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->Content().clears.size()); }
 
 int XMLNode::nAttribute() const { return m_pRecord == nullptr ? 0 : Count(m_pRecord->attributes.size()); }
 
@@ -89,21 +92,21 @@ int XMLNode::nChildNode(const char* pszName) const
 {
     if (m_pRecord == nullptr || pszName == nullptr)
         return 0;
-    if (m_pRecord->children.size() >= kIndexFrom) {
-        const ChildIndex& index = m_pRecord->Index();
-        const auto it = index.positions.find(pszName);
-        return it == index.positions.end() ? 0 : Count(it->second.size());
+    const auto& children = m_pRecord->Content().children;
+    if (children.size() >= kIndexFrom) {
+        const ChildIndex::Kind* const pKind = m_pRecord->Index().Find(pszName);
+        return pKind == nullptr ? 0 : Count(pKind->children.size());
     }
-    int nCount = 0;
-    for (const XMLNode& child : m_pRecord->children)
-        nCount += EqualsNoCase(View(child.m_pRecord->name), pszName) ? 1 : 0;
-    return nCount;
+    return Count(static_cast<std::size_t>(
+        std::count_if(children.begin(), children.end(),
+                      [pszName](const XMLRecord* pChild) { return EqualsNoCase(pChild->name, pszName); })));
 }
 
 XMLNode XMLNode::getChildNode(int nIndex) const
 {
-    const XMLNode* const pChild = m_pRecord == nullptr ? nullptr : At(m_pRecord->children, nIndex);
-    return pChild == nullptr ? XMLNode() : *pChild;
+    XMLRecord* const* const ppChild =
+        m_pRecord == nullptr ? nullptr : At(m_pRecord->Content().children, nIndex);
+    return ppChild == nullptr ? XMLNode() : XMLNode(*ppChild);
 }
 
 XMLNode XMLNode::getChildNode(const char* pszName, int nIndex) const
@@ -113,48 +116,33 @@ XMLNode XMLNode::getChildNode(const char* pszName, int nIndex) const
     // A negative index means the last child of that name.
     if (nIndex < 0 && (nIndex = nChildNode(pszName) - 1) < 0)
         return {};
-    if (m_pRecord->children.size() >= kIndexFrom) {
-        const ChildIndex& index = m_pRecord->Index();
-        const auto it = index.positions.find(pszName);
-        const int* const pPosition = it == index.positions.end() ? nullptr : At(it->second, nIndex);
-        return pPosition == nullptr ? XMLNode() : getChildNode(*pPosition);
+    const auto& children = m_pRecord->Content().children;
+    if (children.size() >= kIndexFrom) {
+        const ChildIndex::Kind* const pKind = m_pRecord->Index().Find(pszName);
+        XMLRecord* const* const ppChild = pKind == nullptr ? nullptr : At(pKind->children, nIndex);
+        return ppChild == nullptr ? XMLNode() : XMLNode(*ppChild);
     }
-    for (const XMLNode& child : m_pRecord->children) {
-        if (EqualsNoCase(View(child.m_pRecord->name), pszName) && nIndex-- == 0)
-            return child;
+    for (XMLRecord* pChild : children) {
+        if (EqualsNoCase(pChild->name, pszName) && nIndex-- == 0)
+            return XMLNode(pChild);
     }
     return {};
 }
 
-int XMLNode::findNamedChild(const char* pszElement, const char* pszName) const
+int XMLNode::findNamedChild(const char* pszElement, const char* pszName, XMLNode* pChild) const
 {
     if (m_pRecord == nullptr || pszElement == nullptr || pszName == nullptr)
         return -1;
-    ChildIndex& index = m_pRecord->Index();
-    const auto element = index.positions.find(pszElement);
-    if (element == index.positions.end())
-        return -1;
-    // The index of names is made once for each element. emplace keeps the first of two children with one
-    // name, and the first child without a name ends the index, as it would end a search.
-    auto names = index.named.find(element->first);
-    if (names == index.named.end()) {
-        ChildIndex::ByName<int> made;
-        int nPosition = 0;
-        for (const int nChild : element->second) {
-            const char* const pszText = getChildNode(nChild).getAttribute("name");
-            if (pszText == nullptr)
-                break;
-            made.emplace(pszText, nPosition++);
-        }
-        names = index.named.emplace(element->first, std::move(made)).first;
-    }
-    const auto found = names->second.find(pszName);
-    return found == names->second.end() ? -1 : found->second;
+    ChildIndex::Kind* const pKind = m_pRecord->Index().Find(pszElement);
+    const int nFound = pKind == nullptr ? -1 : ChildIndex::FindNamed(*pKind, pszName);
+    if (nFound >= 0 && pChild != nullptr)
+        *pChild = XMLNode(pKind->children[static_cast<std::size_t>(nFound)]);
+    return nFound;
 }
 
 XMLNode XMLNode::createXMLTopNode(const char* pszName, bool bIsDeclaration)
 {
-    return pszName == nullptr ? XMLNode() : XMLNode(new XMLRecord(pszName, bIsDeclaration));
+    return pszName == nullptr ? XMLNode() : XMLRecord::NewTop(pszName, bIsDeclaration);
 }
 
 XMLNode XMLNode::addChild(const char* pszName, bool bIsDeclaration, int nPosition)
@@ -168,7 +156,7 @@ const char* XMLNode::addText(const char* pszText, int nPosition)
 {
     if (m_pRecord == nullptr || pszText == nullptr)
         return nullptr;
-    return m_pRecord->AddText(pszText, nPosition)->c_str();
+    return m_pRecord->AddText(pszText, nPosition);
 }
 
 const XMLClear* XMLNode::addClear(const char* pszValue, const char* pszOpenTag, const char* pszCloseTag,
@@ -184,7 +172,7 @@ const XMLAttribute* XMLNode::addAttribute(const char* pszName, const char* pszVa
 {
     if (m_pRecord == nullptr || pszName == nullptr || pszValue == nullptr)
         return nullptr;
-    const std::string strValue = pszValue;
+    const std::string_view strValue = pszValue;
     return m_pRecord->AddAttribute(pszName, &strValue);
 }
 

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 
 namespace Tarvo::XmlParser {
 
@@ -58,20 +57,16 @@ struct XMLResults {
     int nColumn = 0;
 };
 
-// A text of the tree, ending in a NUL. It stays at its address as long as it exists, because pointers to it
-// are handed out.
-using OwnedText = std::unique_ptr<char[]>;
-
-// One attribute of an element.
+// One attribute of an element. The texts here and below end in a NUL and are good as long as their tree.
 struct XMLAttribute {
-    OwnedText name;
-    OwnedText value;  // null for an attribute written without one
+    const char* name = nullptr;
+    const char* value = nullptr;  // null for an attribute written without one
 };
 
 // One clear section. The two tags are not owned: they are static text, or the texts given to addClear, which
 // then have to outlive the tree.
 struct XMLClear {
-    OwnedText value;
+    const char* value = nullptr;
     const char* pszOpenTag = nullptr;
     const char* pszCloseTag = nullptr;
 };
@@ -84,10 +79,10 @@ inline constexpr std::size_t kMaxItems = 2'000'000;
 // The longest file, in bytes. A longer one is refused with code 10.
 inline constexpr std::size_t kMaxFileSize = std::size_t{64} << 20;
 
-// A counted handle of one node; a copy of the handle refers to the same node. The last handle of a node frees
-// the node and all nodes below it. A node below it that has a handle of its own survives as the top of a tree
-// of its own. Names are compared without regard to case, as ASCII. A look-up that finds nothing gives an
-// empty node or null.
+// A counted handle of one node; a copy of the handle refers to the same node. A tree, which is a parsed
+// document or the top node that createXMLTopNode has made with all that was added to it, lives as long as
+// there is a handle to any of its nodes; the last handle frees the whole tree. Names are compared without
+// regard to case, as ASCII. A look-up that finds nothing gives an empty node or null.
 class XMLNode {
 public:
     XMLNode() = default;
@@ -133,8 +128,8 @@ public:
     XMLNode getChildNode(const char* pszName, int nIndex = 0) const;
     // The first child whose element is pszElement and whose attribute "name" is pszName, as a position among
     // the children of that element. -1 if there is none, or if a child without the attribute comes before it.
-    // Uses an index as getChildNode does.
-    int findNamedChild(const char* pszElement, const char* pszName) const;
+    // Uses an index as getChildNode does. The child found goes to pChild unless that is null.
+    int findNamedChild(const char* pszElement, const char* pszName, XMLNode* pChild = nullptr) const;
 
     // A new tree of one element. Empty for a null name.
     static XMLNode createXMLTopNode(const char* pszName, bool bIsDeclaration = false);

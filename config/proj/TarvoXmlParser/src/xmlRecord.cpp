@@ -1,4 +1,4 @@
-// Additions to a node, its order of items, its index, and the release of a whole tree.
+// Additions to a node, its order of items, and its index.
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
 
 #include <algorithm>
@@ -6,24 +6,62 @@
 
 namespace Tarvo::XmlParser {
 
-OwnedText CopyText(std::string_view text)
+std::string_view XMLTree::CopyName(std::string_view name)
 {
-    OwnedText copy(new char[text.size() + 1]);
-    std::copy(text.begin(), text.end(), copy.get());
-    copy[text.size()] = '\0';
-    return copy;
+    const auto byte = [](char c) { return static_cast<std::size_t>(static_cast<unsigned char>(c)); };
+    const std::size_t nHash = name.empty() ? 0 : name.size() + 3 * byte(name.front()) + 5 * byte(name.back());
+    std::string_view& known = names[nHash % names.size()];
+    if (known != name || known.data() == nullptr)
+        known = {texts.CopyText(name), name.size()};
+    return known;
 }
 
-XMLNode XMLRecord::NewRoot() { return XMLNode(new XMLRecord()); }
-
-XMLRecord::XMLRecord(std::string_view strName, bool bIsDeclaration)
-    : name(CopyText(strName)), bDeclaration(bIsDeclaration)
+XMLRecord* XMLRecord::New(XMLTree& tree, XMLRecord* pParent, std::string_view name, bool bIsDeclaration)
 {
+    auto* const pRecord = new (tree.objects.Allocate(sizeof(XMLRecord), alignof(XMLRecord))) XMLRecord();
+    pRecord->pTree = &tree;
+    pRecord->pParent = pParent;
+    pRecord->bDeclaration = bIsDeclaration;
+    if (name.data() != nullptr)
+        pRecord->name = tree.CopyName(name);
+    return pRecord;
+}
+
+XMLNode XMLRecord::NewRoot() { return NewTop({}, false); }
+
+XMLNode XMLRecord::NewTop(std::string_view strName, bool bIsDeclaration)
+{
+    auto tree = std::make_unique<XMLTree>();
+    XMLNode node(New(*tree, nullptr, strName, bIsDeclaration));
+    tree.release();  // the handle owns the tree
+    return node;
+}
+
+const XMLContent& XMLRecord::Content() const
+{
+    static const XMLContent kNone;
+    return pContent == nullptr ? kNone : *pContent;
+}
+
+XMLContent& XMLRecord::MakeContent()
+{
+    if (pContent == nullptr)
+        pContent = new (pTree->objects.Allocate(sizeof(XMLContent), alignof(XMLContent))) XMLContent();
+    return *pContent;
+}
+
+const char* XMLRecord::FindAttribute(const char* pszName, int nPosition) const
+{
+    for (const XMLAttribute& attribute : attributes) {
+        if (EqualsNoCase(attribute.name, pszName) && nPosition-- == 0)
+            return attribute.value;
+    }
+    return nullptr;
 }
 
 bool XMLRecord::IsInside(int nPosition) const
 {
-    return nPosition >= 0 && static_cast<std::size_t>(nPosition) < order.size();
+    return nPosition >= 0 && static_cast<std::size_t>(nPosition) < Content().order.size();
 }
 
 // The index that a new item gets in the array of its kind, which holds nCount items, if the item takes
@@ -31,10 +69,11 @@ bool XMLRecord::IsInside(int nPosition) const
 std::size_t XMLRecord::PlaceOf(Kind kind, std::size_t nCount, int nPosition) const
 {
     if (IsInside(nPosition)) {
-        const auto it = std::find_if(order.begin() + nPosition, order.end(),
-                                     [kind](int nEntry) { return nEntry % 4 == kind; });
-        if (it != order.end())
-            return static_cast<std::size_t>(*it / 4);
+        const auto& order = pContent->order;
+        const int* const pEntry = std::find_if(order.begin() + nPosition, order.end(),
+                                               [kind](int nEntry) { return nEntry % 4 == kind; });
+        if (pEntry != order.end())
+            return static_cast<std::size_t>(*pEntry / 4);
     }
     return nCount;
 }
@@ -43,96 +82,86 @@ std::size_t XMLRecord::PlaceOf(Kind kind, std::size_t nCount, int nPosition) con
 // entries grow by one index, which is 4.
 void XMLRecord::EnterOrder(Kind kind, std::size_t nPlace, int nPosition)
 {
-    const auto it = IsInside(nPosition) ? order.begin() + nPosition : order.end();
-    for (auto later = it; later != order.end(); ++later)
-        *later += *later % 4 == kind ? 4 : 0;
-    order.insert(it, static_cast<int>(nPlace) * 4 + kind);
+    auto& order = pContent->order;
+    const std::size_t nAt = IsInside(nPosition) ? static_cast<std::size_t>(nPosition) : order.size();
+    for (int* pLater = order.begin() + nAt; pLater != order.end(); ++pLater)
+        *pLater += *pLater % 4 == kind ? 4 : 0;
+    order.Insert(pTree->objects, nAt, static_cast<int>(nPlace) * 4 + kind);
 }
 
 XMLRecord* XMLRecord::AddChild(std::string_view strName, bool bIsDeclaration, int nPosition)
 {
-    const XMLNode node(new XMLRecord(strName, bIsDeclaration));
-    index.reset();
-    const std::size_t nPlace = PlaceOf(Child, children.size(), nPosition);
-    children.insert(children.begin() + static_cast<std::ptrdiff_t>(nPlace), node);
-    node.m_pRecord->pParent = this;
+    XMLContent& content = MakeContent();
+    XMLRecord* const pChild = New(*pTree, this, strName, bIsDeclaration);
+    if (content.pIndex != nullptr)
+        content.pIndex->Clear();
+    const std::size_t nPlace = PlaceOf(Child, content.children.size(), nPosition);
+    content.children.Insert(pTree->objects, nPlace, pChild);
     EnterOrder(Child, nPlace, nPosition);
-    return node.m_pRecord;
+    return pChild;
 }
 
-std::string* XMLRecord::AddText(std::string_view text, int nPosition)
+const char* XMLRecord::AddText(std::string_view text, int nPosition)
 {
-    auto copy = std::make_unique<std::string>(text);
-    std::string* const pText = copy.get();
-    const std::size_t nPlace = PlaceOf(Text, texts.size(), nPosition);
-    texts.insert(texts.begin() + static_cast<std::ptrdiff_t>(nPlace), std::move(copy));
+    XMLContent& content = MakeContent();
+    GrowingText copy;
+    copy.Append(pTree->texts, text.data(), text.size());
+    copy.Append(pTree->texts, "", 1);
+    const std::size_t nPlace = PlaceOf(Text, content.texts.size(), nPosition);
+    content.texts.Insert(pTree->objects, nPlace, copy);
     EnterOrder(Text, nPlace, nPosition);
-    return pText;
+    return copy.begin();
+}
+
+void XMLRecord::LengthenText(std::string_view text)
+{
+    GrowingText& last = pContent->texts.back();
+    last.pop_back();
+    last.Append(pTree->texts, text.data(), text.size());
+    last.Append(pTree->texts, "", 1);
 }
 
 XMLClear* XMLRecord::AddClear(std::string_view value, const char* pszOpen, const char* pszClose,
                               int nPosition)
 {
-    XMLClear clear{CopyText(value), pszOpen, pszClose};
-    const std::size_t nPlace = PlaceOf(Clear, clears.size(), nPosition);
-    clears.insert(clears.begin() + static_cast<std::ptrdiff_t>(nPlace), std::move(clear));
+    XMLContent& content = MakeContent();
+    const XMLClear clear{pTree->texts.CopyText(value), pszOpen, pszClose};
+    const std::size_t nPlace = PlaceOf(Clear, content.clears.size(), nPosition);
+    XMLClear& added = content.clears.Insert(pTree->objects, nPlace, clear);
     EnterOrder(Clear, nPlace, nPosition);
-    return &clears[nPlace];
+    return &added;
 }
 
-XMLAttribute* XMLRecord::AddAttribute(std::string_view attribute, const std::string* pValue)
+void XMLRecord::RemoveLastClear()
 {
-    attributes.push_back({CopyText(attribute), pValue == nullptr ? nullptr : CopyText(*pValue)});
+    pContent->order.pop_back();
+    pContent->clears.pop_back();
+}
+
+XMLAttribute* XMLRecord::AddAttribute(std::string_view attribute, const std::string_view* pValue)
+{
+    const XMLAttribute added{pTree->CopyName(attribute).data(),
+                             pValue == nullptr ? nullptr : pTree->texts.CopyText(*pValue)};
     // The attribute may be the "name" by which the parent's index finds this node.
-    if (pParent != nullptr)
-        pParent->index.reset();
-    return &attributes.back();
-}
-
-void XMLRecord::CutArrays()
-{
-    children.shrink_to_fit();
-    texts.shrink_to_fit();
-    for (const auto& text : texts)
-        text->shrink_to_fit();
-    clears.shrink_to_fit();
-    attributes.shrink_to_fit();
-    order.shrink_to_fit();
+    if (pParent != nullptr && pParent->pContent->pIndex != nullptr)
+        pParent->pContent->pIndex->Clear();
+    return &attributes.Insert(pTree->objects, attributes.size(), added);
 }
 
 ChildIndex& XMLRecord::Index()
 {
-    if (index)
-        return *index;
-    auto made = std::make_unique<ChildIndex>();
-    for (std::size_t n = 0; n < children.size(); ++n)
-        made->positions[View(children[n].m_pRecord->name)].push_back(static_cast<int>(n));
-    index = std::move(made);
-    return *index;
-}
-
-void XMLRecord::Release(XMLRecord* pRecord) noexcept
-{
-    if (pRecord == nullptr || --pRecord->nRefs > 0)
-        return;
-    // A list of the nodes that are still to be freed. Dead nodes have no parent, so their parent pointers
-    // link the list: neither recursion nor memory is needed, however deep the tree is. A child with another
-    // handle survives.
-    XMLRecord* pDead = pRecord;
-    pDead->pParent = nullptr;
-    while (pDead != nullptr) {
-        XMLRecord* const p = pDead;
-        pDead = p->pParent;
-        for (XMLNode& child : p->children) {
-            XMLRecord* const pChild = std::exchange(child.m_pRecord, nullptr);
-            pChild->pParent = nullptr;
-            if (--pChild->nRefs > 0)
-                continue;
-            pChild->pParent = pDead;
-            pDead = pChild;
-        }
-        delete p;
+    XMLContent& content = MakeContent();
+    if (content.pIndex == nullptr) {
+        pTree->indexes.push_back(std::make_unique<ChildIndex>());
+        content.pIndex = pTree->indexes.back().get();
     }
+    if (content.pIndex->IsEmpty() && !content.children.empty()) {
+        ChildIndex made;
+        for (XMLRecord* pChild : content.children)
+            made.Add(pChild);
+        *content.pIndex = std::move(made);
+    }
+    return *content.pIndex;
 }
 
 }  // namespace Tarvo::XmlParser

@@ -1,83 +1,88 @@
-// XMLRecord: a node of the tree. The element parser fills it, the handle (XMLNode) reads it, the writer walks
-// it; no code outside this folder sees it.
+// XMLTree and XMLRecord: a tree and its nodes. The element parser fills them, the handle (XMLNode) reads
+// them, the writer walks them; no code outside this folder sees them.
 #pragma once
 
-#include <map>
+#include <array>
 #include <memory>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "config/proj/TarvoXmlParser/src/xmlArena.h"
+#include "config/proj/TarvoXmlParser/src/xmlIndex.h"
 #include "config/proj/TarvoXmlParser/src/xmlParser.h"
-#include "config/proj/TarvoXmlParser/src/xmlText.h"
 
 namespace Tarvo::XmlParser {
 
-// An index of a node's children by name. A caller that asks for each of many children by name would otherwise
-// walk all of them every time. The keys are texts of the tree; an addition frees the index, and the next
-// look-up makes it anew.
-struct ChildIndex {
-    template <class T>
-    using ByName = std::map<std::string_view, T, LessNoCase>;
+// A text with its NUL, which a parse may lengthen while it joins pieces.
+using GrowingText = ArenaArray<char>;
 
-    // For each element name, the positions of its children among all children, in ascending order.
-    ByName<std::vector<int>> positions;
-    // For each element name that has been asked for: for each value of the attribute "name", the first child
-    // with it, as a position among the children of that element. Ends at the first child without the
-    // attribute.
-    ByName<ByName<int>> named;
+// What an element contains besides its attributes.
+struct XMLContent {
+    ArenaArray<XMLRecord*> children;
+    ArenaArray<GrowingText> texts;
+    ArenaArray<XMLClear> clears;
+    // One entry for each child, text and clear section, in the order of the document: the item's index in the
+    // array of its kind, times 4, plus its Kind.
+    ArenaArray<int> order;
+    ChildIndex* pIndex = nullptr;  // made when asked for, emptied when something is added; the tree owns it
 };
 
-// Counted by its handles. One thread at a time.
+// The memory of all nodes that belong together, counted by their handles. One thread at a time.
+struct XMLTree {
+    // A copy of an element's or attribute's name. The names of a document repeat, and equal ones mostly share
+    // a copy.
+    std::string_view CopyName(std::string_view name);
+
+    Arena objects;  // records, contents and arrays
+    Arena texts;    // names and values, apart from the arrays, so that an array at the end can grow in place
+    std::array<std::string_view, 32> names;  // the last name of each hash value
+    std::vector<std::unique_ptr<ChildIndex>> indexes;
+    int nHandles = 0;
+};
+
+// A node. It is part of its tree's memory and stays at its address as long as the tree exists.
 struct XMLRecord {
     enum Kind { Child = 0, Text = 2, Clear = 3 };  // of an item in the order
 
-    XMLRecord(std::string_view strName, bool bIsDeclaration);
-    static XMLNode NewRoot();  // a nameless node, to take the parts of a document
+    // The top of a new tree, owned by the handle. A nameless root takes the parts of a document.
+    static XMLNode NewRoot();
+    static XMLNode NewTop(std::string_view strName, bool bIsDeclaration);
     static XMLRecord* Of(const XMLNode& node) { return node.m_pRecord; }
 
-    OwnedText name;
-    // One entry for each child, text and clear section, in the order of the document: the item's index in the
-    // array of its kind, times 4, plus its Kind.
-    std::vector<int> order;
-    std::vector<XMLNode> children;
-    std::vector<std::unique_ptr<std::string>> texts;  // may grow while a parse joins pieces
-    std::vector<XMLClear> clears;
-    std::vector<XMLAttribute> attributes;
-    std::unique_ptr<ChildIndex> index;  // made when asked for, freed when something is added
-    XMLRecord* pParent = nullptr;       // not counted; null at the top
-    int nRefs = 0;                      // handles of this node, among them the one in its parent's children
-    bool bDeclaration = false;          // opened with "<?"
+    bool HasName() const { return name.data() != nullptr; }
+    const XMLContent& Content() const;
+    // The value of the attribute of that name that has nPosition others of the name before it, or null.
+    const char* FindAttribute(const char* pszName, int nPosition) const;
 
     // Additions: the new item takes nPosition in the order if that position exists, else the end. Attributes
-    // have no place in the order. A null pValue is an attribute without a value.
+    // have no place in the order. A null pValue is an attribute without a value. References to an item are
+    // good until the next addition of its kind.
     XMLRecord* AddChild(std::string_view strName, bool bIsDeclaration, int nPosition);
-    std::string* AddText(std::string_view text, int nPosition);
+    const char* AddText(std::string_view text, int nPosition);
     XMLClear* AddClear(std::string_view value, const char* pszOpen, const char* pszClose, int nPosition);
-    XMLAttribute* AddAttribute(std::string_view attribute, const std::string* pValue);
+    XMLAttribute* AddAttribute(std::string_view attribute, const std::string_view* pValue);
+    // Appends to the last text.
+    // REQUIRES: there is a text.
+    void LengthenText(std::string_view text);
+    // Removes the last item of the order, a clear section.
+    void RemoveLastClear();
 
-    // Frees the reserve of the arrays, once the element is complete.
-    void CutArrays();
-    // The index; made if there is none.
+    // The index of the children by name; made if there is none.
     ChildIndex& Index();
 
-    void AddRef() { ++nRefs; }
-    // Takes one handle off, and frees the node and what is below it at the last one. Needs neither memory
-    // nor, for a deep tree, stack. Null is allowed.
-    static void Release(XMLRecord* pRecord) noexcept;
+    XMLTree* pTree = nullptr;
+    XMLRecord* pParent = nullptr;    // null at the top
+    std::string_view name;           // ends in a NUL; a null pointer in the nameless root
+    XMLContent* pContent = nullptr;  // null in an element without contents
+    ArenaArray<XMLAttribute> attributes;
+    bool bDeclaration = false;  // opened with "<?"
 
 private:
-    XMLRecord() = default;
+    static XMLRecord* New(XMLTree& tree, XMLRecord* pParent, std::string_view name, bool bIsDeclaration);
+    XMLContent& MakeContent();
     bool IsInside(int nPosition) const;
     std::size_t PlaceOf(Kind kind, std::size_t nCount, int nPosition) const;
     void EnterOrder(Kind kind, std::size_t nPlace, int nPosition);
 };
-
-// A copy that ends in a NUL, and the view of such a text, which is empty for null.
-OwnedText CopyText(std::string_view text);
-inline std::string_view View(const OwnedText& text)
-{
-    return text ? std::string_view(text.get()) : std::string_view();
-}
 
 }  // namespace Tarvo::XmlParser

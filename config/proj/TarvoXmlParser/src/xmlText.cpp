@@ -14,7 +14,7 @@ constexpr void SetRange(LengthTable& table, int nFirst, int nLast, std::uint8_t 
         table[static_cast<std::size_t>(n)] = nLength;
 }
 
-// Length in bytes of a character, by its first byte, in that encoding. Byte 0 has length 0 and ends a text;
+// The table of that encoding. Byte 0 has length 0 and ends a text;
 // every byte that begins no longer character has length 1.
 constexpr LengthTable MakeTable(int nEncoding)
 {
@@ -40,6 +40,16 @@ constexpr LengthTable MakeTable(int nEncoding)
         default:
             break;
     }
+    constexpr std::uint8_t kEndsAll = kEndsContent | kEndsQuoted | kEndsText;
+    for (std::uint8_t& nEntry : table)
+        nEntry |= nEntry == 1 ? 0 : kEndsAll;
+    const auto mark = [&table](std::string_view characters, std::uint8_t nFlags) {
+        for (const char c : characters)
+            table[static_cast<unsigned char>(c)] |= nFlags;
+    };
+    mark("<", kEndsAll);
+    mark("\"'", kEndsQuoted);
+    mark(" \t\n\r>=/", kEndsText);
     return table;
 }
 
@@ -161,7 +171,18 @@ std::string_view StripBlanks(std::string_view text)
 
 bool EqualsNoCase(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && StartsWithNoCase(a, b);
+    return a.size() == b.size() && (a == b || StartsWithNoCase(a, b));
+}
+
+bool EqualsNoCase(const char* pszA, const char* pszB)
+{
+    while (*pszA == *pszB || ToLower(*pszA) == ToLower(*pszB)) {
+        if (*pszA == '\0')
+            return true;
+        ++pszA;
+        ++pszB;
+    }
+    return false;
 }
 
 bool StartsWithNoCase(std::string_view text, std::string_view prefix)

@@ -12,8 +12,14 @@
 
 namespace Tarvo::XmlParser {
 
-// The length in bytes of a character, by its first byte.
+// What a byte means as the first of a character, in one encoding: the length of the character in bytes, and
+// whether it ends the run of plain characters of one byte in a kind of text. The first byte of a longer
+// character and the NUL end every run.
 using LengthTable = std::array<std::uint8_t, 256>;
+inline constexpr std::uint8_t kLengthBits = 7;
+inline constexpr std::uint8_t kEndsContent = 8;  // '<'
+inline constexpr std::uint8_t kEndsQuoted = 16;  // '<' and the two quotes
+inline constexpr std::uint8_t kEndsText = 32;    // blanks, brackets, '=' and '/'
 
 // The options of setGlobalOptions. A parse works with one copy of them from its beginning to its end. The
 // four bytes are aligned so that an atomic can load and store them as one.
@@ -38,7 +44,7 @@ inline std::size_t CharLength(const LengthTable& lengths, std::string_view text,
     const std::size_t nLeft = text.size() - nPos;
     if (nLeft == 0)
         return 0;
-    const std::size_t nLength = lengths[static_cast<unsigned char>(text[nPos])];
+    const std::size_t nLength = lengths[static_cast<unsigned char>(text[nPos])] & kLengthBits;
     return nLength == 0 ? 1 : (nLength < nLeft ? nLength : nLeft);
 }
 
@@ -50,6 +56,7 @@ std::string_view StripBlanks(std::string_view text);
 // are.
 inline char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool EqualsNoCase(std::string_view a, std::string_view b);
+bool EqualsNoCase(const char* pszA, const char* pszB);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 // An order for maps: shorter texts come first, so it is not that of the alphabet.
 struct LessNoCase {

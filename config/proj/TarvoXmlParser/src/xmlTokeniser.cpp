@@ -28,43 +28,52 @@ bool Tokeniser::StartsHere(std::string_view text) const
     return m_xml.compare(m_nPlace, text.size(), text) == 0;
 }
 
+// Moves to the next character that has the flag in the table and is not the first byte of a longer one; gives
+// that character, and NUL at the end. Only the bytes that end a run of plain characters are looked at twice.
+char Tokeniser::SkipTo(std::uint8_t nFlag)
+{
+    const char* const pXml = m_xml.data();
+    for (;;) {
+        while ((m_lengths[static_cast<unsigned char>(pXml[m_nPlace])] & nFlag) == 0)
+            ++m_nPlace;
+        if ((m_lengths[static_cast<unsigned char>(pXml[m_nPlace])] & kLengthBits) <= 1)
+            return pXml[m_nPlace];
+        m_nPlace += CharLength(m_lengths, m_xml, m_nPlace);
+    }
+}
+
 // Moves behind the quote that closes the one at the current place. False, without a move, if a '<' or the end
 // comes first: the character is then part of a text. Each kind of quote can fail in this way once between two
 // '<', so no byte is read over and over.
 bool Tokeniser::SkipQuoted(char cQuote)
 {
-    for (std::size_t n = m_nPlace + 1; n < m_xml.size(); n += CharLength(m_lengths, m_xml, n)) {
-        if (m_xml[n] == cQuote) {
-            m_nPlace = n + 1;
-            return true;
-        }
-        if (m_xml[n] == '<')
-            return false;
-    }
-    return false;
+    const std::size_t nStart = m_nPlace;
+    char c = '\0';
+    do {
+        ++m_nPlace;  // the first quote, or one of the other kind
+        c = SkipTo(kEndsQuoted);
+    } while (c != cQuote && c != '<' && c != '\0');
+    m_nPlace = c == cQuote ? m_nPlace + 1 : nStart;
+    return c == cQuote;
 }
 
 // Moves to the end of a text: to a blank, a bracket, an equals sign, or the slash of "/>".
 void Tokeniser::SkipText()
 {
-    while (m_nPlace < m_xml.size()) {
-        const char c = m_xml[m_nPlace];
-        if (IsBlank(c) || c == '<' || c == '>' || c == '=' || (c == '/' && Peek(1) == '>'))
-            return;
-        m_nPlace += CharLength(m_lengths, m_xml, m_nPlace);
-    }
+    while (SkipTo(kEndsText) == '/' && Peek(1) != '>')
+        ++m_nPlace;
 }
 
-Token Tokeniser::Next()
+// The token of a '<'. No opening of a clear section begins with another second character.
+Token Tokeniser::NextTag(std::size_t nStart)
 {
-    while (m_nPlace < m_xml.size() && IsBlank(m_xml[m_nPlace]))
-        ++m_nPlace;
-    const std::size_t nStart = m_nPlace;
-    const char c = Peek(0);
-    switch (c) {
-        case '\0':
-            return Make(TokenType::End, nStart, 0);
-        case '<':
+    switch (Peek(1)) {
+        case '/':
+            return Make(TokenType::TagEnd, nStart, 2);
+        case '?':
+            return Make(TokenType::Declaration, nStart, 2);
+        case '!':
+        case 'P':
             for (const ClearForm& form : kClearForms) {
                 if (StartsHere(form.pszOpen)) {
                     Token token = Make(TokenType::Clear, nStart, std::strlen(form.pszOpen));
@@ -72,11 +81,24 @@ Token Tokeniser::Next()
                     return token;
                 }
             }
-            if (Peek(1) == '/')
-                return Make(TokenType::TagEnd, nStart, 2);
-            if (Peek(1) == '?')
-                return Make(TokenType::Declaration, nStart, 2);
-            return Make(TokenType::TagStart, nStart, 1);
+            break;
+        default:
+            break;
+    }
+    return Make(TokenType::TagStart, nStart, 1);
+}
+
+Token Tokeniser::Next()
+{
+    while (IsBlank(m_xml.data()[m_nPlace]))
+        ++m_nPlace;
+    const std::size_t nStart = m_nPlace;
+    const char c = Peek(0);
+    switch (c) {
+        case '\0':
+            return Make(TokenType::End, nStart, 0);
+        case '<':
+            return NextTag(nStart);
         case '>':
             return Make(TokenType::CloseTag, nStart, 1);
         case '=':

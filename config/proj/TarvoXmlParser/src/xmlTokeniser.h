@@ -32,10 +32,13 @@ struct Token {
 class Tokeniser {
 public:
     // The text ends at its first NUL, if it has one.
+    // REQUIRES: a NUL stands behind the text, which every scan may read.
     Tokeniser(std::string_view xml, const LengthTable& lengths);
 
     // The next token; End again and again when the text is over.
     Token Next();
+    // Skips what stands between two tags: moves to the next '<', or to the end.
+    void SkipContent() { SkipTo(kEndsContent); }
     // Reads the rest of the clear section whose opening was the last token: its contents and its closing tag.
     // False, and no move, if the closing tag is missing.
     bool ReadClear(const ClearForm& form, std::string_view& value, const char*& pszClose);
@@ -45,6 +48,8 @@ public:
 
 private:
     char Peek(std::size_t nAhead) const;
+    char SkipTo(std::uint8_t nFlag);
+    Token NextTag(std::size_t nStart);
     Token Make(TokenType type, std::size_t nStart, std::size_t nLength);
     bool SkipQuoted(char cQuote);
     void SkipText();

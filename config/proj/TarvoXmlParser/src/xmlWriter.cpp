@@ -1,6 +1,8 @@
 // Writes a node as text, which the parser reads as the same tree again. Not used for settings; IXmlParser
 // offers it.
 #include <algorithm>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "config/proj/TarvoXmlParser/src/xmlRecord.h"
@@ -26,12 +28,13 @@ public:
         while (!m_vecOpen.empty()) {
             Level& level = m_vecOpen.back();
             const XMLRecord& record = *level.pRecord;
-            if (level.nNext == record.order.size()) {
+            const auto& order = record.Content().order;
+            if (level.nNext == order.size()) {
                 m_vecOpen.pop_back();
                 Close(record);
                 continue;
             }
-            WriteItem(record, record.order[level.nNext++]);
+            WriteItem(record.Content(), order[level.nNext++]);
         }
     }
 
@@ -41,20 +44,20 @@ private:
         std::size_t nNext;  // index in the record's order of the next item to write
     };
 
-    void WriteItem(const XMLRecord& record, int nEntry)
+    void WriteItem(const XMLContent& content, int nEntry)
     {
         const auto nIndex = static_cast<std::size_t>(nEntry / 4);
         switch (nEntry % 4) {
             case XMLRecord::Child:
-                Open(*XMLRecord::Of(record.children[nIndex]));
+                Open(*content.children[nIndex]);
                 break;
             case XMLRecord::Text:
-                Encode(m_lengths, *record.texts[nIndex], m_strOut);
+                Encode(m_lengths, content.texts[nIndex].begin(), m_strOut);
                 break;
             default: {
-                const XMLClear& clear = record.clears[nIndex];
+                const XMLClear& clear = content.clears[nIndex];
                 m_strOut += clear.pszOpenTag;
-                m_strOut += View(clear.value);
+                m_strOut += clear.value;
                 m_strOut += clear.pszCloseTag;
                 break;
             }
@@ -65,40 +68,41 @@ private:
     // written.
     void Open(const XMLRecord& record)
     {
-        if (record.name != nullptr) {
+        const bool bEmpty = record.Content().order.empty();
+        if (record.HasName()) {
             NewLine(m_vecOpen.size());
             m_strOut += record.bDeclaration ? "<?" : "<";
-            m_strOut += View(record.name);
+            m_strOut += record.name;
             for (const XMLAttribute& attribute : record.attributes)
                 WriteAttribute(attribute);
             if (record.bDeclaration)
                 m_strOut += "?>";
             else
-                m_strOut += record.order.empty() ? "/>" : ">";
+                m_strOut += bEmpty ? "/>" : ">";
         }
-        if (!record.order.empty())
+        if (!bEmpty)
             m_vecOpen.push_back({&record, 0});
     }
 
     void Close(const XMLRecord& record)
     {
-        if (record.name == nullptr || record.bDeclaration)
+        if (!record.HasName() || record.bDeclaration)
             return;
-        if (!record.children.empty())
+        if (!record.Content().children.empty())
             NewLine(m_vecOpen.size());
         m_strOut += "</";
-        m_strOut += View(record.name);
+        m_strOut += record.name;
         m_strOut += '>';
     }
 
     void WriteAttribute(const XMLAttribute& attribute)
     {
         m_strOut += ' ';
-        m_strOut += View(attribute.name);
+        m_strOut += attribute.name;
         if (attribute.value == nullptr)
             return;
         m_strOut += "=\"";
-        Encode(m_lengths, View(attribute.value), m_strOut);
+        Encode(m_lengths, attribute.value, m_strOut);
         m_strOut += '"';
     }
 
@@ -129,7 +133,10 @@ char* XMLNode::createXMLString(int nFormat, int* pnSize) const
     TreeWriter(strOut, nFormat != 0).Write(*m_pRecord);
     if (pnSize != nullptr)
         *pnSize = static_cast<int>(strOut.size());
-    return CopyText(strOut).release();
+    auto text = std::make_unique_for_overwrite<char[]>(strOut.size() + 1);
+    strOut.copy(text.get(), strOut.size());
+    text[strOut.size()] = '\0';
+    return text.release();
 }
 
 }  // namespace Tarvo::XmlParser
