@@ -6,10 +6,8 @@ using Kernova::XTL::ScopedLock;
 void CBillingIdMap::AddBilling(std::int32_t nProductId, std::int32_t nBillingId, const std::string& strName)
 {
     const ScopedLock lock(m_lock);
-    if (m_mapBilling.contains(nProductId))
+    if (!m_entries.Add(nProductId, nBillingId, strName))
         return;
-    const std::string* const pName = &*m_setNames.insert(strName).first;
-    m_mapBilling.emplace(nProductId, Billing{nBillingId, pName});
     // A reload adds products while the charge thread may walk them by position. A product with the highest id
     // so far only makes the index of that walk longer; any other product makes the index invalid.
     if (!m_vecIds.empty() && nProductId > m_vecIds.back())
@@ -21,8 +19,8 @@ void CBillingIdMap::AddBilling(std::int32_t nProductId, std::int32_t nBillingId,
 std::int32_t CBillingIdMap::GetBillingId(std::int32_t nProductId) const
 {
     const ScopedLock lock(m_lock);
-    const auto it = m_mapBilling.find(nProductId);
-    return it == m_mapBilling.end() ? 0 : it->second.nBillingId;
+    const auto* const pEntry = m_entries.Find(nProductId);
+    return pEntry == nullptr ? 0 : pEntry->value;
 }
 
 std::string CBillingIdMap::GetBillingName(std::int32_t nProductId) const { return InternName(nProductId); }
@@ -30,25 +28,27 @@ std::string CBillingIdMap::GetBillingName(std::int32_t nProductId) const { retur
 const char* CBillingIdMap::InternName(std::int32_t nProductId) const
 {
     const ScopedLock lock(m_lock);
-    const auto it = m_mapBilling.find(nProductId);
-    return it == m_mapBilling.end() ? "" : it->second.pName->c_str();
+    const auto* const pEntry = m_entries.Find(nProductId);
+    return pEntry == nullptr ? "" : pEntry->pName->c_str();
 }
 
 std::int32_t CBillingIdMap::GetProductCount() const
 {
     const ScopedLock lock(m_lock);
-    return static_cast<std::int32_t>(m_mapBilling.size());
+    return static_cast<std::int32_t>(m_entries.Count());
 }
 
 std::int32_t CBillingIdMap::GetProductIdAt(std::int32_t nPosition) const
 {
     const ScopedLock lock(m_lock);
-    if (nPosition < 0 || static_cast<std::size_t>(nPosition) >= m_mapBilling.size())
+    if (nPosition < 0 || static_cast<std::size_t>(nPosition) >= m_entries.Count())
         return -1;
     if (m_vecIds.empty()) {
-        m_vecIds.reserve(m_mapBilling.size());
-        for (const auto& entry : m_mapBilling)
-            m_vecIds.push_back(entry.first);
+        m_vecIds.reserve(m_entries.Count());
+        for (const auto& [nId, entry] : m_entries.All()) {
+            if (!entry.bRetired)
+                m_vecIds.push_back(nId);
+        }
     }
     return m_vecIds[static_cast<std::size_t>(nPosition)];
 }
@@ -56,6 +56,6 @@ std::int32_t CBillingIdMap::GetProductIdAt(std::int32_t nPosition) const
 void CBillingIdMap::Clear()
 {
     const ScopedLock lock(m_lock);
-    m_mapBilling.clear();
+    m_entries.Clear();
     m_vecIds.clear();
 }

@@ -5,11 +5,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "config/NamedEntries.h"
 #include "platform/KernovaXtl.h"
 
 class CBillingIdMap {
@@ -31,20 +30,12 @@ public:
     void Clear();
 
 private:
-    struct Billing {
-        std::int32_t nBillingId;
-        const std::string* pName;  // one of m_setNames
-    };
-
     mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                        Kernova::Threading::LockRank::Leaf};
-    std::map<std::int32_t, Billing> m_mapBilling GUARDED_BY(m_lock);
+    NamedEntries<std::int32_t> m_entries GUARDED_BY(m_lock);  // billing ids
     // The keys of the map by position. Empty until a position is asked for, and emptied again by an entry
     // that does not belong at its end.
     mutable std::vector<std::int32_t> m_vecIds GUARDED_BY(m_lock);
-    // Every name that an entry has ever had, each once. Never emptied, because the game holds pointers to
-    // them.
-    std::set<std::string> m_setNames GUARDED_BY(m_lock);
 };
 
 // The one object of the process.

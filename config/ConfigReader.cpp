@@ -118,8 +118,9 @@ bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
 // The products stand in property arrays that are named "1", "2" and so on. A bad one ends the list.
 bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount)
 {
+    std::string strBillName;  // its memory is used again for every name
     for (int n = 0; n < nCount; ++n) {
-        if (!ReadBillingId(document, std::to_string(n + 1)))
+        if (!ReadBillingId(document, std::to_string(n + 1), strBillName))
             return false;
     }
     return true;
@@ -127,29 +128,26 @@ bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount)
 
 // One product: its array holds product id, name and billing id, in this order. An id of 0 counts as
 // unreadable.
-bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIndex)
+bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIndex, std::string& strBillName)
 {
-    std::string strElement;
+    char szTemp[kValueSize];
     const auto read = [&](int nPosition) {
-        char szTemp[kValueSize] = {};
-        if (!Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp), strIndex.c_str(),
-                                                nPosition))
-            return Fail("Failed to get 'BILLING_ID_INFO' array property.");
-        strElement = szTemp;
-        return true;
+        return Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp), strIndex.c_str(),
+                                                  nPosition) ||
+               Fail("Failed to get 'BILLING_ID_INFO' array property.");
     };
 
     if (!read(0))
         return false;
-    const int nProductId = TextToInteger(strElement.c_str());
+    const int nProductId = TextToInteger(szTemp);
     if (nProductId == 0)
         return Fail("Failed to convert 'PRODUCT_ID' value to integer.");
     if (!read(1))
         return false;
-    const std::string strBillName = strElement;
+    strBillName = szTemp;
     if (!read(2))
         return false;
-    const int nBillingId = TextToInteger(strElement.c_str());
+    const int nBillingId = TextToInteger(szTemp);
     if (nBillingId == 0)
         return Fail("Failed to convert 'BILLING_ID' value to integer.");
     BillingIdMap().AddBilling(nProductId, nBillingId, strBillName);
@@ -160,8 +158,8 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
 // the list.
 bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
 {
+    std::string strEventName;
     for (int n = 0; n < nCount; ++n) {
-        std::string strEventName;
         if (!ReadText(document, std::to_string(n).c_str(), strEventName))
             return false;
         EventCodeMap().AddEvent(n, strEventName);
@@ -188,7 +186,7 @@ bool CConfigReader::MoveToGroup(IXmlParser& document, const char* pszGroup)
 
 bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::string& strValue)
 {
-    char szTemp[kValueSize] = {};
+    char szTemp[kValueSize];
     if (!Tarvo::XmlParser::GetProperty(&document, szTemp, sizeof(szTemp), pszKey))
         return Fail(std::string("Failed to get '") + pszKey + "' property.");
     strValue = szTemp;

@@ -78,7 +78,7 @@ private:
     bool ReadDocument(IXmlParser& document);
     bool ReadConnectorInfo(IXmlParser& document);
     bool ReadBillingIds(IXmlParser& document, int nCount);
-    bool ReadBillingId(IXmlParser& document, const std::string& strIndex);
+    bool ReadBillingId(IXmlParser& document, const std::string& strIndex, std::string& strBillName);
     bool ReadEventCodes(IXmlParser& document, int nCount);
     bool ReadLogovaInfo(IXmlParser& document);
     bool MoveToGroup(IXmlParser& document, const char* pszGroup);

@@ -6,8 +6,7 @@ using Kernova::XTL::ScopedLock;
 void CEventCodeMap::AddEvent(std::int32_t nEventCode, const std::string& strName)
 {
     const ScopedLock lock(m_lock);
-    if (!m_mapEvents.contains(nEventCode))
-        m_mapEvents.emplace(nEventCode, &*m_setNames.insert(strName).first);
+    m_entries.Add(nEventCode, {}, strName);
 }
 
 std::string CEventCodeMap::GetEventName(std::int32_t nEventCode) const { return InternName(nEventCode); }
@@ -15,12 +14,12 @@ std::string CEventCodeMap::GetEventName(std::int32_t nEventCode) const { return 
 const char* CEventCodeMap::InternName(std::int32_t nEventCode) const
 {
     const ScopedLock lock(m_lock);
-    const auto it = m_mapEvents.find(nEventCode);
-    return it == m_mapEvents.end() ? "" : it->second->c_str();
+    const auto* const pEntry = m_entries.Find(nEventCode);
+    return pEntry == nullptr ? "" : pEntry->pName->c_str();
 }
 
 void CEventCodeMap::Clear()
 {
     const ScopedLock lock(m_lock);
-    m_mapEvents.clear();
+    m_entries.Clear();
 }

@@ -4,10 +4,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <set>
 #include <string>
+#include <variant>
 
+#include "config/NamedEntries.h"
 #include "platform/KernovaXtl.h"
 
 class CEventCodeMap {
@@ -25,10 +25,7 @@ public:
 private:
     mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                        Kernova::Threading::LockRank::Leaf};
-    std::map<std::int32_t, const std::string*> m_mapEvents GUARDED_BY(m_lock);
-    // Every name that an entry has ever had, each once. Never emptied, because the game holds pointers to
-    // them.
-    std::set<std::string> m_setNames GUARDED_BY(m_lock);
+    NamedEntries<std::monostate> m_entries GUARDED_BY(m_lock);
 };
 
 // The one object of the process.

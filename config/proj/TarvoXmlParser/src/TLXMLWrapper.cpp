@@ -230,9 +230,9 @@ bool CTLXMLWrapper::FreeString(char** ppszText)
     return true;
 }
 
-int CTLXMLWrapper::FindNamedChild(const char* pszElement, const char* pszName) const
+int CTLXMLWrapper::FindNamedChild(const char* pszElement, const char* pszName, XMLNode& child) const
 {
-    return m_current.findNamedChild(pszElement, pszName);
+    return m_current.findNamedChild(pszElement, pszName, &child);
 }
 
 }  // namespace Tarvo::XmlParser

@@ -10,7 +10,7 @@ namespace Tarvo::XmlParser {
 
 // Holds the document by its top node, and the current position by its node and the ancestors of that node.
 // Handles are counted, so moving copies no document. One thread at a time.
-class CTLXMLWrapper : public IXmlParser {
+class CTLXMLWrapper final : public IXmlParser {
 public:
     CTLXMLWrapper() = default;
     explicit CTLXMLWrapper(const XMLNode& TopNode) : m_top(TopNode), m_current(TopNode) {}
@@ -56,8 +56,8 @@ public:
     // The first child of the current node whose element is pszElement and whose attribute "name" is pszName,
     // as a position among the children of that element; -1 if there is none, or if a child without the
     // attribute comes before it. Uses an index, so that a file with thousands of properties is not walked for
-    // each of them.
-    int FindNamedChild(const char* pszElement, const char* pszName) const;
+    // each of them. The child found goes to `child`.
+    int FindNamedChild(const char* pszElement, const char* pszName, XMLNode& child) const;
 
 private:
     // Makes the node the document, with the position at its top. False, and no change, for an empty node.

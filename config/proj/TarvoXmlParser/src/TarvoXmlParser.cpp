@@ -1,8 +1,10 @@
 // The search for modules, groups and properties in a TL2 file, over any IXmlParser.
 #include "config/proj/TarvoXmlParser/src/TarvoXmlParser.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -35,25 +37,43 @@ bool IsAt(IXmlParser& parser, const char* pszElement)
     return pszName != nullptr && EqualsNoCase(pszName, pszElement);
 }
 
-// The first of the nCount children of that kind whose attribute "name" is pszName, as a position among them;
-// -1 if there is none. nSize is the longest name with its NUL. The wrapper of this folder has an index for
-// the search; any other implementation of IXmlParser is asked for one name after the other.
-int FindByName(IXmlParser& parser, const char* pszChild, int nCount, const char* pszName, std::size_t nSize)
+// A child of the current element that has been found by its name.
+struct NamedChild {
+    const char* pszKind = nullptr;
+    int nPosition = -1;  // among the children of its kind; -1 if there is none
+    XMLNode node;        // empty unless the parser is the wrapper of this folder
+
+    // Spares the wrapper a second search by the position.
+    const char* Attribute(IXmlParser& parser, const char* pszName) const
+    {
+        return node.isEmpty() ? parser.GetChildAttribute(pszKind, pszName, nPosition)
+                              : node.getAttribute(pszName);
+    }
+};
+
+// The first child of that kind whose attribute "name" is pszName. nSize is the longest name with its NUL. The
+// wrapper of this folder has an index for the search; any other implementation of IXmlParser is asked for one
+// name after the other.
+NamedChild FindByName(IXmlParser& parser, const char* pszKind, const char* pszName, std::size_t nSize)
 {
+    NamedChild found{pszKind, -1, {}};
     if (std::strlen(pszName) >= nSize)
-        return -1;
+        return found;
     if (const auto* const pWrapper = dynamic_cast<CTLXMLWrapper*>(&parser)) {
-        const int nFound = pWrapper->FindNamedChild(pszChild, pszName);
-        return nFound < nCount ? nFound : -1;
+        found.nPosition = pWrapper->FindNamedChild(pszKind, pszName, found.node);
+        return found;
     }
+    const int nCount = parser.GetChildCount(pszKind);
     for (int n = 0; n < nCount; ++n) {
-        const char* const pszFound = parser.GetChildAttribute(pszChild, kName, n);
+        const char* const pszFound = parser.GetChildAttribute(pszKind, kName, n);
         if (pszFound == nullptr)
-            return -1;
-        if (EqualsNoCase(pszFound, pszName))
-            return n;
+            break;
+        if (EqualsNoCase(pszFound, pszName)) {
+            found.nPosition = n;
+            break;
+        }
     }
-    return -1;
+    return found;
 }
 
 // False, and nothing copied, if the value and its NUL do not fit.
@@ -83,13 +103,10 @@ bool MayRead(const IXmlParser* pParser, char* out, int size, const char* pszName
     return pParser != nullptr && out != nullptr && size > 0 && pszName != nullptr;
 }
 
-// The position of a property or a property array in the current group, among those of its kind; -1 if there
-// is none or the current element is no group.
-int FindInGroup(IXmlParser& parser, const char* pszKind, const char* pszName)
+// A property or a property array of the current group; none if the current element is no group.
+NamedChild FindInGroup(IXmlParser& parser, const char* pszKind, const char* pszName)
 {
-    if (!IsAt(parser, kGroup))
-        return -1;
-    return FindByName(parser, pszKind, parser.GetChildCount(pszKind), pszName, kPropertySize);
+    return IsAt(parser, kGroup) ? FindByName(parser, pszKind, pszName, kPropertySize) : NamedChild();
 }
 
 }  // namespace
@@ -136,8 +153,8 @@ bool MoveToModule(IXmlParser* pParser, const char* pszName)
     if (nCount < 1)
         return false;
     pParser->MoveToTop();
-    const int nFound = FindByName(*pParser, kModule, nCount, pszName, kNameSize);
-    return nFound >= 0 && pParser->MoveToChild(kModule, nFound);
+    const NamedChild found = FindByName(*pParser, kModule, pszName, kNameSize);
+    return found.nPosition >= 0 && found.nPosition < nCount && pParser->MoveToChild(kModule, found.nPosition);
 }
 
 bool MoveToGroup(IXmlParser* pParser, const char* pszName)
@@ -148,24 +165,24 @@ bool MoveToGroup(IXmlParser* pParser, const char* pszName)
         pParser->MoveToParent();
     else if (!IsAt(*pParser, kModule))
         return false;
-    const int nFound = FindByName(*pParser, kGroup, pParser->GetChildCount(kGroup), pszName, kNameSize);
-    return nFound >= 0 && pParser->MoveToChild(kGroup, nFound);
+    const NamedChild found = FindByName(*pParser, kGroup, pszName, kNameSize);
+    return found.nPosition >= 0 && pParser->MoveToChild(kGroup, found.nPosition);
 }
 
 bool GetProperty(IXmlParser* pParser, char* out, int size, const char* pszName)
 {
     if (!MayRead(pParser, out, size, pszName))
         return false;
-    const int nFound = FindInGroup(*pParser, kProperty, pszName);
-    if (nFound < 0)
+    const NamedChild found = FindInGroup(*pParser, kProperty, pszName);
+    if (found.nPosition < 0)
         return false;
-    if (const char* const pszValue = pParser->GetChildAttribute(kProperty, kValue, nFound))
+    if (const char* const pszValue = found.Attribute(*pParser, kValue))
         return CopyStripped(out, size, pszValue);
-    if (const char* const pszText = pParser->GetChildText(kProperty, nFound))
+    if (const char* const pszText = pParser->GetChildText(kProperty, found.nPosition))
         return CopyValue(out, size, pszText);
-    // GetChildClear counts all children of the group, while nFound counts the properties. A clear section is
-    // therefore only found where no other element stands before the property.
-    const char* const pszClear = pParser->GetChildClear(nFound, 0);
+    // GetChildClear counts all children of the group, while the position counts the properties. A clear
+    // section is therefore only found where no other element stands before the property.
+    const char* const pszClear = pParser->GetChildClear(found.nPosition, 0);
     return pszClear != nullptr && CopyStripped(out, size, pszClear);
 }
 
@@ -173,24 +190,25 @@ bool GetPropertyArray(IXmlParser* pParser, char* out, int size, const char* pszN
 {
     if (!MayRead(pParser, out, size, pszName) || nPosition < 0)
         return false;
-    const int nFound = FindInGroup(*pParser, kPropertyArray, pszName);
-    if (nFound < 0)
+    const NamedChild found = FindInGroup(*pParser, kPropertyArray, pszName);
+    if (found.nPosition < 0)
         return false;
-    const char* const pszSize = pParser->GetChildAttribute(kPropertyArray, kSize, nFound);
+    const char* const pszSize = found.Attribute(*pParser, kSize);
     const int nSize = pszSize == nullptr ? 0 : TextToInteger(pszSize);
     if (nSize < 1 || nPosition >= nSize)
         return false;
-    char szAttribute[128];
-    std::snprintf(szAttribute, sizeof(szAttribute), "%s%d", kValue, nPosition);
-    if (const char* const pszValue = pParser->GetChildAttribute(kPropertyArray, szAttribute, nFound))
+    char szAttribute[32];
+    char* const pDigits = std::copy_n(kValue, std::strlen(kValue), szAttribute);
+    *std::to_chars(pDigits, std::end(szAttribute) - 1, nPosition).ptr = '\0';
+    if (const char* const pszValue = found.Attribute(*pParser, szAttribute))
         return CopyStripped(out, size, pszValue);
     // Clear sections are read only if the array has one for every element. The position is that of
     // GetProperty: no other element may stand before the array.
     for (int n = 0; n < nSize; ++n) {
-        if (pParser->GetChildClear(nFound, n) == nullptr)
+        if (pParser->GetChildClear(found.nPosition, n) == nullptr)
             return false;
     }
-    return CopyStripped(out, size, pParser->GetChildClear(nFound, nPosition));
+    return CopyStripped(out, size, pParser->GetChildClear(found.nPosition, nPosition));
 }
 
 }  // namespace Tarvo::XmlParser

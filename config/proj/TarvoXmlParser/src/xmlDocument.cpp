@@ -1,6 +1,9 @@
 // Parsing of a text with its place of error, conversion of a file's bytes, and the guess of an encoding.
 #include "config/proj/TarvoXmlParser/src/xmlDocument.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "config/proj/TarvoXmlParser/src/xmlElementParser.h"
@@ -11,19 +14,36 @@ namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+// Whether the eight bytes at p are ASCII characters, which have one byte in every encoding, and none is a
+// newline.
+bool IsPlainRun(const char* p)
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101, kTopBits = 0x80 * kOnes;
+    std::uint64_t nBytes = 0;
+    std::memcpy(&nBytes, p, sizeof(nBytes));
+    // A newline is a zero byte here, and only zero bytes have a top bit after the subtraction that they did
+    // not have before it.
+    const std::uint64_t nDiffer = nBytes ^ ('\n' * kOnes);
+    return (nBytes & kTopBits) == 0 && ((nDiffer - kOnes) & ~nDiffer & kTopBits) == 0;
+}
+
 // Turns the byte offset of a fault into a line and a column, both from 1; columns count characters, not
 // bytes.
 void FindPlace(std::string_view xml, const LengthTable& lengths, std::size_t nPlace, XMLResults& results)
 {
+    constexpr std::size_t kRun = 8;
+    nPlace = std::min(nPlace, xml.size());
     results.nLine = 1;
     results.nColumn = 1;
-    for (std::size_t n = 0; n < nPlace && n < xml.size(); n += CharLength(lengths, xml, n)) {
-        if (xml[n] == '\n') {
-            ++results.nLine;
-            results.nColumn = 1;
-        } else {
-            ++results.nColumn;
+    for (std::size_t n = 0; n < nPlace;) {
+        if (nPlace - n >= kRun && IsPlainRun(xml.data() + n)) {
+            results.nColumn += static_cast<int>(kRun);
+            n += kRun;
+            continue;
         }
+        results.nColumn = xml[n] == '\n' ? 1 : results.nColumn + 1;
+        results.nLine += xml[n] == '\n' ? 1 : 0;
+        n += CharLength(lengths, xml, n);
     }
 }
 
