@@ -61,6 +61,18 @@ std::size_t SizeOf(void* p)
     std::free(p);
 }
 [[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+// Standard memory resources ask for an alignment even where every allocation has it.
+[[gnu::noinline]] void* operator new(std::size_t nSize, std::align_val_t alignment)
+{
+    if (static_cast<std::size_t>(alignment) > __STDCPP_DEFAULT_NEW_ALIGNMENT__)
+        throw std::bad_alloc();
+    return operator new(nSize);
+}
+[[gnu::noinline]] void operator delete(void* p, std::align_val_t) noexcept { operator delete(p); }
+[[gnu::noinline]] void operator delete(void* p, std::size_t, std::align_val_t) noexcept
+{
+    operator delete(p);
+}
 
 namespace {
 

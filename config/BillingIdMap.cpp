@@ -29,7 +29,7 @@ const char* CBillingIdMap::InternName(std::int32_t nProductId) const
 {
     const ScopedLock lock(m_lock);
     const auto* const pEntry = m_entries.Find(nProductId);
-    return pEntry == nullptr ? "" : pEntry->pName->c_str();
+    return pEntry == nullptr ? "" : pEntry->pszName;
 }
 
 std::int32_t CBillingIdMap::GetProductCount() const

@@ -15,7 +15,7 @@ const char* CEventCodeMap::InternName(std::int32_t nEventCode) const
 {
     const ScopedLock lock(m_lock);
     const auto* const pEntry = m_entries.Find(nEventCode);
-    return pEntry == nullptr ? "" : pEntry->pName->c_str();
+    return pEntry == nullptr ? "" : pEntry->pszName;
 }
 
 void CEventCodeMap::Clear()

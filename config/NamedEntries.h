@@ -2,10 +2,11 @@
 // name. It takes no lock; the map that holds it does.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <map>
+#include <memory_resource>
 #include <set>
 #include <string>
 
@@ -17,31 +18,27 @@ class NamedEntries {
 public:
     struct Entry {
         Value value;
-        const std::string* pName;  // strFirst, or one of m_setOthers
         bool bRetired;
-        std::string strFirst;  // the first name that the entry has had
+        const char* pszName;  // in m_memory, or one of m_setOthers
     };
-    using Map = std::map<std::int32_t, Entry>;
+    using Map = std::pmr::map<std::int32_t, Entry>;
 
     // False, and no change, if there is an entry of that number.
     bool Add(std::int32_t nKey, const Value& value, const std::string& strName)
     {
-        auto it = Place(nKey);
-        if (it == m_map.end() || it->first != nKey) {
-            it = m_map.emplace_hint(it, nKey, Entry{value, nullptr, false, strName});
-            it->second.pName = &it->second.strFirst;
-        } else if (it->second.bRetired) {
-            Entry& entry = it->second;
-            if (*entry.pName != strName)
-                entry.pName =
-                    entry.strFirst == strName ? &entry.strFirst : &*m_setOthers.insert(strName).first;
-            entry.value = value;
-            entry.bRetired = false;
-        } else {
-            m_itNext = std::next(it);
-            return false;
+        m_itNext = Place(nKey);
+        if (m_itNext == m_map.end() || m_itNext->first != nKey) {
+            m_map.emplace_hint(m_itNext, nKey, Entry{value, false, CopyName(strName)});
+            ++m_nCount;
+            return true;
         }
-        m_itNext = std::next(it);
+        Entry& entry = (m_itNext++)->second;
+        if (!entry.bRetired)
+            return false;
+        if (strName != entry.pszName)
+            entry.pszName = m_setOthers.insert(strName).first->c_str();
+        entry.value = value;
+        entry.bRetired = false;
         ++m_nCount;
         return true;
     }
@@ -72,9 +69,19 @@ private:
         return m_map.lower_bound(nKey);
     }
 
-    Map m_map;
+    const char* CopyName(const std::string& strName)
+    {
+        const std::size_t nSize = strName.size() + 1;  // with the NUL
+        char* const pName = static_cast<char*>(m_memory.allocate(nSize, 1));
+        std::copy_n(strName.c_str(), nSize, pName);
+        return pName;
+    }
+
+    // Entries and names are never freed before this object, so their memory is one growing piece.
+    std::pmr::monotonic_buffer_resource m_memory;
+    Map m_map{&m_memory};
     typename Map::iterator m_itNext = m_map.end();  // behind the entry of the last addition
     std::size_t m_nCount = 0;                       // of the entries that are not retired
-    // Names that entries have been given later, each once.
+    // Names that have been given to an entry in place of its first, each once.
     std::set<std::string> m_setOthers;
 };

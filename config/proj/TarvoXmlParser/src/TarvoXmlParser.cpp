@@ -7,6 +7,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <typeinfo>
 
 #include "config/proj/TarvoXmlParser/src/TLXMLWrapper.h"
 #include "config/proj/TarvoXmlParser/src/TextToInteger.h"
@@ -59,8 +60,9 @@ NamedChild FindByName(IXmlParser& parser, const char* pszKind, const char* pszNa
     NamedChild found{pszKind, -1, {}};
     if (std::strlen(pszName) >= nSize)
         return found;
-    if (const auto* const pWrapper = dynamic_cast<CTLXMLWrapper*>(&parser)) {
-        found.nPosition = pWrapper->FindNamedChild(pszKind, pszName, found.node);
+    if (typeid(parser) == typeid(CTLXMLWrapper)) {  // a final class
+        const auto& wrapper = static_cast<const CTLXMLWrapper&>(parser);
+        found.nPosition = wrapper.FindNamedChild(pszKind, pszName, found.node);
         return found;
     }
     const int nCount = parser.GetChildCount(pszKind);

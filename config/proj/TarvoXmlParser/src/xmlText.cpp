@@ -169,35 +169,19 @@ std::string_view StripBlanks(std::string_view text)
     return text;
 }
 
-bool EqualsNoCase(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && (a == b || StartsWithNoCase(a, b));
-}
-
-bool EqualsNoCase(const char* pszA, const char* pszB)
-{
-    while (*pszA == *pszB || ToLower(*pszA) == ToLower(*pszB)) {
-        if (*pszA == '\0')
-            return true;
-        ++pszA;
-        ++pszB;
-    }
-    return false;
-}
-
 bool StartsWithNoCase(std::string_view text, std::string_view prefix)
 {
     return text.size() >= prefix.size() &&
            std::equal(prefix.begin(), prefix.end(), text.begin(),
-                      [](char x, char y) { return ToLower(x) == ToLower(y); });
+                      [](char x, char y) { return x == y || ToLower(x) == ToLower(y); });
 }
 
 bool LessNoCase::operator()(std::string_view a, std::string_view b) const
 {
     if (a.size() != b.size())
         return a.size() < b.size();
-    const auto [x, y] =
-        std::mismatch(a.begin(), a.end(), b.begin(), [](char p, char q) { return ToLower(p) == ToLower(q); });
+    const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(),
+                                      [](char p, char q) { return p == q || ToLower(p) == ToLower(q); });
     return x != a.end() && ToLower(*x) < ToLower(*y);
 }
 

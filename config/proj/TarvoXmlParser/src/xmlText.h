@@ -55,9 +55,19 @@ std::string_view StripBlanks(std::string_view text);
 // Comparison without regard to the case of ASCII letters, in every locale; other bytes are compared as they
 // are.
 inline char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-bool EqualsNoCase(std::string_view a, std::string_view b);
-bool EqualsNoCase(const char* pszA, const char* pszB);
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
+inline bool EqualsNoCase(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && StartsWithNoCase(a, b);
+}
+inline bool EqualsNoCase(const char* pszA, const char* pszB)
+{
+    for (; *pszA == *pszB || ToLower(*pszA) == ToLower(*pszB); ++pszA, ++pszB) {
+        if (*pszA == '\0')
+            return true;
+    }
+    return false;
+}
 // An order for maps: shorter texts come first, so it is not that of the alphabet.
 struct LessNoCase {
     bool operator()(std::string_view a, std::string_view b) const;

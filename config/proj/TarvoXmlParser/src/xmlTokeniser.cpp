@@ -10,17 +10,11 @@ Tokeniser::Tokeniser(std::string_view xml, const LengthTable& lengths)
 {
 }
 
-// The byte that many places ahead; NUL past the end, which the text itself cannot contain.
-char Tokeniser::Peek(std::size_t nAhead) const
-{
-    return nAhead < m_xml.size() - m_nPlace ? m_xml[m_nPlace + nAhead] : '\0';
-}
-
 // Makes the token of those bytes and moves behind it.
 Token Tokeniser::Make(TokenType type, std::size_t nStart, std::size_t nLength)
 {
     m_nPlace = nStart + nLength;
-    return {type, nStart, m_xml.substr(nStart, nLength), nullptr};
+    return {type, nStart, std::string_view(m_xml.data() + nStart, nLength), nullptr};
 }
 
 bool Tokeniser::StartsHere(std::string_view text) const
@@ -60,14 +54,14 @@ bool Tokeniser::SkipQuoted(char cQuote)
 // Moves to the end of a text: to a blank, a bracket, an equals sign, or the slash of "/>".
 void Tokeniser::SkipText()
 {
-    while (SkipTo(kEndsText) == '/' && Peek(1) != '>')
+    while (SkipTo(kEndsText) == '/' && Here()[1] != '>')
         ++m_nPlace;
 }
 
 // The token of a '<'. No opening of a clear section begins with another second character.
 Token Tokeniser::NextTag(std::size_t nStart)
 {
-    switch (Peek(1)) {
+    switch (Here()[1]) {
         case '/':
             return Make(TokenType::TagEnd, nStart, 2);
         case '?':
@@ -90,10 +84,10 @@ Token Tokeniser::NextTag(std::size_t nStart)
 
 Token Tokeniser::Next()
 {
-    while (IsBlank(m_xml.data()[m_nPlace]))
+    while (IsBlank(*Here()))
         ++m_nPlace;
     const std::size_t nStart = m_nPlace;
-    const char c = Peek(0);
+    const char c = *Here();
     switch (c) {
         case '\0':
             return Make(TokenType::End, nStart, 0);
@@ -104,7 +98,7 @@ Token Tokeniser::Next()
         case '=':
             return Make(TokenType::Equals, nStart, 1);
         case '/':
-            if (Peek(1) == '>')
+            if (Here()[1] == '>')
                 return Make(TokenType::ShortHandClose, nStart, 2);
             break;
         case '"':

@@ -47,7 +47,8 @@ public:
     std::string_view Xml() const { return m_xml; }
 
 private:
-    char Peek(std::size_t nAhead) const;
+    // The bytes from the current place on, up to the NUL behind the text.
+    const char* Here() const { return m_xml.data() + m_nPlace; }
     char SkipTo(std::uint8_t nFlag);
     Token NextTag(std::size_t nStart);
     Token Make(TokenType type, std::size_t nStart, std::size_t nLength);
