@@ -72,7 +72,8 @@ bool IsTextUnicode(std::string_view bytes)
 
 }  // namespace
 
-XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& options, XMLResults& results)
+XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& options, bool bWantEnd,
+                  XMLResults& results)
 {
     xml = xml.substr(0, xml.find('\0'));
     const XMLNode root = XMLRecord::NewRoot();
@@ -95,11 +96,12 @@ XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& optio
             }
         }
     }
-    FindPlace(xml, options.Lengths(), parser.FaultPlace(), results);
+    if (results.error != eXMLErrorNone || bWantEnd)
+        FindPlace(xml, options.Lengths(), parser.FaultPlace(), results);
     return node;
 }
 
-XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Options& options,
+XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Options& options, bool bWantEnd,
                        XMLResults& results)
 {
     results = {};
@@ -121,7 +123,7 @@ XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Op
             text.remove_prefix(kUtf8Mark.size());
         }
     }
-    return ParseText(text, pszTag, options, results);
+    return ParseText(text, pszTag, options, bWantEnd, results);
 }
 
 namespace {

@@ -17,10 +17,12 @@ XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const cha
 
 // Parses the text up to its first NUL and finds the element pszTag, for which null or "" stands for the whole
 // document. Empty on any error that is no warning, and if there is no such element.
+// Without a fault the place in the results is where reading ended, if bWantEnd asks for it.
 // REQUIRES: a NUL stands in the text or behind it.
-XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& options, XMLResults& results);
+XMLNode ParseText(std::string_view xml, const char* pszTag, const Options& options, bool bWantEnd,
+                  XMLResults& results);
 // The same for the bytes of a file: converts UTF-16 and skips a byte-order mark before it parses.
-XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Options& options,
+XMLNode ParseFileBytes(const std::string& strBytes, const char* pszTag, const Options& options, bool bWantEnd,
                        XMLResults& results);
 
 // The encoding of the bytes at the start of a file; char_encoding_error if it cannot be told, as from fewer

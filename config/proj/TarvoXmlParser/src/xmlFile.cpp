@@ -75,7 +75,7 @@ XMLNode XMLNode::parseString(const char* pszXml, const char* pszTag, XMLResults*
     if (pszXml == nullptr)
         results.error = eXMLErrorNoElements;
     else
-        node = ParseText(pszXml, pszTag, GetGlobalOptions(), results);
+        node = ParseText(pszXml, pszTag, GetGlobalOptions(), pResults != nullptr, results);
     if (pResults != nullptr)
         *pResults = results;
     return node;
@@ -89,7 +89,7 @@ XMLNode XMLNode::parseFile(const char* pszFileName, const char* pszTag, XMLResul
     const char* pszDetail = "";
     results.error = ReadWholeFile(pszFileName, strBytes, pszDetail);
     if (results.error == eXMLErrorNone)
-        node = ParseFileBytes(strBytes, pszTag, GetGlobalOptions(), results);
+        node = ParseFileBytes(strBytes, pszTag, GetGlobalOptions(), pResults != nullptr, results);
     if (pResults != nullptr)
         *pResults = results;
     return node;
@@ -111,7 +111,7 @@ XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, boo
             options.nEncoding = static_cast<std::uint8_t>(guess);
         SetGlobalOptions(options);
         if (results.error == eXMLErrorNone)
-            node = ParseFileBytes(strBytes, pszTag, options, results);
+            node = ParseFileBytes(strBytes, pszTag, options, false, results);
     }
     if (results.error != eXMLErrorNone) {
         Report(ReportText(pszFileName == nullptr ? "" : pszFileName, pszTag == nullptr ? "" : pszTag, results,

@@ -13,10 +13,11 @@ void ChildIndex::Clear()
     m_pLast = nullptr;
 }
 
-// Neighbours mostly have one name.
+// Neighbours mostly have one name, and a copy of it in common.
 void ChildIndex::Add(XMLRecord* pChild)
 {
-    if (m_pLast == nullptr || !EqualsNoCase(m_pLast->first, pChild->name))
+    if (m_pLast == nullptr ||
+        (m_pLast->first.data() != pChild->name.data() && !EqualsNoCase(m_pLast->first, pChild->name)))
         m_pLast = &*m_mapKinds.try_emplace(pChild->name).first;
     m_pLast->second.children.push_back(pChild);
 }

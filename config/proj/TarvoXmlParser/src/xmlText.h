@@ -58,7 +58,7 @@ inline char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c 
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);
 inline bool EqualsNoCase(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && StartsWithNoCase(a, b);
+    return a.size() == b.size() && (a == b || StartsWithNoCase(a, b));
 }
 inline bool EqualsNoCase(const char* pszA, const char* pszB)
 {
