@@ -214,6 +214,26 @@ TEST_F(ConfigLoad, MapsByPosition)
     EXPECT_EQ(Products().GetProductIdAt(0), -1);
 }
 
+TEST_F(ConfigLoad, NamesOutliveAClear)
+{
+    for (const int nId : {1, 2})
+        Products().AddBilling(nId, nId, "old");
+    Events().AddEvent(0, "old");
+    const char* const pszOld = Products().InternName(1);
+    for (const char* pszName : {"new", "old", "newer"}) {
+        Products().Clear();
+        Events().Clear();
+        EXPECT_EQ(Products().GetProductCount() + Products().GetBillingId(2), 0);
+        EXPECT_EQ(Products().GetBillingName(1) + Events().GetEventName(0), "");
+        Products().AddBilling(1, 5, pszName);
+        Events().AddEvent(0, pszName);
+        EXPECT_EQ(Products().GetBillingName(1) + Products().GetBillingName(2), pszName);
+        EXPECT_EQ(Events().GetEventName(0), pszName);
+        EXPECT_EQ(Products().GetBillingId(1) + Products().GetProductIdAt(1), 4) << "no second product";
+        EXPECT_STREQ(pszOld, "old");
+    }
+}
+
 // For ThreadSanitizer, and no value is ever seen half-written.
 TEST_F(ConfigLoad, AccessorsDuringLoads)
 {

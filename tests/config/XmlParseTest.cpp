@@ -76,7 +76,10 @@ TEST_F(Xml, EveryFaultHasItsCodeAndPlace)
         {"12 1:4", {"<a>&#65</a>", "<a>&#;</a>", "<a>&#x4G;</a>", "<a>&#6A;</a>", "<a>&#0;</a>"}},
         {"13 1:5", {"<a>\xC3\xA9&#300;</a>"}},
         {"13 1:4", {"<a>&#x100;</a>", "<a>&#99999999999999999999;</a>"}},
-        {"12 1:11", {"<a>&#300; &foo;</a>"}}};
+        {"12 1:11", {"<a>&#300; &foo;</a>"}},
+        {"12 1:15", {"<a>0123456789 &foo;</a>"}},
+        {"12 4:26",
+         {"<a>plain characters\n\n, \xC3\xA4 and some more of them\na line that ends in some &foo;</a>"}}};
     for (const auto& [pszFault, vecXml] : kTable)
         for (const char* pszXml : vecXml)
             EXPECT_EQ(Fault(pszXml), pszFault) << pszXml;

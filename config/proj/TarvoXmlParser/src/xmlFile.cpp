@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <memory>
 
 #include "config/proj/TarvoXmlParser/src/xmlDocument.h"
 #include "platform/Host.h"

@@ -74,7 +74,7 @@ struct XMLClear {
 struct XMLRecord;  // a node of the tree
 
 // The most elements, attributes, texts and clear sections of a document, all together. More are refused with
-// code 8: an item of a few bytes in a hostile text costs a hundred times as many bytes in the tree.
+// code 8: an item of a few bytes in a hostile text costs fifty times as many bytes in the tree.
 inline constexpr std::size_t kMaxItems = 2'000'000;
 // The longest file, in bytes. A longer one is refused with code 10.
 inline constexpr std::size_t kMaxFileSize = std::size_t{64} << 20;
