@@ -7,7 +7,7 @@ namespace Tarvo::XmlParser {
 namespace {
 
 // Bytes of the smallest and the largest block of many pieces. A block is as long as all before it together,
-// within these bounds, so that at most half of the memory, and never more than one largest block, is unused.
+// within these bounds, so that a small tree takes little memory and a large tree few blocks.
 constexpr std::size_t kSmallest = 512;
 constexpr std::size_t kLargest = std::size_t{64} << 10;
 
