@@ -11,6 +11,10 @@ struct _THandle;
 _THandle* CreateHandle();  // an empty stream; null on failure
 void DestroyHandle(_THandle*);
 
+// As if the stream ended after `size` more bytes, for reading, peeking, dropping and GetLength; -1 ends that.
+// Bytes can be appended meanwhile.
+void SetEnd(_THandle*, int size);
+
 int GetLength(_THandle*);                          // bytes in the stream
 int Write(_THandle*, const void* data, int size);  // appends; size, or -1 on failure
 int Read(_THandle*, void* data, int size);         // takes up to size bytes; the count, or -1

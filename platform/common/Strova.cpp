@@ -14,6 +14,10 @@ namespace Strova {
 
 struct _THandle {
     Kernova::MemoryPool::_XMemory m_memory;
+    std::size_t m_nToEnd = kNoEnd;  // bytes before the end that SetEnd has set
+
+    static constexpr std::size_t kNoEnd = static_cast<std::size_t>(-1);
+    std::size_t GetReadable() const { return std::min(m_memory.GetLength(), m_nToEnd); }
 };
 
 namespace {
@@ -28,7 +32,7 @@ constexpr std::size_t kLargeBytes = 256u << 10;
 // How many of `size` bytes are there to be taken.
 std::size_t Available(const _THandle* pStream, int size)
 {
-    return std::min(static_cast<std::size_t>(size), pStream->m_memory.GetLength());
+    return std::min(static_cast<std::size_t>(size), pStream->GetReadable());
 }
 
 // A large stream gives back what has been read of it, half by half: what is made of its bytes needs the
@@ -45,8 +49,11 @@ void GiveBackFront(Kernova::MemoryPool::_XMemory& memory)
     }
 }
 
-void DropFront(Kernova::MemoryPool::_XMemory& memory, std::size_t nCount)
+void DropFront(_THandle& stream, std::size_t nCount)
 {
+    auto& memory = stream.m_memory;
+    if (stream.m_nToEnd != _THandle::kNoEnd)
+        stream.m_nToEnd -= nCount;
     memory.m_nFront += nCount;
     if (memory.GetLength() != 0)
         return GiveBackFront(memory);
@@ -68,10 +75,13 @@ _THandle* CreateHandle()
 
 void DestroyHandle(_THandle* pStream) { delete pStream; }
 
-int GetLength(_THandle* pStream)
+void SetEnd(_THandle* pStream, int size)
 {
-    return pStream == nullptr ? 0 : static_cast<int>(pStream->m_memory.GetLength());
+    if (pStream != nullptr)
+        pStream->m_nToEnd = size < 0 ? _THandle::kNoEnd : static_cast<std::size_t>(size);
 }
+
+int GetLength(_THandle* pStream) { return pStream == nullptr ? 0 : static_cast<int>(pStream->GetReadable()); }
 
 int Write(_THandle* pStream, const void* data, int size)
 {
@@ -112,7 +122,7 @@ int Read(_THandle* pStream, void* data, int size)
 {
     const int nCount = Peek(pStream, data, size);
     if (nCount > 0)
-        DropFront(pStream->m_memory, static_cast<std::size_t>(nCount));
+        DropFront(*pStream, static_cast<std::size_t>(nCount));
     return nCount;
 }
 
@@ -121,7 +131,7 @@ int RemoveLeft(_THandle* pStream, int size)
     if (pStream == nullptr || size < 0)
         return Platova::FailWith(std::errc::invalid_argument);
     const std::size_t nCount = Available(pStream, size);
-    DropFront(pStream->m_memory, nCount);
+    DropFront(*pStream, nCount);
     return static_cast<int>(nCount);
 }
 

@@ -58,11 +58,20 @@ TEST_F(FrameLoop, ThreePiecesCutAtAnyBytes)
     }
 }
 
-TEST_F(FrameLoop, AnUnknownIdStaysAndIsTakenForTheNextHeader)
+// Whatever stands in a frame, and whatever its handler takes, the next frame begins where the first one ends.
+TEST_F(FrameLoop, TheLengthIsTheTruth)
 {
-    EXPECT_TRUE(Arrive("\0\0\0\x04\0\0\0\x3A"sv));  // id 0x3A, which then reads as a length of 58
-    EXPECT_EQ(m_strCalls, "");
-    EXPECT_EQ(Left(), 4);
+    for (const auto frame : {"\0\0\0\x04\0\0\0\x3A"sv,               // an unknown id
+                             "\0\0\0\x06\x70\0\0\x3A\0\0"sv,         // and one above all lengths
+                             "\0\0\0\x02\0\0"sv,                     // half an id
+                             "\0\0\0\x04\0\0\x01\x0A"sv,             // a field too few
+                             "\0\0\0\x08\0\0\x02\x0A\0\0\0\0"sv}) {  // and one too many
+        m_strCalls.clear();
+        EXPECT_TRUE(Arrive(std::string(frame) + std::string(kOne)));
+        EXPECT_EQ(m_strCalls.back(), '1');
+        EXPECT_LE(m_strCalls.size(), 2u);
+        EXPECT_EQ(Left(), 0);
+    }
 }
 
 TEST_F(FrameLoop, LengthsThatLie)
