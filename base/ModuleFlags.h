@@ -30,6 +30,19 @@ inline CModuleFlag& BeingTerminatedFlag()
     return *s_pFlag;
 }
 
+// Counts the lives of the library: a life begins with InitModule and ends within UninitModule. A call of the
+// game can outlast a stop by its whole wait. What belongs to a life carries the life's number, so that such a
+// call changes nothing in the tables of the next life and sends nothing on the next life's connection.
+class ModuleLife {
+public:
+    static unsigned int Current() { return s_nLife.load(); }
+    // After the last thread of the library has ended and before the tables are emptied.
+    static void End() { ++s_nLife; }
+
+private:
+    static inline std::atomic<unsigned int> s_nLife{1};  // never 0
+};
+
 // Marks the calling thread as inside a callback of the game, for the length of the scope; scopes nest.
 // InitModule and UninitModule refuse to work on a marked thread: a stop waits until every running callback
 // has returned, so a stop from inside a callback would wait for itself for ever.

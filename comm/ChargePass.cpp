@@ -1,5 +1,5 @@
-// Builds the charge message of a product: who is charged, and whose term has ended. Runs on the charge thread
-// once a cycle, or on a game thread inside the export Charge.
+// A charge pass: whose term has ended is checked out, and each product's users are reported. Runs on the
+// charge thread once a cycle, or on a game thread inside the export Charge.
 #include "comm/ChargePass.h"
 
 #include <vector>
@@ -13,13 +13,16 @@
 
 namespace {
 
-// Sends the checkout of a user whose term has ended. Runs inside the scan, with the active link list and
-// the user map's lock held; both locks are re-entrant, which the send needs. A checkout that cannot be sent
-// is kept for the next connection, and the user expires here all the same.
+// So many users are checked out in one hold of the locks; other threads send and reach the map between two.
+constexpr std::size_t kMostExpired = 256;
+
+// Sends the checkout of a user whose term has ended. Runs inside the walk, with the active link list and the
+// user map's lock held; both locks are re-entrant, which the send needs. A checkout that cannot be sent is
+// kept for the next delivery, and the user expires here all the same.
 void CheckOutExpired(const CUserInfo& info)
 {
     CheckOutUnasked(
-        info,
+        info, Session::InMap,
         [&] {
             Log::InfoFmt(
                 "[User Info Map] A 'XC2S_CheckOutReq' msg will be sent because of 'BILLING_EXPIRE' event.\r\n"
@@ -34,42 +37,71 @@ void CheckOutExpired(const CUserInfo& info)
         });
 }
 
-// The notice that the game gets about a user whose term has ended: event code 0 (BILLING_EXPIRE), specific
-// code 0 and no parameter, all of which are the zeros of a new record.
-void AddExpiryNotice(std::vector<_BILLING_NOTI_INFO>& vecNotices, const CUserInfo& info)
+// The users of one step of the walk. They have been checked out, so they are told to the game and removed in
+// any case, also when the step has ended with an exception. The game is called with no lock held, and each
+// record is removed by its number: a user who has checked in again meanwhile stays.
+class ExpiredUsers {
+public:
+    ExpiredUsers() { m_vecUsers.reserve(kMostExpired); }
+    ~ExpiredUsers()
+    {
+        const auto pfnBillingEvent = CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>();
+        for (const ExpiredUser& user : m_vecUsers) {
+            // Event code 0 (BILLING_EXPIRE), specific code 0 and no parameter: the zeros of a new record.
+            _BILLING_NOTI_INFO notice{};
+            CopyText(notice.szUserKey, user.strKey);
+            CopyText(notice.szUserIP, user.strUserIP);
+            TellGame(pfnBillingEvent, notice);
+            UserInfoMap().RemoveRecord(user.strKey, user.nRecordNo);
+        }
+    }
+    ExpiredUsers(const ExpiredUsers&) = delete;
+    ExpiredUsers& operator=(const ExpiredUsers&) = delete;
+
+    std::vector<ExpiredUser>& Get() { return m_vecUsers; }
+
+private:
+    std::vector<ExpiredUser> m_vecUsers;
+};
+
+// One step of the walk; false at its end or without a connection.
+bool ExpireSome(std::string& strAfter, const Host::LocalTime& now)
 {
-    auto& notice = vecNotices.emplace_back();
-    CopyText(notice.szUserKey, info.GetKey());
-    CopyText(notice.szUserIP, info.GetUserIP());
+    ExpiredUsers expired;
+    bool bMore = false;
+    CommHandler().WithActiveLink([&] {
+        bMore = UserInfoMap().FindExpired(strAfter, now, kMostExpired, expired.Get(), &CheckOutExpired);
+    });
+    return bMore;
 }
 
-// Fills the list with the users of the product who are to be charged, and returns their number. Returns 0
-// when memory has run out: the expired users then stay in the map, the game is not told of them, and the next
-// pass finds them again.
-int CollectUsers(Wirova::RecordVector<XChargeInfo>& list, int nProductId)
+// Ends the sessions of all users, of any product, whose term has ended. A Charge that the game calls inside
+// its callback leaves the rest to the pass that has called the game. Who is not reached for want of memory is
+// found by the next pass.
+void ExpireUsers()
 {
-    std::vector<_BILLING_NOTI_INFO> vecNotices;
-    const bool bScanned = UserInfoMap().ScanUsersForCharge(list, nProductId, [&](const CUserInfo& info) {
-        AddExpiryNotice(vecNotices, info);
-        CheckOutExpired(info);
-    });
-    if (!bScanned)
-        return 0;
-    // The game is called after the scan has released the user map's lock, so that other threads reach the map
-    // while the callback runs. The users are removed whether the game has given a callback or not.
-    const auto pfnBillingEvent = CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>();
-    for (const _BILLING_NOTI_INFO& notice : vecNotices) {
-        TellGame(pfnBillingEvent, notice);
-        UserInfoMap().RemoveUserInfo(std::string(FieldText(notice.szUserKey)));
+    static thread_local bool s_bInside = false;
+    if (s_bInside)
+        return;
+    s_bInside = true;
+    try {
+        const Host::LocalTime now = Host::GetLocalTime();
+        std::string strAfter;
+        while (ExpireSome(strAfter, now)) {
+        }
+    } catch (...) {
+        Log::Error("[Charge Gen] There is no memory for the users whose term has ended.");
     }
-    return static_cast<int>(list.size());
+    s_bInside = false;
 }
 
 }  // namespace
 
 Built Build(XC2S_ChargeReq& msg, const _CHARGE_SEND& record)
 {
-    const int nCount = CollectUsers(msg.vecChargeInfo, record.nProductId);
+    const bool bScanned =
+        UserInfoMap().ScanUsersForCharge(msg.vecChargeInfo, record.nProductId, Host::GetLocalTime());
+    const int nCount = bScanned ? static_cast<int>(msg.vecChargeInfo.size()) : 0;
     if (nCount < 1) {
         Log::InfoFmt("[Comm Handler] There is no user list for PID: %d charge.", record.nProductId);
         return Built::Nothing;
@@ -81,11 +113,15 @@ Built Build(XC2S_ChargeReq& msg, const _CHARGE_SEND& record)
 
 int SendChargePass(void (*pfnOnFailed)(int nProductId))
 {
+    const Kernova::XTL::UseScope use(CommHandler().GetGate());
     const auto& products = BillingIdMap();
     int nSent = 0;
-    // A reload may add products while this loop runs; the count is therefore asked for again at each turn.
-    for (int n = 0; n < products.GetProductCount(); ++n) {
-        const int nProductId = products.GetProductIdAt(n);
+    // By id and not by position: a reload may add products while this loop runs.
+    std::int32_t nProductId = 0;
+    bool bMore = products.GetFirstProductId(nProductId);
+    if (bMore)
+        ExpireUsers();
+    for (; bMore; bMore = products.GetProductIdAbove(nProductId, nProductId)) {
         if (CommHandler().SendMessage<XC2S_ChargeReq>(_CHARGE_SEND{nProductId}))
             ++nSent;
         else
@@ -97,6 +133,6 @@ int SendChargePass(void (*pfnOnFailed)(int nProductId))
 void RunChargeCycle()
 {
     SendChargePass([](int nProductId) {
-        Log::DebugFmt("[Charge Gen] Failed to send a 'XC2S_ChargeReq' msg for PID: %d.", nProductId);
+        Log::ErrorFmt("[Charge Gen] Failed to send a 'XC2S_ChargeReq' msg for PID: %d.", nProductId);
     });
 }

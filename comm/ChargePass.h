@@ -6,9 +6,10 @@
 #include "comm/out/SendRecords.h"
 #include "wirova/messages/SessionMessages.h"
 
-// Sends one message for each product of the settings, in ascending order of the product ids, and calls
-// pfnOnFailed for each product whose message could not be sent; a failed product is not tried again before
-// the next pass. Returns the number of products whose message went out or that had nobody to charge.
+// Checks out the users whose term has ended, tells the game and removes them, then sends one message for each
+// product of the settings, in ascending order of the product ids, and calls pfnOnFailed for each product
+// whose message could not be sent; a failed product is not tried again before the next pass. Returns the
+// number of products whose message went out or that had nobody to charge.
 int SendChargePass(void (*pfnOnFailed)(int nProductId));
 
 // The pass of the charge thread: SendChargePass with a log line for each product that failed.
@@ -20,8 +21,5 @@ struct _CHARGE_SEND {
 };
 
 // Fills the message with all users of one product who are to be charged; Built::Nothing if there are none.
-// The same walk finds the users of any product whose term has ended: they are checked out at the service,
-// told to the game and removed from the user map. A user in the message is no longer a first-time user, even
-// if the message then cannot be sent. Runs with the active link list locked, also while the game's callback
-// runs, so no other message leaves meanwhile.
+// A user in the message is no longer a first-time user, even if the message then cannot be sent.
 Built Build(XC2S_ChargeReq& msg, const _CHARGE_SEND& record);

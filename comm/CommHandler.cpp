@@ -8,10 +8,12 @@
 #include "base/ModuleFlags.h"
 #include "base/Times.h"
 #include "comm/ChargePass.h"
+#include "comm/FailedDelivery.h"
 #include "comm/FirstConnectWait.h"
 #include "config/ConfigReader.h"
 #include "platform/Host.h"
 #include "session/ChargeGen.h"
+#include "session/FailedCheckOutVector.h"
 
 using Kernova::XTL::ScopedLock;
 
@@ -162,10 +164,17 @@ void CCommHandler::Execute()
 
 void CCommHandler::BeatHeart()
 {
-    if (SendMessage<XC2S_Heartbeat>())
+    bool bAllLeft = false;
+    const auto onAccepted = [&bAllLeft] { FailedCheckOutVector().OnHeartbeat(bAllLeft); };
+    if (SendWith<XC2S_Heartbeat>(SendTerms{0, nullptr, &bAllLeft}, onAccepted)) {
         Log::Debug("[Comm Handler] Success to send a 'XC2S_Heartbeat' msg.");
-    else
+        // Checkouts that failed while the link stood do not wait for its loss.
+        Netrova::Link::_THandle* const pRegistered = m_pRegistered.load();
+        if (pRegistered != nullptr && FailedCheckOutVector().GetCount() > 0)
+            DeliverFailedCheckouts(pRegistered);
+    } else {
         Log::Error("[Comm Handler] Failed to send a 'XC2S_Heartbeat' msg.");
+    }
     m_wakeHeartbeat.Wait(CycleMilliseconds(ConfigReader().GetHeartbeatCycle()));
     ResetWake(m_wakeHeartbeat);
 }

@@ -56,9 +56,61 @@ public:
     }
 
     // The same, and runs onAccepted() once the link has accepted the message and before any byte of it
-    // leaves: what the handler of the answer finds is prepared there. Runs with the active link list locked.
+    // leaves: what the handler of the answer finds is prepared there. Runs with the active link list locked
+    // and must not throw. SendMessage may throw what the builder throws, and only before that.
     template <class M, class OnAccepted, class... Args>
     bool SendMessageThen(OnAccepted onAccepted, const Args&... args)
+    {
+        return SendWith<M>(SendTerms{}, onAccepted, args...);
+    }
+    // The same in one life of the library: fails if that life has ended.
+    template <class M, class OnAccepted, class... Args>
+    bool SendInLife(unsigned int nLife, OnAccepted onAccepted, const Args&... args)
+    {
+        return SendWith<M>(SendTerms{nLife, nullptr, nullptr}, onAccepted, args...);
+    }
+    // The same on one link: fails if another link has taken its place. What came in on a link is answered
+    // this way, because the service gives a Req ID of its own to one link only.
+    template <class M, class... Args>
+    bool SendOn(Netrova::Link::_THandle* pLink, const Args&... args)
+    {
+        return SendOnThen<M>(
+            pLink, [] {}, args...);
+    }
+    template <class M, class OnAccepted, class... Args>
+    bool SendOnThen(Netrova::Link::_THandle* pLink, OnAccepted onAccepted, const Args&... args)
+    {
+        return SendWith<M>(SendTerms{0, pLink, nullptr}, onAccepted, args...);
+    }
+
+    // Runs work() with the active link list locked, so that what work() sends leaves together. False, without
+    // having run work(), if there is no connection.
+    template <class Work>
+    bool WithActiveLink(Work work)
+    {
+        return RunWithActiveLink([](void* pWork) { (*static_cast<Work*>(pWork))(); }, &work);
+    }
+
+    void CloseActiveLink();
+    // The service has accepted the registration on that link: waiting checkouts may be delivered on it.
+    void SetRegistered(Netrova::Link::_THandle* pLink)
+    {
+        if (m_pLink.load() == pLink)
+            m_pRegistered.store(pLink);
+    }
+    // Entered for the length of a charge pass: Stop waits for the pass, so no callback of the game begins
+    // afterwards.
+    Kernova::XTL::UseGate& GetGate() { return m_gateConnector; }
+
+private:
+    // Where a message may go.
+    struct SendTerms {
+        unsigned int nLife = 0;                    // 0: any
+        Netrova::Link::_THandle* pLink = nullptr;  // null: any
+        bool* pbAllLeft = nullptr;  // becomes whether everything sent before has left the link's queue
+    };
+    template <class M, class OnAccepted, class... Args>
+    bool SendWith(const SendTerms& terms, OnAccepted onAccepted, const Args&... args)
     {
         auto build = [&](Wirova::Stream* pStream) {
             M msg;
@@ -67,18 +119,17 @@ public:
                 return Built::Failed;
             return built;
         };
-        return SendBuilt({[](void* pBuild, Wirova::Stream* pStream) {
+        return SendBuilt({terms,
+                          [](void* pBuild, Wirova::Stream* pStream) {
                               return (*static_cast<decltype(build)*>(pBuild))(pStream);
                           },
                           &build, [](void* pAccepted) { (*static_cast<OnAccepted*>(pAccepted))(); },
                           &onAccepted});
     }
 
-    void CloseActiveLink();
-
-private:
     // What differs from one send to the next.
     struct Send {
+        SendTerms terms;
         Built (*pfnBuild)(void* pBuild, Wirova::Stream* pStream);
         void* pBuild;
         void (*pfnAccepted)(void* pAccepted);
@@ -86,6 +137,7 @@ private:
     };
     bool SendBuilt(const Send& send);
     bool SendOnLink(const Send& send);
+    bool RunWithActiveLink(void (*pfnWork)(void* pWork), void* pWork);
 
     bool CreateConnector();
     bool SetConnectorCallbacks();
@@ -95,6 +147,7 @@ private:
     void BeatHeart();
     void Reconnect();
     bool Register();
+    void LoseRead(Netrova::Link::_THandle* pLink);
     void ResetWake(Kernova::Threading::ManualResetEvent& event) { ResetUnlessStopping(event, m_bStop); }
     void SetCallbacks(const _CONNECTOR_CALLBACKS& callbacks);
     void SetLastErrorText(std::string str);
@@ -107,7 +160,12 @@ private:
     std::atomic<RegisterHandlersFunction> m_pfnRegisterHandlers{nullptr};
     std::atomic<Netrova::Connector::_THandle*> m_pConnector{nullptr};
     Kernova::ThreadPool::_THandle* m_pPool = nullptr;
-    // Senders use the connector while Stop takes it away.
+    // The link of the last connected callback, its receives that are outstanding, and the same link again
+    // from its accepted registration to its end. Compared only, never followed.
+    std::atomic<Netrova::Link::_THandle*> m_pLink{nullptr};
+    std::atomic<int> m_nReads{0};
+    std::atomic<Netrova::Link::_THandle*> m_pRegistered{nullptr};
+    // Senders use the connector while Stop takes it away. Closed from the one to the next life.
     Kernova::XTL::UseGate m_gateConnector;
     Kernova::Threading::ManualResetEvent m_wakeHeartbeat{false};
     Kernova::Threading::ManualResetEvent m_wakeReconnect{false};

@@ -1,10 +1,13 @@
 // The connector's callbacks and the way out of every message.
 #include "base/LastErrorCode.h"
 #include "base/Logger.h"
+#include "base/ModuleFlags.h"
 #include "comm/CommHandler.h"
+#include "comm/FirstConnectWait.h"
 #include "comm/FrameLoop.h"
 #include "comm/WakeBatch.h"
 #include "session/ChargeGen.h"
+#include "session/FailedCheckOutVector.h"
 
 using Kernova::XTL::ScopedLock;
 using Kernova::XTL::UseScope;
@@ -51,13 +54,26 @@ void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_TH
     auto& self = CommHandler();
     Log::Info("[Comm Handler] Velkar connector is connected to Velkar server.");
     Netrova::Link::AddRef(pLink);
+    FirstConnectWait().SetLink(pLink);
+    self.m_nReads.store(kRecvsOutstanding);
+    self.m_pLink.store(pLink);
     if (!self.Register()) {
         Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]",
                       LastErrorCode());
         return;
     }
-    for (int i = 0; i < kRecvsOutstanding; ++i)
-        Netrova::Link::Recv(pLink, kRecvSize);
+    for (int i = 0; i < kRecvsOutstanding; ++i) {
+        if (Netrova::Link::Recv(pLink, kRecvSize) == -1)
+            self.LoseRead(pLink);
+    }
+}
+
+// A receive that could not be asked for again is gone. A link without any receive would stay up and deaf, so
+// it is closed, and the reconnection begins.
+void CCommHandler::LoseRead(Netrova::Link::_THandle* pLink)
+{
+    if (m_pLink.load() == pLink && --m_nReads == 0)
+        Netrova::Link::Close(pLink);
 }
 
 // Takes the connection into use. The active links stay locked meanwhile, so that the registration is the
@@ -88,22 +104,29 @@ void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::
 {
     auto& self = CommHandler();
     Log::Info("[Comm Handler] Connection to Velkar server is disconnected.");
+    // The link has left the active links, so no sender adds to its checkouts any more.
+    FailedCheckOutVector().OnLinkLost();
+    self.m_pLink.store(nullptr);
+    self.m_pRegistered.store(nullptr);
     Netrova::Link::Release(pLink);
-    self.m_bConnected.store(false);
-    self.ResetWake(self.m_wakeReconnect);
-    self.m_wakeHeartbeat.Set();
+    // Once the connected flag is clear, the comm thread may connect again at any moment: what the next
+    // connected callback sets is not touched behind it.
     ChargeGen().SetDisconnected(true);
+    self.ResetWake(self.m_wakeReconnect);
+    self.m_bConnected.store(false);
+    self.m_wakeHeartbeat.Set();
 }
 
 void CCommHandler::OnTimeout(Netrova::Connector::_THandle*, Netrova::Link::_THandle*, void*) {}
 
 void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void*)
 {
-    const auto& self = CommHandler();
+    auto& self = CommHandler();
     Log::Info("[Comm Handler] Msg from a Velkar server is received.");
     Strova::_THandle* const pStream = Netrova::Link::LockReadStream(pLink);
     if (pStream == nullptr) {
         Log::ErrorFmt("[Comm Handler] Failed to get a recv stream. [Error code: %d]", LastErrorCode());
+        self.LoseRead(pLink);
         return;
     }
     bool bGoOn = false;
@@ -113,7 +136,8 @@ void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THa
     }
     Netrova::Link::UnlockReadStream(pLink);
     if (bGoOn) {
-        Netrova::Link::Recv(pLink, kRecvSize);
+        if (Netrova::Link::Recv(pLink, kRecvSize) == -1)
+            self.LoseRead(pLink);
         return;
     }
     Log::Error("[Comm Handler] The recv stream holds no msg of the protocol. The link is closed.");
@@ -132,11 +156,24 @@ void CCommHandler::CloseActiveLink()
         Netrova::Link::Close(pLink);
 }
 
+bool CCommHandler::RunWithActiveLink(void (*pfnWork)(void* pWork), void* pWork)
+{
+    const UseScope use(m_gateConnector);
+    if (!use || !m_bConnected.load())
+        return false;
+    const ActiveLinks links(m_pConnector.load());
+    if (links.pList == nullptr || Netrova::ActiveLinkList::GetLink(links.pList, 0) == nullptr)
+        return false;
+    pfnWork(pWork);
+    return true;
+}
+
 bool CCommHandler::SendBuilt(const Send& send)
 {
     WakeBatch::WakeNow();  // the list may be held for as long as a callback of the game takes
     const UseScope use(m_gateConnector);
-    if (!use || !m_bConnected.load()) {
+    const bool bAlive = send.terms.nLife == 0 || send.terms.nLife == ModuleLife::Current();
+    if (!use || !bAlive || !m_bConnected.load()) {
         Log::Error("[Comm Handler] Failed to send a request because connection is closed.");
         return false;
     }
@@ -152,11 +189,13 @@ bool CCommHandler::SendOnLink(const Send& send)
         return false;
     }
     Netrova::Link::_THandle* const pLink = Netrova::ActiveLinkList::GetLink(links.pList, 0);
-    if (pLink == nullptr) {
+    if (pLink == nullptr || (send.terms.pLink != nullptr && send.terms.pLink != pLink)) {
         Log::ErrorFmt("[Comm Handler] Failed to get an active link for request. [Error code: %d]",
                       LastErrorCode());
         return false;
     }
+    if (send.terms.pbAllLeft != nullptr)
+        *send.terms.pbAllLeft = Netrova::Link::HasSentAll(pLink);
     const OutStream stream;
     if (stream.p == nullptr) {
         Log::ErrorFmt("[Comm Handler] Failed to make stream for request. [Error code: %d]", LastErrorCode());

@@ -17,7 +17,14 @@ void CFirstConnectWait::ExpectAnswer()
     const ScopedLock lock(m_lock);
     m_bExpected = true;
     m_bArmed = false;
+    m_pLink = nullptr;
     m_armed.Reset();
+}
+
+void CFirstConnectWait::SetLink(const void* pLink)
+{
+    const ScopedLock lock(m_lock);
+    m_pLink = pLink;
 }
 
 void CFirstConnectWait::ForgetAnswer()
@@ -59,25 +66,27 @@ std::string CFirstConnectWait::GetConnectMessage()
     return m_answer.strMessage;
 }
 
-void CFirstConnectWait::SetConnectResult(int nResult)
+void CFirstConnectWait::SetConnectResult(const void* pLink, int nResult)
 {
     const ScopedLock lock(m_lock);
-    m_pending.nResult = nResult;
+    if (pLink == m_pLink)
+        m_pending.nResult = nResult;
 }
 
-void CFirstConnectWait::SetConnectMessage(const std::string& strMessage)
+void CFirstConnectWait::SetConnectMessage(const void* pLink, const std::string& strMessage)
 {
     const ScopedLock lock(m_lock);
-    m_pending.strMessage = strMessage;
+    if (pLink == m_pLink)
+        m_pending.strMessage = strMessage;
 }
 
-void CFirstConnectWait::ReleaseConnectWait()
+void CFirstConnectWait::ReleaseConnectWait(const void* pLink)
 {
     WakeBatch::WakeNow();
     for (;;) {
         {
             const ScopedLock lock(m_lock);
-            if (!m_bExpected || m_bCancelled)
+            if (!m_bExpected || m_bCancelled || pLink != m_pLink)
                 return;
             // Disarming lets only one answer through: a second answer of the same round is not expected.
             if (m_bArmed) {

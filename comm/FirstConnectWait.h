@@ -14,7 +14,7 @@
 class CFirstConnectWait {
 public:
     // ---- the waiting side: InitModule's thread or the comm thread ----
-    // Begins a round.
+    // Begins a round. Its link is not known yet.
     void ExpectAnswer();
     // Ends a round whose Connect has failed, and releases a handler that is held.
     void ForgetAnswer();
@@ -24,14 +24,19 @@ public:
     int GetConnectResult();
     std::string GetConnectMessage();
 
-    // ---- the answering side: a pool thread inside the handler ----
-    // These two only store the answer; ReleaseConnectWait hands it over.
-    void SetConnectResult(int nResult);
-    void SetConnectMessage(const std::string& strMessage);
+    // ---- a pool thread inside the connected callback, before anything is sent ----
+    // The link of the open round. An answer that came in on another link belongs to an earlier round and
+    // has no effect.
+    void SetLink(const void* pLink);
+
+    // ---- the answering side: a pool thread inside the handler, with the link that the answer came in on
+    // ---- These two only store the answer; ReleaseConnectWait hands it over.
+    void SetConnectResult(const void* pLink, int nResult);
+    void SetConnectMessage(const void* pLink, const std::string& strMessage);
     // Holds the handler, and with it the link's reader, until the waiting thread has armed; then hands the
     // stored answer over and wakes that thread. Returns at once if no round expects an answer or the library
     // is being terminated.
-    void ReleaseConnectWait();
+    void ReleaseConnectWait(const void* pLink);
 
     // ---- start and stop of the comm handler ----
     // Allows rounds again after a Cancel.
@@ -50,6 +55,7 @@ private:
     Kernova::Threading::ManualResetEvent m_armed{false};     // releases a held handler
     Answer m_answer GUARDED_BY(m_lock);                      // what the waiting thread reads
     Answer m_pending GUARDED_BY(m_lock);                     // stored by a handler, not handed over yet
+    const void* m_pLink GUARDED_BY(m_lock) = nullptr;        // of the round; compared only
     bool m_bExpected GUARDED_BY(m_lock) = false;             // a round is open
     bool m_bArmed GUARDED_BY(m_lock) = false;                // WaitForConnectAnswer waits
     bool m_bCancelled GUARDED_BY(m_lock) = false;            // between Cancel and Open

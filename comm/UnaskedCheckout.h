@@ -2,18 +2,29 @@
 // has given up. No caller waits for their answer.
 #pragma once
 
-#include "comm/CommHandler.h"
-#include "session/FailedCheckOutVector.h"
+#include "session/UserInfo.h"
 
-// Sends one checkout for the user with Req ID -1, so that its answer wakes nobody. onSent() or onFailed()
-// writes the log line of the occasion. A checkout that cannot be sent is kept for the next accepted
-// connection. A record without an IP is not kept; the expiry notice of a user who is not in the user map
-// makes such a record.
+// Which session is checked out.
+enum class Session {
+    InMap,     // the one that the record was copied from
+    NotInMap,  // one that the service alone has: see the builder of XC2S_CheckOutReq
+};
+
+// What became of a checkout.
+enum class CheckedOut { Sent, Needless, Failed };
+
+// Sends one checkout for the user with Req ID -1, so that its answer wakes nobody. A checkout that cannot be
+// sent is kept for the next delivery. A record without an IP is not kept; the expiry notice of a user who is
+// not in the user map makes such a record. Throws std::bad_alloc only before anything is sent or kept.
+CheckedOut SendUnaskedCheckout(const CUserInfo& info, Session session);
+
+// The same, and onSent() or onFailed() writes the log line of the occasion.
 template <class OnSent, class OnFailed>
-void CheckOutUnasked(const CUserInfo& info, OnSent onSent, OnFailed onFailed)
+void CheckOutUnasked(const CUserInfo& info, Session session, OnSent onSent, OnFailed onFailed)
 {
-    if (CommHandler().SendMessage<XC2S_CheckOutReq>(UnaskedCheckout(info.GetKey())))
-        return onSent();
-    onFailed();
-    FailedCheckOutVector().AddFailedUser(info);
+    const CheckedOut result = SendUnaskedCheckout(info, session);
+    if (result == CheckedOut::Sent)
+        onSent();
+    else if (result == CheckedOut::Failed)
+        onFailed();
 }

@@ -32,6 +32,25 @@ const char* CBillingIdMap::InternName(std::int32_t nProductId) const
     return pEntry == nullptr ? "" : pEntry->pszName;
 }
 
+bool CBillingIdMap::GetFirstProductId(std::int32_t& nFirst) const
+{
+    const ScopedLock lock(m_lock);
+    if (m_mapBilling.empty())
+        return false;
+    nFirst = m_mapBilling.begin()->first;
+    return true;
+}
+
+bool CBillingIdMap::GetProductIdAbove(std::int32_t nProductId, std::int32_t& nAbove) const
+{
+    const ScopedLock lock(m_lock);
+    const auto it = m_mapBilling.upper_bound(nProductId);
+    if (it == m_mapBilling.end())
+        return false;
+    nAbove = it->first;
+    return true;
+}
+
 std::int32_t CBillingIdMap::GetProductCount() const
 {
     const ScopedLock lock(m_lock);

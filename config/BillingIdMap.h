@@ -22,6 +22,10 @@ public:
     // The same name as a text that stays valid as long as the library is loaded, also after a Clear. Empty if
     // there is no such product. For the export GetBillingName, whose caller owns nothing.
     const char* InternName(std::int32_t nProductId) const;
+    // A walk over all products that a reload in the middle does not confuse: the lowest id, then the lowest
+    // one above the last. False, with the result left as it is, if there is none.
+    bool GetFirstProductId(std::int32_t& nFirst) const;
+    bool GetProductIdAbove(std::int32_t nProductId, std::int32_t& nAbove) const;
     std::int32_t GetProductCount() const;
     // The product id at that position, from 0, in ascending order of the ids; -1 (all bits set) for a
     // position outside the map. Made for a walk over all products: a position costs no walk of its own.

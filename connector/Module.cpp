@@ -41,6 +41,7 @@ void StopRunning() noexcept
     try {
         ConfigReader().Shutdown();
         CommHandler().Stop();
+        ModuleLife::End();
         Logger().Uninit();
     } catch (...) {  // without memory for one of the steps the flags below are cleared all the same
     }
@@ -63,6 +64,9 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
     const std::string strPrefix = strDirectory.empty() ? "" : strDirectory + Host::GetPathSeparator();
     error.Put("");
 
+    // The load adds entries and changes none, so what a failed start has left would stay in force.
+    BillingIdMap().Clear();
+    EventCodeMap().Clear();
     // The first load may show a bad settings file in a dialog, which blocks until it is closed.
     auto& config = ConfigReader();
     if (!config.Open(strPrefix + kSettingsFile)) {

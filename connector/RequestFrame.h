@@ -34,6 +34,15 @@ struct CallBase {
     bool HasNullArg() const { return false; }
     // Once the library is known to be initialised, before there is a waiter: a text ends the call.
     const char* Refuse() { return nullptr; }
+    // What lives from before the send until after OnEnd.
+    template <class Record>
+    int MakeScope(const Record&) const
+    {
+        return 0;
+    }
+    // The link has accepted the request, of which no byte has left yet. With the active link list locked, so
+    // nothing may fail here.
+    void OnAccepted() {}
     void OnSendFailed() {}
     template <class Response>
     void OnEnd(const Response&)  // after the wait, with the answer or the timeout's failure
@@ -62,6 +71,7 @@ void PresetTimeout(ResponseWait<Response>& waiter, const char* pszTimeout)
 template <class Call, class Response>
 void RunInside(Call& call, Response& res)
 {
+    const unsigned int nLife = ModuleLife::Current();
     if (!InitializedFlag().IsSet())
         return SetFailure(res, "Velkar Connector is not initialized.");
     if (const char* const pszRefusal = call.Refuse())
@@ -74,10 +84,14 @@ void RunInside(Call& call, Response& res)
         return SetFailure(res, "Velkar Connector is being terminated.");
 
     const auto record = call.MakeRecord(waiter.nReqID);
+    [[maybe_unused]] const auto scope = call.MakeScope(record);
     call.LogRequest(record);
     // The timeout's failure stands before the first byte of the request leaves, so no answer can overtake it.
-    const auto preset = [&waiter] { PresetTimeout(waiter, Call::kTimeout); };
-    if (!CommHandler().SendMessageThen<typename Call::Request>(preset, record)) {
+    const auto onAccepted = [&] {
+        PresetTimeout(waiter, Call::kTimeout);
+        call.OnAccepted();
+    };
+    if (!CommHandler().SendInLife<typename Call::Request>(nLife, onAccepted, record)) {
         const char* const pszMessage = typename Call::Request().GetMsgName();
         Log::ErrorFmt("[Velkar Connector] Failed to send a '%s' msg(Req ID: %d).", pszMessage, waiter.nReqID);
         SetFailure(res, std::string("Failed to send a '") + pszMessage + "' msg.");

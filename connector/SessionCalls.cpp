@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 #include "VelkarConnector.h"
 #include "comm/ChargePass.h"
@@ -34,8 +35,8 @@ struct UserCall : CallBase {
 };
 
 // A call that takes a user away from this game server: Checkout and UserMoveTo. The user has to be in the
-// user map before the call, and has left the map after it, whatever the service answers and also after a
-// timeout.
+// user map before the call. The record that was found there has left the map after it, whatever the service
+// answers and also after a timeout; a session that has begun meanwhile stays.
 struct LeavingCall : UserCall {
     explicit LeavingCall(const _USER_REQ* p) : UserCall(p) {}
 
@@ -45,16 +46,29 @@ struct LeavingCall : UserCall {
         const bool bFound = UserInfoMap().FindUserInfo(strKey, info);
         return bFound ? nullptr : "This user is not checkined.";
     }
-    // A user whose request could not be sent is reported to the service at the next accepted connection.
+    void OnAccepted() { UserInfoMap().SetLeaving(strKey, info.GetRecordNo()); }
+    // A user whose request could not be sent is reported to the service at the next delivery.
     void OnSendFailed()
     {
-        FailedCheckOutVector().AddFailedUser(info);
-        UserInfoMap().RemoveUserInfo(strKey);
+        FailedCheckOutVector().AddFailed(std::move(place));
+        Remove();
     }
-    void OnEnd(const _RESULT_RES&) { UserInfoMap().RemoveUserInfo(strKey); }
+    void OnEnd(const _RESULT_RES&) { Remove(); }
+    void Remove() { UserInfoMap().RemoveRecord(strKey, info.GetRecordNo()); }
 
     std::string strKey;
-    CUserInfo info;  // the user as the map had it before the request
+    CUserInfo info;                      // the user as the map had it before the request
+    CFailedCheckOutVector::Place place;  // made before the send
+};
+
+// A call that brings a user in. While such a call of a user is under way, a late answer to an earlier one of
+// the user is undone under its own Seq No.
+struct ArrivingCall : UserCall {
+    using UserCall::UserCall;
+    CUserInfoMap::CheckinScope MakeScope(const _USER_SEND& record) const
+    {
+        return {UserInfoMap(), FieldText(record.szUserKey)};
+    }
 };
 
 // pszReqID is the label of the Req ID, which differs from call to call: "ReqID" or "Req ID".
@@ -67,26 +81,26 @@ void LogUserRequest(const char* pszLabel, const char* pszReqID, const _USER_SEND
 
 // Defines a call that adds to the frame only its messages and its texts. The texts stand as the game gets
 // them, spelling included.
-#define PLAIN_CALL(call, request, answer, label, requestLabel, reqID, timeout) \
-    struct call : UserCall {                                                   \
-        using UserCall::UserCall;                                              \
-        using Request = request;                                               \
-        using Answer = answer;                                                 \
-        static constexpr const char* kLabel = label;                           \
-        static constexpr const char* kTimeout = timeout;                       \
-        void LogRequest(const _USER_SEND& record) const                        \
-        {                                                                      \
-            LogUserRequest(requestLabel, reqID, record, record.szUserIP);      \
-        }                                                                      \
+#define PLAIN_CALL(call, base, request, answer, label, requestLabel, reqID, timeout) \
+    struct call : base {                                                             \
+        using base::base;                                                            \
+        using Request = request;                                                     \
+        using Answer = answer;                                                       \
+        static constexpr const char* kLabel = label;                                 \
+        static constexpr const char* kTimeout = timeout;                             \
+        void LogRequest(const _USER_SEND& record) const                              \
+        {                                                                            \
+            LogUserRequest(requestLabel, reqID, record, record.szUserIP);            \
+        }                                                                            \
     };
-PLAIN_CALL(CheckinCall, XC2S_CheckInReq, XS2C_CheckInAns, "Checkin", "Checkin", "ReqID",
+PLAIN_CALL(CheckinCall, ArrivingCall, XC2S_CheckInReq, XS2C_CheckInAns, "Checkin", "Checkin", "ReqID",
            "Failed to receive a 'XS2C_CheckInAns' msg because of timeout.")
-PLAIN_CALL(CheckinExCall, XC2S_CheckInExReq, XS2C_CheckInExAns, "CheckinEx", "CheckinEx", "ReqID",
-           "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout.")
-PLAIN_CALL(QueryBillingInfoCall, XC2S_QueryBillingInfoReq, XS2C_QueryBillingInfoAns, "QueryBillingInfo",
-           "QueryBillingInfo", "Req ID",
+PLAIN_CALL(CheckinExCall, ArrivingCall, XC2S_CheckInExReq, XS2C_CheckInExAns, "CheckinEx", "CheckinEx",
+           "ReqID", "Failed to receive a 'XC2S_CheckInExAns' msg because of timeout.")
+PLAIN_CALL(QueryBillingInfoCall, UserCall, XC2S_QueryBillingInfoReq, XS2C_QueryBillingInfoAns,
+           "QueryBillingInfo", "QueryBillingInfo", "Req ID",
            "Failed to recieve a 'XS2C_QueryBillingInfoAns' msg because of timeout.")
-PLAIN_CALL(QueryBillingInfoExCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBillingInfoExAns,
+PLAIN_CALL(QueryBillingInfoExCall, UserCall, XC2S_QueryBillingInfoExReq, XS2C_QueryBillingInfoExAns,
            "QueryBillingInfoEx", "QueryAllBillingInfoEx", "Req ID",
            "Failed to receive a 'XC2S_QueryBillingInfoExAns' msg because of timeout.")
 #undef PLAIN_CALL
@@ -98,10 +112,25 @@ struct CheckoutCall : LeavingCall {
     using Answer = XS2C_CheckOutAns;
     static constexpr const char* kLabel = "Checkout";
     static constexpr const char* kTimeout = "Failed to receive a 'XS2C_CheckOutAns' msg because of timeout.";
+    // Names the session that was found in the map.
+    _CHECKOUT_SEND MakeRecord(int nReqID)
+    {
+        place = CFailedCheckOutVector::MakePlace(info, nReqID);
+        strSeqNo = info.GetSeqNo();
+        return {UserCall::MakeRecord(nReqID), strSeqNo, false};
+    }
     void LogRequest(const _USER_SEND& record) const
     {
         LogUserRequest(kLabel, "Req ID", record, info.GetUserIP().c_str());
     }
+    // A checkout that is lost with its link before its answer is delivered again.
+    void OnAccepted()
+    {
+        LeavingCall::OnAccepted();
+        FailedCheckOutVector().AddSent(std::move(place));
+    }
+
+    std::string strSeqNo;
 };
 
 struct UserMoveToCall : LeavingCall {
@@ -111,6 +140,11 @@ struct UserMoveToCall : LeavingCall {
     static constexpr const char* kLabel = "UserMoveTo";
     static constexpr const char* kTimeout =
         "Failed to receive a 'XS2C_UserMoveToAns' msg because of timeout.";
+    _USER_SEND MakeRecord(int nReqID)
+    {
+        place = CFailedCheckOutVector::MakePlace(info, nReqID);
+        return UserCall::MakeRecord(nReqID);
+    }
     void LogRequest(const _USER_SEND& record) const
     {
         LogUserRequest(kLabel, "Req ID", record, record.szUserIP);
@@ -136,8 +170,8 @@ CUserInfo MakeMovedUser(const _USER_SEND& record, const _USER_MOVE_INFO& move)
 
 // Takes a user over from another game server. The user enters the map on a success only: after a timeout the
 // user is not in the map, even if the service has agreed.
-struct UserMoveFromCall : UserCall {
-    UserMoveFromCall(const _USER_REQ* p, const _USER_MOVE_INFO* pInfo) : UserCall(p), pMove(pInfo) {}
+struct UserMoveFromCall : ArrivingCall {
+    UserMoveFromCall(const _USER_REQ* p, const _USER_MOVE_INFO* pInfo) : ArrivingCall(p), pMove(pInfo) {}
 
     using Request = XC2S_UserMoveFromReq;
     using Answer = XS2C_UserMoveFromAns;
@@ -153,6 +187,7 @@ struct UserMoveFromCall : UserCall {
     {
         const _USER_SEND record = UserCall::MakeRecord(nReqID);
         info = MakeMovedUser(record, *pMove);
+        place = CUserInfoMap::MakePlace(info.GetKey(), info);
         return record;
     }
     void LogRequest(const _USER_SEND& record) const
@@ -170,11 +205,12 @@ struct UserMoveFromCall : UserCall {
     void OnEnd(const _RESULT_RES& res)
     {
         if (res.bSuccess == 1)
-            UserInfoMap().AddUserInfo(info.GetKey(), info);
+            UserInfoMap().Enter(std::move(place));
     }
 
     const _USER_MOVE_INFO* pMove;
     CUserInfo info;
+    CUserInfoMap::Place place;  // made before the send, so that a user whom the service has accepted gets in
 };
 
 // The Seq No of the user map, a decimal text, as the number of the public record: the leading digits of the

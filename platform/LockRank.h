@@ -8,8 +8,8 @@ namespace Kernova::Threading {
 // check this at every Lock and end the process with a line on standard error that names both ranks.
 //
 // A thread that holds UserInfoMap takes ActiveLinks again only because the thread entered through
-// ActiveLinks. No lock is held while a caller waits for an answer. ReadStream and, in the charge pass,
-// ActiveLinks are held while the game's callback runs.
+// ActiveLinks. No lock is held while a caller waits for an answer. ReadStream alone is held while the game's
+// callback runs: in a handler.
 enum class LockRank {
     Lifecycle,    // InitModule and UninitModule against each other
     ReadStream,   // of a link, held over a handler

@@ -24,6 +24,9 @@ int Release(_THandle*);  // the count afterwards
 // for the answer. Any other block may leave at once. Blocks leave in the order in which they may.
 int Send(_THandle*, Kernova::MemoryPool::_XMemory* const);
 
+// Whether every block that was accepted has been handed to the operating system whole.
+bool HasSentAll(_THandle*);
+
 // Asks for one receive of up to `size` bytes; several may be outstanding, each ends in one received
 // callback once bytes have been added to the read stream. Reading stops when none is outstanding,
 // which is how a slow reader slows the peer down. -1 if the link is closed.

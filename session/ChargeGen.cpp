@@ -32,7 +32,6 @@ void CChargeGen::Stop()
         Host::Sleep(kStopPoll);
 }
 
-// An exception ends the thread and is logged; no further charge is sent until the library is started again.
 void CChargeGen::Execute()
 {
     try {
@@ -41,6 +40,16 @@ void CChargeGen::Execute()
         Log::Error("[Charge Gen] There is an exception in ChargeGen Execute func.");
     }
     m_bRunning.store(false);
+}
+
+// An exception costs the rest of one pass; the next cycle begins as usual.
+void CChargeGen::RunPass()
+{
+    try {
+        m_pfnPass();
+    } catch (...) {
+        Log::Error("[Charge Gen] There is an exception in ChargeGen Execute func.");
+    }
 }
 
 void CChargeGen::Run()
@@ -57,6 +66,6 @@ void CChargeGen::Run()
         if (m_bDisconnected.load())
             continue;
         Log::Info("[Charge Gen] Try to send a 'XC2S_ChargeReq' msg");
-        m_pfnPass();
+        RunPass();
     }
 }

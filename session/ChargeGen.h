@@ -27,6 +27,7 @@ public:
 
 private:
     void Run();
+    void RunPass();
 
     Pass m_pfnPass = nullptr;             // set before the thread starts
     std::atomic<bool> m_bRunning{false};  // from Start until the thread's body has ended

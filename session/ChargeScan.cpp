@@ -1,5 +1,5 @@
-// The walk over all checked-in users that fills one charge message. The caller, the builder in
-// comm/ChargePass.cpp, holds the active link list.
+// The two walks of a charge pass over all checked-in users: whose term has ended, and who is charged. The
+// caller in comm/ChargePass.cpp holds the active link list.
 #include <new>
 
 #include "session/UserInfoMap.h"
@@ -23,19 +23,41 @@ void AddCharge(Wirova::RecordVector<XChargeInfo>& list, CUserInfo& info)
 
 }  // namespace
 
-bool CUserInfoMap::ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId,
-                                      const std::function<void(const CUserInfo&)>& onExpired)
-try {
-    // One time for the whole walk: the local time of the game server, in which end dates are written.
-    const Host::LocalTime now = Host::GetLocalTime();
+bool CUserInfoMap::FindExpired(std::string& strAfter, const Host::LocalTime& now, std::size_t nMost,
+                               std::vector<ExpiredUser>& vecExpired,
+                               const std::function<void(const CUserInfo&)>& checkOut)
+{
     const ScopedLock lock(m_lock);
-    // Expired users of every product are found here, whichever product is charged: the first pass of a cycle
-    // finds them all.
+    std::size_t nFound = 0;
+    for (auto it = m_mapUsers.upper_bound(strAfter); it != m_mapUsers.end(); ++it) {
+        CUserInfo& info = *it->second;
+        if (info.IsLeaving() || info.GetChargeState(now) != ChargeState::Expired)
+            continue;
+        // Whatever takes memory comes before the checkout. A user who has not been noted, or whose checkout
+        // has failed by an exception, is found again by the next pass.
+        vecExpired.push_back({it->first, info.GetUserIP(), info.GetRecordNo()});
+        try {
+            checkOut(info);
+        } catch (...) {
+            vecExpired.pop_back();
+            throw;
+        }
+        info.SetLeaving();
+        if (++nFound == nMost) {
+            strAfter = it->first;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CUserInfoMap::ScanUsersForCharge(Wirova::RecordVector<XChargeInfo>& list, int nProductId,
+                                      const Host::LocalTime& now)
+try {
+    const ScopedLock lock(m_lock);
     for (const auto& [strKey, pInfo] : m_mapUsers) {
-        const ChargeState state = pInfo->GetChargeState(now);
-        if (state == ChargeState::Expired)
-            onExpired(*pInfo);
-        else if (state == ChargeState::Charge && pInfo->GetProductID() == nProductId)
+        if (pInfo->GetProductID() == nProductId && !pInfo->IsLeaving() &&
+            pInfo->GetChargeState(now) == ChargeState::Charge)
             AddCharge(list, *pInfo);
     }
     return true;

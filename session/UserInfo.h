@@ -1,8 +1,10 @@
 // One checked-in user: what the service has answered to the checkin, and what the charge needs of it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
+#include "base/ModuleFlags.h"
 #include "platform/Host.h"
 
 // What the charge scan does with a user.
@@ -35,6 +37,13 @@ public:
     int GetBillingID() const { return m_nBillingID; }
     char GetFree() const { return m_cFree; }
     bool IsFirst() const { return m_bFirst; }
+    // Which record of the user map this is, or a copy of it; 0 for one that has never been in the map. A
+    // user's next session gets another number, under the same key.
+    std::uint64_t GetRecordNo() const { return m_nRecordNo; }
+    // The life of the library in which the record was made.
+    unsigned int GetLife() const { return m_nLife; }
+    // Whether the user is leaving: a checkout is on its way, and the record will be removed.
+    bool IsLeaving() const { return m_bLeaving; }
 
     // What the charge does with this user at that local time. The billing id decides: 1 is a fixed term, 2 a
     // running charge, 3 both. Any other id, such as the 0 of a product that is not configured, is neither.
@@ -54,6 +63,8 @@ public:
     void SetBillingID(int n) { m_nBillingID = n; }
     void SetFree(char c) { m_cFree = c; }
     void SetFirst(bool b) { m_bFirst = b; }
+    void SetRecordNo(std::uint64_t n) { m_nRecordNo = n; }
+    void SetLeaving() { m_bLeaving = true; }
 
 private:
     std::string m_strKey;      // the text by which the game names the user: an id or a number
@@ -65,4 +76,7 @@ private:
     int m_nBillingID = 0;  // from the settings, for the product, at the time of the checkin
     char m_cFree = 'N';    // the service's Free mark, passed on unread
     bool m_bFirst = true;  // until the user is first put into a charge message
+    bool m_bLeaving = false;
+    unsigned int m_nLife = ModuleLife::Current();
+    std::uint64_t m_nRecordNo = 0;
 };

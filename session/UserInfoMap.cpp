@@ -1,7 +1,8 @@
-// The single operations of the user map; the walk of the charge is in ChargeScan.cpp.
+// The single operations of the user map; the walks of the charge are in ChargeScan.cpp.
 #include "session/UserInfoMap.h"
 
 #include <new>
+#include <utility>
 
 #include "session/UserKey.h"
 
@@ -9,28 +10,67 @@ using Kernova::XTL::ScopedLock;
 
 bool CUserInfoMap::AddUserInfo(std::string strKey, const CUserInfo& info)
 {
+    return Enter(MakePlace(std::move(strKey), info));
+}
+
+CUserInfoMap::Place CUserInfoMap::MakePlace(std::string strKey, const CUserInfo& info)
+{
     if (strKey.empty() || !IsValidUserInfo(info))
-        return false;
-    // A new checkin of the same user replaces the old record. The lock is not held from here to the
-    // insertion, so another thread can enter the key in between; try_emplace then fails and the other
-    // thread's record stays.
-    if (HasUserInfo(strKey) && !RemoveUserInfo(strKey))
-        return false;
-    auto pCopy = std::make_unique<CUserInfo>(info);
+        return {};
+    Users one;
+    const auto it = one.try_emplace(std::move(strKey), std::make_unique<CUserInfo>(info)).first;
+    return one.extract(it);
+}
+
+bool CUserInfoMap::Enter(Place place)
+{
     const ScopedLock lock(m_lock);
-    return m_mapUsers.try_emplace(std::move(strKey), std::move(pCopy)).second;
+    return EnterLocked(place);
+}
+
+// A replaced record goes with the caller's place, after the lock is given back.
+bool CUserInfoMap::EnterLocked(Place& place)
+{
+    if (place.empty() || place.mapped()->GetLife() != ModuleLife::Current())
+        return false;
+    place.mapped()->SetRecordNo(++m_nLastRecordNo);
+    const auto it = m_mapUsers.find(place.key());
+    if (it == m_mapUsers.end())
+        m_mapUsers.insert(std::move(place));
+    else
+        it->second.swap(place.mapped());
+    return true;
 }
 
 bool CUserInfoMap::RemoveUserInfo(std::string strKey)
 {
-    std::unique_ptr<CUserInfo> pRemoved;  // declared before the lock, so destroyed after it is released
+    Place removed;  // declared before the lock, so destroyed after it is released
     const ScopedLock lock(m_lock);
-    const auto it = m_mapUsers.find(strKey);
-    if (it == m_mapUsers.end())
-        return false;
-    pRemoved = std::move(it->second);
-    m_mapUsers.erase(it);
-    return true;
+    removed = m_mapUsers.extract(strKey);
+    return !removed.empty();
+}
+
+CUserInfo* CUserInfoMap::Find(std::string_view key, std::uint64_t nRecordNo)
+{
+    const auto it = m_mapUsers.find(key);
+    const bool bFound = it != m_mapUsers.end() && it->second->GetRecordNo() == nRecordNo;
+    return bFound ? it->second.get() : nullptr;
+}
+
+bool CUserInfoMap::RemoveRecord(std::string_view key, std::uint64_t nRecordNo)
+{
+    Place removed;
+    const ScopedLock lock(m_lock);
+    if (Find(key, nRecordNo) != nullptr)
+        removed = m_mapUsers.extract(m_mapUsers.find(key));
+    return !removed.empty();
+}
+
+void CUserInfoMap::SetLeaving(std::string_view key, std::uint64_t nRecordNo)
+{
+    const ScopedLock lock(m_lock);
+    if (CUserInfo* const pInfo = Find(key, nRecordNo))
+        pInfo->SetLeaving();
 }
 
 bool CUserInfoMap::FindUserInfo(std::string strKey, CUserInfo& out)
@@ -66,13 +106,37 @@ std::size_t CUserInfoMap::GetCount()
     return m_mapUsers.size();
 }
 
+CUserInfoMap::CheckinScope::CheckinScope(CUserInfoMap& map, std::string_view key) : m_map(map)
+{
+    std::string strKey(key);
+    const ScopedLock lock(m_map.m_lock);
+    m_it = m_map.m_setCheckins.insert(std::move(strKey));
+}
+
+CUserInfoMap::CheckinScope::~CheckinScope()
+{
+    const ScopedLock lock(m_map.m_lock);
+    m_map.m_setCheckins.erase(m_it);
+}
+
+CUserInfoMap::Other CUserInfoMap::LookForOther(std::string_view key, std::string_view seqNo)
+{
+    const ScopedLock lock(m_lock);
+    const auto it = m_mapUsers.find(key);
+    if (it != m_mapUsers.end())
+        return it->second->GetSeqNo() == seqNo ? Other::Same : Other::Some;
+    return m_setCheckins.contains(key) ? Other::Some : Other::None;
+}
+
 // Out of memory counts as an empty list: the message is then not sent, which is no failure of the send.
 bool CUserInfoMap::GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list)
 try {
     const ScopedLock lock(m_lock);
-    for (const auto& [strKey, pInfo] : m_mapUsers)
-        FillCheckOutInfo(list.Add(), *pInfo);
-    return !m_mapUsers.empty();
+    for (const auto& [strKey, pInfo] : m_mapUsers) {
+        if (!pInfo->IsLeaving())
+            FillCheckOutInfo(list.Add(), *pInfo);
+    }
+    return !list.empty();
 } catch (const std::bad_alloc&) {
     return false;
 }

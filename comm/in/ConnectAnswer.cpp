@@ -4,52 +4,44 @@
 #include "base/LastErrorCode.h"
 #include "base/Logger.h"
 #include "comm/CommHandler.h"
+#include "comm/FailedDelivery.h"
 #include "comm/FirstConnectWait.h"
 #include "comm/in/Handlers.h"
-#include "session/FailedCheckOutVector.h"
 
 namespace {
 
 // Wakes the thread that waits for the registration at the end of the handler, also when an exception ends the
 // handler; that thread would otherwise wait for its whole 5000 milliseconds.
 struct ConnectWaitReleaser {
-    ~ConnectWaitReleaser() { FirstConnectWait().ReleaseConnectWait(); }
+    explicit ConnectWaitReleaser(Link p) : pLink(p) {}
+    ~ConnectWaitReleaser() { FirstConnectWait().ReleaseConnectWait(pLink); }
+    ConnectWaitReleaser(const ConnectWaitReleaser&) = delete;
+    ConnectWaitReleaser& operator=(const ConnectWaitReleaser&) = delete;
+
+    const Link pLink;
 };
 
-// Sends a list; an empty list is not sent and counts as success.
-template <class M>
-bool SendList()
+// The second list is sent whatever became of the first. Neither goes out on another link than the one that
+// the service has accepted.
+void SendLists(Link pLink)
 {
-    if (CommHandler().SendMessage<M>())
-        return true;
-    Log::ErrorFmt("[Comm Handler] Failed to send a '%s' msg. [Error code: %d]", M().GetMsgName(),
-                  LastErrorCode());
-    return false;
-}
-
-// A list of failed checkouts that could not be sent stays for the next connection. The second list is sent
-// whatever became of the first.
-void SendLists()
-{
-    if (SendList<XC2S_FailedCheckOutReq>()) {
-        auto& failed = FailedCheckOutVector();
-        std::string strUsers;
-        if (failed.DumpFailedUsers(strUsers))
-            Log::Info(strUsers.c_str());
-        failed.ClearFailedUsers();
-    }
-    SendList<XC2S_UserListSyncReq>();
+    DeliverFailedCheckouts(pLink);
+    if (!CommHandler().SendOn<XC2S_UserListSyncReq>(pLink))
+        Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_UserListSyncReq' msg. [Error code: %d]",
+                      LastErrorCode());
 }
 
 }  // namespace
 
-bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg)
+bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg, Link pLink)
 {
-    const ConnectWaitReleaser waitForFirstConnect;
+    const ConnectWaitReleaser waitForFirstConnect(pLink);
     auto& wait = FirstConnectWait();
-    wait.SetConnectResult(msg.nResult);
-    wait.SetConnectMessage(msg.strMessage);
-    if (msg.nResult == 0)
-        SendLists();
+    wait.SetConnectResult(pLink, msg.nResult);
+    wait.SetConnectMessage(pLink, msg.strMessage);
+    if (msg.nResult == 0) {
+        CommHandler().SetRegistered(pLink);
+        SendLists(pLink);
+    }
     return true;
 }

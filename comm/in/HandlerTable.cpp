@@ -38,12 +38,17 @@ bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
 // The common part of all handlers: the line with the message's name, loading, and the guard that keeps an
 // exception of one message from ending the receive loop. pfnBody is the handler's own work.
 template <class Message, Name kHandler, auto pfnBody>
-bool Handle(Wirova::Stream* pStream, void*, void*)
+bool Handle(Wirova::Stream* pStream, void*, void* pLink)
 {
     try {
         Message msg;
         Log::InfoFmt("[Comm Handler] Type of the msg from a Velkar server is '%s'.", msg.GetMsgName());
-        return LoadLogged(msg, pStream) && pfnBody(msg);
+        if (!LoadLogged(msg, pStream))
+            return false;
+        if constexpr (requires { pfnBody(msg, Link()); })
+            return pfnBody(msg, static_cast<Link>(pLink));
+        else
+            return pfnBody(msg);
     } catch (...) {
         Log::ErrorFmt("[Comm Handler] There is an exception in %s func.", kHandler.sz);
         return false;

@@ -5,14 +5,19 @@
 // given up.
 #pragma once
 
+#include "platform/Netrova.h"
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
 #include "wirova/messages/ShopMessages.h"
 #include "wirova/messages/StorageMessages.h"
 
+// The link that the message came in on. A handler that answers takes it, because an answer goes out on that
+// link or not at all.
+using Link = Netrova::Link::_THandle*;
+
 // ---- the answer to the registration: ConnectAnswer.cpp ----
-bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg);
+bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg, Link pLink);
 
 // ---- notices: Notices.cpp ----
 bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg);
@@ -28,11 +33,11 @@ bool OnUserMoveToRes(const XS2C_UserMoveToAns& msg);
 bool OnUserMoveFromRes(const XS2C_UserMoveFromAns& msg);
 
 // ---- requests of the service to the game: RequestsToGame.cpp ----
-bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg);
-bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg);
-bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg);
-bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg);
-bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg);
+bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg, Link pLink);
+bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg, Link pLink);
+bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg, Link pLink);
+bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg, Link pLink);
+bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg, Link pLink);
 
 // ---- answers of the shop and the storage box: ShopAnswers.cpp, StorageAnswers.cpp ----
 // A handler that takes its message by a reference that is not const empties the message's lists, row by row.

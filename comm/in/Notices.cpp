@@ -4,6 +4,7 @@
 
 #include "base/Logger.h"
 #include "comm/CallGame.h"
+#include "comm/CommHandler.h"
 #include "comm/UnaskedCheckout.h"
 #include "comm/in/Handlers.h"
 #include "session/UserInfoMap.h"
@@ -29,16 +30,23 @@ int AddressOf(const std::string& str)
     return static_cast<int>(reinterpret_cast<std::uintptr_t>(str.c_str()));
 }
 
-// Checks out the user whose time is over, after the game has been told, and removes the user from the user
-// map. A user who is not in the map is checked out too, but is not kept for later if that checkout cannot be
-// sent.
-void CheckOutExpired(const XS2C_BillingEventNotice& msg, const std::string& strKey)
+// The user whose time is over, as the user map has it before the game is told. A user who is not in the map
+// has a record number of 0.
+CUserInfo FindExpired(const std::string& strKey)
 {
     CUserInfo info;
     if (!UserInfoMap().FindUserInfo(strKey, info))
         info.SetKey(strKey);
+    return info;
+}
+
+// Checks out the user whose time is over, after the game has been told, and removes the record that was found
+// before: a session that has begun meanwhile stays. A user who was not in the map is checked out too, but is
+// not kept for later if that checkout cannot be sent.
+void CheckOutExpired(const XS2C_BillingEventNotice& msg, const CUserInfo& info)
+{
     CheckOutUnasked(
-        info,
+        info, info.GetRecordNo() == 0 ? Session::NotInMap : Session::InMap,
         [&] {
             Log::InfoFmt(
                 "[Comm Handler] A'XC2S_CheckOutReq' msg is sent for 'BILLING_EXPIRE' event.\r\n-Contents-\r\n"
@@ -48,7 +56,7 @@ void CheckOutExpired(const XS2C_BillingEventNotice& msg, const std::string& strK
         [] {
             Log::Error("[Comm Handler] Failed to send a 'XC2S_CheckOutReq' msg for 'BILLING_EXPIRE' event.");
         });
-    UserInfoMap().RemoveUserInfo(strKey);
+    UserInfoMap().RemoveRecord(info.GetKey(), info.GetRecordNo());
 }
 
 }  // namespace
@@ -69,6 +77,7 @@ bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg)
         UserInfoMap().RemoveUserInfo(strKey);
         return true;
     }
+    const CUserInfo found = FindExpired(strKey);
     _BILLING_NOTI_INFO callBackFuncArg{};
     CopyText(callBackFuncArg.szUserKey, strKey);
     if (IsToldWithIP(msg.nEventCode))
@@ -78,7 +87,7 @@ bool OnBillingEventNotice(const XS2C_BillingEventNotice& msg)
     CopyText(callBackFuncArg.szParam, msg.strParam);
     TellGame(CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>(), callBackFuncArg);
     if (msg.nEventCode == BILLING_EXPIRE)
-        CheckOutExpired(msg, strKey);
+        CheckOutExpired(msg, found);
     return true;
 }
 

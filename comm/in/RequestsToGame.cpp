@@ -33,13 +33,14 @@ void AskGame(void (*pfnCallback)(const Request*, Result*), const Request& req, R
         CopyText(res.szError, kNoCallback);
 }
 
-// Sends the game's answer. An answer that cannot be sent is logged with pszFormat, which is given the
+// Sends the game's answer on the link that the request came in on: on another connection its Req ID could be
+// that of another request. An answer that cannot be sent is logged with pszFormat, which is given the
 // message's name and the Req ID; what the game has done stays done.
 template <class Answer, class Record>
-bool SendAnswer(const Record& arg,
+bool SendAnswer(Link pLink, const Record& arg,
                 const char* pszFormat = "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).")
 {
-    if (CommHandler().SendMessage<Answer>(arg))
+    if (CommHandler().SendOn<Answer>(pLink, arg))
         return true;
     Log::ErrorFmt(pszFormat, Answer().GetMsgName(), arg.nReqID);
     return false;
@@ -62,7 +63,7 @@ Request MakeReq(const Message& msg)
 // The whole handler of the two money requests. A failure carries a balance of -1, whatever the game has
 // written. The spend request shares the log line about reducing with the query.
 template <class Answer, class Message, class Request>
-bool AnswerMoney(const Message& msg, const Request& req,
+bool AnswerMoney(Link pLink, const Message& msg, const Request& req,
                  void (*pfnCallback)(const Request*, _GAME_MONEY_RES*))
 {
     _GAME_MONEY_RES res{};
@@ -78,14 +79,14 @@ bool AnswerMoney(const Message& msg, const Request& req,
     CopyText(arg.szMessage, FieldText(res.szMessage));
     arg.nGameMoney = res.bSuccess == 0 ? -1 : res.nGameMoney;
     arg.nReqID = msg.nReqID;
-    return SendAnswer<Answer>(arg);
+    return SendAnswer<Answer>(pLink, arg);
 }
 
 // The whole handler of the two list requests. The game fills a list of T behind the handle in res; the list
 // ends with this function, so the game must not keep the handle. Without memory for the list the service gets
 // no answer at all.
 template <class Answer, class T, class Message, class Request, class LogFailed>
-bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
+bool AnswerList(Link pLink, const Message& msg, const Request& req, std::uint32_t nTag,
                 void (*pfnCallback)(const Request*, _GAME_DATA_RES*), LogFailed logFailed,
                 const char* pszSendFailed)
 {
@@ -103,7 +104,7 @@ bool AnswerList(const Message& msg, const Request& req, std::uint32_t nTag,
     if (res.bSuccess != 0)
         arg.pHandle = res.pHandle == nullptr ? nullptr : autoDestroyer.GetHandle();
     CopyText(arg.szMessage, FieldText(res.szMessage));
-    return SendAnswer<Answer>(arg, pszSendFailed);
+    return SendAnswer<Answer>(pLink, arg, pszSendFailed);
 }
 
 // Turns the items of the message into the records that the game reads with GetSaveItemData.
@@ -127,7 +128,7 @@ void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq
 
 }  // namespace
 
-bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
+bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg, Link pLink)
 {
     Log::DebugFmt(
         "[Comm Handler] 'QueryGameMoneyInfo' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
@@ -135,11 +136,11 @@ bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg)
         msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
         msg.strUserNo.c_str(), msg.strCharacterID.c_str());
     return AnswerMoney<XC2S_QueryGameMoneyAns>(
-        msg, MakeReq<_GAME_USER_REQ>(msg),
+        pLink, msg, MakeReq<_GAME_USER_REQ>(msg),
         CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryGameMoney>());
 }
 
-bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg)
+bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg, Link pLink)
 {
     Log::DebugFmt(
         "[Comm Handler] 'XS2C_SpendGameMoneyReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
@@ -147,11 +148,11 @@ bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg)
         msg.nReqID, msg.strGameID.c_str(), msg.strServerID.c_str(), msg.strUserID.c_str(),
         msg.strUserNo.c_str(), msg.strCharacterID.c_str(), msg.nGameMoney);
     return AnswerMoney<XC2S_SpendGameMoneyAns>(
-        msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
+        pLink, msg, MakeReq<_SPEND_GAME_MONEY_REQ>(msg),
         CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnSpendGameMoney>());
 }
 
-bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
+bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg, Link pLink)
 {
     Log::DebugFmt(
         "[Comm Handler] 'XS2C_QueryInventoryReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
@@ -165,13 +166,13 @@ bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg)
             msg.nReqID, msg.strUserID.c_str(), msg.strUserNo.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryInventoryAns, _INVENTORY_ITEM_INFO>(
-        msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
+        pLink, msg, MakeReq<_GAME_USER_REQ>(msg), DataTag::kInventory,
         CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryInventory>(), logFailed,
         // "d" is no slip of this source: the line shows the letter in place of the number.
         "[Comm Handler] Failed to send a '%s' msg(Req ID: d).");
 }
 
-bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)
+bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg, Link pLink)
 {
     Log::DebugFmt(
         "[Comm Handler] 'XS2C_QueryCharacterReq' msg contents.\r\n\tReq ID: %d\r\n\tGame ID: %s\r\n"
@@ -185,12 +186,12 @@ bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg)
             msg.nReqID, msg.strSearchValue.c_str(), pszMessage);
     };
     return AnswerList<XC2S_QueryCharacterAns, _CHARACTER_INFO>(
-        msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter,
+        pLink, msg, MakeReq<_QUERY_CHARACTER_REQ>(msg), DataTag::kCharacter,
         CommHandler().GetCallback<&_CONNECTOR_CALLBACKS::pfnQueryCharacter>(), logFailed,
         "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).");
 }
 
-bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
+bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg, Link pLink)
 {
     Log::DebugFmt(
         "[Comm Handler] 'SaveInventory' msg contents.\r\n\tMsg ID: %d\r\n\tGame ID: %s\r\n"
@@ -223,5 +224,5 @@ bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg)
     arg.bSuccess = res.bSuccess;
     CopyText(arg.szMessage, FieldText(res.szError));
     arg.nReqID = msg.nReqID;
-    return SendAnswer<XC2S_SaveInventoryAns>(arg);
+    return SendAnswer<XC2S_SaveInventoryAns>(pLink, arg);
 }

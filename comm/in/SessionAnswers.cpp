@@ -8,6 +8,7 @@
 #include "comm/out/FieldCopy.h"
 #include "config/BillingIdMap.h"
 #include "datapool/DataPool.h"
+#include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "session/UserKey.h"
 
@@ -116,11 +117,12 @@ CUserInfo MakeUserInfo(const Message& msg, const Response& res)
 }
 
 // Checks a user out whom the service has checked in after the caller's 5000 milliseconds. The caller has been
-// told of a timeout and the user is not in the user map, so nobody else would end this checkin.
+// told of a timeout and this session is not in the user map, so nobody else would end it. A later session of
+// the user stays.
 void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
 {
     CheckOutUnasked(
-        info,
+        info, Session::NotInMap,
         [&] {
             Log::InfoFmt(
                 "[Velkar Connector] A'XC2S_CheckOutReq' msg is sent for %s timeout.\r\n-Contents-\r\n"
@@ -136,17 +138,27 @@ void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
 }
 
 // Wakes the caller of a checkin and returns whether a caller was waiting. A user whom the service has checked
-// in is entered into the user map if there was a caller, and is checked out again if there was none.
+// in is entered into the user map if there was a caller, and is checked out again if there was none, or if
+// there is no memory to enter the user: the caller then runs into the timeout. Nothing can fail once the
+// caller has been woken.
 template <class Message, class Response>
 bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCall)
 {
     const CUserInfo info = MakeUserInfo(msg, res);
-    const bool bCheckedIn = res.nResult == 0;
-    const bool bWaiter = UserInfoMap().CompleteAndAdd(
-        info, bCheckedIn, [&] { return ResWaiterMap().CompleteWaiter<Message>(msg.nReqID, res); });
-    if (!bWaiter && bCheckedIn)
+    const auto complete = [&] { return ResWaiterMap().CompleteWaiter<Message>(msg.nReqID, res); };
+    if (res.nResult != 0)
+        return complete();
+    CUserInfoMap::Place place;
+    try {
+        place = CUserInfoMap::MakePlace(info.GetKey(), info);
+    } catch (...) {
         UndoLateCheckin(info, pszCall);
-    return bWaiter;
+        throw;
+    }
+    if (UserInfoMap().CompleteAndEnter(std::move(place), complete))
+        return true;
+    UndoLateCheckin(info, pszCall);
+    return false;
 }
 
 // Appends the user's other billings to the list. Unlike the billing in use, they keep all 64 bits of the
@@ -265,8 +277,9 @@ bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg)
     });
 }
 
-// The answer to a checkout that the library has sent by itself finds no caller here and has no further
-// effect. The user map is not touched: whoever sent the checkout removes the user.
+// The answer to a checkout that the library has sent by itself finds no caller here. The checkout has reached
+// the service, whatever the answer says. The user map is not touched: whoever sent the checkout removes the
+// user.
 bool OnCheckOutRes(const XS2C_CheckOutAns& msg)
 {
     if (msg.bSuccess.nByte == 1) {
@@ -276,6 +289,7 @@ bool OnCheckOutRes(const XS2C_CheckOutAns& msg)
         Log::DebugFmt(CONTENTS "\r\n\tSuccess: false\r\n\tError Msg: %s", msg.GetMsgName(), msg.nReqID,
                       msg.strUserID.c_str(), msg.strUserNo.c_str(), msg.strErrorMsg.c_str());
     }
+    FailedCheckOutVector().OnAnswer(TakeUserKey(msg), msg.nReqID);
     return CompleteResult(msg);
 }
 

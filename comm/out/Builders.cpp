@@ -10,15 +10,21 @@
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 
-Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record)
+// The user map is asked with the active link list locked: a checkin that begins later is sent later, too, so
+// its session is not there yet when the service reads this checkout.
+Built Build(XC2S_CheckOutReq& msg, const _CHECKOUT_SEND& record)
 {
-    const std::string strKey(FieldText(record.szUserKey));
-    // A user who is not in the map, as after a late checkin, leaves info empty and goes out without a Seq No.
-    CUserInfo info;
-    UserInfoMap().FindUserInfo(strKey, info);
+    const std::string_view key = FieldText(record.szUserKey);
     msg.nReqID = record.nReqID;
-    PutUserKey(msg, strKey);
-    msg.strSeqNo = info.GetSeqNo();
+    PutUserKey(msg, key);
+    if (record.bNotInMap) {
+        const auto other = UserInfoMap().LookForOther(key, record.seqNo);
+        if (other == CUserInfoMap::Other::None)
+            return Built::Ready;
+        if (other == CUserInfoMap::Other::Same || record.seqNo.empty())
+            return Built::Nothing;
+    }
+    msg.strSeqNo = record.seqNo;
     return Built::Ready;
 }
 

@@ -43,9 +43,11 @@ Built Build(M& msg, const _USER_SEND& record)
     return Built::Ready;
 }
 
-// A checkout carries no address. In its place stands the Seq No of the user's checkin, which is looked up in
-// the user map and is empty if the user is not there.
-Built Build(XC2S_CheckOutReq& msg, const _USER_SEND& record);
+// A checkout carries no address. In its place stands the Seq No of the session that ends. The Seq No of a
+// session that has never been in the user map is left empty, unless the user is in with another session or is
+// being checked in: then a checkout without a Seq No would end the wrong session. Built::Nothing if even the
+// own Seq No would name the session of the user map.
+Built Build(XC2S_CheckOutReq& msg, const _CHECKOUT_SEND& record);
 
 // The two lists that follow an accepted registration. Built::Nothing for an empty list, also when memory has
 // run out while the list was made.

@@ -29,12 +29,22 @@ struct RecordSend {
     int nReqID;
 };
 
+// A checkout. The Seq No is that of the session that ends: the record's that the sender has found in the user
+// map, or the one of a late checkin's answer.
+struct _CHECKOUT_SEND : _USER_SEND {
+    std::string_view seqNo;
+    // The session has never been in the user map, as after a late checkin.
+    bool bNotInMap;
+};
+
 // The record of a checkout that the library sends by itself. Its Req ID of -1 is never given to a waiter, so
 // the answer wakes nobody.
-inline _USER_SEND UnaskedCheckout(std::string_view key)
+inline _CHECKOUT_SEND UnaskedCheckout(std::string_view key, std::string_view seqNo, bool bNotInMap)
 {
-    _USER_SEND record{};
+    _CHECKOUT_SEND record{};
     record.nReqID = -1;
+    record.seqNo = seqNo;
+    record.bNotInMap = bNotInMap;
     CopyText(record.szUserKey, key);
     return record;
 }

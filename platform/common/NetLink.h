@@ -30,6 +30,7 @@ struct _THandle : public std::enable_shared_from_this<_THandle> {
     int AddRef();
     int Release();
     int Send(Kernova::MemoryPool::_XMemory& memory);
+    bool HasSentAll() { return m_queue.HasSentAll(); }
     int Recv(int nSize);
     Strova::_THandle* LockReadStream();
     bool UnlockReadStream();

@@ -34,6 +34,8 @@ int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
     return -1;
 }
 
+bool HasSentAll(_THandle* pLink) { return pLink->HasSentAll(); }
+
 int Recv(_THandle* pLink, int size)
 {
     if (pLink != nullptr)

@@ -219,6 +219,12 @@ void SendQueue::Written(std::size_t nCount)
     m_nBytes -= nCount;
 }
 
+bool SendQueue::HasSentAll()
+{
+    const MutexLock lock(m_mutex);
+    return m_nBytes == 0;
+}
+
 bool SendQueue::IsEmpty()
 {
     const MutexLock lock(m_mutex);

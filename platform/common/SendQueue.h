@@ -29,6 +29,7 @@ public:
     // Lets the held blocks leave. True if there were any: a Flush has to follow.
     bool Release();
     void Flush();
+    bool HasSentAll();
 
     // ---- for the transport, on its strand ----
     // Everything that may leave, without the first nFront bytes of the first block. False if there is nothing

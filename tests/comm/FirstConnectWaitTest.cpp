@@ -7,11 +7,11 @@
 
 namespace {
 
-void Answer(CFirstConnectWait& wait, int nResult, const char* pszMessage)
+void Answer(CFirstConnectWait& wait, int nResult, const char* pszMessage, const void* pLink = nullptr)
 {
-    wait.SetConnectResult(nResult);
-    wait.SetConnectMessage(pszMessage);
-    wait.ReleaseConnectWait();
+    wait.SetConnectResult(pLink, nResult);
+    wait.SetConnectMessage(pLink, pszMessage);
+    wait.ReleaseConnectWait(pLink);
 }
 
 // The answer is there long before, or only just before, anybody waits for it.
@@ -38,6 +38,21 @@ TEST(FirstConnectWait, AnAnswerThatNobodyExpectsAnyMoreHoldsNobody)
     wait.ExpectAnswer();
     wait.ForgetAnswer();  // the connection has failed
     Answer(wait, 7, "late");
+}
+
+// An acceptance that was late from one link does not count for the next.
+TEST(FirstConnectWait, AnAnswerBelongsToItsLink)
+{
+    CFirstConnectWait wait;
+    wait.Open();
+    wait.ExpectAnswer();
+    const int links[2] = {};
+    wait.SetLink(&links[1]);
+    Answer(wait, 0, "welcome", &links[0]);
+    std::thread handler([&] { Answer(wait, 3, "no", &links[1]); });
+    wait.WaitForConnectAnswer();
+    handler.join();
+    EXPECT_EQ(wait.GetConnectResult(), 3);
 }
 
 TEST(FirstConnectWait, TheStopEndsAHeldHandlerAndAWait)

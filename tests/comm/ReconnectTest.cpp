@@ -43,6 +43,50 @@ TEST_F(ReconnectTest, DeliversTheFailedCheckoutsFirstAndTheUserListAfterThem)
     EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
 }
 
+// Who is leaving is on no list any more, and a checkout that has lost its link before its answer is delivered
+// again: until the service has it for sure.
+TEST_F(ReconnectTest, ACheckoutThatLosesItsLinkIsDeliveredAgain)
+{
+    Game().settings.nHeartbeatCycle = 1;
+    Play({"alice", "bob"});
+    auto checkout = Game().Later([&] { return Game().Checkout("bob"); });
+    Service().Expect<XC2S_CheckOutReq>();
+    for (int nConnection = 2; nConnection < 4; ++nConnection) {
+        Service().Forget();
+        Service().Drop();
+        Service().WaitForConnection(nConnection);
+        EXPECT_EQ(Pick(*Service().Expect<XC2S_FailedCheckOutReq>(), "strUserID"), "|bob");
+        EXPECT_EQ(Pick(*Service().Expect<XC2S_UserListSyncReq>(), "strUserID"), "|alice");
+    }
+    checkout.get();
+    while (FailedCheckOutVector().GetSentCount() != 0)
+        std::this_thread::yield();
+    Service().Drop();
+    Service().WaitForConnection(4);
+    Service().Expect<XC2S_UserListSyncReq>();
+    Service().ExpectNothing();
+    // With the link up, the next heartbeat brings it along.
+    FailedCheckOutVector().AddFailedUser(User("carol"));
+    EXPECT_EQ(Pick(*Service().Expect<XC2S_FailedCheckOutReq>(), "strUserID"), "|carol");
+    EXPECT_EQ(Service().Connections(), 4);
+}
+
+// Its Req ID is the first link's; the second link may have given it to another order.
+TEST_F(ReconnectTest, TheGamesAnswerGoesOutOnTheLinkOfItsRequestOrNotAtAll)
+{
+    Play({});
+    Game().Hold<SpendGameMoney>();
+    Service().Send(XS2C_SpendGameMoneyReq());
+    Game().WaitFor<SpendGameMoney>();
+    Service().Cut();
+    Service().WaitForConnection(2);
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "Reconnection to Velkar server."));
+    Service().Ask(XS2C_QueryGameMoneyReq());
+    Game().Release<SpendGameMoney>();
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to send a 'XC2S_SpendGameMoneyAns' msg"));
+    EXPECT_EQ(Service().Count<XC2S_SpendGameMoneyAns>(), 0);
+}
+
 TEST_F(ReconnectTest, EmptyListsSendNothingAndALinkOutOfStepIsGivenUp)
 {
     Play({});
@@ -133,7 +177,7 @@ TEST_F(ReconnectTest, AStreamThatFailsIsTriedAgainButNotForEver)
 {
     Play({});
     Service().SayYes();
-    Fail(Op::LockReadStream);  // costs one receive
+    Fail(Op::LockReadStream);  // costs one receive of two
     Service().Send(XS2C_ChargeAns());
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "Failed to get a recv stream. [Error code: 4711]"));
     Fail(Op::StreamRemoveLeft, 2);  // the header cannot be taken off
@@ -143,6 +187,13 @@ TEST_F(ReconnectTest, AStreamThatFailsIsTriedAgainButNotForEver)
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Error, "holds no msg of the protocol"));
     Fail(Op::StreamRemoveLeft, 0);
     Service().WaitForConnection(2);
+    // A link that has lost both is deaf.
+    ASSERT_TRUE(Journal::WaitFor(Journal::Level::Info, "Type of the msg from a Velkar server is 'XS2C_Ve"));
+    Service().Ask(XS2C_QueryGameMoneyReq());
+    Fail(Op::LockReadStream, 2);
+    Service().SendRaw(std::string(4, '\0'));
+    Service().SendRaw(std::string(4, '\0'));
+    Service().WaitForConnection(3);
 }
 
 TEST_F(ReconnectTest, ARegistrationThatCannotBeSentLeavesTheLinkUnread)

@@ -4,6 +4,7 @@
 
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
+#include "config/BillingIdMap.h"
 #include "tests/fakeplatform/LogicTest.h"
 
 namespace {
@@ -47,6 +48,18 @@ TEST_F(LogicTest, ARefusalIsTheServicesOwnTextAndSilenceTheLibrarys)
     EXPECT_TRUE(NothingIsLeft());
     Service().AcceptRegistration();
     EXPECT_TRUE(Game().Start());
+}
+
+// A product that is mended after a failed start has its new billing id, which decides who is charged.
+TEST_F(LogicTest, AStartFindsNothingOfAFailedOne)
+{
+    Game().settings.products = {{10, "Gold", 2}};
+    Service().RefuseRegistration("nResult=5");
+    EXPECT_FALSE(Game().Start());
+    Service().AcceptRegistration();
+    Game().settings.products = {{10, "Gold", 1}};
+    ASSERT_TRUE(Game().Start());
+    EXPECT_EQ(BillingIdMap().GetBillingId(10), 1);
 }
 
 TEST_F(LogicTest, AServiceThatIsDownFailsTheStartAtOnce)

@@ -1,6 +1,7 @@
 // Checkin and Checkout against a service that does what a test wants.
 #include <thread>
 
+#include "comm/CommHandler.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "tests/connector/NamedValues.h"
@@ -130,6 +131,62 @@ TEST_F(SessionCallsTest, ALateCheckinIsUndoneByExactlyOneCheckout)
     Wirova::RecordVector<XCheckOutInfo> list;
     FailedCheckOutVector().GetFailedCheckOutList(list);
     EXPECT_EQ(list[0]->strSeqNo, "99");
+}
+
+// A user who has checked in again stays in, here and at the service, whatever an earlier call of the user
+// still brings about.
+TEST_F(SessionCallsTest, ALateAnswerLeavesTheNextSessionAlone)
+{
+    int nSeqNo = 0;
+    const auto answer = [&nSeqNo](const auto&, auto& ans) { ans.strSeqNo = std::to_string(++nSeqNo); };
+    Service().On<XC2S_CheckInReq>(answer);
+    Game().Checkin("abc");
+    auto checkout = Game().Later([&] { return Game().Checkout("abc"); });
+    const auto leave = Service().Expect<XC2S_CheckOutReq>();
+    EXPECT_EQ(leave->strSeqNo, "1");
+    Game().Checkin("abc");
+    Service().Reply(*leave);
+    EXPECT_EQ(checkout.get().bSuccess, 1);
+    EXPECT_EQ(InfoOf("abc").GetSeqNo(), "2");
+
+    SetSecond(std::chrono::milliseconds(100));
+    Service().SayNothing();
+    Service().Forget();
+    Game().Checkin("abc");  // times out
+    const auto late = Service().Expect<XC2S_CheckInReq>();
+    Service().Reply(*late, "strSeqNo=3");
+    EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->strSeqNo, "3");
+    Service().Reply(*late, "strSeqNo=2");  // names the living session: a repetition, and nothing to undo
+    Service().Ask(XS2C_QueryGameMoneyReq());
+    EXPECT_TRUE(IsIn("abc"));
+
+    Game().Checkin("def");  // times out
+    const auto first = Service().Expect<XC2S_CheckInReq>();
+    auto retry = Game().Later([&] { return Game().Checkin("def"); });
+    const auto second = Service().Expect<XC2S_CheckInReq>();
+    Service().Reply(*first, "strSeqNo=4");
+    EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->strSeqNo, "4");
+    Service().Reply(*second, "strSeqNo=5");
+    EXPECT_EQ(retry.get().nResult, 0);
+    EXPECT_EQ(InfoOf("def").GetSeqNo(), "5");
+    Service().ExpectNothing();
+}
+
+TEST_F(SessionCallsTest, WhatBelongsToAnEarlierLifeStaysOutOfTheNext)
+{
+    CheckinAnsweredWith(0);
+    const CUserInfo old = InfoOf("abc");
+    auto checkout = Game().Later([&] { return Game().Checkout("abc"); });
+    Service().Expect<XC2S_CheckOutReq>();
+    Game().Stop();
+    ASSERT_TRUE(Game().Start());
+    CheckinAnsweredWith(0);
+    checkout.get();  // has timed out
+    EXPECT_TRUE(IsIn("abc"));
+    FailedCheckOutVector().AddFailedUser(old);
+    EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);
+    EXPECT_FALSE(UserInfoMap().AddUserInfo("def", old));
+    EXPECT_FALSE(CommHandler().SendInLife<XC2S_Heartbeat>(old.GetLife(), [] {}));
 }
 
 TEST_F(SessionCallsTest, AnswersOfOtherKindsAndNumbersReachNobody)

@@ -107,8 +107,11 @@ void Line::FlushLocked()
 {
     Netrova::Blocks vecBlocks;
     std::size_t nFront = 0;
-    while (pLink != nullptr && pLink->GetSendQueue().Take(vecBlocks, nFront))
+    while (pLink != nullptr && pLink->GetSendQueue().Take(vecBlocks, nFront)) {
         Write(vecBlocks);
+        for (const std::vector<char>& vecBlock : vecBlocks)
+            pLink->GetSendQueue().Written(vecBlock.size());
+    }
 }
 
 void Line::ReceivedReturned()

@@ -147,6 +147,8 @@ int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
     return MustFail(Op::LinkSend) ? -1 : pLink->Send(*pMemory);
 }
 
+bool HasSentAll(_THandle* pLink) { return pLink->HasSentAll(); }
+
 int Recv(_THandle* pLink, int size) { return MustFail(Op::LinkRecv) ? -1 : pLink->Recv(size); }
 
 Strova::_THandle* LockReadStream(_THandle* pLink)

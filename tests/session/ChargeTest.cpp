@@ -2,6 +2,8 @@
 #include <thread>
 
 #include "comm/ResWaiter.h"
+#include "config/BillingIdMap.h"
+#include "session/ChargeGen.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "tests/connector/NamedValues.h"
@@ -119,6 +121,50 @@ TEST_F(ChargeTest, ATermThatHasEndedEndsTheSession)
     Service().ExpectNothing();
     EXPECT_TRUE(
         Journal::Logged(Journal::Level::Info, "[Comm Handler] There is no user list for PID: 7 charge."));
+}
+
+// Other callers go on, a charge inside the callback ends, a lower product that comes up meanwhile shifts
+// nobody, and a user who checks in again meanwhile stays.
+TEST_F(ChargeTest, NoLockIsHeldWhileTheGameIsTold)
+{
+    Service().SayYes();
+    ASSERT_TRUE(Game().Start());
+    Add("gone", 1, kPast);
+    Add("pays", 2);
+    Add("too", 1, kPast);
+    Game().On<BillingEvent>([](const auto&) {
+        BillingIdMap().AddBilling(1, 2, "Lower");
+        ChargeAll();
+    });
+    Game().Hold<BillingEvent>();
+    auto charge = Game().Later(&ChargeAll);
+    Game().WaitFor<BillingEvent>();
+    EXPECT_EQ(Game().Checkin("gone").nResult, 0);
+    Game().Release<BillingEvent>();
+    EXPECT_EQ(charge.get().bSuccess, 1);
+    EXPECT_EQ(Game().Got<BillingEvent>().size(), 2u);
+    EXPECT_TRUE(IsIn("gone") && !IsIn("too"));
+    Service().Settle();
+    EXPECT_EQ(Service().Count<XC2S_CheckOutReq>(), 2);
+    EXPECT_EQ(Service().Count<XC2S_ChargeReq>(), 3) << "one for each Charge";
+}
+
+TEST_F(ChargeTest, APassThatFailsIsNotTheLast)
+{
+    static std::atomic<int> s_nPasses;
+    s_nPasses = 0;
+    Game().settings.nChargeCycle = 1;
+    ASSERT_TRUE(Game().Start());
+    Game().Stop();  // the settings stay
+    SetSecond(std::chrono::milliseconds(20));
+    CChargeGen gen;
+    ASSERT_TRUE(gen.Start([] {
+        if (++s_nPasses == 1)
+            throw std::bad_alloc();
+    }));
+    while (s_nPasses < 2)
+        std::this_thread::yield();
+    gen.Stop();
 }
 
 TEST_F(ChargeTest, AnExpiryThatCannotBeSentIsKept)

@@ -8,11 +8,11 @@ namespace {
 
 using List = Wirova::RecordVector<XCheckOutInfo>;
 
-TEST(FailedCheckOutVector, KeepsTheFirstOfEachKeyAndAddress)
+TEST(FailedCheckOutVector, KeepsEachSessionOnce)
 {
     CFailedCheckOutVector failed;
     failed.AddFailedUser(User("abc", "10.0.0.1", "1"));
-    failed.AddFailedUser(User("abc", "10.0.0.1", "2"));
+    failed.AddFailedUser(User("abc", "10.0.0.1", "1"));
     failed.AddFailedUser(User("abc", "10.0.0.2", "3"));
     failed.AddFailedUser(User("", "10.0.0.3"));
     failed.AddFailedUser(User("nowhere", ""));
@@ -45,6 +45,32 @@ TEST(FailedCheckOutVector, ADeliveryTakesOnlyWhatItHasListed)
     failed.ClearFailedUsers();
     failed.AddFailedUser(User("abc", "10.0.0.1"));  // delivered and gone, so it counts as new
     EXPECT_EQ(failed.GetCount(), 1u);
+}
+
+// A checkout that was sent comes back with the loss of its link, until it has been answered or the link has
+// outlived it.
+TEST(FailedCheckOutVector, WhatALinkHasAcceptedMayYetBeLost)
+{
+    CFailedCheckOutVector failed;
+    const auto send = [&](const char* pszKey, int nReqID) {
+        failed.AddSent(CFailedCheckOutVector::MakePlace(User(pszKey), nReqID));
+    };
+    send("answered", 5), send("expired", -1), send("expired", -1), send("other", 6);
+    failed.OnAnswer("answered", 5);
+    failed.OnAnswer("expired", -1);
+    failed.OnAnswer("other", 7);
+    failed.OnLinkLost();
+    List list;
+    ASSERT_TRUE(failed.GetFailedCheckOutList(list));
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0]->strUserID + list[1]->strUserID, "expiredother");
+    failed.ClearFailedUsers();
+    EXPECT_EQ(failed.GetSentCount(), 2u);
+    for (const bool bAllLeft : {false, true, false})
+        failed.OnHeartbeat(bAllLeft);
+    EXPECT_EQ(failed.GetSentCount(), 2u);
+    failed.OnHeartbeat(true);
+    EXPECT_EQ(failed.GetSentCount() + failed.GetCount(), 0u);
 }
 
 }  // namespace
