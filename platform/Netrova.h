@@ -41,8 +41,12 @@ bool UnlockReadStream(_THandle*);
 // is still written if the peer takes it at once. False if it was closed already.
 bool Close(_THandle*);
 
-// A link refuses further blocks while more than this is waiting to be written.
+// A link refuses further blocks while more than this is waiting to be written. The largest of the waiting
+// blocks does not count: one list of all users does not make every other call fail until it has left.
 inline constexpr std::size_t kMaxQueuedBytes = 32u << 20;
+
+// A link whose queue makes no progress for so many seconds is lost: its peer is there and reads no more.
+inline constexpr int kMaxStall = 30;
 }  // namespace Link
 
 // A locked view of a connector's live links.

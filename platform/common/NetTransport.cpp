@@ -32,6 +32,7 @@ Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<L
       m_pSocket(std::make_shared<LinkSocket>(WithOptions(std::move(socket)))),
       m_graceTimer(context),
       m_watchTimer(context),
+      m_stallTimer(context),
       m_pLink(std::move(pLink))
 {
 }
@@ -123,8 +124,14 @@ void Transport::Write()
         for (const std::vector<char>& vecBlock : m_vecWriting)
             vecBuffers.push_back(asio::buffer(vecBlock));
         vecBuffers.front() += nFront;
+        WatchStall(0);
         asio::async_write(
             pSocket->Attach(), std::move(vecBuffers),
+            [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nTransferred) {
+                if (nTransferred != pSelf->m_nTransferred)
+                    pSelf->WatchStall(nTransferred);
+                return asio::transfer_all()(failed, nTransferred);
+            },
             asio::bind_executor(
                 m_strand, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
                     pSelf->OnWritten(failed, nCount);
@@ -135,9 +142,26 @@ void Transport::Write()
     }
 }
 
+// Gives the writing the whole time again, because something of it has left.
+void Transport::WatchStall(std::size_t nTransferred)
+{
+    m_nTransferred = nTransferred;
+    try {
+        m_stallTimer.expires_after(s_maxStall.load());
+        m_stallTimer.async_wait(
+            asio::bind_executor(m_strand, [pSelf = shared_from_this()](const std::error_code& cancelled) {
+                if (!cancelled && pSelf->m_bWriting &&
+                    pSelf->m_stallTimer.expiry() <= asio::steady_timer::clock_type::now())
+                    pSelf->Lose();
+            }));
+    } catch (const std::exception&) {  // out of memory; the next byte or the next block tries again
+    }
+}
+
 void Transport::OnWritten(const std::error_code& failed, std::size_t nCount)
 {
     m_bWriting = false;
+    m_stallTimer.cancel();
     m_vecWriting.clear();
     if (failed)
         return Lose();
@@ -207,6 +231,7 @@ void Transport::CloseSocket()
     pSocket->End();
     m_graceTimer.cancel();
     m_watchTimer.cancel();
+    m_stallTimer.cancel();
 }
 
 }  // namespace Netrova

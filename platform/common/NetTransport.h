@@ -2,6 +2,7 @@
 #pragma once
 
 #include <asio.hpp>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -29,6 +30,9 @@ public:
 
     static constexpr std::chrono::milliseconds kWatchCycle{50};
 
+    // kMaxStall of the contract; a test makes it shorter.
+    static void SetMaxStall(std::chrono::milliseconds stall) { s_maxStall.store(stall); }
+
     // ---- beside the strand; LinkSocket tells what they do ----
     LinkSocket::Sent WriteNow(const Blocks& vecBlocks, std::size_t nFront, std::size_t& nCount);
     bool MayBlock() const;  // whether there is a ReadNow: the strand reads otherwise
@@ -41,6 +45,7 @@ private:
     void Read();
     void OnRead(const std::error_code& failed, std::size_t nCount);
     void Write();
+    void WatchStall(std::size_t nTransferred);
     void OnWritten(const std::error_code& failed, std::size_t nCount);
     void DetachIfIdle();
     void Watch();
@@ -54,12 +59,16 @@ private:
     // From here on: on the strand only.
     asio::steady_timer m_graceTimer;  // the time that a closing link has for its last bytes
     asio::steady_timer m_watchTimer;
+    asio::steady_timer m_stallTimer;  // the time that the writing has for its next byte
+    std::size_t m_nTransferred = 0;   // bytes of the writing under way that have left
     std::shared_ptr<Link::_THandle> m_pLink;
     std::vector<char> m_vecRead;
     Blocks m_vecWriting;
     bool m_bReading = false;  // an asynchronous operation is under way
     bool m_bWriting = false;  // likewise
     bool m_bClosing = false;
+
+    static inline std::atomic<std::chrono::milliseconds> s_maxStall{std::chrono::seconds(Link::kMaxStall)};
 };
 
 }  // namespace Netrova

@@ -1,5 +1,6 @@
 #include "platform/common/SendQueue.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -51,7 +52,9 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
     const MutexLock lock(m_mutex);
     if (m_bClosed)
         return FailWith(asio::error::not_connected);
-    if (m_nBytes > Link::kMaxQueuedBytes)
+    if (m_nBytes == 0)
+        m_nLargest = 0;
+    if (m_nBytes > Link::kMaxQueuedBytes + m_nLargest)
         return FailWith(asio::error::no_buffer_space);
     if (nLength == 0)
         return 0;
@@ -64,6 +67,7 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
         return FailWith(asio::error::no_memory);
     }
     m_nBytes += nLength;
+    m_nLargest = std::max(m_nLargest, nLength);
     return static_cast<int>(nLength);
 }
 

@@ -55,9 +55,10 @@ private:
     std::shared_ptr<Transport> m_pTransport GUARDED_BY(m_mutex);
     bool m_bClosed GUARDED_BY(m_mutex) = false;
     Writer m_writer GUARDED_BY(m_mutex) = Writer::Nobody;
-    Blocks m_vecHeld GUARDED_BY(m_mutex);          // of the thread that holds the active links
-    Blocks m_vecQueued GUARDED_BY(m_mutex);        // may leave
-    std::size_t m_nBytes GUARDED_BY(m_mutex) = 0;  // of all blocks, with those being written
+    Blocks m_vecHeld GUARDED_BY(m_mutex);            // of the thread that holds the active links
+    Blocks m_vecQueued GUARDED_BY(m_mutex);          // may leave
+    std::size_t m_nBytes GUARDED_BY(m_mutex) = 0;    // of all blocks, with those being written
+    std::size_t m_nLargest GUARDED_BY(m_mutex) = 0;  // of the blocks since the queue was last empty
     // What a sender is writing: its own while it is the writer.
     Blocks m_vecSending;
     std::size_t m_nSendingFront = 0;  // bytes of the first block that have been sent

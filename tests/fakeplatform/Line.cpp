@@ -165,6 +165,7 @@ Transport::Transport(asio::io_context& context, Socket, std::shared_ptr<Link::_T
     : m_strand(asio::make_strand(context)),
       m_graceTimer(context),
       m_watchTimer(context),
+      m_stallTimer(context),
       m_pLink(std::move(pLink))
 {
     Fake::Count("links", 1);
