@@ -20,8 +20,8 @@
  *     calls at once. The library does not put two calls for the same user into an order: make them one after
  *     the other.
  *  4. Requests block. A request call blocks its thread until the service has answered, at most 5000
- *     milliseconds from the sending. The sending itself can wait for another call that is being sent, and for
- *     pfnBillingEvent (see 8). No call holds a lock of the library while it waits for its answer.
+ *     milliseconds from the sending. The sending itself can wait for another message that is being built. No
+ *     call holds a lock of the library while it waits for its answer.
  *  5. Results. Each response record begins with its head, which is `nResult` (0 is success) or `bSuccess` (1
  *     is success, everything else failure), and has `szError`, the text that goes with it. After a success
  *     szError holds what the call's own comment says, the service's text or an empty one. After a failure
@@ -40,23 +40,27 @@
  *        been sent: treat this text like a timeout.
  *      - Any other text is the service's own: the service has answered and refused. That text may be empty.
  *  6. A timeout means "unknown", not "failed". The service may have done what was asked. After a Checkin or
- *     CheckinEx that timed out the library undoes a late success by itself; after any other call ask the
- *     service before you ask again. However fast an answer comes, the call that has asked gets it.
+ *     CheckinEx that timed out the library undoes a late success by itself, also if the user has checked in
+ *     again meanwhile: the later session stays. After any other call ask the service before you ask again.
+ *     However fast an answer comes, the call that has asked gets it.
  *  7. A lost connection is made again by the library, which tries every RECONNECT_CYCLE seconds of the
  *     settings file. Until then every request fails at once with "Failed to send a '...' msg." and no user's
  *     term is ended by the library's own clock. The users who are known here stay known. Right after each
- *     accepted connection the library sends the service the checkouts that could not be sent before, and then
- *     the list of all users who are known here.
+ *     accepted connection the library sends the service the checkouts that could not be sent before or were
+ *     lost with the last connection, and then the list of all users who are known here and are not leaving.
+ *     A checkout that could not be sent while the connection stood goes out with the next heartbeat. A
+ *     connection to a service that has taken no byte of what waits to be sent for 30 seconds counts as lost.
  *  8. Threads of callbacks. Callbacks run on threads of the library: pool threads, and the charge thread (or
  *     the caller of Charge) for a user whose term has ended by the library's own clock in a charge pass (see
  *     Charge). While a callback runs on a pool thread, nothing else that the service sends is read; while
- *     pfnBillingEvent runs for such a user, no other thread can send. So return quickly and post long work to
- *     a queue of your own. Do not take a lock inside pfnBillingEvent that another thread of yours holds while
- *     that thread calls this library: both may wait for each other.
+ *     pfnBillingEvent runs for such a user, no further charge is sent. So return quickly and post long work
+ *     to a queue of your own. A lock that a callback takes must not be held while a thread of yours calls
+ *     this library: on a pool thread the answer of that call could not be read until its timeout.
  *  9. Calls inside callbacks. The functions of result lists, GetBillingInfoForUserMove, GetBillingName and
  *     GetEventName may be called there. Make no request call: on a pool thread it can only run into its
- *     timeout, and on the charge thread it stops all sending while it waits. Do not call Charge either: it
- *     would call pfnBillingEvent again for the same users. InitModule and UninitModule do nothing.
+ *     timeout, and on the charge thread it delays the charge. A Charge there reports the users who are
+ *     charged, and leaves the users whose term has ended to the pass that has called. InitModule and
+ *     UninitModule do nothing.
  * 10. Handles of result lists (_DATA_HANDLE*) that a call has returned or put into a response record are the
  *     caller's and end with DestroyHandle, once. A handle belongs to one thread at a time.
  * 11. Users. szUserID or szRecvUserID in a request is a user's identifier: a user number if the setting
@@ -130,7 +134,7 @@ typedef struct _DATA_HANDLE _DATA_HANDLE;
  *    puts the player out and does not call Checkout. The event has two sources. Sent by the service, it is
  *    told to the game first, and the checkout follows. Found by the library's own clock in a charge pass, the
  *    checkout is sent first, then the game is told; nSpecificCode is 0 and szParam empty then. In both cases
- *    the user is forgotten here once the callback has returned.
+ *    the user is forgotten here once the callback has returned, unless the user has checked in again since.
  *  1 and 3: told with szUserIP; the user stays checked in. The settings file names their meaning.
  *  2 (FORCE_CHECKOUT): never comes here. The service has ended the user's session, and the library forgets
  *    the user without a word to the game. Ask now and then with GetBillingInfoForUserMove which of your
@@ -382,7 +386,7 @@ typedef struct _USER_MOVE_INFO {
  *    2, the end of the term or UninitModule. A record of the same user from an earlier Checkin is replaced.
  *  - Any other nResult with a text of the service: refused, nothing has changed. Show szError.
  *  - Timeout: unknown; the user may try again. A success that arrives later is undone by a checkout that the
- *    library sends by itself. Only if the timeout came at once can the user be known here.
+ *    library sends by itself.
  *  - "Failed to send a 'XC2S_CheckInReq' msg.": not checked in; try again after the reconnection.
  */
 VELKAR_API void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes);
@@ -395,13 +399,16 @@ VELKAR_API void Checkin(const _USER_REQ* pReq, _CHECKIN_RES* pRes);
  *  - "This user is not checkined.": the user is not known here, and the service was not asked.
  *  - bSuccess 1: checked out. szError holds the text that the service sent with it, which may be empty.
  *  - Any other bSuccess with a text of the service: the service has refused the checkout.
- *  - Timeout: unknown. The list of users that the library sends after the next connection does not have the
- *    user, so that the service can settle it.
+ *  - Timeout: unknown. If the connection is lost before the service has the checkout, the library delivers
+ *    the checkout again after the next connection. A user whose address is empty is left to the list of users
+ *    that is sent then: that list does not have the user.
  *  - "Failed to send a 'XC2S_CheckOutReq' msg.": the checkout is kept as a failed checkout, and delivered
- *    right after the next connection; UninitModule gives it up. A user whose address is empty is not kept.
+ *    right after the next connection, or with the next heartbeat if the connection stands; UninitModule gives
+ *    it up. A user whose address is empty is not kept.
  *
  * The other texts of convention 5 that say "Nothing was sent" leave the user known; after "There is an
- * exception because of some reasons." GetBillingInfoForUserMove tells.
+ * exception because of some reasons." GetBillingInfoForUserMove tells. If another thread checks the user in
+ * again during the call, that new session stays.
  */
 VELKAR_API void Checkout(const _USER_REQ* pReq, _RESULT_RES* pRes);
 
@@ -476,8 +483,8 @@ VELKAR_API bool GetBillingInfoForUserMove(const char* pszUserKey, _USER_MOVE_INF
  * Runs a charge pass over all products of the settings file at once, as the library does by itself every
  * CHARGE_CYCLE seconds while it is connected: users whose term has ended (billing ids 1 and 3) are checked
  * out and told to pfnBillingEvent on this thread; the others on metered billing (billing ids 2 and 3) are
- * reported to the service. Waits for no answer, but for another charge pass and its callbacks. Not for
- * callbacks.
+ * reported to the service. Waits for no answer, but for the callbacks of the users that it ends. Inside a
+ * callback see convention 9.
  *
  *  - bSuccess 1: at least one product was sent, or had nobody to be charged. szError is left as it was.
  *  - "Failed to send a 'XC2S_ChargeReq' msg.": there is no connection, or the settings file has no product.
