@@ -37,6 +37,10 @@ public:
         }
     }
 
+    // Nothing is written any more, in a process in which the service's thread does not run. Uses atomics
+    // alone.
+    static void Silence() { s_nLevel.store(-1); }
+
     // Whether lines of that level are written, by its number in Logova. False while logging is not up.
     static bool IsOn(int nLevel) { return nLevel <= s_nLevel.load(std::memory_order_relaxed); }
 

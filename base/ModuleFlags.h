@@ -30,6 +30,14 @@ inline CModuleFlag& BeingTerminatedFlag()
     return *s_pFlag;
 }
 
+// Set in a process that was forked off one that had started the library. The threads of the library are not
+// there, and a lock may be held for ever by one that is not, so the library refuses to work.
+inline CModuleFlag& ForkedFlag()
+{
+    static auto* const s_pFlag = new CModuleFlag;
+    return *s_pFlag;
+}
+
 // Counts the lives of the library: a life begins with InitModule and ends within UninitModule. A call of the
 // game can outlast a stop by its whole wait. What belongs to a life carries the life's number, so that such a
 // call changes nothing in the tables of the next life and sends nothing on the next life's connection.

@@ -126,6 +126,7 @@ void CCommHandler::Stop()
     m_bStop.store(true);
     m_wakeHeartbeat.Set();
     m_wakeReconnect.Set();
+    Netrova::Connector::AbortConnects(m_pConnector.load());
     Thread::Stop();
     while (m_bRunning.load())
         Host::Sleep(kStopPoll);

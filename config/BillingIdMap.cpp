@@ -35,19 +35,20 @@ const char* CBillingIdMap::InternName(std::int32_t nProductId) const
 bool CBillingIdMap::GetFirstProductId(std::int32_t& nFirst) const
 {
     const ScopedLock lock(m_lock);
-    if (m_mapBilling.empty())
+    const auto* const pEntry = m_entries.FindFrom(std::numeric_limits<std::int32_t>::min());
+    if (pEntry == nullptr)
         return false;
-    nFirst = m_mapBilling.begin()->first;
+    nFirst = pEntry->first;
     return true;
 }
 
 bool CBillingIdMap::GetProductIdAbove(std::int32_t nProductId, std::int32_t& nAbove) const
 {
     const ScopedLock lock(m_lock);
-    const auto it = m_mapBilling.upper_bound(nProductId);
-    if (it == m_mapBilling.end())
+    const auto* const pEntry = m_entries.FindFrom(std::int64_t{nProductId} + 1);
+    if (pEntry == nullptr)
         return false;
-    nAbove = it->first;
+    nAbove = pEntry->first;
     return true;
 }
 

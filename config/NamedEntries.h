@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory_resource>
 #include <set>
 #include <string>
+#include <utility>
 
 // A name stays valid as long as this object, also after a Clear, because the game holds pointers to it. Clear
 // therefore retires the entries with their names, and a later addition under the same number uses the memory
@@ -49,6 +51,16 @@ public:
         return it == m_map.end() || it->second.bRetired ? nullptr : &it->second;
     }
     std::size_t Count() const { return m_nCount; }
+    // The entry of the lowest number that is not below nLowest; null if there is none.
+    const std::pair<const std::int32_t, Entry>* FindFrom(std::int64_t nLowest) const
+    {
+        if (nLowest > std::numeric_limits<std::int32_t>::max())
+            return nullptr;
+        auto it = m_map.lower_bound(static_cast<std::int32_t>(nLowest));
+        while (it != m_map.end() && it->second.bRetired)
+            ++it;
+        return it == m_map.end() ? nullptr : &*it;
+    }
     // In ascending order of the numbers, retired entries included.
     const Map& All() const { return m_map; }
     void Clear()

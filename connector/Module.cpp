@@ -2,6 +2,8 @@
 // and the comm handler, which connects, and waits for the service's answer to the registration. A stop ends
 // the reload thread, the comm handler and the logger, and empties the tables. A start that fails stops what
 // it had begun.
+#include <atomic>
+
 #include "VelkarConnector.h"
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
@@ -34,19 +36,36 @@ Kernova::Threading::CriticalSection& LifecycleLock()
     return *s_pLock;
 }
 
+// Whether there are threads of the library, or a thread that starts or stops it.
+std::atomic<bool> g_bAlive{false};
+
+// In a forked process.
+void RefuseIfAlive()
+{
+    if (!g_bAlive.load())
+        return;
+    ForkedFlag().Set(true);
+    InitializedFlag().Set(false);
+    CLogger::Silence();
+}
+
 // The stop path, from any state that a start can have reached. Clears both flags at its end, whatever has
 // failed.
 void StopRunning() noexcept
 {
-    try {
-        ConfigReader().Shutdown();
-        CommHandler().Stop();
-        ModuleLife::End();
-        Logger().Uninit();
-    } catch (...) {  // without memory for one of the steps the flags below are cleared all the same
-    }
+    const auto step = [](auto&& work) {
+        try {
+            work();
+        } catch (...) {  // without memory for this step the others follow all the same
+        }
+    };
+    step([] { ConfigReader().Shutdown(); });
+    step([] { CommHandler().Stop(); });
+    ModuleLife::End();
+    step([] { Logger().Uninit(); });
     InitializedFlag().Set(false);
     BeingTerminatedFlag().Set(false);
+    g_bAlive.store(false);
 }
 
 void StopConnector() noexcept
@@ -97,6 +116,10 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
 enum class Verdict { Start, AlreadyRunning, Refused };
 Verdict LookAtFlags(const CallerText& error)
 {
+    if (ForkedFlag().IsSet()) {
+        error.Put("Velkar Connector does not work in a forked process.");
+        return Verdict::Refused;
+    }
     if (InitializedFlag().IsSet()) {
         error.Put("Velkar Connector is already initialized.");
         return Verdict::AlreadyRunning;
@@ -113,6 +136,9 @@ bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks,
 {
     // Threads of the library, and callers, are inside its code from here on.
     Host::PinLibrary();
+    g_bAlive.store(true);
+    ForkedFlag();
+    Host::OnForked(&RefuseIfAlive);
     try {
         if (StartConnector(id, callbacks, error)) {
             InitializedFlag().Set(true);

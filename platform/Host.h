@@ -73,6 +73,10 @@ bool IsTextUnicode(const void* pBuffer, int nLength);
 bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& strOut);
 
 // ---- the library itself ----
+// Runs the function in every process that is forked off this one, on its only thread, before the fork returns
+// there. Once; later calls change nothing. The function may use atomics alone: a thread that holds a lock is
+// not in the new process.
+void OnForked(void (*pfnInNewProcess)());
 // Keeps this library loaded for the rest of the process, however often the host unloads it: a thread of the
 // library or a caller may be inside its code.
 void PinLibrary();

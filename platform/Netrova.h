@@ -80,6 +80,8 @@ bool SetOnReceived(_THandle*, Callback, void* context);
 // Opens one TCP connection to the host, dotted or named, and blocks until it stands, has failed or
 // the time is over; true on success. The connected callback follows on a pool thread.
 bool Connect(_THandle*, const char* host, unsigned short port, int timeoutMilliseconds);
+// Lets the Connect calls that are under way fail at once, and those that follow.
+void AbortConnects(_THandle*);
 
 // Re-entrant for the thread that holds it. Null on failure, and then nothing is locked.
 // Every unlock, an inner one too, lets the blocks leave that its thread has sent.

@@ -38,14 +38,20 @@ bool _THandle::Start()
     return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space);
 }
 
+void _THandle::AbortConnects()
+{
+    const MutexLock lock(m_mutex);
+    m_bStopping = true;
+    for (const auto& pCall : m_vecCalls)
+        pCall->Abort();
+}
+
 bool _THandle::Stop()
 {
+    m_pListGate->Close();
+    AbortConnects();
     {
         const MutexLock lock(m_mutex);
-        m_bStopping = true;
-        m_pListGate->Close();
-        for (const auto& pCall : m_vecCalls)
-            pCall->Abort();
         if (m_context.get_executor().running_in_this_thread())
             return false;
         while (!m_vecCalls.empty())

@@ -38,6 +38,7 @@ struct _THandle final : private Kernova::ThreadPool::IWork {
     // ---- the operations of the contract ----
     void SetCallback(Event event, Callback pfnCallback, void* pContext);
     bool Connect(const char* pszHost, unsigned short nPort, int nTimeoutMilliseconds);
+    void AbortConnects();
     ActiveLinkList::_THandle* LockActiveLinks();
     bool UnlockActiveLinks();
 
@@ -86,7 +87,7 @@ private:
 
     Kernova::Internal::Mutex m_mutex;
     std::condition_variable_any m_cond;  // a Connect or a user of the list has gone
-    bool m_bStopping GUARDED_BY(m_mutex) = false;
+    bool m_bStopping GUARDED_BY(m_mutex) = false;  // refuses Connect
     std::vector<std::shared_ptr<ConnectCall>> m_vecCalls GUARDED_BY(m_mutex);
     std::array<CallbackSlot, 4> m_arrCallbacks GUARDED_BY(m_mutex);
 };

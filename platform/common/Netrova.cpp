@@ -144,6 +144,12 @@ bool Connect(_THandle* pConnector, const char* host, unsigned short port, int ti
     return pConnector->Connect(host, port, timeoutMilliseconds);
 }
 
+void AbortConnects(_THandle* pConnector)
+{
+    if (pConnector != nullptr)
+        pConnector->AbortConnects();
+}
+
 ActiveLinkList::_THandle* LockActiveLinks(_THandle* pConnector)
 {
     if (pConnector != nullptr)

@@ -30,8 +30,8 @@ constexpr unsigned int kChanges = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB;
 
 void StoreError() { Platova::SetLastError(static_cast<unsigned int>(errno)); }
 
-// A change source that nobody uses. The kernel takes over 10 milliseconds to close one with a former watch, for
-// which a stop of the library would have to wait, so the last one is kept for the next start.
+// A change source that nobody uses. The kernel takes over 10 milliseconds to close one with a former watch,
+// for which a stop of the library would have to wait, so the last one is kept for the next start.
 class SpareSource {
 public:
     ~SpareSource() { Put(-1); }

@@ -122,6 +122,12 @@ void PrintError(const char* pszFormat, ...)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+void OnForked(void (*pfnInNewProcess)())
+{
+    static const int s_nRegistered = pthread_atfork(nullptr, nullptr, pfnInNewProcess);
+    static_cast<void>(s_nRegistered);
+}
+
 // The library is linked so that it stays in memory once it has been loaded (-z nodelete).
 void PinLibrary() {}
 

@@ -166,6 +166,8 @@ void PrintError(const char* pszFormat, ...)
     va_end(args);
 }
 
+void OnForked(void (*)()) {}  // no process is forked there
+
 void PinLibrary()
 {
     HMODULE module = nullptr;

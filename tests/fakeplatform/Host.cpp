@@ -205,6 +205,8 @@ bool ShowErrorBox(const char* pszTitle, const char* pszText)
 
 void PrintError(const char*, ...) {}
 
+void OnForked(void (*)()) {}
+
 void PinLibrary() {}
 
 }  // namespace Host

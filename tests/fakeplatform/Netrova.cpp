@@ -108,6 +108,12 @@ bool Connect(_THandle* pConnector, const char* host, unsigned short port, int ti
     return pConnector->Connect(host, port, timeoutMilliseconds);
 }
 
+void AbortConnects(_THandle* pConnector)
+{
+    if (pConnector != nullptr)
+        pConnector->AbortConnects();
+}
+
 ActiveLinkList::_THandle* LockActiveLinks(_THandle* pConnector)
 {
     return MustFail(Op::LockActiveLinks) ? nullptr : pConnector->LockActiveLinks();

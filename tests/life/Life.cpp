@@ -7,6 +7,7 @@
 //                        unload-waiting   stops and unloads it, with callers inside a request
 //                        throwing   lets callbacks throw
 //                        signal     takes a signal that is sent to the process, with the library running
+//                        fork     calls it in a forked process while it runs
 //                        broken-pipe   starts it with bad settings and nobody behind standard error
 //                        restart  starts and stops it a hundred times, unloading it in between
 #include <atomic>
@@ -29,6 +30,7 @@
 #ifndef _WIN32  // elsewhere the sockets' header brings the system's
 #include <dlfcn.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -197,6 +199,24 @@ void TakeSignal(const char* pszLibrary, const char* pszProgram)
     ServiceHolder().reset();
 }
 
+void Fork(const Library& library)
+{
+    const pid_t nChild = fork();
+    if (nChild == 0) {
+        alarm(4);  // a request that is sent takes longer
+        char szError[1025];
+        const bool bStarted = library.TryToStart({}, szError);
+        const std::string strError = szError;
+        library.CheckIn();
+        library.pfnUninit();
+        std::_Exit(bStarted || strError.find("forked") == std::string::npos ? 1 : 0);
+    }
+    int nStatus = 0;
+    if (waitpid(nChild, &nStatus, 0) != nChild || nStatus != 0)
+        Die("the forked process ended with " + std::to_string(nStatus));
+    library.pfnUninit();
+}
+
 void BreakPipe(const char* pszLibrary, const char* pszProgram)
 {
     std::ofstream(DirectoryOf(pszProgram) + "/" + kSettingsFile) << "<TARVO><module";
@@ -251,6 +271,10 @@ int main(int argc, char** argv)
         UnloadWaiting(library);
     else if (strMode == "exit-waiting")
         WaitInside(library);
+#ifndef _WIN32
+    else if (strMode == "fork")
+        Fork(library);
+#endif
     else if (strMode != "exit")
         Die("unknown mode " + strMode);
     ServiceHolder().reset();
