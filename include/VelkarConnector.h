@@ -276,8 +276,9 @@ typedef struct _CONNECTOR_CALLBACKS {
  *  - "Failed to add connector to Velkar server.": connected, but no answer came in 5000 milliseconds.
  *  - "Connector id or callbacks arg is NULL.": pId or pCallbacks was null.
  *  - "Velkar Connector is being terminated.": see below.
- *  - "Velkar Connector does not work in a forked process.": the process was forked off one in which the library
- *    was running. No call does anything there; a program that the process executes may start the library.
+ *  - "Velkar Connector does not work in a forked process.": the process was forked off one in which the
+ * library was running. No call does anything there; a program that the process executes may start the
+ * library.
  *  - "There is an exception because of some reasons.", or another text that begins with "[Comm Handler]":
  *    memory or threads have run out.
  *  - Any other text, which may be empty: the service has refused this connector.

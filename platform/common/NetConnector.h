@@ -86,7 +86,7 @@ private:
     const std::shared_ptr<Kernova::XTL::UseGate> m_pListGate = std::make_shared<Kernova::XTL::UseGate>();
 
     Kernova::Internal::Mutex m_mutex;
-    std::condition_variable_any m_cond;  // a Connect or a user of the list has gone
+    std::condition_variable_any m_cond;            // a Connect or a user of the list has gone
     bool m_bStopping GUARDED_BY(m_mutex) = false;  // refuses Connect
     std::vector<std::shared_ptr<ConnectCall>> m_vecCalls GUARDED_BY(m_mutex);
     std::array<CallbackSlot, 4> m_arrCallbacks GUARDED_BY(m_mutex);
