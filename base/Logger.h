@@ -94,6 +94,9 @@ void Write(Function CLogger::*pfnLevel, const Args&... args) noexcept
     }
 }
 
+// The level of the rows of lists, by its number in Logova.
+inline constexpr int kDebug = 7;
+
 // The line costs one load if its level is off.
 inline void Fatal(const char* pszText) noexcept
 {

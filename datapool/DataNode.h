@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "datapool/PackedBytes.h"
+#include "datapool/PackedRecord.h"
 
 // A list without its record type, so that the pool can hold all kinds in one map.
 class CDataBaseNode {
@@ -32,6 +33,13 @@ public:
     std::size_t GetSize() const override { return m_records.GetCount(); }
     // Throws std::bad_alloc without memory, and has then added nothing.
     void Add(const T& record) { m_records.Add(&record, sizeof(T)); }
+    // The records as they are kept, for a writer that packs them itself.
+    CPackedBytes& GetPacked() { return m_records; }
+    static constexpr std::size_t GetRecordSize()
+    {
+        static_assert(Packed::LongestPacked(sizeof(T)) <= Packed::RecordWriter::kMostBytes);
+        return sizeof(T);
+    }
     // False at or past the end; out is then left alone.
     bool Get(T& out, std::size_t nIndex) const { return m_records.Get(nIndex, &out, sizeof(T)); }
     // visit(record) for each record in order.

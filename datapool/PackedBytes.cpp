@@ -4,13 +4,11 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace {
+#include "datapool/PackedRecord.h"
 
-// A packed string is a row of pieces: two bytes with the length of what follows as it is, two bytes with the
-// number of zeros behind it. A run shorter than this is not worth a piece.
-constexpr std::size_t kShortestRun = 8;
-constexpr std::size_t kLongestPiece = 0xFFFF;
-constexpr std::size_t kNumbers = 4;  // bytes of the two numbers of a piece
+using namespace Packed;
+
+namespace {
 
 std::size_t EndOfZeros(const unsigned char* p, std::size_t n, std::size_t nSize)
 {
@@ -40,15 +38,6 @@ std::size_t EndOfLiteral(const unsigned char* p, std::size_t n, std::size_t nSiz
     return nSize;
 }
 
-unsigned char* PutNumber(unsigned char* pOut, std::size_t n)
-{
-    pOut[0] = static_cast<unsigned char>(n & 0xFF);
-    pOut[1] = static_cast<unsigned char>(n >> 8);
-    return pOut + 2;
-}
-
-std::size_t GetNumber(const unsigned char* p) { return p[0] | static_cast<std::size_t>(p[1]) << 8; }
-
 // The length of the packed string, which is written only if there is a place for it.
 std::size_t Pack(const unsigned char* p, std::size_t nSize, unsigned char* pOut)
 {
@@ -67,9 +56,6 @@ std::size_t Pack(const unsigned char* p, std::size_t nSize, unsigned char* pOut)
     return nPacked;
 }
 
-// No packed string is longer: a piece but the last one stands for a run of zeros at least.
-std::size_t LongestPacked(std::size_t nSize) { return nSize + kNumbers * (nSize / kShortestRun + 2); }
-
 constexpr std::size_t kShortBlock = 256;
 constexpr std::size_t kLongBlock = 64u << 10;
 
@@ -80,12 +66,30 @@ void CPackedBytes::Add(const void* pBytes, std::size_t nSize)
     if (nSize > kLongestPiece / 2)
         throw std::length_error("a record of the data pool is too long");
     const auto* const p = static_cast<const unsigned char*>(pBytes);
-    if (m_vecPlaces.size() == m_vecPlaces.capacity())
-        m_vecPlaces.reserve(m_vecPlaces.size() * 3 / 2 + 4);
+    MakePlace();
     const bool bFits =
         !m_vecBlocks.empty() && m_vecBlocks.back().nSize - m_vecBlocks.back().nUsed >= LongestPacked(nSize);
     Block& block = bFits ? m_vecBlocks.back() : MakeRoom(Pack(p, nSize, nullptr));
-    const std::size_t nPacked = Pack(p, nSize, block.pBytes.get() + block.nUsed);
+    Take(block, Pack(p, nSize, block.pBytes.get() + block.nUsed));
+}
+
+void CPackedBytes::AddPacked(const void* pPacked, std::size_t nPacked)
+{
+    MakePlace();
+    Block& block = MakeRoom(nPacked);
+    std::memcpy(block.pBytes.get() + block.nUsed, pPacked, nPacked);
+    Take(block, nPacked);
+}
+
+void CPackedBytes::MakePlace()
+{
+    if (m_vecPlaces.size() == m_vecPlaces.capacity())
+        m_vecPlaces.reserve(m_vecPlaces.size() * 3 / 2 + 4);
+}
+
+// The string has been written into the last block.
+void CPackedBytes::Take(Block& block, std::size_t nPacked)
+{
     m_vecPlaces.push_back({static_cast<std::uint32_t>(m_vecBlocks.size() - 1), block.nUsed});
     block.nUsed += static_cast<std::uint32_t>(nPacked);
 }

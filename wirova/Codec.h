@@ -3,9 +3,9 @@
 // only for bytes that have arrived. Sizes are summed in 64 bits, so that texts of gigabytes make Save fail
 // instead of overflowing.
 //
-// Each Codec has: kMinSize, the fewest bytes that a field can take; Size, the bytes that Save would write
-// now; Save and Load, which return false when the stream fails and do not undo what they have done by then;
-// and Clear, except for records, which stand in vectors only.
+// Each Codec has: kType, the form of the field; kMinSize, the fewest bytes that a field can take; Size, the
+// bytes that Save would write now; Save and Load, which return false when the stream fails and do not undo
+// what they have done by then; and Clear, except for records, which stand in vectors only.
 #pragma once
 
 #include <algorithm>
@@ -36,6 +36,9 @@ private:
     bool m_bWas;
 };
 
+// The forms in which fields stand on the wire.
+enum class FieldType : unsigned char { Int32, Int64, Byte, Text, Record, Vector };
+
 template <class T>
 struct Codec;
 template <class T>
@@ -45,6 +48,7 @@ using CodecOf = Codec<std::remove_cvref_t<T>>;
 template <class T>
     requires std::same_as<T, int32> || std::same_as<T, int64>
 struct Codec<T> {
+    static constexpr FieldType kType = sizeof(T) == 4 ? FieldType::Int32 : FieldType::Int64;
     static constexpr int32 kMinSize = sizeof(T);
     static int64 Size(const T&) { return sizeof(T); }
     static bool Save(Stream* s, const T& v)
@@ -69,6 +73,7 @@ template <class T>
     requires std::same_as<T, char> || std::same_as<T, boolean>
 struct Codec<T> {
     static_assert(sizeof(T) == 1);
+    static constexpr FieldType kType = FieldType::Byte;
     static constexpr int32 kMinSize = 1;
     static int64 Size(const T&) { return 1; }
     static bool Save(Stream* s, const T& v) { return Strova::Write(s, &v, 1) == 1; }
@@ -79,6 +84,7 @@ struct Codec<T> {
 // A text: its length in bytes as an int32, then the bytes, without a NUL. The bytes are not looked at.
 template <>
 struct Codec<string> {
+    static constexpr FieldType kType = FieldType::Text;
     static constexpr int32 kMinSize = 4;
     static int64 Size(const string& v) { return 4 + static_cast<int64>(v.size()); }
     static bool Save(Stream* s, const string& v)
@@ -106,6 +112,7 @@ struct Codec<string> {
 // A record inside a vector: its fields without its id, because the type of the vector says the class.
 template <std::derived_from<IMessage> T>
 struct Codec<T> {
+    static constexpr FieldType kType = FieldType::Record;
     static constexpr int32 kMinSize = T::kMinSize;
     static int64 Size(T& rec)
     {
@@ -161,6 +168,7 @@ template <class V>
 struct Codec<V> {
     using Sample = decltype(Element(*std::declval<const V&>().begin()));
     static constexpr int32 kMinElement = CodecOf<Sample>::kMinSize;
+    static constexpr FieldType kType = FieldType::Vector;
     static constexpr int32 kMaxReserve = 256;  // elements reserved at once; more make the vector grow
     static constexpr int32 kMinSize = 4;
     static int64 Size(const V& v)

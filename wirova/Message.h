@@ -8,14 +8,20 @@
 //     };
 //
 // This declares the fields in wire order, the eight operations of IMessage, the constant
-// kMsgID and the walk ForEachField. The fields are public and used directly. A number in brackets in a
-// field's comment is the most bytes that this system keeps of a text, or puts into it; the wire itself has no
-// limit.
+// kMsgID, the walk ForEachField and kFields, the names and forms of the fields as data. The fields are public
+// and used directly. A number in brackets in a field's comment is the most bytes that this system keeps of a
+// text, or puts into it; the wire itself has no limit.
 #pragma once
 
 #include "wirova/Codec.h"
 
 namespace Wirova {
+
+// What kFields says of a field. The last element of kFields has no name.
+struct FieldInfo {
+    const char* pszName = nullptr;
+    FieldType type = FieldType::Byte;
+};
 
 // Bytes that SaveTo would write now: the id, unless the message is nested, and the fields. A sum that does
 // not fit is given as the largest int32; writing such a message fails.
@@ -63,9 +69,11 @@ void ClearAll(M& msg)
 // These macros walk a list (type, name)(type, name)... of any length. Each element is expanded by A or B, and
 // the result ends in the name of the other one, which takes the next element; a macro cannot expand itself.
 // At the end of the list that name gets _END pasted to it and vanishes. FIELD declares the fields, VISIT
-// calls a function for each of them, LEAST sums their smallest sizes.
+// calls a function for each of them, LEAST sums their smallest sizes, INFO lists their names and forms.
 #define WIROVA_CAT_(a, b) a##b
 #define WIROVA_CAT(a, b) WIROVA_CAT_(a, b)
+#define WIROVA_END_(...) __VA_ARGS__##_END
+#define WIROVA_END(...) WIROVA_END_(__VA_ARGS__)
 #define WIROVA_FIELD_A(type, name) \
     type name{};                   \
     WIROVA_FIELD_B
@@ -82,6 +90,10 @@ void ClearAll(M& msg)
 #define WIROVA_LEAST_B(type, name) +Wirova::Codec<type>::kMinSize WIROVA_LEAST_A
 #define WIROVA_LEAST_A_END
 #define WIROVA_LEAST_B_END
+#define WIROVA_INFO_A(type, name) {#name, Wirova::Codec<type>::kType}, WIROVA_INFO_B
+#define WIROVA_INFO_B(type, name) {#name, Wirova::Codec<type>::kType}, WIROVA_INFO_A
+#define WIROVA_INFO_A_END
+#define WIROVA_INFO_B_END
 
 // The declaration of a wire class: its name, its id, its fields in wire order. The assertion on the id finds
 // slips of the pen: all ids of the protocol are positive, below 2 to the power 28, and end in the hexadecimal
@@ -94,6 +106,7 @@ void ClearAll(M& msg)
     Wirova::int32 nMsgID = kMsgID;                                                                        \
     WIROVA_CAT(WIROVA_FIELD_A fields, _END)                                                               \
     [[maybe_unused]] static constexpr Wirova::int32 kMinSize = 0 WIROVA_CAT(WIROVA_LEAST_A fields, _END); \
+    static constexpr Wirova::FieldInfo kFields[] = {WIROVA_END(WIROVA_INFO_A fields){}};                  \
     cls();                                                                                                \
     ~cls() override;                                                                                      \
     void Clear() override;                                                                                \

@@ -89,12 +89,6 @@ public:
         for (; !m_vec.empty(); m_vec.pop_back())
             delete m_vec.back();
     }
-    // Frees one record before the others. Its place stays and holds null, so the other indexes do not move.
-    void Drop(std::size_t i)
-    {
-        delete m_vec[i];
-        m_vec[i] = nullptr;
-    }
     void reserve(std::size_t n) { m_vec.reserve(n); }
 
     std::size_t size() const { return m_vec.size(); }

@@ -5,10 +5,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 
-#include "base/LastErrorCode.h"
 #include "base/Logger.h"
 #include "comm/in/Handlers.h"
+#include "comm/in/MsgBody.h"
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/GameServiceMessages.h"
 #include "wirova/messages/SessionMessages.h"
@@ -24,31 +25,24 @@ struct Name {
     constexpr Name(const char (&text)[N]) { std::copy_n(text, N, sz); }
 };
 
-// A message that does not load is logged and dropped. No waiter is woken, so the caller of its request runs
-// into the timeout.
-bool LoadLogged(Wirova::IMessage& msg, Wirova::Stream* pStream)
-{
-    if (msg.Load(pStream))
-        return true;
-    Log::ErrorFmt("[Comm Handler] Failed to load a '%s' msg from a recv stream. [Error code: %d]",
-                  msg.GetMsgName(), LastErrorCode());
-    return false;
-}
-
 // The common part of all handlers: the line with the message's name, loading, and the guard that keeps an
-// exception of one message from ending the receive loop. pfnBody is the handler's own work.
+// exception of one message from ending the receive loop. pfnBody is the handler's own work. A handler of a
+// message with lists takes the body, too, and loads the message itself, because it has the lists.
 template <class Message, Name kHandler, auto pfnBody>
 bool Handle(Wirova::Stream* pStream, void*, void* pLink)
 {
     try {
         Message msg;
         Log::InfoFmt("[Comm Handler] Type of the msg from a Velkar server is '%s'.", msg.GetMsgName());
-        if (!LoadLogged(msg, pStream))
-            return false;
-        if constexpr (requires { pfnBody(msg, Link()); })
-            return pfnBody(msg, static_cast<Link>(pLink));
+        MsgBody body(pStream);
+        if constexpr (std::is_invocable_v<decltype(pfnBody), Message&, MsgBody&>)
+            return pfnBody(msg, body);
+        else if constexpr (std::is_invocable_v<decltype(pfnBody), Message&, MsgBody&, Link>)
+            return pfnBody(msg, body, static_cast<Link>(pLink));
+        else if constexpr (std::is_invocable_v<decltype(pfnBody), Message&, Link>)
+            return body.Load(msg) && pfnBody(msg, static_cast<Link>(pLink));
         else
-            return pfnBody(msg);
+            return body.Load(msg) && pfnBody(msg);
     } catch (...) {
         Log::ErrorFmt("[Comm Handler] There is an exception in %s func.", kHandler.sz);
         return false;

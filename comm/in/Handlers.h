@@ -1,8 +1,8 @@
-// The handlers' own work, one function a message. HandlerTable.cpp has loaded the message and catches every
-// exception. Handlers run on a pool thread with the link's read stream locked, one at a time, in the order of
-// arrival: a handler that takes long, or a game callback inside it, delays all later messages of the link. A
-// handler's result is the result of Dispatch, which the frame loop ignores; false means that the handler has
-// given up.
+// The handlers' own work, one function a message. HandlerTable.cpp has loaded the message, or has a handler
+// of a message with lists load it out of the body, and catches every exception. Handlers run on a pool thread
+// with the link's read stream locked, one at a time, in the order of arrival: a handler that takes long, or a
+// game callback inside it, delays all later messages of the link. A handler's result is the result of
+// Dispatch, which the frame loop ignores; false means that the handler has given up.
 #pragma once
 
 #include "platform/Netrova.h"
@@ -16,6 +16,8 @@
 // link or not at all.
 using Link = Netrova::Link::_THandle*;
 
+class MsgBody;
+
 // ---- the answer to the registration: ConnectAnswer.cpp ----
 bool OnVelkarAddConnctorAns(const XS2C_VelkarConnectAns& msg, Link pLink);
 
@@ -26,9 +28,9 @@ bool OnStorageInfoNotice(const XS2C_NotifyStorageInfo& msg);
 // ---- answers to the session calls: SessionAnswers.cpp ----
 bool OnCheckinRes(const XS2C_CheckInAns& msg);
 bool OnCheckOutRes(const XS2C_CheckOutAns& msg);
-bool OnCheckInExAns(const XS2C_CheckInExAns& msg);
+bool OnCheckInExAns(XS2C_CheckInExAns& msg, MsgBody& body);
 bool OnQueryBillingInfoRes(const XS2C_QueryBillingInfoAns& msg);
-bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg);
+bool OnQueryBillingInfoExAns(XS2C_QueryBillingInfoExAns& msg, MsgBody& body);
 bool OnUserMoveToRes(const XS2C_UserMoveToAns& msg);
 bool OnUserMoveFromRes(const XS2C_UserMoveFromAns& msg);
 
@@ -36,20 +38,19 @@ bool OnUserMoveFromRes(const XS2C_UserMoveFromAns& msg);
 bool OnQueryGameMoneyInfoReq(const XS2C_QueryGameMoneyReq& msg, Link pLink);
 bool OnReduceGameMoneyReq(const XS2C_SpendGameMoneyReq& msg, Link pLink);
 bool OnQeuryInventoryInfoReq(const XS2C_QueryInventoryReq& msg, Link pLink);
-bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg, Link pLink);
+bool OnSaveInventoryReq(XS2C_SaveInventoryReq& msg, MsgBody& body, Link pLink);
 bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg, Link pLink);
 
 // ---- answers of the shop and the storage box: ShopAnswers.cpp, StorageAnswers.cpp ----
-// A handler that takes its message by a reference that is not const empties the message's lists, row by row.
-bool OnQueryMenuListAns(XS2C_QueryMenuListAns& msg);
-bool OnQueryProductListAns(XS2C_QueryProductListAns& msg);
-bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg);
-bool OnQueryDiscountListAns(XS2C_QueryDiscountAns& msg);
-bool OnSearchCouponAns(XS2C_QueryCoupontAns& msg);
-bool OnQueryTagListAns(XS2C_QueryTagAns& msg);
-bool OnSearchSpecialProductListAns(XS2C_QuerySpecialProductListAns& msg);
-bool OnSearchSpecialProductInfoAns(XS2C_QuerySpecialProductAns& msg);
-bool OnSearchStorageAns(XS2C_SearchStorageAns& msg);
+bool OnQueryMenuListAns(XS2C_QueryMenuListAns& msg, MsgBody& body);
+bool OnQueryProductListAns(XS2C_QueryProductListAns& msg, MsgBody& body);
+bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg, MsgBody& body);
+bool OnQueryDiscountListAns(XS2C_QueryDiscountAns& msg, MsgBody& body);
+bool OnSearchCouponAns(XS2C_QueryCoupontAns& msg, MsgBody& body);
+bool OnQueryTagListAns(XS2C_QueryTagAns& msg, MsgBody& body);
+bool OnSearchSpecialProductListAns(XS2C_QuerySpecialProductListAns& msg, MsgBody& body);
+bool OnSearchSpecialProductInfoAns(XS2C_QuerySpecialProductAns& msg, MsgBody& body);
+bool OnSearchStorageAns(XS2C_SearchStorageAns& msg, MsgBody& body);
 bool OnReadStorageAns(const XS2C_ConfirmReadStorageAns& msg);
 bool OnUseStorageAns(const XC2S_RequestUseStorageAns& msg);
 bool OnConfirmUseStorageAns(const XS2C_ConfirmUseStorageAns& msg);

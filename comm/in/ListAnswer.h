@@ -1,10 +1,11 @@
 // The common way of all answers with a list: the rows of the message become records of a list in the data
-// pool, and the handle of that list goes to the waiting caller. ShopAnswers.cpp states what differs between
-// them.
+// pool while the message loads, and the handle of that list goes to the waiting caller. ShopAnswers.cpp
+// states what differs between them.
 #pragma once
 
 #include "base/Logger.h"
 #include "comm/ResWaiter.h"
+#include "comm/in/MsgBody.h"
 #include "comm/out/FieldCopy.h"
 #include "datapool/DataPool.h"
 
@@ -34,39 +35,23 @@ void LogRow(int n, const _SPECIAL_PRODUCT_LIST_INFO& r);
 void LogRow(int n, const _SPECIAL_PRODUCT_INFO& r);
 void LogRow(int n, const _STORAGE_INFO& r);
 
-// Fills the public record from the row of the message.
-inline void FillRecord(_TAG_INFO& record, const std::string& row) { CopyText(record.szTag, row); }
-template <class Record, class Row>
-void FillRecord(Record& record, const Row& row)
-{
-    CopySameNames(record, row);
-    // In a row of the storage box each of the two users is named by id or, if the id is empty, by number. The
-    // public record has one field for either.
-    if constexpr (requires { record.szSenderUserID, row.strSenderUserNo; }) {
-        CopyText(record.szSenderUserID,
-                 row.strSenderUserID.empty() ? row.strSenderUserNo : row.strSenderUserID);
-        CopyText(record.szUserID, row.strUserID.empty() ? row.strUserNo : row.strUserID);
-    }
-}
+// In a row of the storage box each of the two users is named by id or, if the id is empty, by number. The
+// public record has one field for either: the first text that is not empty fills it.
+template <>
+inline constexpr std::array<RowPlans::Target, 4> RowPlans::kExceptions<_STORAGE_INFO, XStorageInfo> = {
+    VELKAR_TARGET("strSenderUserID", _STORAGE_INFO, szSenderUserID),
+    VELKAR_TARGET("strSenderUserNo", _STORAGE_INFO, szSenderUserID),
+    VELKAR_TARGET("strUserID", _STORAGE_INFO, szUserID), VELKAR_TARGET("strUserNo", _STORAGE_INFO, szUserID)};
 
-// Turns the rows into records of the node, and enters the node into the data pool unless there are no rows.
-// Each row of the message is freed as soon as its record has been added, so a long list is never in memory
-// twice.
-template <class Record, class Rows>
-void FileRows(CDataAutoDestroyer& list, CDataNode<Record>& node, Rows& rows)
+// Writes the records of the list to the log, and enters the list into the data pool unless it is empty.
+template <class Record>
+void FileRows(CDataAutoDestroyer& list, const CDataNode<Record>& node)
 {
-    for (std::size_t n = 0; n < rows.size(); ++n) {
-        Record record{};
-        if constexpr (requires { rows.Drop(n); }) {
-            FillRecord(record, *rows[n]);
-            rows.Drop(n);
-        } else {
-            FillRecord(record, rows[n]);
-        }
-        node.Add(record);
-        LogRow(static_cast<int>(n), record);
+    if (CLogger::IsOn(Log::kDebug)) {
+        int n = 0;
+        node.ForEach([&](const Record& record) { LogRow(n++, record); });
     }
-    if (!rows.empty())
+    if (node.GetSize() != 0)
         list.InsertNode();
 }
 
@@ -81,18 +66,18 @@ bool CompleteRefused(const Message& msg, const char* pszEmpty)
     return false;
 }
 
-// The whole handler of an answer with one list. kTag is the kind of the list (DataTag) and the type of the
-// handle. If nobody waits any more, or anything throws, autoDestroyer frees the list and its handle. The
-// handle belongs to the caller as soon as CompleteWaiter has accepted it.
-template <std::uint32_t kTag, class Record, class Response, class Message, class Rows>
-bool CompleteList(const Message& msg, Rows& rows, const ListWords& words)
+// The whole handler of an answer with one list, whose rows are Row on the wire. kTag is the kind of the list
+// (DataTag) and the type of the handle. If nobody waits any more, or anything throws, autoDestroyer frees the
+// list and its handle. The handle belongs to the caller as soon as CompleteWaiter has accepted it.
+template <std::uint32_t kTag, class Record, class Row, class Response, class Message>
+bool CompleteList(Message& msg, MsgBody& body, const ListWords& words)
 {
     CDataAutoDestroyer autoDestroyer;
     auto* const pNode = autoDestroyer.Make<Record>(kTag);
-    if (pNode == nullptr)
+    if (pNode == nullptr || !body.Load(msg, RowsInto<Row, Record>{*pNode}))
         return false;
-    if (msg.nState != 0 || rows.empty()) {
-        Log::DebugFmt(words.pszRefused, msg.nReqID, msg.nState, static_cast<int>(rows.size()),
+    if (msg.nState != 0 || pNode->GetSize() == 0) {
+        Log::DebugFmt(words.pszRefused, msg.nReqID, msg.nState, static_cast<int>(pNode->GetSize()),
                       msg.strMessage.c_str());
         return CompleteRefused<Response>(msg, words.pszEmpty);
     }
@@ -100,7 +85,7 @@ bool CompleteList(const Message& msg, Rows& rows, const ListWords& words)
         Log::DebugFmt(words.pszContents, msg.nReqID, msg.nPrice);
     else
         Log::DebugFmt(words.pszContents, msg.nReqID);
-    FileRows(autoDestroyer, *pNode, rows);
+    FileRows(autoDestroyer, *pNode);
     Response res{};
     CopySameNames(res, msg);  // what belongs to the whole list: a price, or the three list values
     res.bSuccess = 1;

@@ -6,9 +6,15 @@
 #include "comm/CallGame.h"
 #include "comm/CommHandler.h"
 #include "comm/in/Handlers.h"
+#include "comm/in/MsgBody.h"
 #include "comm/out/FieldCopy.h"
 #include "datapool/DataPool.h"
 #include "session/UserKey.h"
+
+// The message's use status is not copied: an item to be saved has no status yet.
+template <>
+inline constexpr std::array<RowPlans::Target, 1> RowPlans::kExceptions<_INVENTORY_ITEM_INFO, XInventory> = {
+    RowPlans::Target{"cUseStatus"}};
 
 namespace {
 
@@ -107,23 +113,20 @@ bool AnswerList(Link pLink, const Message& msg, const Request& req, std::uint32_
     return SendAnswer<Answer>(pLink, arg, pszSendFailed);
 }
 
-// Turns the items of the message into the records that the game reads with GetSaveItemData.
-void AddItems(CDataNode<_INVENTORY_ITEM_INFO>& node, const XS2C_SaveInventoryReq& msg)
+// Logs the items of the message, which the game reads with GetSaveItemData.
+void LogItems(const CDataNode<_INVENTORY_ITEM_INFO>& node)
 {
-    for (std::size_t n = 0; n < msg.vecInventory.size(); ++n) {
-        const XInventory& item = *msg.vecInventory[n];
-        _INVENTORY_ITEM_INFO insert{};
-        CopySameNames(insert, item);
-        insert.cUseStatus = '\0';  // never the message's value: an item to be saved has no status yet
-        node.Add(insert);
+    int n = 0;
+    if (!CLogger::IsOn(Log::kDebug))
+        return;
+    node.ForEach([&](const _INVENTORY_ITEM_INFO& insert) {
         Log::DebugFmt(
             "['%d'th Item Info For Saving]\r\n\tItem ID: %s\r\n\tCount: %d\r\n\tUse Count: %d\r\n"
             "\tPeriod: %d\r\n\tValid Term: %s\r\n\tUse Status: %c\r\n\tPossible Level: %d\r\n"
             "\tOption Code: %s\r\n\tOption Value: %s",
-            static_cast<int>(n), insert.szItemID, insert.nCount, insert.nUseCount, insert.nPeriod,
-            insert.szValidTerm, insert.cUseStatus, insert.nPossibleLevel, insert.szOptionCode,
-            insert.szOptionValue);
-    }
+            n++, insert.szItemID, insert.nCount, insert.nUseCount, insert.nPeriod, insert.szValidTerm,
+            insert.cUseStatus, insert.nPossibleLevel, insert.szOptionCode, insert.szOptionValue);
+    });
 }
 
 }  // namespace
@@ -191,8 +194,12 @@ bool OnQeuryCharacterInfoReq(const XS2C_QueryCharacterReq& msg, Link pLink)
         "[Comm Handler] Failed to send a '%s' msg(Req ID: %d).");
 }
 
-bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg, Link pLink)
+bool OnSaveInventoryReq(XS2C_SaveInventoryReq& msg, MsgBody& body, Link pLink)
 {
+    CDataAutoDestroyer autoDestroyer;
+    auto* const pNode = autoDestroyer.Make<_INVENTORY_ITEM_INFO>(DataTag::kSaveInventory);
+    if (pNode == nullptr || !body.Load(msg, RowsInto<XInventory, _INVENTORY_ITEM_INFO>{*pNode}))
+        return false;
     Log::DebugFmt(
         "[Comm Handler] 'SaveInventory' msg contents.\r\n\tMsg ID: %d\r\n\tGame ID: %s\r\n"
         "\tOrder seq: %d\r\n\tUser ID: %s\r\n\tUser No: %s\r\n\tServer ID: %s\r\n\tCharacter ID: %s\r\n"
@@ -202,11 +209,7 @@ bool OnSaveInventoryReq(const XS2C_SaveInventoryReq& msg, Link pLink)
         msg.strServerID.c_str(), msg.strCharacterID.c_str(), msg.strRecvUserID.c_str(),
         msg.strRecvUserNo.c_str(), msg.strRecvServerID.c_str(), msg.strRecvCharacterID.c_str(),
         msg.strGiftMessage.c_str(), msg.nPrice);
-    CDataAutoDestroyer autoDestroyer;
-    auto* const pNode = autoDestroyer.Make<_INVENTORY_ITEM_INFO>(DataTag::kSaveInventory);
-    if (pNode == nullptr)
-        return false;
-    AddItems(*pNode, msg);
+    LogItems(*pNode);
     autoDestroyer.InsertNode();
     auto req = MakeReq<_SAVE_INVENTORY_REQ>(msg);
     req.pHandle = autoDestroyer.GetHandle();

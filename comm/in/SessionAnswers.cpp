@@ -5,12 +5,26 @@
 #include "comm/ResWaiter.h"
 #include "comm/UnaskedCheckout.h"
 #include "comm/in/Handlers.h"
+#include "comm/in/MsgBody.h"
 #include "comm/out/FieldCopy.h"
 #include "config/BillingIdMap.h"
 #include "datapool/DataPool.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 #include "session/UserKey.h"
+
+// A row of the user's other billings until the whole message has been read: what the record takes of it, and
+// the service's own bill type, which only the log shows.
+struct OtherBilling {
+    int nBillType;
+    int nProductID;
+    long long nRemainMinutes;
+    char szCRMCode[sizeof(_BILL_INFO::szCRMCode)];
+    char szEndDate[sizeof(_BILL_INFO::szEndDate)];
+};
+template <>
+inline constexpr std::array<RowPlans::Target, 1> RowPlans::kExceptions<OtherBilling, XUserBillingInfo> = {
+    VELKAR_TARGET("nBillType", OtherBilling, nBillType)};
 
 namespace {
 
@@ -163,32 +177,35 @@ bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCal
 
 // Appends the user's other billings to the list. Unlike the billing in use, they keep all 64 bits of the
 // remaining minutes and always have the configured billing id.
-template <class Message>
-void AddOtherBillings(CDataNode<_BILL_INFO>& node, const Message& msg)
+void AddOtherBillings(CDataNode<_BILL_INFO>& node, const CDataNode<OtherBilling>& others)
 {
-    for (std::size_t n = 0; n < msg.vecOtherBilling.size(); ++n) {
-        const XUserBillingInfo& other = *msg.vecOtherBilling[n];
+    int n = 0;
+    others.ForEach([&](const OtherBilling& other) {
         _BILL_INFO info{};
-        CopySameNames(info, other);
         info.nBillingID = ConfiguredBillingId(other.nProductID);
+        info.nProductID = other.nProductID;
+        info.nRemainMinutes = other.nRemainMinutes;
+        CopyText(info.szCRMCode, FieldText(other.szCRMCode));
+        CopyText(info.szEndDate, FieldText(other.szEndDate));
         node.Add(info);
         Log::DebugFmt(
             "[Other billing info '%d'th]\r\n\tBilling Type: %d\r\n\tProduct ID: %d\r\n"
             "\tRemain Minutes: %d\r\n\tCRM: %s\r\n\tEnd Date: %s",
-            static_cast<int>(n), other.nBillType, info.nProductID, static_cast<int>(info.nRemainMinutes),
-            info.szCRMCode, info.szEndDate);
-    }
+            n++, other.nBillType, info.nProductID, static_cast<int>(info.nRemainMinutes), info.szCRMCode,
+            info.szEndDate);
+    });
 }
 
-// The common work of the two answers with a list. nBillingID is the billing id of the billing in use.
+// The common work of the two answers with a list. billingID() is the billing id of the billing in use.
 // complete(res) wakes the caller and returns whether there was one. If there was, the list belongs to that
 // caller; if not, autoDestroyer frees the list.
-template <class Message, class Complete>
-bool CompleteWithList(const Message& msg, std::uint32_t nTag, int nBillingID, Complete complete)
+template <class Message, class BillingID, class Complete>
+bool CompleteWithList(Message& msg, MsgBody& body, std::uint32_t nTag, BillingID billingID, Complete complete)
 {
     CDataAutoDestroyer autoDestroyer;
     auto* const pNode = autoDestroyer.Make<_BILL_INFO>(nTag);
-    if (pNode == nullptr)
+    CDataNode<OtherBilling> others;
+    if (pNode == nullptr || !body.Load(msg, RowsInto<XUserBillingInfo, OtherBilling>{others}))
         return false;
     _CHECKIN_EX_RES res{};
     ApplyResult(res, msg.nResult);
@@ -199,8 +216,8 @@ bool CompleteWithList(const Message& msg, std::uint32_t nTag, int nBillingID, Co
         return false;
     }
     LogBilling(msg);
-    FillBilling(res, msg, nBillingID);
-    AddOtherBillings(*pNode, msg);
+    FillBilling(res, msg, billingID());
+    AddOtherBillings(*pNode, others);
     autoDestroyer.InsertNode();
     res.hBillingData = autoDestroyer.GetHandle();
     if (!complete(res))
@@ -248,10 +265,10 @@ bool OnCheckinRes(const XS2C_CheckInAns& msg)
     return true;
 }
 
-bool OnCheckInExAns(const XS2C_CheckInExAns& msg)
+bool OnCheckInExAns(XS2C_CheckInExAns& msg, MsgBody& body)
 {
     return CompleteWithList(
-        msg, DataTag::kCheckinBilling, ConfiguredBillingId(msg.nProductID),
+        msg, body, DataTag::kCheckinBilling, [&] { return ConfiguredBillingId(msg.nProductID); },
         [&](const _CHECKIN_EX_RES& res) { return CompleteCheckin(msg, res, "checkinex"); });
 }
 
@@ -270,11 +287,13 @@ bool OnQueryBillingInfoRes(const XS2C_QueryBillingInfoAns& msg)
     return true;
 }
 
-bool OnQueryBillingInfoExAns(const XS2C_QueryBillingInfoExAns& msg)
+bool OnQueryBillingInfoExAns(XS2C_QueryBillingInfoExAns& msg, MsgBody& body)
 {
-    return CompleteWithList(msg, DataTag::kQueryBilling, msg.nBillType, [&](const _CHECKIN_EX_RES& res) {
-        return ResWaiterMap().CompleteWaiter<XS2C_QueryBillingInfoExAns>(msg.nReqID, res);
-    });
+    return CompleteWithList(
+        msg, body, DataTag::kQueryBilling, [&] { return msg.nBillType; },
+        [&](const _CHECKIN_EX_RES& res) {
+            return ResWaiterMap().CompleteWaiter<XS2C_QueryBillingInfoExAns>(msg.nReqID, res);
+        });
 }
 
 // The answer to a checkout that the library has sent by itself finds no caller here. The checkout has reached

@@ -12,10 +12,10 @@
 //   refusedTail        the end of the log line of a refusal
 //   contentsTail       the end of the log line of the answer
 #define LIST_ANSWER(handler, message, list, tag, record, response, call, empty, refusedTail, contentsTail) \
-    bool handler(message& msg)                                                                             \
+    bool handler(message& msg, MsgBody& body)                                                              \
     {                                                                                                      \
-        return CompleteList<tag, record, response>(                                                        \
-            msg, msg.list,                                                                                 \
+        return CompleteList<tag, record, decltype(msg.list)::value_type, response>(                        \
+            msg, body,                                                                                     \
             {"[Comm Handler] '" call "(Req ID: %d)' request failed." refusedTail,                          \
              empty " in '" #message "' msg.",                                                              \
              "[Comm Handler] " call "(Req ID: %d)' msg contents." contentsTail});                          \
@@ -55,10 +55,9 @@ void LogDetail(const XS2C_QueryProductDetailAns& msg, const _PRODUCT_DETAIL_RES&
 
 // The handle of a list that has rows, which the destroyer then no longer frees. Null for an empty list, whose
 // handle the destroyer frees at the end of the handler.
-template <class Rows>
-_DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
+_DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const CDataBaseNode& node)
 {
-    if (rows.empty())
+    if (node.GetSize() == 0)
         return nullptr;
     list.Disarm();
     return list.GetHandle();
@@ -70,7 +69,7 @@ _DATA_HANDLE* HandOver(CDataAutoDestroyer& list, const Rows& rows)
 // and then have a null handle. Unlike the other handlers, this one disarms its destroyers before it knows
 // whether anybody waits. The lists of a late answer therefore stay in the data pool, and UninitModule frees
 // them together with their handles.
-bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
+bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg, MsgBody& body)
 {
     CDataAutoDestroyer children, conditions, options;
     auto* const pChildren = children.Make<_CHILDPROD_INFO>(DataTag::kChildProduct);
@@ -78,7 +77,11 @@ bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
     auto* const pOptions = options.Make<_OPTION_INFO>(DataTag::kOption);
     if (pChildren == nullptr || pConditions == nullptr || pOptions == nullptr)
         return false;
-    if (msg.nState != 0 || msg.vecChildProduct.empty()) {
+    if (!body.Load(msg, RowsInto<XChildProduct, _CHILDPROD_INFO>{*pChildren},
+                   RowsInto<XProductCondition, _CONDITION_INFO>{*pConditions},
+                   RowsInto<XProductOption, _OPTION_INFO>{*pOptions}))
+        return false;
+    if (msg.nState != 0 || pChildren->GetSize() == 0) {
         Log::DebugFmt("[Comm Handler] 'QueryProductDetailInfo(Req ID: %d)' request failed.", msg.nReqID);
         return CompleteRefused<_PRODUCT_DETAIL_RES>(
             msg, "There is no product list info in 'queryProductDetailInfoAnsMsg' msg.");
@@ -86,13 +89,13 @@ bool OnQueryProductDetailInfoAns(XS2C_QueryProductDetailAns& msg)
     _PRODUCT_DETAIL_RES res{};
     CopySameNames(res, msg);
     LogDetail(msg, res);
-    FileRows(children, *pChildren, msg.vecChildProduct);
-    FileRows(conditions, *pConditions, msg.vecCondition);
-    FileRows(options, *pOptions, msg.vecOption);
+    FileRows(children, *pChildren);
+    FileRows(conditions, *pConditions);
+    FileRows(options, *pOptions);
     res.bSuccess = 1;
-    res.hChildProduct = HandOver(children, msg.vecChildProduct);
-    res.hCondition = HandOver(conditions, msg.vecCondition);
-    res.hOption = HandOver(options, msg.vecOption);
+    res.hChildProduct = HandOver(children, *pChildren);
+    res.hCondition = HandOver(conditions, *pConditions);
+    res.hOption = HandOver(options, *pOptions);
     if (ResWaiterMap().CompleteWaiter<XS2C_QueryProductDetailAns>(msg.nReqID, res))
         return true;
     ForEachList(res, [](_DATA_HANDLE* pHandle) {
