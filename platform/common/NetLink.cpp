@@ -90,11 +90,8 @@ Strova::_THandle* _THandle::LockReadStream()
     {
         const MutexLock lock(m_mutex);
         auto& memory = *Strova::GetXMemory(m_pStream);
-        if (memory.GetLength() == 0) {
-            memory.m_vecBytes.clear();
-            memory.m_nFront = 0;
-            memory.m_vecBytes.swap(m_vecPending);
-        }
+        if (memory.GetLength() == 0)
+            memory.SwapEmpty(m_vecPending);
         const int nCount = static_cast<int>(m_vecPending.size());
         if (Strova::Write(m_pStream, m_vecPending.data(), nCount) == nCount) {
             m_vecPending.clear();

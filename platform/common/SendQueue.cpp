@@ -58,11 +58,8 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
         return FailWith(asio::error::no_buffer_space);
     if (nLength == 0)
         return 0;
-    std::vector<char>& vecBytes = memory.m_vecBytes;
-    vecBytes.erase(vecBytes.begin(), vecBytes.begin() + static_cast<std::ptrdiff_t>(memory.m_nFront));
-    memory.m_nFront = 0;
     try {
-        Append(bHold ? m_vecHeld : m_vecQueued, vecBytes);
+        Append(bHold ? m_vecHeld : m_vecQueued, memory.Join());
     } catch (const std::exception&) {
         return FailWith(asio::error::no_memory);
     }
