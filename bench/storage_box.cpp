@@ -4,50 +4,16 @@
 //
 //   bench_storage_box [entries, 10000 unless given]
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
-
-#include <malloc.h>
 
 #include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
 #include "bench/PlainSocket.h"
 #include "platform/Host.h"
 #include "tests/support/Settings.h"
+#include "tests/wirova/Allocations.h"
 #include "wirova/messages/StorageMessages.h"
-
-// What the program has allocated, by the size that the system gave.
-namespace {
-std::atomic<std::size_t> g_nBytes{0}, g_nPeak{0};
-std::size_t SizeOf(void* p)
-{
-#ifdef __linux__
-    return malloc_usable_size(p);
-#else
-    return _msize(p);
-#endif
-}
-}  // namespace
-void* operator new(std::size_t nSize)
-{
-    void* const p = std::malloc(nSize);
-    if (p == nullptr)
-        throw std::bad_alloc();
-    const std::size_t nNow = g_nBytes += SizeOf(p);
-    for (std::size_t nPeak = g_nPeak; nNow > nPeak && !g_nPeak.compare_exchange_weak(nPeak, nNow);) {
-    }
-    return p;
-}
-void operator delete(void* p) noexcept
-{
-    if (p == nullptr)
-        return;
-    g_nBytes -= SizeOf(p);
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
 
 namespace {
 
@@ -142,7 +108,7 @@ int main(int argc, char** argv)
     double dSocket = 1e9;
     for (int n = 0; n < kRounds; ++n) {
         dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
-        const std::size_t nBefore = g_nBytes;
+        const std::size_t nBefore = g_nLive;
         g_nPeak = nBefore;
         if (!ReadBox(nEntries, times))
             return 1;

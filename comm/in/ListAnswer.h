@@ -8,6 +8,7 @@
 #include "comm/in/MsgBody.h"
 #include "comm/out/FieldCopy.h"
 #include "datapool/DataPool.h"
+#include "wirova/messages/StorageMessages.h"
 
 // The texts of one kind of answer.
 struct ListWords {

@@ -63,6 +63,7 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
     } catch (const std::exception&) {
         return FailWith(asio::error::no_memory);
     }
+    memory.DropFront(nLength);
     m_nBytes += nLength;
     m_nLargest = std::max(m_nLargest, nLength);
     return static_cast<int>(nLength);

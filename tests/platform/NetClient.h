@@ -107,11 +107,13 @@ private:
     std::vector<std::string> m_vecEvents;
 };
 
-// Sends the text; the number of bytes queued, or -1.
+// Sends the text, written in pieces; the number of bytes queued, or -1.
 inline int Send(LinkHandle* pLink, const std::string& str)
 {
     Strova::_THandle* const pStream = Strova::CreateHandle();
-    Strova::Write(pStream, str.data(), static_cast<int>(str.size()));
+    constexpr std::size_t kPiece = 50'000;
+    for (std::size_t n = 0; n < str.size(); n += kPiece)
+        Strova::Write(pStream, str.data() + n, static_cast<int>(std::min(kPiece, str.size() - n)));
     const int nResult = Link::Send(pLink, Strova::GetXMemory(pStream));
     Strova::DestroyHandle(pStream);
     return nResult;

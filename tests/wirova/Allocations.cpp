@@ -1,19 +1,37 @@
-// The heap of test_wirova. It is compiled apart from the other sources: a compiler that sees these operators
-// together with their callers takes new and free for a mismatch.
+// The counted heap of a program. It is compiled apart from the other sources: a compiler that sees these
+// operators together with their callers takes new and free for a mismatch.
 #include "tests/wirova/Allocations.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <new>
 
+#include <malloc.h>
+
 thread_local std::size_t t_nTotal = 0;
 thread_local std::size_t t_nLargest = 0;
+std::atomic<std::size_t> g_nLive{0}, g_nPeak{0};
+
+static std::size_t SizeOf(void* p)
+{
+#ifdef __linux__
+    return malloc_usable_size(p);
+#else
+    return _msize(p);
+#endif
+}
 
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept
 {
     t_nTotal += n;
     t_nLargest = std::max(t_nLargest, n);
-    return std::malloc(std::max<std::size_t>(n, 1));
+    void* const p = std::malloc(std::max<std::size_t>(n, 1));
+    if (p == nullptr)
+        return nullptr;
+    const std::size_t nLive = g_nLive += SizeOf(p);
+    for (std::size_t nPeak = g_nPeak; nLive > nPeak && !g_nPeak.compare_exchange_weak(nPeak, nLive);) {
+    }
+    return p;
 }
 void* operator new(std::size_t n)
 {
@@ -22,5 +40,11 @@ void* operator new(std::size_t n)
     throw std::bad_alloc();
 }
 // All forms that containers use go through malloc, so that no pair of them is mixed.
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept
+{
+    if (p == nullptr)
+        return;
+    g_nLive -= SizeOf(p);
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
