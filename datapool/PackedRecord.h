@@ -43,18 +43,20 @@ public:
     {
         if (nPlace < m_nPlace || nCount == 0)
             return;
-        std::size_t nZeros = nPlace - m_nPlace;
+        const std::size_t nZeros = nPlace - m_nPlace;
         if (nZeros >= kShortestRun) {
             EndPiece(nZeros);
         } else {
-            for (; nZeros != 0; --nZeros)
-                *m_pOut++ = 0;
+            std::memset(m_pOut, 0, kShortestRun);
+            m_pOut += nZeros;
         }
         // Whole blocks of a fixed size, which are quicker to copy than what is wanted of them.
+        unsigned char* const pTo = m_pOut;
         const auto* const pFrom = static_cast<const unsigned char*>(pBytes);
-        for (std::size_t n = 0; n < nCount; n += kPadding)
-            std::memcpy(m_pOut + n, pFrom + n, kPadding);
-        m_pOut += nCount;
+        std::memcpy(pTo, pFrom, kPadding);
+        for (std::size_t n = kPadding; n < nCount; n += kPadding)
+            std::memcpy(pTo + n, pFrom + n, kPadding);
+        m_pOut = pTo + nCount;
         m_nPlace = nPlace + nCount;
     }
     // Ends the record, which has nSize bytes unpacked. GetBytes and GetCount are the packed record.

@@ -47,19 +47,22 @@ bool ReadText(Wirova::StreamWindow& in, const PlannedField& field, Packed::Recor
 
 static_assert(Wirova::StreamWindow::kPadding >= Packed::RecordWriter::kPadding);
 
+// A loop of its own, in which each of the functions is called once and so becomes a part of it.
 bool ReadRow(Wirova::StreamWindow& in, RowPlan plan, Packed::RecordWriter& out)
 {
     using Wirova::FieldType;
-    return std::all_of(plan.begin(), plan.end(), [&](const PlannedField& field) {
-        switch (field.type) {
-            case FieldType::Int32:
-                return ReadInteger<Wirova::int32>(in, field, out);
-            case FieldType::Int64:
-                return ReadInteger<Wirova::int64>(in, field, out);
-            case FieldType::Byte:
-                return ReadByte(in, field, out);
-            default:
-                return ReadText(in, field, out);
-        }
-    });
+    for (const PlannedField& field : plan) {
+        bool bRead = false;
+        if (field.type == FieldType::Text)
+            bRead = ReadText(in, field, out);
+        else if (field.type == FieldType::Int32)
+            bRead = ReadInteger<Wirova::int32>(in, field, out);
+        else if (field.type == FieldType::Int64)
+            bRead = ReadInteger<Wirova::int64>(in, field, out);
+        else
+            bRead = ReadByte(in, field, out);
+        if (!bRead)
+            return false;
+    }
+    return true;
 }

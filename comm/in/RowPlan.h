@@ -1,6 +1,7 @@
 // How a row of a received list becomes a public record, as data: for each field of the wire, in its order,
-// the place of the record's field that takes it. The compiler makes the plan of a pair of classes out of the
-// wire class's list of fields and the names of FieldCopy.h; fields that no compiler can pair fail to compile.
+// the place of the record's field that takes it. The compiler makes the plan of a wire class and a record out
+// of the wire class's list of fields and the names of FieldCopy.h. A pair of fields that differ in their
+// form, or stand in another order in the record, does not compile.
 #pragma once
 
 #include <array>
@@ -38,7 +39,8 @@ struct Target {
 #define VELKAR_TARGET(wire, Record, field) \
     RowPlans::Target { wire, offsetof(Record, field), sizeof(Record::field) }
 
-// What a pair of classes copies apart from the names that are alike; comes before these.
+// What a record takes from a wire class apart from the fields with the same name. A target stands here under
+// the wire's name and is preferred to the record's field of that name; a target of no width takes nothing.
 template <class Record, class Row>
 inline constexpr std::array<Target, 0> kExceptions{};
 
