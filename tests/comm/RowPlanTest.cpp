@@ -106,14 +106,16 @@ class RowLimitTest : public StartedTest {};
 
 TEST_F(RowLimitTest, AListBeyondTheLimitIsRefusedAndTheNextOneComes)
 {
-    SetSecond(std::chrono::milliseconds(200));
+    SetSecond(std::chrono::milliseconds(100));
     std::size_t nRows = kMaxRows + 1;
     Service().On<XC2S_QueryTagReq>([&](const auto&, auto& ans) { ans.vecTag.resize(nRows); });
     EXPECT_EQ(Game().Call(&QueryTagList, _GAME_REQ{}).bSuccess, 0);
     EXPECT_TRUE(
-        Journal::Logged(Journal::Level::Error, "A list claims 262145 rows, and 262144 are the most."));
+        Journal::WaitFor(Journal::Level::Error, "A list claims 262145 rows, and 262144 are the most."));
     EXPECT_EQ(DataPool().GetCount(), 0u);
+    Service().Ask(XS2C_QueryGameMoneyReq());  // its answer says that the link is in step
     nRows = 3;
+    SetSecond(std::chrono::milliseconds(1000));
     const auto res = Game().Call(&QueryTagList, _GAME_REQ{});
     EXPECT_EQ(GetDataSize(res.hData, nullptr, 0), nRows);
     DestroyHandle(res.hData);
