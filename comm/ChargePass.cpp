@@ -22,7 +22,7 @@ constexpr std::size_t kMostExpired = 256;
 void CheckOutExpired(const CUserInfo& info)
 {
     CheckOutUnasked(
-        info, Session::InMap,
+        info, CheckoutOf::InMap,
         [&] {
             Log::InfoFmt(
                 "[User Info Map] A 'XC2S_CheckOutReq' msg will be sent because of 'BILLING_EXPIRE' event.\r\n"

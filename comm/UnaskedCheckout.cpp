@@ -5,7 +5,7 @@
 #include "comm/CommHandler.h"
 #include "session/FailedCheckOutVector.h"
 
-CheckedOut SendUnaskedCheckout(const CUserInfo& info, Session session)
+CheckedOut SendUnaskedCheckout(const CUserInfo& info, CheckoutOf session)
 {
     auto& failed = FailedCheckOutVector();
     const std::string strSeqNo = info.GetSeqNo();
@@ -17,7 +17,7 @@ CheckedOut SendUnaskedCheckout(const CUserInfo& info, Session session)
         failed.AddSent(std::move(place));
     };
     try {
-        const auto record = UnaskedCheckout(strKey, strSeqNo, session == Session::NotInMap);
+        const auto record = UnaskedCheckout(strKey, strSeqNo, session == CheckoutOf::NotInMap);
         if (CommHandler().SendMessageThen<XC2S_CheckOutReq>(onAccepted, record))
             return bAccepted ? CheckedOut::Sent : CheckedOut::Needless;
     } catch (const std::exception&) {  // no memory for the message, of which no byte has left

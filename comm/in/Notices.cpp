@@ -46,7 +46,7 @@ CUserInfo FindExpired(const std::string& strKey)
 void CheckOutExpired(const XS2C_BillingEventNotice& msg, const CUserInfo& info)
 {
     CheckOutUnasked(
-        info, info.GetRecordNo() == 0 ? Session::NotInMap : Session::InMap,
+        info, info.GetRecordNo() == 0 ? CheckoutOf::NotInMap : CheckoutOf::InMap,
         [&] {
             Log::InfoFmt(
                 "[Comm Handler] A'XC2S_CheckOutReq' msg is sent for 'BILLING_EXPIRE' event.\r\n-Contents-\r\n"

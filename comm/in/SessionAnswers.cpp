@@ -136,7 +136,7 @@ CUserInfo MakeUserInfo(const Message& msg, const Response& res)
 void UndoLateCheckin(const CUserInfo& info, const char* pszCall)
 {
     CheckOutUnasked(
-        info, Session::NotInMap,
+        info, CheckoutOf::NotInMap,
         [&] {
             Log::InfoFmt(
                 "[Velkar Connector] A'XC2S_CheckOutReq' msg is sent for %s timeout.\r\n-Contents-\r\n"

@@ -6,6 +6,7 @@
 //                                     answers each such request; ans comes as a success that echoes req.
 //                                     A handler that returns bool answers only if it returns true.
 //     Service().On<XC2S_CheckInReq>("nResult=30006 strErrorMsg=no");      the same in words
+//     Service().See<XC2S_UserListSyncReq>([](const auto& req) { ... });   sees each, without an answer
 //     Service().SayYes();             answers every request with success, but those with an On
 //     Service().SayNothing();         takes back all of both
 //
@@ -81,6 +82,16 @@ public:
     void On(Handler handler)
     {
         m_state->mapResponders[Request::kMsgID] = ResponderOf<Request>(handler);
+    }
+    template <class Message, class Handler>
+    void See(Handler handler)
+    {
+        m_state->mapResponders[Message::kMsgID] = [handler](const std::string& strBody) {
+            Message msg;
+            LoadBody(strBody, msg);
+            handler(std::as_const(msg));
+            return std::string();
+        };
     }
     void SayYes();
     void SayNothing();
