@@ -49,6 +49,13 @@ protected:
         state->setDoubtful.erase(strUser);
         return state->mapIn[strUser] = strSeqNo;
     }
+    // Here and at the service, with one session.
+    void ExpectIn(const std::string& strUser)
+    {
+        CUserInfo info;
+        EXPECT_TRUE(UserInfoMap().FindUserInfo(strUser, info)) << strUser;
+        EXPECT_EQ(m_state->mapIn[strUser], info.GetSeqNo()) << strUser;
+    }
     void PlayService()
     {
         Service().On<XC2S_VelkarConnectReq>([this](const auto&, auto&) {
@@ -90,7 +97,7 @@ protected:
                     std::this_thread::yield();
             }
             std::deque<std::string> deqLate;
-            if (!bGoOn || Dice(10) == 0)
+            if (!bGoOn || Dice(40) == 0)  // later than the callers wait, more often than not
                 deqLate.swap(m_state->deqLate);
             for (const std::string& strFrame : deqLate)
                 Service().SendRaw(strFrame);
@@ -112,8 +119,11 @@ TEST_F(StormTest, WhoIsInIsInEverywhereAndNobodyElse)
         vecCallers.push_back(Game().Later([this, strUser = "user" + std::to_string(n)] {
             bool bIn = false;
             while (!m_bCalm) {
-                if (bIn)
+                if (bIn) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(Dice(60)));
+                    ExpectIn(strUser);
                     Game().Checkout(strUser);
+                }
                 bIn = !bIn && Game().Checkin(strUser).nResult == 0;
             }
             return bIn;
