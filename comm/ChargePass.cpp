@@ -19,7 +19,7 @@ constexpr std::size_t kMostExpired = 256;
 // Sends the checkout of a user whose term has ended. Runs inside the walk, with the active link list and the
 // user map's lock held; both locks are re-entrant, which the send needs. A checkout that cannot be sent is
 // kept for the next delivery, and the user expires here all the same.
-void CheckOutExpired(const CUserInfo& info)
+void CheckOutEnded(const CUserInfo& info)
 {
     CheckOutUnasked(
         info, CheckoutOf::InMap,
@@ -70,7 +70,7 @@ bool ExpireSome(std::string& strAfter, const Host::LocalTime& now)
     ExpiredUsers expired;
     bool bMore = false;
     CommHandler().WithActiveLink([&] {
-        bMore = UserInfoMap().FindExpired(strAfter, now, kMostExpired, expired.Get(), &CheckOutExpired);
+        bMore = UserInfoMap().FindExpired(strAfter, now, kMostExpired, expired.Get(), &CheckOutEnded);
     });
     return bMore;
 }

@@ -106,8 +106,8 @@ void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::
     Log::Info("[Comm Handler] Connection to Velkar server is disconnected.");
     // The link has left the active links, so no sender adds to its checkouts any more.
     FailedCheckOutVector().OnLinkLost();
-    self.m_pLink.store(nullptr);
-    self.m_pRegistered.store(nullptr);
+    if (Netrova::Link::_THandle* pMine = pLink; self.m_pLink.compare_exchange_strong(pMine, nullptr))
+        self.m_pRegistered.store(nullptr);
     Netrova::Link::Release(pLink);
     // Once the connected flag is clear, the comm thread may connect again at any moment: what the next
     // connected callback sets is not touched behind it.

@@ -81,6 +81,21 @@ TEST(Stream, BehavesLikeAStringUnderRandomUse)
     }
 }
 
+TEST(Stream, NothingIsReadBehindAnEndThatWasSet)
+{
+    Stream stream;
+    stream.Write("frame");
+    Strova::SetEnd(stream.Get(), 3);
+    stream.Write("next");  // appended behind the end
+    EXPECT_EQ(3, stream.Length());
+    EXPECT_EQ("f", stream.Take(&Strova::Read, 1));
+    EXPECT_EQ("ra", stream.Take(&Strova::Peek, 9));
+    EXPECT_EQ(2, Strova::RemoveLeft(stream.Get(), 9));
+    EXPECT_EQ(0, stream.Length());
+    Strova::SetEnd(stream.Get(), -1);
+    EXPECT_EQ("menext", stream.Take(&Strova::Read, 9));
+}
+
 // Small reads from a large stream: quadratic behaviour would not come to an end here.
 TEST(Stream, TakesSmallPiecesOffALargeStreamQuickly)
 {
