@@ -228,6 +228,10 @@ LogConfig ParseLogConfig(std::string_view text)
 
 bool ReadLogConfig(const std::string& strPath, std::string& strText)
 {
+    if (Host::FileExists(strPath) && !Host::IsRegularFile(strPath)) {  // opening a pipe would block the start
+        Platova::FailWith(std::errc::invalid_argument);
+        return false;
+    }
     errno = 0;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(strPath.c_str(), "rb"),
                                                                 &std::fclose);

@@ -239,6 +239,12 @@ TEST_F(Log, ComesBackWhenItsFileCanBeWrittenAgain)
 
 #ifndef _WIN32
 
+TEST_F(Log, DoesNotWaitForAConfigurationOutOfAPipe)
+{
+    ASSERT_EQ(0, mkfifo((m_dir / "pipe.conf").string().c_str(), 0600));
+    EXPECT_FALSE(Logova::Initialize("Svc", (m_dir / "pipe.conf").string().c_str()));
+}
+
 TEST_F(Log, OnAFullDiskSlowsNobody)
 {
     fs::create_symlink("/dev/full", m_dir / "full.log");
