@@ -9,6 +9,8 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Host.h"
+
 namespace Logova {
 
 namespace os = spdlog::details::os;
@@ -36,6 +38,15 @@ std::unique_ptr<spdlog::formatter> MakeFormatter()
     return pFormatter;
 }
 
+// Whether a write that failed, or a crash, has left a piece of a line at the end of the file.
+bool EndsWithinALine(const std::string& strPath)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(strPath.c_str(), "rb"),
+                                                                &std::fclose);
+    const int nLast = pFile && std::fseek(pFile.get(), -1, SEEK_END) == 0 ? std::fgetc(pFile.get()) : EOF;
+    return nLast != EOF && nLast != '\n';
+}
+
 }  // namespace
 
 RotatingSink::RotatingSink(std::string strPath, std::size_t nMaxSize, std::size_t nMaxFiles)
@@ -45,15 +56,15 @@ RotatingSink::RotatingSink(std::string strPath, std::size_t nMaxSize, std::size_
 
 RotatingSink::~RotatingSink() { Close(); }
 
-std::string RotatingSink::GetOldPath(std::size_t nIndex) const
+std::string RotatingSink::GetSibling(const std::string& strSuffix) const
 {
-    if (nIndex == 0)
-        return m_strPath;
     std::string strName;
     std::string strExtension;
     std::tie(strName, strExtension) = spdlog::details::file_helper::split_by_extension(m_strPath);
-    return strName + "." + std::to_string(nIndex) + strExtension;
+    return strName + "." + strSuffix + strExtension;
 }
+
+std::string RotatingSink::GetOldPath(std::size_t nIndex) const { return GetSibling(std::to_string(nIndex)); }
 
 void RotatingSink::Fail(const char* pszWhat)
 {
@@ -65,22 +76,19 @@ void RotatingSink::Fail(const char* pszWhat)
     throw spdlog::spdlog_ex(std::string("Cannot ") + pszWhat + " " + m_strPath, nCode);
 }
 
-void RotatingSink::Open(bool bTruncate)
+void RotatingSink::Open()
 {
     os::create_dir(os::dir_name(m_strPath));
-    if (bTruncate) {
-        // Written in append mode nevertheless, so that an operator may empty the file meanwhile.
-        std::FILE* pEmptied = nullptr;
-        if (os::fopen_s(&pEmptied, m_strPath, "wb"))
-            Fail("empty");
-        std::fclose(pEmptied);
-    }
     if (os::fopen_s(&m_pFile, m_strPath, "ab")) {
         m_pFile = nullptr;
         Fail("open");
     }
     std::setvbuf(m_pFile, nullptr, _IOFBF, kFileBuffer);
-    m_nSize = os::filesize(m_pFile);
+    // A pipe and a device have no size, and reading from one could block.
+    m_bRegular = Host::IsRegularFile(m_strPath);
+    m_nSize = m_bRegular ? os::filesize(m_pFile) : 0;
+    if (m_nSize > 0 && EndsWithinALine(m_strPath))
+        Put(os::default_eol);
 }
 
 void RotatingSink::Close()
@@ -90,33 +98,57 @@ void RotatingSink::Close()
     m_pFile = nullptr;
 }
 
-// The current file becomes number 1, number 1 becomes number 2, and so on; the last one goes. A file that
-// cannot be moved, because somebody has it open on Windows, is emptied: its size stays within bounds.
+// The file under the interim name becomes number 1, number 1 becomes number 2, and so on up to the first
+// number that is free; the last one goes if none is. False if something could not be moved: it stays where it
+// is and is tried again at the next rotation, which loses nothing.
+bool RotatingSink::TakeIntoTheRow(const std::string& strInterim)
+{
+    std::size_t nFree = 1;
+    while (nFree <= m_nMaxFiles && os::path_exists(GetOldPath(nFree)))
+        ++nFree;
+    if (nFree > m_nMaxFiles && os::remove(GetOldPath(--nFree)) != 0)
+        return false;
+    for (; nFree > 1; --nFree) {
+        if (os::rename(GetOldPath(nFree - 1), GetOldPath(nFree)) != 0)
+            return false;
+    }
+    return os::rename(strInterim, GetOldPath(1)) == 0;
+}
+
+// The current file is moved away before any other one. Where that fails, because somebody has the file open
+// on Windows, nothing has changed: the file grows beyond its size and is tried again kRetry later. What a
+// crash has left under the interim name is older than the current file and goes into the row before it.
 void RotatingSink::Rotate()
 {
     Flush();
     m_nUnflushed = 1;  // the line that is too much
-    Close();
-    for (std::size_t n = m_nMaxFiles; n > 0; --n) {
-        const std::string strFrom = GetOldPath(n - 1);
-        const std::string strTo = GetOldPath(n);
-        if (!os::path_exists(strFrom))
-            continue;
-        os::remove_if_exists(strTo);
-        os::rename(strFrom, strTo);
+    m_nextRotation = std::chrono::steady_clock::now() + kRetry;
+    const std::string strInterim = GetSibling("rotating");
+    if (Host::IsRegularFile(strInterim) && !TakeIntoTheRow(strInterim))
+        return;
+    Close();  // Windows renames no file that this process has open
+    if (os::rename(m_strPath, strInterim) == 0) {
+        TakeIntoTheRow(strInterim);
+        m_nextRotation = {};
     }
-    Open(true);
+    Open();
+}
+
+void RotatingSink::Put(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), m_pFile) != text.size())
+        Fail("write to");
+    m_nSize += text.size();
 }
 
 void RotatingSink::Append(const spdlog::details::log_msg& msg)
 {
     spdlog::memory_buf_t line;
     formatter_->format(msg, line);
-    if (m_nSize > 0 && m_nSize + line.size() > m_nMaxSize)
+    if (m_bRegular && m_nSize > 0 && m_nSize + line.size() > m_nMaxSize &&
+        std::chrono::steady_clock::now() >= m_nextRotation)
         Rotate();
-    if (std::fwrite(line.data(), 1, line.size(), m_pFile) != line.size())
-        Fail("write to");
-    m_nSize += line.size();
+    Put({line.data(), line.size()});
 }
 
 void RotatingSink::Flush()
@@ -134,7 +166,7 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& msg)
     }
     ++m_nUnflushed;
     if (m_pFile == nullptr) {
-        Open(false);
+        Open();
         if (m_nLost != 0) {
             const std::string strText = "Up to " + std::to_string(m_nLost) + " lines could not be written.";
             Append({CarryLevel(Level::Warning), msg.logger_name, msg.level, strText});

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "platform/common/LogConfig.h"
 
@@ -31,12 +32,15 @@ private:
     void sink_it_(const spdlog::details::log_msg& msg) override;
     void flush_() override;
 
-    void Open(bool bTruncate);
+    void Open();
     void Close();
+    bool TakeIntoTheRow(const std::string& strInterim);
     void Rotate();
+    void Put(std::string_view text);
     void Append(const spdlog::details::log_msg& msg);
     void Flush();
     [[noreturn]] void Fail(const char* pszWhat);
+    std::string GetSibling(const std::string& strSuffix) const;
     std::string GetOldPath(std::size_t nIndex) const;
 
     const std::string m_strPath;
@@ -44,10 +48,12 @@ private:
     const std::size_t m_nMaxFiles;
     // Under the mutex of the base.
     std::FILE* m_pFile = nullptr;
+    bool m_bRegular = false;  // only a regular file is rotated
     std::size_t m_nSize = 0;
     std::size_t m_nUnflushed = 0;  // lines, at most
     std::size_t m_nLost = 0;       // lines, at most, since the file failed
     std::chrono::steady_clock::time_point m_nextTry{};
+    std::chrono::steady_clock::time_point m_nextRotation{};
 };
 
 }  // namespace Logova

@@ -167,6 +167,34 @@ TEST_F(Log, IsRotatedWithoutLosingALineBeforeItsTime)
     EXPECT_EQ(400, nNext);
 }
 
+// Nobody can rename the file: on Windows because it is being read, elsewhere because the name is taken.
+TEST_F(Log, GrowsOnWhileItCannotBeRotated)
+{
+    fs::create_directory(m_dir / "x.rotating.log");
+    std::ofstream(m_dir / "x.1.log") << "old";
+    std::ofstream(m_dir / "x.log") << "first half";
+    std::ifstream reader(m_dir / "x.log");
+    auto* const pLogger = Start("file = x.log\nmax_size = 1K\nmax_files = 3\nflush = Info");
+    for (int n = 0; n < 60; ++n)
+        Logova::InfoFmt(pLogger, "line %d", n);
+    EXPECT_TRUE(Eventually([&] { return Lines("x.log").size() == 61; })) << Read("x.log");
+    EXPECT_EQ("first half", Lines("x.log").front()) << "a line goes on where another one ends";
+    EXPECT_EQ("old", Read("x.1.log"));
+    EXPECT_FALSE(fs::exists(m_dir / "x.2.log"));
+
+    reader.close();
+    fs::remove(m_dir / "x.rotating.log");
+    std::ofstream(m_dir / "x.rotating.log") << "left by a crash";
+    EXPECT_TRUE(Eventually([&] {
+        Logova::Info(pLogger, "again");
+        return Read("x.3.log") == "old";
+    }));
+    Stop();
+    EXPECT_EQ("left by a crash", Read("x.2.log"));
+    EXPECT_TRUE(Contains("x.1.log", "line 59"));
+    EXPECT_FALSE(fs::exists(m_dir / "x.rotating.log"));
+}
+
 TEST_F(Log, TakesLinesOfAnyLength)
 {
     auto* const pLogger = Start("file = x.log\nmax_size = 1K\nmax_files = 1");
