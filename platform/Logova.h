@@ -12,7 +12,9 @@ struct _THandle;
 bool Initialize(const char* service, const char* configurationFile);
 // The named logger of that service; null if the service does not run. Owned by the service.
 _THandle* GetLogger(const char* service, const char* logger);
-// Writes out what is waiting and ends the service; its handles are dead. False if it does not run.
+// Writes out what is waiting and ends the service; its handles are dead. A file that blocks, as a pipe
+// without a reader does, holds the end for two seconds; what is left is written if the file answers later.
+// False if the service does not run.
 bool Uninitialize(const char* service);
 
 // The least severe level that the logger writes, from 0 (Emerg) to 8 (Trace). It does not change.

@@ -7,23 +7,52 @@
 #include <exception>
 #include <utility>
 
+#include "platform/Host.h"
+#include "platform/common/SignalsBlocked.h"
+
 namespace Logova {
 
 using Kernova::Internal::MutexLock;
 
-LogQueue::LogQueue(std::size_t nLength, std::function<void(const char*)> complain)
-    : m_nLength(nLength), m_complain(std::move(complain)), m_thread([this] { Main(); })
+std::shared_ptr<LogQueue> LogQueue::Start(std::size_t nLength, std::chrono::seconds flushInterval,
+                                          std::function<void(const char*)> complain)
+{
+    auto pQueue = std::make_shared<LogQueue>(nLength, flushInterval, std::move(complain));
+    const Kernova::Internal::SignalsBlocked blocked;
+    pQueue->m_thread = std::thread([pQueue] { pQueue->Main(); });
+    return pQueue;
+}
+
+LogQueue::LogQueue(std::size_t nLength, std::chrono::seconds flushInterval,
+                   std::function<void(const char*)> complain)
+    : m_nLength(nLength), m_flushInterval(flushInterval), m_complain(std::move(complain))
 {
 }
 
-LogQueue::~LogQueue()
+void LogQueue::End()
 {
+    const auto until = std::chrono::steady_clock::now() + kEnd;
+    bool bEnded = false;
     {
         const MutexLock lock(m_mutex);
         m_bEnd = true;
-        m_cond.notify_one();
+        m_cond.notify_all();
+        while (!m_bEnded && m_cond.wait_until(m_mutex, until) != std::cv_status::timeout) {
+        }
+        bEnded = m_bEnded;
     }
-    m_thread.join();
+    if (bEnded) {
+        m_thread.join();
+    } else {
+        Host::PinLibrary();
+        m_thread.detach();
+    }
+}
+
+void LogQueue::Keep(const std::shared_ptr<RotatingSink>& pSink)
+{
+    const MutexLock lock(m_mutex);
+    m_setSinks.insert(pSink);
 }
 
 void LogQueue::Push(RotatingSink& sink, Level level, bool bFlush, std::string_view text)
@@ -84,45 +113,67 @@ void LogQueue::Main()
 {
     std::vector<Line> vecBatch(kBatch);
     const MutexLock lock(m_mutex);
+    bool bWritten = false;
     for (;;) {
-        const bool bAny = m_nWaiting != 0;
-        WriteAll(vecBatch);
-        if (m_bEnd)
-            return;
-        if (bAny) {
-            const auto until = std::chrono::steady_clock::now() + kPause;
-            m_state = State::Pausing;
-            while (!IsUrgent() && m_cond.wait_until(m_mutex, until) != std::cv_status::timeout) {
-            }
+        if (m_nWaiting != 0) {
+            WriteBatch(vecBatch);
+            bWritten = true;
+        } else if (m_bEnd) {
+            break;
         } else {
-            m_state = State::Asleep;
-            while (!m_bEnd && m_nWaiting == 0)
-                m_cond.wait(m_mutex);
+            Wait(bWritten);
+            bWritten = false;
         }
-        m_state = State::Writing;
+        if (m_bUnflushed && std::chrono::steady_clock::now() >= m_nextFlush)
+            FlushAll(false);
     }
+    FlushAll(true);
+    m_bEnded = true;
+    m_cond.notify_all();
 }
 
-void LogQueue::WriteAll(std::vector<Line>& vecBatch)
+// While lines keep coming, for kPause; otherwise until the next line, or until the files have to be flushed.
+void LogQueue::Wait(bool bWritten)
 {
-    while (m_nWaiting != 0) {
-        const std::size_t nTaken = std::min(kBatch, m_nWaiting);
-        for (std::size_t n = 0; n < nTaken; ++n) {
-            std::swap(vecBatch[n], m_vecRing[m_nFront]);
-            m_nFront = (m_nFront + 1) % m_vecRing.size();
+    if (bWritten) {
+        const auto until = std::chrono::steady_clock::now() + kPause;
+        m_state = State::Pausing;
+        while (!IsUrgent() && m_cond.wait_until(m_mutex, until) != std::cv_status::timeout) {
         }
-        m_nWaiting -= nTaken;
-        m_bFlush = m_bFlush && m_nWaiting != 0;
-        m_mutex.unlock();
-        for (std::size_t n = 0; n < nTaken; ++n)
-            Write(vecBatch[n]);
-        m_mutex.lock();
+    } else {
+        m_state = State::Asleep;
+        while (!m_bEnd && m_nWaiting == 0) {
+            if (!m_bUnflushed)
+                m_cond.wait(m_mutex);
+            else if (m_cond.wait_until(m_mutex, m_nextFlush) == std::cv_status::timeout)
+                break;
+        }
     }
+    m_state = State::Writing;
+}
+
+void LogQueue::WriteBatch(std::vector<Line>& vecBatch)
+{
+    const std::size_t nTaken = std::min(kBatch, m_nWaiting);
+    for (std::size_t n = 0; n < nTaken; ++n) {
+        std::swap(vecBatch[n], m_vecRing[m_nFront]);
+        m_nFront = (m_nFront + 1) % m_vecRing.size();
+    }
+    m_nWaiting -= nTaken;
+    m_bFlush = m_bFlush && m_nWaiting != 0;
+    if (!m_bUnflushed) {
+        m_bUnflushed = true;
+        m_nextFlush = std::chrono::steady_clock::now() + m_flushInterval;
+    }
+    m_mutex.unlock();
+    for (std::size_t n = 0; n < nTaken; ++n)
+        Write(vecBatch[n]);
+    m_mutex.lock();
 }
 
 void LogQueue::Write(Line& line)
 {
-    try {
+    Try([&] {
         // The sink asks for none of spdlog's own levels.
         spdlog::details::log_msg msg(line.time, CarryLevel(line.level), {}, spdlog::level::info,
                                      line.strText);
@@ -130,13 +181,36 @@ void LogQueue::Write(Line& line)
         line.pSink->log(msg);
         if (line.bFlush)
             line.pSink->flush();
+    });
+    if (line.strText.capacity() > kKeptText)
+        std::string().swap(line.strText);
+}
+
+// No writer waits meanwhile. A closed file belongs to another service from then on, or to nobody.
+void LogQueue::FlushAll(bool bClose)
+{
+    std::set<std::shared_ptr<RotatingSink>> setSinks;
+    Try([&]() NO_THREAD_SAFETY_ANALYSIS { setSinks = m_setSinks; });
+    if (bClose)
+        m_setSinks.clear();
+    m_bUnflushed = false;
+    m_mutex.unlock();
+    for (const std::shared_ptr<RotatingSink>& pSink : setSinks)
+        Try([&] { pSink->flush(); });
+    setSinks.clear();
+    m_mutex.lock();
+}
+
+template <class Call>
+void LogQueue::Try(Call call) noexcept
+{
+    try {
+        call();
     } catch (const std::exception& error) {
         m_complain(error.what());
     } catch (...) {
         m_complain("an unknown error");
     }
-    if (line.strText.capacity() > kKeptText)
-        std::string().swap(line.strText);
 }
 
 }  // namespace Logova

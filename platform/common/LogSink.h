@@ -18,8 +18,8 @@ namespace Logova {
 // source location.
 inline spdlog::source_loc CarryLevel(Level level) { return {nullptr, static_cast<int>(level), nullptr}; }
 
-// Used on the log's own threads. A failing write throws spdlog::spdlog_ex once and closes the file; it is
-// opened again, directories included, with a line kRetry later, and a line then says what was lost.
+// Used on the threads of the queues alone. A failing write throws spdlog::spdlog_ex once and closes the file;
+// it is opened again, directories included, with a line kRetry later, and a line then says what was lost.
 class RotatingSink final : public spdlog::sinks::base_sink<std::mutex> {
 public:
     // Old files: "name.1.log" is the youngest.

@@ -2,9 +2,9 @@
 #include "platform/Logova.h"
 
 #include <spdlog/common.h>
-#include <spdlog/details/periodic_worker.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <exception>
@@ -21,7 +21,6 @@
 #include "platform/common/LogSink.h"
 #include "platform/common/LogText.h"
 #include "platform/common/Mutex.h"
-#include "platform/common/SignalsBlocked.h"
 
 namespace Logova {
 
@@ -58,7 +57,7 @@ using Sinks = std::map<std::string, std::weak_ptr<RotatingSink>>;  // by path
 }  // namespace
 
 struct _THandle {
-    std::shared_ptr<RotatingSink> pSink;
+    RotatingSink* pSink;  // the queue's
     std::shared_ptr<Complaint> pComplaint;
     LogQueue* pQueue;
     Level level;
@@ -93,21 +92,16 @@ public:
           m_strConfigPath(std::move(strConfigPath)),
           m_config(ParseLogConfig(config)),
           m_pComplaint(std::make_shared<Complaint>(m_strName)),
-          m_pQueue(std::make_unique<LogQueue>(
-              kQueueLength,
-              [pComplaint = m_pComplaint](const char* pszText) { pComplaint->Raise(pszText); })),
-          m_pFlusher(std::make_unique<spdlog::details::periodic_worker>(
-              [this] { FlushSinks(); }, std::chrono::seconds(m_config.nFlushSeconds)))
+          m_pQueue(LogQueue::Start(
+              kQueueLength, std::chrono::seconds(m_config.nFlushSeconds),
+              [pComplaint = m_pComplaint](const char* pszText) { pComplaint->Raise(pszText); }))
     {
     }
 
-    // Writes out what is waiting; a disk that hangs holds it up.
     ~Service()
     {
         ReportOverrun();
-        m_pFlusher.reset();
-        m_pQueue.reset();  // writes what is waiting
-        FlushSinks();
+        m_pQueue->End();
     }
 
     _THandle* GetLogger(const std::string& strLogger, Sinks& mapSinks)
@@ -116,7 +110,8 @@ public:
         if (pHandle)
             return pHandle.get();
         const auto pSink = FindSink(GetLogPath(m_config, m_strConfigPath, m_strName, strLogger), mapSinks);
-        pHandle.reset(new _THandle{pSink, m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel});
+        pHandle.reset(
+            new _THandle{pSink.get(), m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel});
         // Whatever the level: who made the mistake has to see it.
         for (const std::string& strWarning : m_config.vecWarnings)
             pHandle->Write(Level::Warning, "[Logova] " + m_strConfigPath + ", " + strWarning);
@@ -149,36 +144,16 @@ private:
             pSink = std::make_shared<RotatingSink>(strPath, m_config.nMaxSize, m_config.nMaxFiles);
             mapSinks[strPath] = pSink;
         }
-        const MutexLock lock(m_sinkMutex);
-        m_mapSinks[strPath] = pSink;
+        m_pQueue->Keep(pSink);
         return pSink;
-    }
-
-    // Also on the flusher's thread.
-    void FlushSinks()
-    {
-        std::map<std::string, std::shared_ptr<RotatingSink>> mapSinks;
-        try {
-            {
-                const MutexLock lock(m_sinkMutex);
-                mapSinks = m_mapSinks;
-            }
-            for (const auto& [strPath, pSink] : mapSinks)
-                pSink->flush();
-        } catch (const std::exception& error) {
-            m_pComplaint->Raise(error.what());
-        }
     }
 
     const std::string m_strName;
     const std::string m_strConfigPath;
     LogConfig m_config;
     const std::shared_ptr<Complaint> m_pComplaint;
-    Mutex m_sinkMutex;
-    std::map<std::string, std::shared_ptr<RotatingSink>> m_mapSinks GUARDED_BY(m_sinkMutex);
     std::map<std::string, std::unique_ptr<_THandle>> m_mapLoggers;
-    std::unique_ptr<LogQueue> m_pQueue;
-    std::unique_ptr<spdlog::details::periodic_worker> m_pFlusher;  // goes first: its thread uses the rest
+    const std::shared_ptr<LogQueue> m_pQueue;
 };
 
 // Never destroyed: a service that nobody has ended when the process exits is left to it, threads and all.
@@ -233,7 +208,6 @@ bool Initialize(const char* service, const char* configurationFile)
         std::string strConfig;
         if (!ReadLogConfig(configurationFile, strConfig))
             return false;
-        const Kernova::Internal::SignalsBlocked blocked;  // on the threads of the service
         registry.mapServices[service] = std::make_unique<Service>(service, configurationFile, strConfig);
         return true;
     } catch (const std::exception&) {  // no memory or no thread

@@ -325,6 +325,16 @@ TEST_F(LogOnAHangingDisk, NobodyWaitsAndTheOldestGo)
     EXPECT_NE(std::string::npos, strAll.find("lines were lost because the file was too slow."));
 }
 
+// What is left comes when the disk answers, although the service and its handles are gone.
+TEST_F(LogOnAHangingDisk, TheEndWaitsTwoSeconds)
+{
+    Logova::Info(m_pLogger, "the last line");
+    const auto begin = std::chrono::steady_clock::now();
+    Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+    EXPECT_TRUE(Contains("pipe", "the last line\n"));
+}
+
 // They may not fill the memory.
 TEST_F(LogOnAHangingDisk, LongLinesAreCut)
 {
