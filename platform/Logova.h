@@ -3,6 +3,9 @@
 // line never waits for the disk.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 namespace Logova {
 
 struct _THandle;
@@ -31,7 +34,9 @@ void Info(_THandle*, const char* text);
 void Debug(_THandle*, const char* text);
 void Trace(_THandle*, const char* text);
 
-// Formatted in the manner of printf, with %I64d for 64-bit signed values on every system.
+// Formatted in the manner of printf, with %I64d for 64-bit signed values on every system. Control characters
+// in an argument of %s or %c are escaped (\n as a backslash and an n, others as \xNN); those of the format
+// stay.
 void EmergFmt(_THandle*, const char* format, ...);
 void AlertFmt(_THandle*, const char* format, ...);
 void FatalFmt(_THandle*, const char* format, ...);
@@ -41,5 +46,9 @@ void NoticeFmt(_THandle*, const char* format, ...);
 void InfoFmt(_THandle*, const char* format, ...);
 void DebugFmt(_THandle*, const char* format, ...);
 void TraceFmt(_THandle*, const char* format, ...);
+
+// The text with its control characters escaped as above, for a foreign text inside a text of several lines
+// that is written without a format. Throws std::bad_alloc.
+std::string EscapeControls(std::string_view text);
 
 }  // namespace Logova

@@ -129,6 +129,15 @@ TEST(LogText, FormatsSixtyFourBitsInTheHouseManner)
     EXPECT_EQ("   1.50", Format("%*.*f", 7, 2, 1.5));
 }
 
+TEST(LogText, NoArgumentForgesALine)
+{
+    EXPECT_EQ("User:\r\n\ta\\r\\nb\\tc\\x1B[1m\\x7F \xC3\xA9",
+              Format("User:\r\n\t%s", "a\r\nb\tc\x1B[1m\x7F \xC3\xA9"));
+    EXPECT_EQ("\\n|a\\n |  \\n|b|07", Format("%c|%-4s|%*.1s|%.1s|%02d", '\n', "a\n", 4, "\nb", "b\n", 7));
+    const std::string strLong(2000, 'x');
+    EXPECT_EQ(strLong + "\\n!\n", Format("%s!\n", (strLong + "\n").c_str())) << "beside the short buffer";
+}
+
 TEST(LogText, IsAsLongAsItTakes)
 {
     for (const std::size_t nLength : {0u, 1022u, 1023u, 1024u, 1025u, 3'000'000u}) {
