@@ -1,5 +1,7 @@
 #include "platform/common/LogConfig.h"
 
+#include <spdlog/details/os.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -250,7 +252,8 @@ bool ReadLogConfig(const std::string& strPath, std::string& strText)
 std::string GetLogPath(const LogConfig& config, const std::string& strConfigPath,
                        const std::string& strService, const std::string& strLogger)
 {
-    std::string strFile = ReplaceAll(config.strFile, "{logger}", AsFileName(strLogger));
+    std::string strFile = ReplaceAll(config.strFile, "{pid}", std::to_string(spdlog::details::os::pid()));
+    strFile = ReplaceAll(std::move(strFile), "{logger}", AsFileName(strLogger));
     strFile = ReplaceAll(std::move(strFile), "{service}", AsFileName(strService));
     const bool bDrives = Host::GetPathSeparator() == std::string_view("\\");
     const std::string_view separators = bDrives ? "\\/" : "/";

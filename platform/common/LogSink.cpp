@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/Host.h"
+#include "platform/common/LogFile.h"
 
 namespace Logova {
 
@@ -86,6 +87,7 @@ void RotatingSink::Open()
     std::setvbuf(m_pFile, nullptr, _IOFBF, kFileBuffer);
     // A pipe and a device have no size, and reading from one could block.
     m_bRegular = Host::IsRegularFile(m_strPath);
+    m_bOwned = !m_bRegular || TryLock(m_pFile);
     m_nSize = m_bRegular ? os::filesize(m_pFile) : 0;
     if (m_nSize > 0 && EndsWithinALine(m_strPath))
         Put(os::default_eol);
@@ -123,6 +125,16 @@ void RotatingSink::Rotate()
     Flush();
     m_nUnflushed = 1;  // the line that is too much
     m_nextRotation = std::chrono::steady_clock::now() + kRetry;
+    if (!m_bOwned) {
+        m_bOwned = TryLock(m_pFile);  // the other process may have ended
+        if (!IsAt(m_pFile, m_strPath)) {
+            Close();
+            Open();
+            return;
+        }
+        if (!m_bOwned)
+            return;
+    }
     const std::string strInterim = GetSibling("rotating");
     if (Host::IsRegularFile(strInterim) && !TakeIntoTheRow(strInterim))
         return;
@@ -175,13 +187,24 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& msg)
             m_nLost = 0;
         }
     }
+    if (!m_bOwned && !m_bWarned) {
+        m_bWarned = true;
+        const std::string strText =
+            "Another process writes to " + m_strPath + " too. Put {pid} into the name of the log file.";
+        Append({CarryLevel(Level::Warning), msg.logger_name, msg.level, strText});
+    }
     Append(msg);
 }
 
 void RotatingSink::flush_()
 {
-    if (m_pFile != nullptr)
-        Flush();
+    if (m_pFile == nullptr)
+        return;
+    Flush();
+    if (!m_bOwned && !IsAt(m_pFile, m_strPath)) {
+        Close();
+        Open();
+    }
 }
 
 }  // namespace Logova

@@ -49,6 +49,10 @@ private:
     // Under the mutex of the base.
     std::FILE* m_pFile = nullptr;
     bool m_bRegular = false;  // only a regular file is rotated
+    // Whether this process rotates the file. Of several processes one does; the others open the file anew at
+    // the first flush after that.
+    bool m_bOwned = false;
+    bool m_bWarned = false;
     std::size_t m_nSize = 0;
     std::size_t m_nUnflushed = 0;  // lines, at most
     std::size_t m_nLost = 0;       // lines, at most, since the file failed

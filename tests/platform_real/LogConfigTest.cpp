@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdarg>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -98,6 +99,8 @@ TEST(LogConfig, PutsTheFileBesideTheConfiguration)
         EXPECT_EQ("C:\\game\\logs\\a.log", path("logs\\a.log", "C:\\game\\log.conf"));
     }
     EXPECT_EQ("", path("{service}", "log.conf", ""));
+    EXPECT_TRUE(
+        std::regex_match(path("{service}.{pid}.log", "log.conf"), std::regex("Velkar\\.[0-9]+\\.log")));
 }
 
 namespace {

@@ -16,7 +16,10 @@
 #include "tests/support/TempDirectory.h"
 
 #ifndef _WIN32
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -271,6 +274,26 @@ TEST_F(Log, DoesNotWaitForAConfigurationOutOfAPipe)
 {
     ASSERT_EQ(0, mkfifo((m_dir / "pipe.conf").string().c_str(), 0600));
     EXPECT_FALSE(Logova::Initialize("Svc", (m_dir / "pipe.conf").string().c_str()));
+}
+
+// The test holds the file's lock as another process that logs to the file does.
+TEST_F(Log, FollowsTheProcessThatRotatesItsFile)
+{
+    const int nOther = open((m_dir / "x.log").c_str(), O_CREAT | O_WRONLY, 0600);
+    ASSERT_EQ(0, flock(nOther, LOCK_EX));
+    auto* const pLogger = Start("file = x.log\nmax_size = 1K\nflush = Info");
+    for (int n = 0; n < 60; ++n)
+        Logova::InfoFmt(pLogger, "line %d", n);
+    EXPECT_TRUE(Eventually([&] { return Lines("x.log").size() == 61; }));
+    EXPECT_TRUE(Contains("x.log", "[Warning]") && Contains("x.log", "/x.log too. Put {pid} into"));
+    EXPECT_FALSE(fs::exists(m_dir / "x.1.log")) << "both have rotated the file";
+
+    fs::rename(m_dir / "x.log", m_dir / "moved");
+    Logova::Info(pLogger, "into either");
+    close(nOther);
+    Logova::Info(pLogger, "into the new one");
+    Stop();
+    EXPECT_TRUE(Contains("x.log", "into the new one"));
 }
 
 TEST_F(Log, OnAFullDiskSlowsNobody)
