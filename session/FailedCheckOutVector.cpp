@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/Logova.h"
 #include "session/UserInfoMap.h"
 
 using Kernova::XTL::ScopedLock;
@@ -125,7 +126,8 @@ bool CFailedCheckOutVector::DumpFailedUsers(std::string& out)
         return false;
     out = "[Failed Checkout Vector] Failed checkout user list start.\r\n";
     for (const Entry* const pEntry : vecListed)
-        out += "\tUser ID: " + pEntry->info.GetKey() + "\r\n\tUser IP: " + pEntry->info.GetUserIP() + "\r\n";
+        out += "\tUser ID: " + Logova::EscapeControls(pEntry->info.GetKey()) +
+               "\r\n\tUser IP: " + Logova::EscapeControls(pEntry->info.GetUserIP()) + "\r\n";
     out += "[Failed Checkout Vector] Failed checkout user list end.";
     return true;
 }
