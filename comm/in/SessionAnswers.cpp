@@ -72,31 +72,31 @@ void LogFailure(const Message& msg)
 }
 
 // Logs the billing in use. The answers of the Ex calls mark it as the one used, because the user's other
-// billings follow in lines of their own.
+// billings follow in lines of their own. The two lines that only some answers have are part of the format, as
+// line breaks of an argument would be escaped.
 template <class Message>
 void LogBilling(const Message& msg)
 {
-    const char* pszUsed = "";
+    if (!CLogger::IsOn(Log::kDebug))
+        return;
+    std::string strFormat = CONTENTS_WITH_IP "\r\n\tSuccess: true";
     if constexpr (requires { msg.vecOtherBilling; })
-        pszUsed = "\r\n\t[Used billing info]";
-    const char* pszPCCafe = "";
+        strFormat += "\r\n\t[Used billing info]";
+    strFormat += "\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d";
     if constexpr (requires { msg.bPCCafe; })
-        pszPCCafe = msg.bPCCafe.nByte != 0 ? "\r\n\tPC Cafe: Y" : "\r\n\tPC Cafe: N";
-    const auto nRemainMinutes = static_cast<long long>(msg.nRemainMinutes);
+        strFormat += msg.bPCCafe.nByte != 0 ? "\r\n\tPC Cafe: Y" : "\r\n\tPC Cafe: N";
+    strFormat += "\r\n\tCRM Code: %s\r\n\tEnd Date: %s";
+    const auto log = [&](const auto&... last) {
+        Log::DebugFmt(strFormat.c_str(), msg.GetMsgName(), msg.nReqID, msg.strUserID.c_str(),
+                      msg.strUserNo.c_str(), msg.strUserIP.c_str(), msg.nBillType, msg.nProductID,
+                      static_cast<long long>(msg.nRemainMinutes), msg.strCRMCode.c_str(),
+                      msg.strEndDate.c_str(), last...);
+    };
     if constexpr (requires { msg.strSeqNo; }) {
-        LOG_CONTENTS(
-            msg,
-            "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d\r\n"
-            "\tCRM Code: %s\r\n\tEnd Date: %s\r\n\tFree: %c\r\n\tSeq No: %s",
-            pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, msg.strCRMCode.c_str(),
-            msg.strEndDate.c_str(), msg.cFree, msg.strSeqNo.c_str());
+        strFormat += "\r\n\tFree: %c\r\n\tSeq No: %s";
+        log(msg.cFree, msg.strSeqNo.c_str());
     } else {
-        LOG_CONTENTS(
-            msg,
-            "\r\n\tSuccess: true%s\r\n\tBill Type: %d\r\n\tProduct ID: %d\r\n\tRemain Minutes: %I64d%s\r\n"
-            "\tCRM Code: %s\r\n\tEnd Date: %s",
-            pszUsed, msg.nBillType, msg.nProductID, nRemainMinutes, pszPCCafe, msg.strCRMCode.c_str(),
-            msg.strEndDate.c_str());
+        log();
     }
 }
 
