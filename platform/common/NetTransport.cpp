@@ -126,7 +126,7 @@ void Transport::Write()
         vecBuffers.front() += nFront;
         WatchStall(0);
         asio::async_write(
-            pSocket->Attach(), std::move(vecBuffers),
+            pSocket->Attach(), vecBuffers,
             [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nTransferred) {
                 if (nTransferred != pSelf->m_nTransferred)
                     pSelf->WatchStall(nTransferred);

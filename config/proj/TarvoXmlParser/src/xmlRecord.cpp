@@ -33,7 +33,7 @@ XMLNode XMLRecord::NewTop(std::string_view strName, bool bIsDeclaration)
 {
     auto tree = std::make_unique<XMLTree>();
     XMLNode node(New(*tree, nullptr, strName, bIsDeclaration));
-    tree.release();  // the handle owns the tree
+    static_cast<void>(tree.release());  // the handle owns the tree
     return node;
 }
 
