@@ -99,17 +99,18 @@ private:
 // The one object of the process.
 inline CResWaiterMap& ResWaiterMap() { return Kernova::XTL::Singleton<CResWaiterMap>::Instance(); }
 
-// The caller's two touches of its own waiter, while answers may be stored into it.
+// The caller's touch of its own waiter while answers may be stored into it.
 template <class Response, class Change>
 void PresetResponse(ResponseWait<Response>& waiter, Change change)
 {
     const Kernova::XTL::ScopedLock lock(waiter.lock);
     change(waiter.stResponse);
 }
+// Once the waiter is out of the map nobody else sees it: whoever stored an answer held the map's lock, which
+// the removal has taken since.
 template <class Response>
-Response CopyResponse(ResponseWait<Response>& waiter)
+const Response& GetResponse(const ResponseWait<Response>& waiter) NO_THREAD_SAFETY_ANALYSIS
 {
-    const Kernova::XTL::ScopedLock lock(waiter.lock);
     return waiter.stResponse;
 }
 

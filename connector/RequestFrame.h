@@ -101,7 +101,7 @@ void RunInside(Call& call, Response& res)
     waiter.hEvent.Wait(kAnswerTimeout);
     // From here on an answer is late, and its handler knows it: nothing can be stored behind the copy.
     waiterAutoRemover.Remove();
-    res = CopyResponse(waiter);
+    res = GetResponse(waiter);
     call.OnEnd(res);
 }
 

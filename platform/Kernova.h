@@ -29,10 +29,15 @@ public:
 
     void Lock() ACQUIRE();
     void Unlock() RELEASE();
+    bool IsMine() const;  // the calling thread holds it
 
 private:
-    std::recursive_mutex m_mutex;
-    unsigned int m_nSpinCount;
+    void LockWithOthers();
+
+    std::atomic<std::uint32_t> m_nState{0};  // free, held, or held and somebody may sleep
+    unsigned int m_nDepth = 0;               // the holder's: how often it has entered again
+    std::atomic<std::thread::id> m_owner{};
+    const unsigned int m_nSpinCount;
     const LockRank m_rank;
     std::atomic<bool> m_bSpinning{false};  // somebody spins
 };

@@ -20,6 +20,8 @@ public:
     CUserInfo() = default;
     CUserInfo(const CUserInfo&) = default;
     CUserInfo& operator=(const CUserInfo&) = default;
+    CUserInfo(CUserInfo&&) = default;
+    CUserInfo& operator=(CUserInfo&&) = default;
     virtual ~CUserInfo() = default;
 
     // Two records are equal if their keys and IPs are equal byte by byte; the other members are not compared.
@@ -28,11 +30,11 @@ public:
         return a.m_strKey == b.m_strKey && a.m_strUserIP == b.m_strUserIP;
     }
 
-    std::string GetKey() const { return m_strKey; }
-    std::string GetUserIP() const { return m_strUserIP; }
-    std::string GetEndDate() const { return m_strEndDate; }
-    std::string GetCRMCode() const { return m_strCRMCode; }
-    std::string GetSeqNo() const { return m_strSeqNo; }
+    const std::string& GetKey() const { return m_strKey; }
+    const std::string& GetUserIP() const { return m_strUserIP; }
+    const std::string& GetEndDate() const { return m_strEndDate; }
+    const std::string& GetCRMCode() const { return m_strCRMCode; }
+    const std::string& GetSeqNo() const { return m_strSeqNo; }
     int GetProductID() const { return m_nProductID; }
     int GetBillingID() const { return m_nBillingID; }
     char GetFree() const { return m_cFree; }

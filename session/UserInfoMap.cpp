@@ -50,27 +50,29 @@ bool CUserInfoMap::RemoveUserInfo(std::string strKey)
     return !removed.empty();
 }
 
-CUserInfo* CUserInfoMap::Find(std::string_view key, std::uint64_t nRecordNo)
+CUserInfoMap::Users::iterator CUserInfoMap::Find(std::string_view key, std::uint64_t nRecordNo)
 {
     const auto it = m_mapUsers.find(key);
     const bool bFound = it != m_mapUsers.end() && it->second->GetRecordNo() == nRecordNo;
-    return bFound ? it->second.get() : nullptr;
+    return bFound ? it : m_mapUsers.end();
 }
 
 bool CUserInfoMap::RemoveRecord(std::string_view key, std::uint64_t nRecordNo)
 {
     Place removed;
     const ScopedLock lock(m_lock);
-    if (Find(key, nRecordNo) != nullptr)
-        removed = m_mapUsers.extract(m_mapUsers.find(key));
+    const auto it = Find(key, nRecordNo);
+    if (it != m_mapUsers.end())
+        removed = m_mapUsers.extract(it);
     return !removed.empty();
 }
 
 void CUserInfoMap::SetLeaving(std::string_view key, std::uint64_t nRecordNo)
 {
     const ScopedLock lock(m_lock);
-    if (CUserInfo* const pInfo = Find(key, nRecordNo))
-        pInfo->SetLeaving();
+    const auto it = Find(key, nRecordNo);
+    if (it != m_mapUsers.end())
+        it->second->SetLeaving();
 }
 
 bool CUserInfoMap::FindUserInfo(std::string strKey, CUserInfo& out)

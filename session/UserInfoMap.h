@@ -105,7 +105,7 @@ public:
     bool GetUserCheckOutList(Wirova::RecordVector<XCheckOutInfo>& list);
 
 private:
-    CUserInfo* Find(std::string_view key, std::uint64_t nRecordNo) REQUIRES(m_lock);
+    Users::iterator Find(std::string_view key, std::uint64_t nRecordNo) REQUIRES(m_lock);  // or the end
     bool EnterLocked(Place& place) REQUIRES(m_lock);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,

@@ -1,4 +1,4 @@
-// Locks, events and threads, on the standard library's.
+// Locks and events on words of memory, threads on the standard library's.
 #include <algorithm>
 #include <exception>
 #include <system_error>
@@ -33,30 +33,62 @@ CriticalSection::CriticalSection(unsigned int spinCount, LockRank rank)
 
 CriticalSection::~CriticalSection() = default;
 
+namespace {
+constexpr std::uint32_t kFree = 0, kHeld = 1, kHeldAndWanted = 2;
+}
+
+// The thread itself is the only one that can have stored its id, so an outdated value is never its own.
+bool CriticalSection::IsMine() const
+{
+    return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+}
+
 void CriticalSection::Lock() NO_THREAD_SAFETY_ANALYSIS
 {
     Internal::BeforeLock(this, m_rank);
-    if (m_mutex.try_lock())
+    if (IsMine()) {
+        ++m_nDepth;
         return;
+    }
+    std::uint32_t nState = kFree;
+    if (!m_nState.compare_exchange_strong(nState, kHeld, std::memory_order_acquire,
+                                          std::memory_order_relaxed))
+        LockWithOthers();
+    m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+}
+
+void CriticalSection::LockWithOthers()
+{
     // One thread spins, the others sleep: a crowd of spinners takes the processors from the holder, and
     // from a caller on its way to wait for its answer.
-    if (!m_bSpinning.exchange(true, std::memory_order_relaxed)) {
+    if (m_nSpinCount != 0 && !m_bSpinning.exchange(true, std::memory_order_relaxed)) {
         bool bLocked = false;
         for (unsigned int n = 0; n < m_nSpinCount && !bLocked; ++n) {
             Pause();
-            bLocked = m_mutex.try_lock();
+            std::uint32_t nState = kFree;
+            bLocked = m_nState.compare_exchange_strong(nState, kHeld, std::memory_order_acquire,
+                                                       std::memory_order_relaxed);
         }
         m_bSpinning.store(false, std::memory_order_relaxed);
         if (bLocked)
             return;
     }
-    m_mutex.lock();
+    // Who has slept cannot know whether others still sleep, and so keeps the mark for them.
+    while (m_nState.exchange(kHeldAndWanted, std::memory_order_acquire) != kFree)
+        Internal::WaitOnWord(m_nState, kHeldAndWanted, std::chrono::steady_clock::time_point::max());
 }
 
 void CriticalSection::Unlock() NO_THREAD_SAFETY_ANALYSIS
 {
     Internal::AfterUnlock(this);
-    m_mutex.unlock();
+    if (m_nDepth != 0) {
+        --m_nDepth;
+        return;
+    }
+    m_owner.store(std::thread::id(), std::memory_order_relaxed);
+    const void* const pWord = &m_nState;  // the next holder may destroy the lock
+    if (m_nState.exchange(kFree, std::memory_order_release) == kHeldAndWanted)
+        Internal::WakeOneOnWord(pWord);
 }
 
 namespace {

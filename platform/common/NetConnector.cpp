@@ -191,16 +191,19 @@ bool _THandle::UnlockActiveLinks()
         return Fail(std::make_error_code(std::errc::operation_not_permitted));
     const auto pGate = m_pListGate;
     std::shared_ptr<Link::_THandle> pLast;
+    Transport* pTransport = nullptr;
     for (const auto& pLink : m_active.m_vecLinks) {
-        if (!pLink->GetSendQueue().Release())
+        Transport* const pNext = pLink->GetSendQueue().Release();
+        if (pNext == nullptr)
             continue;
         if (pLast)
-            pLast->GetSendQueue().Flush();
+            pLast->GetSendQueue().Flush(pTransport);
         pLast = pLink;
+        pTransport = pNext;
     }
     m_activeLock.Unlock();
     if (pLast)
-        pLast->GetSendQueue().Flush();
+        pLast->GetSendQueue().Flush(pTransport);
     pGate->Leave();
     return true;
 }

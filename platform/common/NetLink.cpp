@@ -80,7 +80,7 @@ int _THandle::Send(Kernova::MemoryPool::_XMemory& memory)
     const bool bHold = m_connector.HoldsActiveLinks();
     const int nResult = m_queue.Accept(memory, bHold);
     if (nResult > 0 && !bHold)
-        m_queue.Flush();
+        m_queue.Flush(m_queue.BeginWriting());
     return nResult;
 }
 

@@ -95,22 +95,39 @@ void SendQueue::AppendHeld()
     m_vecHeld.erase(m_vecHeld.begin(), m_vecHeld.begin() + static_cast<std::ptrdiff_t>(nDone));
 }
 
-bool SendQueue::Release()
+Transport* SendQueue::Release()
 {
     const MutexLock lock(m_mutex);
     if (m_vecHeld.empty())
-        return false;
+        return nullptr;
     AppendHeld();
-    return true;
+    return BeginWritingLocked();
 }
 
-void SendQueue::Flush()
+Transport* SendQueue::BeginWriting()
 {
+    const MutexLock lock(m_mutex);
+    return BeginWritingLocked();
+}
+
+Transport* SendQueue::BeginWritingLocked()
+{
+    if (m_writer != Writer::Nobody || !m_pTransport)
+        return nullptr;
+    if (m_vecSending.empty())
+        m_vecSending.swap(m_vecQueued);
+    if (m_vecSending.empty())
+        return nullptr;
+    m_writer = Writer::Sender;
+    return m_pTransport.get();
+}
+
+void SendQueue::Flush(Transport* pTransport)
+{
+    if (pTransport == nullptr)
+        return;
     std::size_t nSent = 0;
-    for (int nRound = 0;; ++nRound) {
-        Transport* const pTransport = BeginRound(nRound, nSent);
-        if (pTransport == nullptr)
-            return;
+    for (int nRound = 1; nRound == 1 || NextRound(nRound - 1, nSent); ++nRound) {
         switch (pTransport->WriteNow(m_vecSending, m_nSendingFront, nSent)) {
             case LinkSocket::Sent::All:
                 break;
@@ -122,34 +139,23 @@ void SendQueue::Flush()
     }
 }
 
-// Makes the calling thread the writer, or keeps it so from the second round on, and gives it the next blocks.
-// Null if there is nothing to write or somebody else writes.
-Transport* SendQueue::BeginRound(int nRound, std::size_t nSentBefore)
+// After that many rounds: gives the writer what others have queued meanwhile. False if the calling thread is
+// the writer no more.
+bool SendQueue::NextRound(int nRounds, std::size_t nSentBefore)
 {
     const MutexLock lock(m_mutex);
-    if (nRound != 0) {
-        m_nBytes -= nSentBefore;
-        m_vecSending.clear();
-        m_nSendingFront = 0;
-        m_writer = Writer::Nobody;
-    } else if (m_writer != Writer::Nobody || !m_pTransport) {
-        return nullptr;
-    }
-    if (m_vecSending.empty() && m_vecQueued.empty()) {
-        if (m_bClosed && nRound != 0)
-            TellStrand();  // waits for this before it closes the socket
-        TellShut();
-        return nullptr;
-    }
-    if (nRound == kMostRounds) {
-        TellStrand();
-        TellShut();
-        return nullptr;
-    }
-    m_writer = Writer::Sender;
-    if (m_vecSending.empty())
+    m_nBytes -= nSentBefore;
+    m_vecSending.clear();
+    m_nSendingFront = 0;
+    if (!m_vecQueued.empty() && nRounds < kMostRounds) {
         m_vecSending.swap(m_vecQueued);
-    return m_pTransport.get();
+        return true;
+    }
+    m_writer = Writer::Nobody;
+    if (!m_vecQueued.empty() || m_bClosed)
+        TellStrand();  // for the rest; a closed link waits for this before it closes the socket
+    TellShut();
+    return false;
 }
 
 // The peer takes no more at once.

@@ -26,9 +26,13 @@ public:
     // The number of bytes accepted, or -1 with the reason as the thread's last error. A held block does not
     // leave before Release.
     int Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold);
-    // Lets the held blocks leave. True if there were any: a Flush has to follow.
-    bool Release();
-    void Flush();
+    // Lets the held blocks leave. A transport: the calling thread is the writer now, and Flush has to follow.
+    // Null if no block was held or somebody else writes.
+    Transport* Release();
+    // Makes the calling thread the writer if nobody is and there is something to write; null otherwise.
+    Transport* BeginWriting();
+    // Writes until nothing is left, for the writer.
+    void Flush(Transport* pTransport);
     bool HasSentAll();
 
     // ---- for the transport, on its strand ----
@@ -46,7 +50,8 @@ private:
     void TellStrand() REQUIRES(m_mutex);
     void TellShut() REQUIRES(m_mutex);
     void DropSent(std::size_t nCount) REQUIRES(m_mutex);
-    Transport* BeginRound(int nRound, std::size_t nSentBefore);
+    Transport* BeginWritingLocked() REQUIRES(m_mutex);
+    bool NextRound(int nRounds, std::size_t nSentBefore);
     void EndWithPart(std::size_t nSent);
     void EndWithFailure();
 

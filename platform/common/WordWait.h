@@ -15,6 +15,8 @@ bool WaitOnWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue,
 // Wakes everybody who sleeps on the word at that address. The memory may be gone: it is not looked at, and
 // who sleeps on something else there by now wakes without a reason.
 void WakeWord(const void* pWord);
+// Wakes one of them.
+void WakeOneOnWord(const void* pWord);
 
 // How many processors this process may use, at least 1. Found out once.
 unsigned int GetUsableProcessors();

@@ -25,10 +25,15 @@ bool WaitOnWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue,
            errno != ETIMEDOUT;
 }
 
-void WakeWord(const void* pWord)
+namespace {
+void Wake(const void* pWord, int nMost)
 {
-    syscall(SYS_futex, pWord, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+    syscall(SYS_futex, pWord, FUTEX_WAKE_PRIVATE, nMost, nullptr, nullptr, 0);
 }
+}  // namespace
+
+void WakeWord(const void* pWord) { Wake(pWord, INT_MAX); }
+void WakeOneOnWord(const void* pWord) { Wake(pWord, 1); }
 
 unsigned int GetUsableProcessors()
 {

@@ -22,6 +22,7 @@ bool WaitOnWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue,
 }
 
 void WakeWord(const void* pWord) { WakeByAddressAll(const_cast<void*>(pWord)); }
+void WakeOneOnWord(const void* pWord) { WakeByAddressSingle(const_cast<void*>(pWord)); }
 
 unsigned int GetUsableProcessors()
 {

@@ -37,10 +37,11 @@ TEST(ResWaiter, NeverOutlivesItsCaller)
     for (int i = 0; i < 20000; ++i) {
         CheckinWait wait(TagOf<XS2C_CheckInAns, _CHECKIN_RES>());
         wait.nReqID = 77;
-        const WaiterAutoRemover remover(wait);
+        WaiterAutoRemover remover(wait);
         Waiters().AddWaiter(&wait);
         PresetResponse(wait, [](_CHECKIN_RES& res) { res.nResult = -1; });
-        nAnswered += CopyResponse(wait).nResult == 0 ? 1 : 0;
+        remover.Remove();
+        nAnswered += GetResponse(wait).nResult == 0 ? 1 : 0;
     }
     bEnd = true;
     completer.join();
