@@ -1,6 +1,6 @@
 // A full storage box: 10,000 entries, about 5 MB in one frame, asked for, read row by row and given back. The
-// time beside that of the same bytes through a bare socket, and the memory that the library takes meanwhile
-// at its peak, as a multiple of the frame.
+// time beside that of the same bytes through a bare socket, the memory that the library takes meanwhile at
+// its peak, as a multiple of the frame, and what the list takes that the game is given.
 //
 //   bench_storage_box [entries, 10000 unless given]
 #include <algorithm>
@@ -59,11 +59,12 @@ bool StartLibrary(unsigned short nPort)
     return false;
 }
 
-struct Times {
-    double dCall, dRead;
+struct Figures {
+    double dCall, dRead;  // milliseconds
+    std::size_t nList;    // bytes
 };
 
-bool ReadBox(int nEntries, Times& times)
+bool ReadBox(int nEntries, Figures& figures)
 {
     const _STORAGE_SEARCH_REQ req{};
     _LIST_RES res;
@@ -78,10 +79,13 @@ bool ReadBox(int nEntries, Times& times)
         bGood = GetStorageItemData(res.hData, static_cast<std::size_t>(n), &info, szError, sizeof(szError)) &&
                 info.nStorageSeq == n;
     }
+    const std::size_t nWithList = g_nLive;
     DestroyHandle(res.hData);
+    figures.nList = nWithList - g_nLive;
     const auto end = Clock::now();
-    times.dCall = std::min(times.dCall, std::chrono::duration<double, std::milli>(arrived - begin).count());
-    times.dRead = std::min(times.dRead, std::chrono::duration<double, std::milli>(end - arrived).count());
+    figures.dCall =
+        std::min(figures.dCall, std::chrono::duration<double, std::milli>(arrived - begin).count());
+    figures.dRead = std::min(figures.dRead, std::chrono::duration<double, std::milli>(end - arrived).count());
     if (!bGood)
         std::fprintf(stderr, "The box has not come: %s %s\n", res.szError, szError);
     return bGood;
@@ -102,7 +106,7 @@ int main(int argc, char** argv)
     }
     if (!StartLibrary(service.Port()))
         return 1;
-    Times times{1e9, 1e9};
+    Figures figures{1e9, 1e9, 0};
     std::size_t nPeak = 0;
     // In turns, so that both meet the machine in the same state.
     double dSocket = 1e9;
@@ -110,17 +114,18 @@ int main(int argc, char** argv)
         dSocket = std::min(dSocket, Bench::PlainSocket(nFrame));
         const std::size_t nBefore = g_nLive;
         g_nPeak = nBefore;
-        if (!ReadBox(nEntries, times))
+        if (!ReadBox(nEntries, figures))
             return 1;
         nPeak = std::max(nPeak, g_nPeak - nBefore);
     }
     std::printf("%d entries, a frame of %.2f MB\n", nEntries, static_cast<double>(nFrame) / 1e6);
     std::printf("the call until the list is there: %8.2f ms, %5.1f times the bare socket (%.2f ms)\n",
-                times.dCall, times.dCall / dSocket, dSocket);
-    std::printf("reading all rows, giving back:    %8.2f ms, %5.1f times the bare socket\n", times.dRead,
-                times.dRead / dSocket);
+                figures.dCall, figures.dCall / dSocket, dSocket);
+    std::printf("reading all rows, giving back:    %8.2f ms, %5.1f times the bare socket\n", figures.dRead,
+                figures.dRead / dSocket);
     std::printf("memory at its peak: %.2f MB, %.2f times the frame\n", static_cast<double>(nPeak) / 1e6,
                 static_cast<double>(nPeak) / static_cast<double>(nFrame));
+    std::printf("the list of %d: %zu bytes\n", nEntries, figures.nList);
     UninitModule();
     return 0;
 }
