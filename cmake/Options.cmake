@@ -57,10 +57,11 @@ function(velkar_precompile target set)
 endfunction()
 
 # velkar_plain(target): tests and what only they need are built quickly, as they have nothing to be measured; a sanitizer
-# that makes everything slow is spared that.
+# that makes everything slow is spared that. The linker for Windows takes seconds for the many sections that templates
+# make without any optimisation.
 function(velkar_plain target)
   if(NOT VELKAR_SANITIZE)
-    target_compile_options(${target} PRIVATE -O0)
+    target_compile_options(${target} PRIVATE $<IF:$<BOOL:${WIN32}>,-O1,-O0>)
   endif()
 endfunction()
 

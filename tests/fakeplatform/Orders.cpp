@@ -16,30 +16,30 @@ struct Order {
     int nCalls = 0;
 };
 
-struct State {
+struct OrderState {
     std::map<Op, Order> mapOrders;
     std::vector<std::string> vecViolations;
     Counts counts;
 };
 
-Support::Guarded<State>& TheState() { return Immortal<State>(); }
+Support::Guarded<OrderState>& TheOrders() { return Immortal<OrderState>(); }
 
 }  // namespace
 
 void Fail(Op op, int nTimes, int nAfter, unsigned int nCode)
 {
-    const auto state = TheState().Lock();
+    const auto state = TheOrders().Lock();
     Order& order = state->mapOrders[op];
     order = {nAfter, nTimes, nCode, order.nCalls};
 }
 
-int Calls(Op op) { return TheState()->mapOrders[op].nCalls; }
+int Calls(Op op) { return TheOrders()->mapOrders[op].nCalls; }
 
 bool MustFail(Op op)
 {
     if (Support::Outside::IsHere())
         return false;
-    const auto state = TheState().Lock();
+    const auto state = TheOrders().Lock();
     Order& order = state->mapOrders[op];
     ++order.nCalls;
     if (order.nTimes == 0 || order.nAfter-- > 0)
@@ -50,18 +50,18 @@ bool MustFail(Op op)
     return true;
 }
 
-void Violation(const std::string& strText) { TheState()->vecViolations.push_back(strText); }
+void Violation(const std::string& strText) { TheOrders()->vecViolations.push_back(strText); }
 
-std::vector<std::string> Violations() { return TheState()->vecViolations; }
+std::vector<std::string> Violations() { return TheOrders()->vecViolations; }
 
 void Count(const char* pszObjects, int nChange)
 {
-    const auto state = TheState().Lock();
+    const auto state = TheOrders().Lock();
     if ((state->counts[pszObjects] += nChange) == 0)
         state->counts.erase(pszObjects);
 }
 
-Counts Alive() { return TheState()->counts; }
+Counts Alive() { return TheOrders()->counts; }
 
 std::string Describe(const Counts& counts) { return testing::PrintToString(counts); }
 
@@ -71,7 +71,7 @@ void Reset()
     SetSecond(std::chrono::milliseconds(200));
     Journal::Reset();
     HostProcess::Reset();
-    const auto state = TheState().Lock();
+    const auto state = TheOrders().Lock();
     state->mapOrders.clear();
     state->vecViolations.clear();
 }
