@@ -53,6 +53,17 @@ inline Result Measure(int nCallers, int nMilliseconds, const std::function<bool(
             nRequests.load()};
 }
 
+// What is measured one after the other.
+struct Row {
+    const char* pszName;
+    int nCallers;
+    bool bOneCore;
+};
+inline constexpr Row kRows[] = {{"1 caller, one core", 1, true},
+                                {"64 callers, one core", 64, true},
+                                {"8 callers", 8, false},
+                                {"64 callers", 64, false}};
+
 // What the rounds of one client have given.
 struct Series {
     std::vector<double> vecRates, vecSwitches, vecRatios;  // ratios to the yardstick's rate of the same round

@@ -16,14 +16,7 @@ namespace {
 
 using Bench::Median;
 
-struct Row {
-    const char* pszName;
-    int nCallers;
-    bool bOneCore;
-    const char* pszLevel;  // of the library's log
-};
-
-void MeasureRow(const Row& row, int nRounds, int nMilliseconds)
+void MeasureRow(const Bench::Row& row, const char* pszLevel, int nRounds, int nMilliseconds)
 {
     Bench::Series plain, library;
     const Bench::ServiceProcess service(row.bOneCore, Bench::ServeAtOnce);
@@ -34,11 +27,11 @@ void MeasureRow(const Row& row, int nRounds, int nMilliseconds)
         library.Add(
             Bench::InProcess<Bench::Result>(
                 row.bOneCore,
-                [&] { return Bench::RunLibrary(row.pszLevel, row.nCallers, service.Port(), nMilliseconds); }),
+                [&] { return Bench::RunLibrary(pszLevel, row.nCallers, service.Port(), nMilliseconds); }),
             yardstick);
     }
     std::printf("%-22s %-6s | %9.0f %9.0f | %5.2f  (%.2f to %.2f) | %6.2f %6.2f | %ld of %ld\n", row.pszName,
-                row.pszLevel, Median(plain.vecRates), Median(library.vecRates), Median(library.vecRatios),
+                pszLevel, Median(plain.vecRates), Median(library.vecRates), Median(library.vecRatios),
                 Bench::Least(library.vecRatios), Bench::Most(library.vecRatios), Median(plain.vecSwitches),
                 Median(library.vecSwitches), library.nOvertaken, library.nRequests);
     std::fflush(stdout);
@@ -54,11 +47,10 @@ int main(int argc, char** argv)
     std::printf("%-22s %-6s | %9s %9s | %-20s | %13s | %s\n", "", "log", "plain/s", "library/s", "ratio",
                 "switches", "overtaken");
     for (const char* const pszLevel : {"Error", "Info"}) {
-        for (const Row& row :
-             {Row{"1 caller, one core", 1, true, pszLevel}, Row{"8 callers", 8, false, pszLevel},
-              Row{"64 callers", 64, false, pszLevel}, Row{"64 callers, one core", 64, true, pszLevel}})
+        for (const Bench::Row& row : Bench::kRows) {
             if (std::strstr(row.pszName, pszWanted) != nullptr)
-                MeasureRow(row, nRounds, nMilliseconds);
+                MeasureRow(row, pszLevel, nRounds, nMilliseconds);
+        }
     }
     std::_Exit(0);  // past the services that are threads of this process on Windows
 }

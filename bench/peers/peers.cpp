@@ -17,16 +17,7 @@
 namespace {
 
 using Bench::Median;
-
-struct Row {
-    const char* pszName;
-    int nCallers;
-    bool bOneCore;
-};
-constexpr Row kRows[] = {{"1 caller, one core", 1, true},
-                         {"64 callers, one core", 64, true},
-                         {"8 callers", 8, false},
-                         {"64 callers", 64, false}};
+using Bench::Row;
 
 Peers::Peer Library(const char* pszName, const char* pszLevel)
 {
@@ -121,7 +112,7 @@ int main(int argc, char** argv)
     const char* const pszWanted = argc > 3 ? argv[3] : "";
     const std::vector<Peers::Peer> vecPeers = AllPeers();
     std::vector<std::pair<const Row*, std::vector<Bench::Series>>> vecRows;
-    for (const Row& row : kRows) {
+    for (const Row& row : Bench::kRows) {
         if (std::strstr(row.pszName, pszWanted) == nullptr)
             continue;
         std::fprintf(stderr, "%s...\n", row.pszName);
