@@ -1,6 +1,7 @@
 // One load of the settings file, key by key, and the accessors. ConfigReload.cpp decides when a load happens.
 #include "config/ConfigReader.h"
 
+#include "base/CycleWait.h"
 #include "base/Logger.h"
 #include "config/BillingIdMap.h"
 #include "config/EventCodeMap.h"
@@ -29,6 +30,25 @@ void ReportBadFile(const char* pszTitle, const char* pszText)
     Log::Error((std::string("[Config reader]") + pszTitle + ": " + pszText).c_str());
 }
 
+// What is wrong with a document, and where: " (Error: Unmatched end tag, line 2, column 5)".
+std::string Describe(const Tarvo::XmlParser::XMLResults& results)
+{
+    std::string strText = std::string(" (") + Tarvo::XmlParser::XMLNode::getError(results.error);
+    if (results.nLine > 0)
+        strText += ", line " + std::to_string(results.nLine) + ", column " + std::to_string(results.nColumn);
+    return strText + ")";
+}
+
+// What the users of a port and of a cycle make of the number.
+std::int32_t PortInForce(std::int32_t nPort)
+{
+    return nPort >= 1 && nPort <= 0xFFFF ? nPort : nPort & 0xFFFF;
+}
+std::int32_t CycleInForce(std::int32_t nCycle)
+{
+    return static_cast<std::int32_t>(CycleMilliseconds(nCycle) / 1000);
+}
+
 }  // namespace
 
 void CConfigReader::DocumentDeleter::operator()(IXmlParser* pParser) const
@@ -40,7 +60,12 @@ CConfigReader::CConfigReader() { Tarvo::XmlParser::SetReportSink(&ReportBadFile)
 
 CConfigReader::~CConfigReader() = default;
 
-bool CConfigReader::Load() { return LoadFile(false); }
+bool CConfigReader::Load()
+{
+    const bool bGood = LoadFile(false) == Outcome::Good;
+    LogWarnings();
+    return bGood;
+}
 
 void CConfigReader::CloseDocument()
 {
@@ -50,29 +75,48 @@ void CConfigReader::CloseDocument()
 }
 
 // The old document goes first, so a load that cannot open the file leaves none. The new document is read
-// without the lock, while the accessors go on working, and is stored afterwards.
-bool CConfigReader::LoadFile(bool bMayShowDialog)
+// without the lock, while the accessors go on working, and is stored afterwards. Only the first load reads a
+// document that has come with a warning: at a reload an element without its end tells of a file that is still
+// being written.
+CConfigReader::Outcome CConfigReader::LoadFile(bool bFirst)
 {
     CloseDocument();
     const std::string strFileName = GetFileName();
     std::string strError;
     Document document;
+    Tarvo::XmlParser::XMLResults results;
     if (!Host::FileExists(strFileName)) {
-        strError = "Failed to find a TL2 file. FileName : " + strFileName;
+        strError = "Failed to find a TL2 file. FileName : " + Host::TextFromPath(strFileName);
     } else {
-        document.reset(Tarvo::XmlParser::OpenXmlFile(strFileName.c_str(), kTopTag, bMayShowDialog));
-        if (!document)
-            strError = "Failed to open and parse a TL2 file. FileName : " + strFileName;
+        document.reset(Tarvo::XmlParser::OpenXmlFile(strFileName.c_str(), kTopTag, bFirst, &results));
+        if (!document || (!bFirst && results.error != Tarvo::XmlParser::eXMLErrorNone))
+            strError = "Failed to open and parse a TL2 file. FileName : " + Host::TextFromPath(strFileName) +
+                       (bFirst ? Describe(results) : "");
     }
-    if (!document) {
+    if (!strError.empty()) {
         SetLastError(strError);
         Log::FatalFmt("%s", ("[Config reader]" + strError).c_str());
-        return false;
+        return Outcome::NoDocument;
     }
-    const bool bResult = ReadDocument(*document);
+    {
+        const ScopedLock lock(m_lock);
+        m_vecWarnings.clear();
+    }
+    const bool bGood = ReadDocument(*document);
+    if (!bGood && results.error != Tarvo::XmlParser::eXMLErrorNone)
+        SetLastError(GetLastErrorText() + Describe(results));
     const ScopedLock lock(m_lock);
     m_pParser.swap(document);
-    return bResult;
+    return bGood ? Outcome::Good : Outcome::BadValue;
+}
+
+// Whether a load would find a whole document. Nothing is reported: a bad file is told to the log once, and
+// not at each further try.
+bool CConfigReader::IsWhole(const std::string& strFileName)
+{
+    Tarvo::XmlParser::XMLResults results;
+    Tarvo::XmlParser::XMLNode::parseFile(strFileName.c_str(), kTopTag, &results);
+    return results.error == Tarvo::XmlParser::eXMLErrorNone;
 }
 
 // The steps of a load in the order of the file's keys. A bad entry in one of the two lists makes the load
@@ -85,14 +129,15 @@ bool CConfigReader::ReadDocument(IXmlParser& document)
         return false;
 
     int nCount = 0;
-    if (!MoveToGroup(document, "BILLING_ID_INFO") || !ReadCount(document, "ID_COUNT", nCount))
+    std::string strCount;
+    if (!MoveToGroup(document, "BILLING_ID_INFO") || !ReadCount(document, "ID_COUNT", nCount, strCount))
         return false;
-    const bool bBillingIds = ReadBillingIds(document, nCount);
+    const bool bBillingIds = ReadBillingIds(document, nCount, strCount);
 
     if (!MoveToGroup(document, "SPECIFIC_EVENT_CODE_INFO") ||
-        !ReadCount(document, "EVENT_CODE_COUNT", nCount))
+        !ReadCount(document, "EVENT_CODE_COUNT", nCount, strCount))
         return false;
-    const bool bEventCodes = ReadEventCodes(document, nCount);
+    const bool bEventCodes = ReadEventCodes(document, nCount, strCount);
 
     return ReadLogovaInfo(document) && bBillingIds && bEventCodes;
 }
@@ -104,26 +149,32 @@ bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
     std::string strUseUserNumber;
     if (!MoveToGroup(document, "CONNECTOR_INFO") ||
         !ReadText(document, "SERVER_IP", &Settings::strServerIP) ||
-        !ReadNumber(document, "SERVER_PORT", &Settings::nServerPort) ||
-        !ReadNumber(document, "HEARTBEAT_CYCLE", &Settings::nHeartbeatCycle) ||
-        !ReadNumber(document, "RECONNECT_CYCLE", &Settings::nReconnectCycle) ||
-        !ReadNumber(document, "CHARGE_CYCLE", &Settings::nChargeCycle) ||
+        !ReadNumber(document, "SERVER_PORT", &Settings::nServerPort, &PortInForce) ||
+        !ReadNumber(document, "HEARTBEAT_CYCLE", &Settings::nHeartbeatCycle, &CycleInForce) ||
+        !ReadNumber(document, "RECONNECT_CYCLE", &Settings::nReconnectCycle, &CycleInForce) ||
+        !ReadNumber(document, "CHARGE_CYCLE", &Settings::nChargeCycle, &CycleInForce) ||
         !ReadText(document, "USE_USER_NUMBER", strUseUserNumber))
         return false;
+    const bool bUseUserNumber = strUseUserNumber == "true" || strUseUserNumber == "TRUE";
+    if (!bUseUserNumber && strUseUserNumber != "false" && strUseUserNumber != "FALSE")
+        Warn("USE_USER_NUMBER", strUseUserNumber, "is neither true nor false. false is used instead.");
     const ScopedLock lock(m_lock);
-    m_settings.bUseUserNumber = strUseUserNumber == "true" || strUseUserNumber == "TRUE";
+    m_settings.bUseUserNumber = bUseUserNumber;
     return true;
 }
 
 // The products stand in property arrays that are named "1", "2" and so on. A bad one ends the list.
-bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount)
+bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount, const std::string& strCount)
 {
     std::string strBillName;  // its memory is used again for every name
-    for (int n = 0; n < nCount; ++n) {
-        if (!ReadBillingId(document, std::to_string(n + 1), strBillName))
-            return false;
-    }
-    return true;
+    int nRead = 0;
+    while (nRead < nCount && ReadBillingId(document, std::to_string(nRead + 1), strBillName))
+        ++nRead;
+    char szTemp[kValueSize];
+    const bool bMore = Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp),
+                                                          std::to_string(nRead + 1).c_str(), 0);
+    WarnOfCount("ID_COUNT", strCount, nRead, nCount, bMore);
+    return nRead >= nCount;
 }
 
 // One product: its array holds product id, name and billing id, in this order. An id of 0 counts as
@@ -156,15 +207,17 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
 
 // The names of the event codes stand in properties that are named by the code, from "0". A missing one ends
 // the list.
-bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount)
+bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount, const std::string& strCount)
 {
     std::string strEventName;
-    for (int n = 0; n < nCount; ++n) {
-        if (!ReadText(document, std::to_string(n).c_str(), strEventName))
-            return false;
-        EventCodeMap().AddEvent(n, strEventName);
-    }
-    return true;
+    int nRead = 0;
+    for (; nRead < nCount && ReadText(document, std::to_string(nRead).c_str(), strEventName); ++nRead)
+        EventCodeMap().AddEvent(nRead, strEventName);
+    char szTemp[kValueSize];
+    const bool bMore =
+        Tarvo::XmlParser::GetProperty(&document, szTemp, sizeof(szTemp), std::to_string(nRead).c_str());
+    WarnOfCount("EVENT_CODE_COUNT", strCount, nRead, nCount, bMore);
+    return nRead >= nCount;
 }
 
 // The group LOGOVA_INFO: what InitModule starts the logger with.
@@ -203,8 +256,10 @@ bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::stri
     return true;
 }
 
-// The number is stored before it is tested: after a refused one the setting in force is 0.
-bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember)
+// The number is stored before it is tested: after a refused one the setting in force is 0. pfnInForce tells
+// what the users of the setting make of the number.
+bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember,
+                               std::int32_t (*pfnInForce)(std::int32_t))
 {
     std::string strValue;
     if (!ReadText(document, pszKey, strValue))
@@ -214,13 +269,16 @@ bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::in
         const ScopedLock lock(m_lock);
         m_settings.*pMember = nValue;
     }
-    return nValue != 0 || Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+    if (nValue == 0)
+        return Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+    if (const std::int32_t nInForce = pfnInForce(nValue); nInForce != nValue)
+        Warn(pszKey, strValue, "is out of range. " + std::to_string(nInForce) + " is used instead.");
+    return true;
 }
 
 // The length of a list; 999 stands for 0.
-bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCount)
+bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCount, std::string& strValue)
 {
-    std::string strValue;
     if (!ReadText(document, pszKey, strValue))
         return false;
     nCount = TextToInteger(strValue.c_str());
@@ -229,6 +287,37 @@ bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCo
     if (nCount == kNoEntries)
         nCount = 0;
     return true;
+}
+
+// A count that is not that of the entries in the file. bMore: there is an entry behind the nUsed ones.
+void CConfigReader::WarnOfCount(const char* pszKey, const std::string& strValue, int nUsed, int nCount,
+                                bool bMore)
+{
+    const std::string strUsed = std::to_string(nUsed) + " of them are used.";
+    if (nCount < 0)
+        Warn(pszKey, strValue, "is out of range. None of the entries is used.");
+    else if (nUsed < nCount)
+        Warn(pszKey, strValue, "is more than the file has of good entries in a row. The first " + strUsed);
+    else if (bMore)
+        Warn(pszKey, strValue, "is less than the file has of entries. The first " + strUsed);
+}
+
+void CConfigReader::Warn(const char* pszKey, const std::string& strValue, const std::string& strWhat)
+{
+    const ScopedLock lock(m_lock);
+    m_vecWarnings.push_back("[Config reader]The value '" + strValue + "' of '" + pszKey + "' " + strWhat);
+}
+
+void CConfigReader::LogWarnings()
+{
+    std::vector<std::string> vecWarnings;
+    {
+        const ScopedLock lock(m_lock);
+        if (CLogger::IsOn(4))  // otherwise they wait for the logger's start
+            vecWarnings.swap(m_vecWarnings);
+    }
+    for (const std::string& strWarning : vecWarnings)
+        Log::WarningFmt("%s", strWarning.c_str());
 }
 
 void CConfigReader::SetLastError(const std::string& strError)
@@ -292,7 +381,7 @@ bool CConfigReader::IsUseUserNumber() const
 std::string CConfigReader::GetLogovaConfigFile() const
 {
     const ScopedLock lock(m_lock);
-    return m_settings.strLogovaConfigFile;
+    return Host::PathFromText(m_settings.strLogovaConfigFile);
 }
 
 std::string CConfigReader::GetLogovaService() const

@@ -8,9 +8,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "config/proj/TarvoXmlParser/src/TarvoXmlParser.h"
 #include "platform/Host.h"
@@ -24,12 +26,16 @@ public:
     // Loads the file and, if all settings have been read, starts the reload thread, which watches the
     // directory of the host's executable. A bad file may be shown in a dialog, and Open then blocks until the
     // dialog is closed. False if a setting could not be read: no thread runs then, and GetLastErrorText says
-    // what is wrong.
+    // what is wrong, and where in the file if the file is no whole document.
     bool Open(const std::string& strTL2FileName);
     // Reads the file from its first key to its last. Each value is in force as soon as it has been read; new
     // products and events are added to their maps. After a failure half-way the values read so far stay in
-    // force and the others are as they were. Never shows a dialog.
+    // force and the others are as they were. A file that is no whole document, as one that is just being
+    // written, changes nothing. Never shows a dialog.
     bool Load();
+    // Writes a line for each value of the last load in whose place another one is used. For the first load,
+    // which is before the logger's start; Load does it by itself.
+    void LogWarnings();
     // Ends the reload thread, waits for a load in progress, and frees the document. The values stay.
     void Shutdown();
     // Frees the document of the last load, if there is one.
@@ -74,18 +80,22 @@ private:
     };
 
     // ConfigReader.cpp: one load. A step that fails keeps the text of its failure, logs it and returns false.
-    bool LoadFile(bool bMayShowDialog);
+    enum class Outcome { Good, BadValue, NoDocument };
+    Outcome LoadFile(bool bFirst);
     bool ReadDocument(IXmlParser& document);
     bool ReadConnectorInfo(IXmlParser& document);
-    bool ReadBillingIds(IXmlParser& document, int nCount);
+    bool ReadBillingIds(IXmlParser& document, int nCount, const std::string& strCount);
     bool ReadBillingId(IXmlParser& document, const std::string& strIndex, std::string& strBillName);
-    bool ReadEventCodes(IXmlParser& document, int nCount);
+    bool ReadEventCodes(IXmlParser& document, int nCount, const std::string& strCount);
     bool ReadLogovaInfo(IXmlParser& document);
     bool MoveToGroup(IXmlParser& document, const char* pszGroup);
     bool ReadText(IXmlParser& document, const char* pszKey, std::string& strValue);
     bool ReadText(IXmlParser& document, const char* pszKey, std::string Settings::*pMember);
-    bool ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember);
-    bool ReadCount(IXmlParser& document, const char* pszKey, int& nCount);
+    bool ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember,
+                    std::int32_t (*pfnInForce)(std::int32_t));
+    bool ReadCount(IXmlParser& document, const char* pszKey, int& nCount, std::string& strValue);
+    void WarnOfCount(const char* pszKey, const std::string& strValue, int nUsed, int nCount, bool bMore);
+    void Warn(const char* pszKey, const std::string& strValue, const std::string& strWhat);
     void SetLastError(const std::string& strError);
     bool Fail(const std::string& strError);
 
@@ -98,7 +108,9 @@ private:
     void Pause(unsigned int milliseconds) const;
     bool Settle(const std::string& strFileName, std::int64_t& nTime) const;
     void Watch(const std::string& strFileName, Host::StopEvent* pStop);
-    void LookAtFile(const std::string& strFileName, bool bLogFailure);
+    void LookAtFile(const std::string& strFileName);
+    bool IsRetryDue() const;
+    static bool IsWhole(const std::string& strFileName);
     void Reload();
 
     mutable Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
@@ -106,6 +118,7 @@ private:
     Settings m_settings GUARDED_BY(m_lock);
     std::string m_strFileName GUARDED_BY(m_lock);
     std::string m_strLastError GUARDED_BY(m_lock);
+    std::vector<std::string> m_vecWarnings GUARDED_BY(m_lock);  // of the last load, not logged yet
     // The document of the last load. A load in progress works on a document of its own, so that Shutdown
     // cannot free the document under it.
     Document m_pParser GUARDED_BY(m_lock);
@@ -116,6 +129,12 @@ private:
     // The file's last write time when the most recent load began; another time means that the file has
     // changed.
     std::atomic<std::int64_t> m_nLastWriteTime{0};
+    // Of the reload thread alone: whether the log says already that the file is not there; whether the last
+    // load found no whole document, and when the next one begins then although the file's time has not
+    // changed.
+    bool m_bMissing = false;
+    bool m_bRetry = false;
+    std::chrono::steady_clock::time_point m_nextTry{};
     // Set before the reload thread starts, so that a Shutdown right after Open waits for the thread.
     std::atomic<bool> m_bRunning{false};
 };

@@ -6,6 +6,7 @@
 #include "config/ConfigReader.h"
 
 using Kernova::XTL::ScopedLock;
+using std::chrono::steady_clock;
 
 namespace {
 
@@ -18,8 +19,12 @@ constexpr unsigned int kFileClockTick = 50;
 // A file that is written again and again is loaded after this many ticks, although its time has not stood
 // still.
 constexpr int kMostTicks = 20;
-// The pause between two tries while the directory cannot be watched, in milliseconds.
-constexpr unsigned int kWatchAgain = 1000;
+// The pause between two tries while the directory cannot be watched, and before a file is read again that was
+// no whole document, in milliseconds.
+constexpr unsigned int kTryAgain = 1000;
+// How often the thread looks at the file without a notification, in milliseconds: for a file whose changes
+// the system does not tell, such as one on a network share, and for a directory that has been made again.
+constexpr unsigned int kSlowLook = 10'000;
 
 struct CloseChange {
     void operator()(Host::ChangeNotification* pChange) const { Host::CloseChange(pChange); }
@@ -78,7 +83,7 @@ bool CConfigReader::Open(const std::string& strTL2FileName)
     if (Host::GetLastWriteTime(strTL2FileName, nTime) && Host::IsFreshlyWritten(strTL2FileName))
         Settle(strTL2FileName, nTime);
     m_nLastWriteTime.store(nTime);
-    if (!LoadFile(true))
+    if (LoadFile(true) != Outcome::Good)
         return false;
     if (!m_bRunning.exchange(true) && !Start())
         m_bRunning.store(false);  // no thread could be made: the library runs without reloading
@@ -104,22 +109,27 @@ void CConfigReader::Shutdown()
 void CConfigReader::Execute()
 {
     const RunningScope running(m_bRunning);
-    try {
-        Run();
-    } catch (...) {  // out of memory: the thread ends and the settings stay what they are
-        Log::Error("[Config reader::Reload thread] There is an exception because of some reasons.");
+    while (!MustStop()) {
+        try {
+            Run();
+            return;
+        } catch (...) {  // out of memory
+            Log::Error("[Config reader::Reload thread] There is an exception because of some reasons.");
+            Pause(kTryAgain);
+        }
     }
 }
 
-// A file or an event that is not there ends the thread at once, with a log line.
+// A file, an event or a watch that is not there costs a log line. The thread then looks now and then.
 void CConfigReader::Run()
 {
+    m_bRetry = false;
     const std::string strFileName = GetFileName();
     std::int64_t nTime = 0;
-    if (!Host::GetLastWriteTime(strFileName, nTime)) {
+    m_bMissing = !Host::GetLastWriteTime(strFileName, nTime);
+    if (m_bMissing) {
         Log::WarningFmt("[Config reader::Reload thread] Failed to get attribute of a TL2 file. FILE: %s.",
-                        strFileName.c_str());
-        return;
+                        Host::TextFromPath(strFileName).c_str());
     }
     const StopEventScope stop(*this);
     if (stop.Get() == nullptr) {
@@ -127,67 +137,82 @@ void CConfigReader::Run()
             "[Config reader::Reload thread] Failed to create a handle for a TL2 file reload thread. "
             "ErrorCode: %d",
             LastErrorCode());
-        return;
     }
     Watch(strFileName, stop.Get());
 }
 
 // Watches the directory of the host's executable alone. A change of any file there makes the thread look at
-// the settings file, wherever that file is; a settings file elsewhere causes no such look by itself.
+// the settings file, wherever that file is. Without a change it looks every kSlowLook and begins the watch
+// anew: the directory may be another one under the same name.
 void CConfigReader::Watch(const std::string& strFileName, Host::StopEvent* pStop)
 {
-    const std::unique_ptr<Host::ChangeNotification, CloseChange> change(
-        Host::FindFirstChange(Host::GetExecutableDirectory()));
+    const std::string strDirectory = Host::GetExecutableDirectory();
+    std::unique_ptr<Host::ChangeNotification, CloseChange> change(Host::FindFirstChange(strDirectory));
     if (!change) {
         Log::WarningFmt(
             "[Config reader::Reload thread] Failed to create a handle for a TL2 file modify "
             "notification. ErrorCode: %d",
             LastErrorCode());
-        return;
     }
-    LookAtFile(strFileName, false);  // the file may have changed between the load in Open and the watch
+    LookAtFile(strFileName);  // the file may have changed between the load in Open and the watch
     while (!Terminated() && !MustStop()) {
-        switch (Host::WaitForStopOrChange(pStop, change.get())) {
+        const unsigned int nPatience = m_bRetry ? kTryAgain : kSlowLook;
+        switch (Host::WaitForStopOrChange(pStop, change.get(), nPatience)) {
             case Host::WaitResult::Stopped:
                 return;
             case Host::WaitResult::Failed:
-                Pause(kPoll);
+                Pause(kTryAgain);
+                [[fallthrough]];
+            case Host::WaitResult::TimedOut:
+                change.reset();
+                change.reset(Host::FindFirstChange(strDirectory));
+                LookAtFile(strFileName);
                 break;
             case Host::WaitResult::Changed:
-                LookAtFile(strFileName, true);
+                LookAtFile(strFileName);
                 if (!Host::FindNextChange(change.get()))
-                    Pause(kWatchAgain);
+                    Pause(kTryAgain);
                 // Once more, for a save between the first look and the renewed watch.
-                LookAtFile(strFileName, false);
+                LookAtFile(strFileName);
                 break;
         }
     }
 }
 
 // Loads the file if its last write time has changed, and once more for each change during the load. The time
-// is stored before the load, so a load that fails is not repeated before the file changes again.
-void CConfigReader::LookAtFile(const std::string& strFileName, bool bLogFailure)
+// is stored before the load, so a load that fails is not repeated before the file changes again, unless it
+// has found no whole document. A file that is not there is told to the log once: the log's own file may be
+// what has changed in the directory.
+void CConfigReader::LookAtFile(const std::string& strFileName)
 {
     while (!MustStop()) {
         std::int64_t nTime = 0;
-        const bool bThere = Host::GetLastWriteTime(strFileName, nTime);
-        if (bThere && nTime == m_nLastWriteTime.load())
-            return;
-        if (!bThere || !Settle(strFileName, nTime)) {
-            if (bLogFailure) {
-                Log::WarningFmt(
-                    "[Config reader::Reload thread] Reload TL2 contents. GetFileAttributesEx() "
-                    "failed. ErrorCode: %d",
-                    LastErrorCode());
-            }
+        bool bThere = Host::GetLastWriteTime(strFileName, nTime);
+        const bool bMoved = bThere && nTime != m_nLastWriteTime.load();
+        if (bThere && !bMoved && !IsRetryDue()) {
+            m_bMissing = false;
             return;
         }
-        if (nTime == m_nLastWriteTime.load() || MustStop())
+        bThere = bThere && Settle(strFileName, nTime);
+        if (!bThere && !m_bMissing) {
+            Log::WarningFmt(
+                "[Config reader::Reload thread] Reload TL2 contents. GetFileAttributesEx() "
+                "failed. ErrorCode: %d",
+                LastErrorCode());
+        }
+        m_bMissing = !bThere;
+        if (!bThere || MustStop())
             return;
+        if (nTime == m_nLastWriteTime.load() && (bMoved || !IsWhole(strFileName))) {
+            m_nextTry = steady_clock::now() + std::chrono::milliseconds(kSlowLook);
+            return;
+        }
         m_nLastWriteTime.store(nTime);
         Reload();
     }
 }
+
+bool CConfigReader::IsRetryDue() const { return m_bRetry && steady_clock::now() >= m_nextTry; }
 
 // Waits until the file's time has not changed for one tick, or kMostTicks have passed, and leaves the last
 // time in nTime. False if the file is no longer there.
@@ -210,8 +235,11 @@ bool CConfigReader::Settle(const std::string& strFileName, std::int64_t& nTime) 
 void CConfigReader::Reload()
 {
     Log::Info("[Config reader::Reload thread] Reload TL2 contents.");
+    m_bRetry = true;
+    m_nextTry = steady_clock::now() + std::chrono::milliseconds(kTryAgain);
     try {
-        Load();
+        m_bRetry = LoadFile(false) == Outcome::NoDocument;
+        LogWarnings();
     } catch (...) {
         Log::Error("[Config reader::Reload thread] There is an exception because of some reasons.");
     }

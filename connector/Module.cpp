@@ -97,6 +97,7 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
     if (!Logger().Init(config.GetLogovaService(), strPrefix + config.GetLogovaConfigFile(),
                        config.GetLogovaLogger()))
         error.Put("Failed to initialize a logger.");
+    config.LogWarnings();
 
     auto& comm = CommHandler();
     if (!comm.Start(id, callbacks, &RegisterHandlers)) {

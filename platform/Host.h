@@ -3,9 +3,21 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace Host {
+
+// ---- paths ----
+// A path is a text in the system's own encoding, and on Windows one in UTF-8, because a folder may have a
+// name that the code page lacks. What a person reads or has written is in the code page there.
+//
+// The path that a setting names. On Windows a text that is UTF-8 is taken as it is, any other one as a text
+// of the code page.
+std::string PathFromText(const std::string& strText);
+// The path as a text to be shown; on Windows in the code page, with other characters in place of those that
+// the code page lacks.
+std::string TextFromPath(const std::string& strPath);
 
 // Directory of the process's main executable, without a separator at its end; empty if it cannot be
 // found. The library's own file is not looked at.
@@ -24,6 +36,9 @@ void Sleep(unsigned int milliseconds);
 
 // ---- files ----
 bool FileExists(const std::string& strPath);
+
+// Null if the file cannot be opened; the code is in errno. The caller closes it.
+std::FILE* OpenForReading(const std::string& strPath);
 
 // False for directories, and for pipes and devices, whose opening could block for ever.
 bool IsRegularFile(const std::string& strPath);
@@ -49,9 +64,10 @@ ChangeNotification* FindFirstChange(const std::string& strDirectory);
 bool FindNextChange(ChangeNotification*);  // arms it again after it has fired; false on failure
 void CloseChange(ChangeNotification*);
 
-enum class WaitResult { Stopped, Changed, Failed };
-// Blocks without limit; the order to stop comes first when both are there.
-WaitResult WaitForStopOrChange(StopEvent*, ChangeNotification*);
+enum class WaitResult { Stopped, Changed, TimedOut, Failed };
+// Blocks for that many milliseconds at most; the order to stop comes first when both are there. Without a
+// notification (null) only the order to stop ends the wait early.
+WaitResult WaitForStopOrChange(StopEvent*, ChangeNotification*, unsigned int milliseconds);
 
 // ---- the operator ----
 // Shows the text in a dialog with an error icon, topmost, and waits until it is closed. False, at

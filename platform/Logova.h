@@ -10,8 +10,9 @@ namespace Logova {
 
 struct _THandle;
 
-// Starts the service from its configuration file (docs/log-config.md); false if the file cannot be
-// read or the service runs already. Relative paths in it count from the file's own directory.
+// Starts the service from its configuration file (docs/log-config.md), a path of platform/Host.h; false if
+// the file cannot be read or the service runs already. Relative paths in it count from the file's own
+// directory.
 bool Initialize(const char* service, const char* configurationFile);
 // The named logger of that service; null if the service does not run. Owned by the service.
 _THandle* GetLogger(const char* service, const char* logger);

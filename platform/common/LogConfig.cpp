@@ -183,7 +183,10 @@ std::string_view WithoutComment(std::string_view line)
 // A name of a service or logger comes from the settings: it must not lead out of the directory.
 std::string AsFileName(const std::string& strName)
 {
-    std::string strResult = strName.substr(0, 100);
+    std::size_t nLength = std::min<std::size_t>(strName.size(), 100);
+    while (nLength > 0 && nLength < strName.size() && (strName[nLength] & 0xC0) == 0x80)
+        --nLength;  // not within a character
+    std::string strResult = strName.substr(0, nLength);
     for (char& c : strResult) {
         if (static_cast<unsigned char>(c) < 0x20 ||
             std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos)
@@ -235,8 +238,7 @@ bool ReadLogConfig(const std::string& strPath, std::string& strText)
         return false;
     }
     errno = 0;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(strPath.c_str(), "rb"),
-                                                                &std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(Host::OpenForReading(strPath), &std::fclose);
     if (pFile) {
         strText.resize(kMaxConfigBytes + 1);
         strText.resize(std::fread(strText.data(), 1, strText.size(), pFile.get()));
@@ -252,9 +254,11 @@ bool ReadLogConfig(const std::string& strPath, std::string& strText)
 std::string GetLogPath(const LogConfig& config, const std::string& strConfigPath,
                        const std::string& strService, const std::string& strLogger)
 {
-    std::string strFile = ReplaceAll(config.strFile, "{pid}", std::to_string(spdlog::details::os::pid()));
-    strFile = ReplaceAll(std::move(strFile), "{logger}", AsFileName(strLogger));
-    strFile = ReplaceAll(std::move(strFile), "{service}", AsFileName(strService));
+    const auto name = [](const std::string& str) { return AsFileName(Host::PathFromText(str)); };
+    std::string strFile = Host::PathFromText(config.strFile);
+    strFile = ReplaceAll(std::move(strFile), "{pid}", std::to_string(spdlog::details::os::pid()));
+    strFile = ReplaceAll(std::move(strFile), "{logger}", name(strLogger));
+    strFile = ReplaceAll(std::move(strFile), "{service}", name(strService));
     const bool bDrives = Host::GetPathSeparator() == std::string_view("\\");
     const std::string_view separators = bDrives ? "\\/" : "/";
     const bool bAbsolute = (!strFile.empty() && separators.find(strFile.front()) != std::string_view::npos) ||

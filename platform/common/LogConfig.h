@@ -32,7 +32,8 @@ LogConfig ParseLogConfig(std::string_view text);
 bool ReadLogConfig(const std::string& strPath, std::string& strText);
 
 // The path of a log: the names put in for {service} and {logger}, the process id for {pid}, characters that
-// cannot stand in a file name replaced, and the whole relative to the configuration file's directory.
+// cannot stand in a file name replaced, and the whole relative to the configuration file's directory. All of
+// it becomes a path of platform/Host.h.
 std::string GetLogPath(const LogConfig& config, const std::string& strConfigPath,
                        const std::string& strService, const std::string& strLogger);
 

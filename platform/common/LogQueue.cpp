@@ -121,6 +121,9 @@ void LogQueue::Main()
         } else if (m_bEnd) {
             break;
         } else {
+            // A process that exits without a stop loses what it still holds.
+            if (bWritten)
+                FlushAll(false);
             Wait(bWritten);
             bWritten = false;
         }

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "platform/Host.h"
-#include "platform/common/LogFile.h"
 
 namespace Logova {
 
@@ -42,8 +41,7 @@ std::unique_ptr<spdlog::formatter> MakeFormatter()
 // Whether a write that failed, or a crash, has left a piece of a line at the end of the file.
 bool EndsWithinALine(const std::string& strPath)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(strPath.c_str(), "rb"),
-                                                                &std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(Host::OpenForReading(strPath), &std::fclose);
     const int nLast = pFile && std::fseek(pFile.get(), -1, SEEK_END) == 0 ? std::fgetc(pFile.get()) : EOF;
     return nLast != EOF && nLast != '\n';
 }
@@ -55,7 +53,11 @@ RotatingSink::RotatingSink(std::string strPath, std::size_t nMaxSize, std::size_
 {
 }
 
-RotatingSink::~RotatingSink() { Close(); }
+RotatingSink::~RotatingSink()
+{
+    if (m_file.IsOpen())
+        m_file.Write(m_strBuffer);
+}
 
 std::string RotatingSink::GetSibling(const std::string& strSuffix) const
 {
@@ -74,30 +76,26 @@ void RotatingSink::Fail(const char* pszWhat)
     m_nLost += m_nUnflushed;
     m_nUnflushed = 0;
     m_nextTry = std::chrono::steady_clock::now() + kRetry;
-    throw spdlog::spdlog_ex(std::string("Cannot ") + pszWhat + " " + m_strPath, nCode);
+    throw spdlog::spdlog_ex(std::string("Cannot ") + pszWhat + " " + Host::TextFromPath(m_strPath), nCode);
 }
 
 void RotatingSink::Open()
 {
-    os::create_dir(os::dir_name(m_strPath));
-    if (os::fopen_s(&m_pFile, m_strPath, "ab")) {
-        m_pFile = nullptr;
+    MakeDirectoryOf(m_strPath);
+    if (!m_file.Open(m_strPath))
         Fail("open");
-    }
-    std::setvbuf(m_pFile, nullptr, _IOFBF, kFileBuffer);
     // A pipe and a device have no size, and reading from one could block.
     m_bRegular = Host::IsRegularFile(m_strPath);
-    m_bOwned = !m_bRegular || TryLock(m_pFile);
-    m_nSize = m_bRegular ? os::filesize(m_pFile) : 0;
+    m_bOwned = !m_bRegular || m_file.TryLock();
+    m_nSize = m_bRegular ? m_file.GetSize() : 0;
     if (m_nSize > 0 && EndsWithinALine(m_strPath))
         Put(os::default_eol);
 }
 
 void RotatingSink::Close()
 {
-    if (m_pFile != nullptr)
-        std::fclose(m_pFile);
-    m_pFile = nullptr;
+    m_file.Close();
+    m_strBuffer.clear();
 }
 
 // The file under the interim name becomes number 1, number 1 becomes number 2, and so on up to the first
@@ -106,15 +104,15 @@ void RotatingSink::Close()
 bool RotatingSink::TakeIntoTheRow(const std::string& strInterim)
 {
     std::size_t nFree = 1;
-    while (nFree <= m_nMaxFiles && os::path_exists(GetOldPath(nFree)))
+    while (nFree <= m_nMaxFiles && Host::FileExists(GetOldPath(nFree)))
         ++nFree;
-    if (nFree > m_nMaxFiles && os::remove(GetOldPath(--nFree)) != 0)
+    if (nFree > m_nMaxFiles && !RemoveFile(GetOldPath(--nFree)))
         return false;
     for (; nFree > 1; --nFree) {
-        if (os::rename(GetOldPath(nFree - 1), GetOldPath(nFree)) != 0)
+        if (!RenameFile(GetOldPath(nFree - 1), GetOldPath(nFree)))
             return false;
     }
-    return os::rename(strInterim, GetOldPath(1)) == 0;
+    return RenameFile(strInterim, GetOldPath(1));
 }
 
 // The current file is moved away before any other one. Where that fails, because somebody has the file open
@@ -126,8 +124,8 @@ void RotatingSink::Rotate()
     m_nUnflushed = 1;  // the line that is too much
     m_nextRotation = std::chrono::steady_clock::now() + kRetry;
     if (!m_bOwned) {
-        m_bOwned = TryLock(m_pFile);  // the other process may have ended
-        if (!IsAt(m_pFile, m_strPath)) {
+        m_bOwned = m_file.TryLock();  // the other process may have ended
+        if (!m_file.IsAt(m_strPath)) {
             Close();
             Open();
             return;
@@ -139,7 +137,7 @@ void RotatingSink::Rotate()
     if (Host::IsRegularFile(strInterim) && !TakeIntoTheRow(strInterim))
         return;
     Close();  // Windows renames no file that this process has open
-    if (os::rename(m_strPath, strInterim) == 0) {
+    if (RenameFile(m_strPath, strInterim)) {
         TakeIntoTheRow(strInterim);
         m_nextRotation = {};
     }
@@ -148,9 +146,19 @@ void RotatingSink::Rotate()
 
 void RotatingSink::Put(std::string_view text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), m_pFile) != text.size())
-        Fail("write to");
+    m_strBuffer += text;
     m_nSize += text.size();
+    if (m_strBuffer.size() >= kFileBuffer)
+        HandOver();
+}
+
+void RotatingSink::HandOver()
+{
+    if (!m_file.Write(m_strBuffer))
+        Fail("write to");
+    m_strBuffer.clear();
+    if (m_strBuffer.capacity() > 2 * kFileBuffer)
+        m_strBuffer.shrink_to_fit();
 }
 
 void RotatingSink::Append(const spdlog::details::log_msg& msg)
@@ -165,19 +173,18 @@ void RotatingSink::Append(const spdlog::details::log_msg& msg)
 
 void RotatingSink::Flush()
 {
-    if (std::fflush(m_pFile) != 0)
-        Fail("write to");
+    HandOver();
     m_nUnflushed = 0;
 }
 
 void RotatingSink::sink_it_(const spdlog::details::log_msg& msg)
 {
-    if (m_pFile == nullptr && std::chrono::steady_clock::now() < m_nextTry) {
+    if (!m_file.IsOpen() && std::chrono::steady_clock::now() < m_nextTry) {
         ++m_nLost;
         return;
     }
     ++m_nUnflushed;
-    if (m_pFile == nullptr) {
+    if (!m_file.IsOpen()) {
         Open();
         if (m_nLost != 0) {
             const std::string strText = "Up to " + std::to_string(m_nLost) + " lines could not be written.";
@@ -189,8 +196,8 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& msg)
     }
     if (!m_bOwned && !m_bWarned) {
         m_bWarned = true;
-        const std::string strText =
-            "Another process writes to " + m_strPath + " too. Put {pid} into the name of the log file.";
+        const std::string strText = "Another process writes to " + Host::TextFromPath(m_strPath) +
+                                    " too. Put {pid} into the name of the log file.";
         Append({CarryLevel(Level::Warning), msg.logger_name, msg.level, strText});
     }
     Append(msg);
@@ -198,10 +205,10 @@ void RotatingSink::sink_it_(const spdlog::details::log_msg& msg)
 
 void RotatingSink::flush_()
 {
-    if (m_pFile == nullptr)
+    if (!m_file.IsOpen())
         return;
     Flush();
-    if (!m_bOwned && !IsAt(m_pFile, m_strPath)) {
+    if (!m_bOwned && !m_file.IsAt(m_strPath)) {
         Close();
         Open();
     }

@@ -5,12 +5,12 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdio>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 #include "platform/common/LogConfig.h"
+#include "platform/common/LogFile.h"
 
 namespace Logova {
 
@@ -39,6 +39,7 @@ private:
     void Put(std::string_view text);
     void Append(const spdlog::details::log_msg& msg);
     void Flush();
+    void HandOver();
     [[noreturn]] void Fail(const char* pszWhat);
     std::string GetSibling(const std::string& strSuffix) const;
     std::string GetOldPath(std::size_t nIndex) const;
@@ -47,7 +48,8 @@ private:
     const std::size_t m_nMaxSize;
     const std::size_t m_nMaxFiles;
     // Under the mutex of the base.
-    std::FILE* m_pFile = nullptr;
+    LogFile m_file;
+    std::string m_strBuffer;  // what has not been handed to the system yet
     bool m_bRegular = false;  // only a regular file is rotated
     // Whether this process rotates the file. Of several processes one does; the others open the file anew at
     // the first flush after that.

@@ -11,29 +11,6 @@
 
 namespace Logova {
 
-std::string TranslateFormat(const char* pszFormat)
-{
-    std::string strResult;
-    const char* p = pszFormat;
-    while (*p != '\0') {
-        if (*p != '%') {
-            strResult += *p++;
-            continue;
-        }
-        // Flags, width and precision stay as they are; a second percent sign ends it here.
-        const std::size_t nPrefix = 1 + std::strspn(p + 1, "-+ #0123456789.*");
-        strResult.append(p, nPrefix);
-        p += nPrefix;
-        if (std::strncmp(p, "I64", 3) == 0) {
-            strResult += "ll";
-            p += 3;
-        } else if (*p == '%') {
-            strResult += *p++;
-        }
-    }
-    return strResult;
-}
-
 namespace {
 
 // The arguments of a format, to be walked once.
@@ -129,7 +106,37 @@ void PrintForeign(Writer& out, const std::string& strSpecification, const char* 
     out.Print(strSpecification.substr(0, nPoint) + 's', EscapeControls({pszText, nLength}).c_str());
 }
 
-// A conversion with flags, a width or a precision, from behind its percent sign; the rest as WriteConversion.
+// Takes the length of a conversion (hh, h, l, ll, j, z, t, L, I64) off the format.
+std::string TakeLength(const char*& pszFormat)
+{
+    for (const char* pszLength : {"hh", "h", "ll", "l", "j", "z", "t", "L", "I64"}) {
+        const std::size_t nLength = std::strlen(pszLength);
+        if (std::strncmp(pszFormat, pszLength, nLength) == 0) {
+            pszFormat += nLength;
+            return pszLength;
+        }
+    }
+    return {};
+}
+
+// A whole number of any length. A type that is wider than an int is printed as a long long.
+void PrintInteger(Writer& out, const std::string& strSpecification, const std::string& strLength, char cKind,
+                  Arguments& args)
+{
+    const bool bSigned = cKind == 'd' || cKind == 'i';
+    const std::string strLong = strSpecification + "ll" + cKind;
+    if (strLength.empty() || strLength.front() == 'h')
+        out.Print(strSpecification + strLength + cKind, va_arg(args.list, int));
+    else if (strLength == "l" && bSigned)
+        out.Print(strLong, static_cast<long long>(va_arg(args.list, long)));
+    else if (strLength == "l")
+        out.Print(strLong, static_cast<unsigned long long>(va_arg(args.list, unsigned long)));
+    else
+        out.Print(strLong, va_arg(args.list, long long));
+}
+
+// A conversion with flags, a width, a precision or a length, from behind its percent sign; the rest as
+// WriteConversion. %n stores nothing.
 bool WriteSpecified(Writer& out, const char*& pszFormat, Arguments& args)
 {
     std::string strSpecification = "%";
@@ -139,28 +146,32 @@ bool WriteSpecified(Writer& out, const char*& pszFormat, Arguments& args)
         else
             strSpecification += *pszFormat;
     }
-    const bool bLong = std::strncmp(pszFormat, "I64", 3) == 0;
-    pszFormat += bLong ? 3 : 0;
-    const char cKind = *pszFormat++;
-    if (cKind == 's') {
+    const std::string strLength = TakeLength(pszFormat);
+    const char cKind = *pszFormat == '\0' ? '\0' : *pszFormat++;
+    const auto is = [cKind](std::string_view kinds) { return kinds.find(cKind) != std::string_view::npos; };
+    if (strLength.empty() && cKind == 's') {
         PrintForeign(out, strSpecification, va_arg(args.list, const char*));
-        return true;
+    } else if (strLength.empty() && cKind == 'c') {
+        const char szText[]{static_cast<char>(va_arg(args.list, int)), '\0'};
+        PrintForeign(out, strSpecification, szText);
+    } else if (is("diuxXo")) {
+        PrintInteger(out, strSpecification, strLength, cKind, args);
+    } else if (is("fFeEgGaA")) {
+        const double dValue = strLength == "L" ? static_cast<double>(va_arg(args.list, long double))
+                                               : va_arg(args.list, double);
+        out.Print(strSpecification + cKind, dValue);
+    } else if (is("p")) {
+        out.Print(strSpecification + cKind, va_arg(args.list, void*));
+    } else if (is("n")) {
+        static_cast<void>(va_arg(args.list, void*));
+    } else {
+        return false;
     }
-    if (std::strchr("diuxXoc", cKind) != nullptr && cKind != '\0') {
-        if (bLong)
-            out.Print(strSpecification + "ll" + cKind, va_arg(args.list, long long));
-        else
-            out.Print(strSpecification + cKind, va_arg(args.list, int));
-        return true;
-    }
-    if (std::strchr("fFeEgG", cKind) != nullptr && cKind != '\0') {
-        out.Print(strSpecification + cKind, va_arg(args.list, double));
-        return true;
-    }
-    return false;
+    return true;
 }
 
-// Writes one conversion and takes it off the format. False if it is one that no line of the system has.
+// Writes one conversion and takes it off the format. False, with nothing written, if there is no such
+// conversion.
 bool WriteConversion(Writer& out, const char*& pszFormat, Arguments& args)
 {
     const char* const pszBegin = pszFormat;
@@ -198,34 +209,6 @@ bool WriteConversion(Writer& out, const char*& pszFormat, Arguments& args)
     return WriteSpecified(out, pszFormat, args);
 }
 
-// Several times as fast as the standard library for the formats of nearly all lines. False if the format has
-// a conversion of another kind.
-bool FormatKnown(Writer& out, const char* pszFormat, Arguments& args)
-{
-    for (;;) {
-        const std::size_t nText = std::strcspn(pszFormat, "%");
-        out.Put({pszFormat, nText});
-        pszFormat += nText;
-        if (*pszFormat == '\0')
-            return true;
-        if (!WriteConversion(out, ++pszFormat, args))
-            return false;
-    }
-}
-
-// The rest, of any length, in strLong.
-std::string_view FormatAny(const char* pszFormat, std::va_list args, std::string& strLong)
-{
-    Arguments first(args), second(args);
-    const std::string strStandard = TranslateFormat(pszFormat);
-    const int nLength = std::vsnprintf(nullptr, 0, strStandard.c_str(), first.list);
-    if (nLength < 0)
-        return pszFormat;
-    strLong.resize(static_cast<std::size_t>(nLength));
-    std::vsnprintf(strLong.data(), strLong.size() + 1, strStandard.c_str(), second.list);
-    return strLong;
-}
-
 }  // namespace
 
 std::string EscapeControls(std::string_view text)
@@ -242,7 +225,18 @@ std::string_view FormatText(const char* pszFormat, std::va_list args, char (&szS
 {
     Arguments known(args);
     Writer out(szShort, strLong);
-    return FormatKnown(out, pszFormat, known) ? out.GetText() : FormatAny(pszFormat, args, strLong);
+    for (;;) {
+        const std::size_t nText = std::strcspn(pszFormat, "%");
+        out.Put({pszFormat, nText});
+        pszFormat += nText;
+        if (*pszFormat == '\0')
+            return out.GetText();
+        const char* const pszPercent = pszFormat++;
+        if (WriteConversion(out, pszFormat, known))
+            continue;
+        out.Put(pszPercent);  // the arguments behind cannot be told apart
+        return out.GetText();
+    }
 }
 
 }  // namespace Logova

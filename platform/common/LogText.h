@@ -8,12 +8,10 @@
 
 namespace Logova {
 
-// The format with %I64d, %I64u, %I64x and their like written the standard way (%lld).
-std::string TranslateFormat(const char* pszFormat);
-
 inline constexpr std::size_t kShortText = 1024;
 
-// The formatted text, of any length; the format itself where it cannot be followed. It stands in one of the
+// The formatted text, of any length. From a conversion on that there is not, or one of a wide text, it is the
+// format itself. It stands in one of the
 // two buffers: a short text of conversions without flags (%s %d %u %c %I64d) allocates nothing. Throws
 // std::bad_alloc.
 // Control characters in the texts that the conversions put in are written as \n, \r, \t or \xNN, so that no

@@ -114,7 +114,8 @@ public:
             new _THandle{pSink.get(), m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel});
         // Whatever the level: who made the mistake has to see it.
         for (const std::string& strWarning : m_config.vecWarnings)
-            pHandle->Write(Level::Warning, "[Logova] " + m_strConfigPath + ", " + strWarning);
+            pHandle->Write(Level::Warning,
+                           "[Logova] " + Host::TextFromPath(m_strConfigPath) + ", " + strWarning);
         m_config.vecWarnings.clear();
         return pHandle.get();
     }

@@ -4,14 +4,18 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <new>
 
 #include "platform/Host.h"
 #include "platform/common/LastError.h"
 
 namespace Host {
+
+using std::chrono::steady_clock;
 
 struct StopEvent {
     int nHandle;
@@ -120,20 +124,27 @@ void CloseChange(ChangeNotification* pChange)
     delete pChange;
 }
 
-WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
+WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange, unsigned int milliseconds)
 {
-    if (pEvent == nullptr || pChange == nullptr) {
+    if (pEvent == nullptr) {
         Platova::SetLastError(EINVAL);
         return WaitResult::Failed;
     }
-    pollfd handles[] = {{pEvent->nHandle, POLLIN, 0}, {pChange->nHandle, POLLIN, 0}};
+    // A negative handle is passed over.
+    pollfd handles[] = {{pEvent->nHandle, POLLIN, 0},
+                        {pChange == nullptr ? -1 : pChange->nHandle, POLLIN, 0}};
+    const auto until = steady_clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
-        if (poll(handles, 2, -1) < 0) {
-            if (errno == EINTR)
-                continue;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - steady_clock::now()).count();
+        const int nReady = poll(handles, 2, static_cast<int>(std::max<long long>(left, 0)));
+        if (nReady < 0 && errno == EINTR)
+            continue;
+        if (nReady < 0) {
             StoreError();
             return WaitResult::Failed;
         }
+        if (nReady == 0)
+            return WaitResult::TimedOut;
         eventfd_t nValue = 0;
         if ((handles[0].revents & POLLIN) != 0 && eventfd_read(pEvent->nHandle, &nValue) == 0)
             return WaitResult::Stopped;

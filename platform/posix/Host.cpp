@@ -30,6 +30,11 @@ bool GetStatus(const std::string& strPath, struct stat& status)
 
 }  // namespace
 
+// A path is whatever bytes the file system has.
+std::string PathFromText(const std::string& strText) { return strText; }
+
+std::string TextFromPath(const std::string& strPath) { return strPath; }
+
 std::string GetExecutableDirectory()
 {
     std::string strPath(256, '\0');
@@ -79,6 +84,8 @@ bool FileExists(const std::string& strPath)
     struct stat status {};
     return GetStatus(strPath, status);
 }
+
+std::FILE* OpenForReading(const std::string& strPath) { return std::fopen(strPath.c_str(), "rbe"); }
 
 bool IsRegularFile(const std::string& strPath)
 {

@@ -5,6 +5,7 @@
 
 #include "platform/Host.h"
 #include "platform/common/LastError.h"
+#include "platform/win/WidePath.h"
 
 namespace Host {
 
@@ -58,7 +59,7 @@ ChangeNotification* FindFirstChange(const std::string& strDirectory)
     // "C:" alone would be the current directory of that drive.
     const std::string strWatched =
         strDirectory.ends_with(':') ? strDirectory + GetPathSeparator() : strDirectory;
-    const HANDLE hChange = FindFirstChangeNotificationA(strWatched.c_str(), FALSE, kFilter);
+    const HANDLE hChange = FindFirstChangeNotificationW(Internal::ToWide(strWatched).c_str(), FALSE, kFilter);
     if (hChange == INVALID_HANDLE_VALUE || hChange == nullptr) {
         Platova::SetLastError(::GetLastError());
         return nullptr;
@@ -91,14 +92,14 @@ void CloseChange(ChangeNotification* pChange)
     delete pChange;
 }
 
-WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
+WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange, unsigned int milliseconds)
 {
-    if (pEvent == nullptr || pChange == nullptr) {
+    if (pEvent == nullptr) {
         Platova::SetLastError(ERROR_INVALID_PARAMETER);
         return WaitResult::Failed;
     }
-    const HANDLE handles[] = {pEvent->hEvent, pChange->hChange};
-    switch (WaitForMultipleObjects(2, handles, FALSE, INFINITE)) {
+    const HANDLE handles[] = {pEvent->hEvent, pChange == nullptr ? nullptr : pChange->hChange};
+    switch (WaitForMultipleObjects(pChange == nullptr ? 1 : 2, handles, FALSE, milliseconds)) {
         case WAIT_OBJECT_0:
             return WaitResult::Stopped;
         case WAIT_OBJECT_0 + 1:
@@ -106,6 +107,8 @@ WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
             // also on systems that forget what happens in between.
             pChange->bArmed = FindNextChangeNotification(pChange->hChange) != FALSE;
             return WaitResult::Changed;
+        case WAIT_TIMEOUT:
+            return WaitResult::TimedOut;
         default:
             Platova::SetLastError(::GetLastError());
             return WaitResult::Failed;

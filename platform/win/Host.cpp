@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "platform/common/LastError.h"
+#include "platform/win/WidePath.h"
 
 namespace Host {
 
@@ -21,7 +22,8 @@ bool StoreError()
 
 bool GetAttributes(const std::string& strPath, WIN32_FILE_ATTRIBUTE_DATA& attributes)
 {
-    return GetFileAttributesExA(strPath.c_str(), GetFileExInfoStandard, &attributes) != 0 || StoreError();
+    return GetFileAttributesExW(Internal::ToWide(strPath).c_str(), GetFileExInfoStandard, &attributes) != 0 ||
+           StoreError();
 }
 
 // Whether a window of this process can be made at all and somebody sits in front of it. A service has a
@@ -54,10 +56,10 @@ std::int64_t NumberOf(const FILETIME& time)
 
 std::string GetExecutableDirectory()
 {
-    std::string strPath(MAX_PATH, '\0');
+    std::wstring strPath(MAX_PATH, L'\0');
     for (;;) {
         const DWORD nSize = static_cast<DWORD>(strPath.size());
-        const DWORD nLength = GetModuleFileNameA(nullptr, strPath.data(), nSize);
+        const DWORD nLength = GetModuleFileNameW(nullptr, strPath.data(), nSize);
         if (nLength == 0) {
             StoreError();
             return {};
@@ -68,8 +70,9 @@ std::string GetExecutableDirectory()
         }
         strPath.resize(strPath.size() * 2);  // it has been cut
     }
-    const std::size_t nSeparator = strPath.find_last_of("\\/");
-    return nSeparator == std::string::npos ? std::string() : strPath.substr(0, nSeparator);
+    const std::size_t nSeparator = strPath.find_last_of(L"\\/");
+    return nSeparator == std::wstring::npos ? std::string()
+                                            : Internal::FromWide(strPath.substr(0, nSeparator));
 }
 
 const char* GetPathSeparator() { return "\\"; }
@@ -89,14 +92,19 @@ bool FileExists(const std::string& strPath)
     return GetAttributes(strPath, attributes);
 }
 
+std::FILE* OpenForReading(const std::string& strPath)
+{
+    return _wfopen(Internal::ToWide(strPath).c_str(), L"rbN");
+}
+
 bool IsRegularFile(const std::string& strPath)
 {
     WIN32_FILE_ATTRIBUTE_DATA attributes{};
     if (!GetAttributes(strPath, attributes) || (attributes.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return false;
-    const HANDLE hFile =
-        CreateFileA(strPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, 0, nullptr);
+    const HANDLE hFile = CreateFileW(Internal::ToWide(strPath).c_str(), 0,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                     OPEN_EXISTING, 0, nullptr);
     if (hFile == INVALID_HANDLE_VALUE) {
         StoreError();
         return false;

@@ -40,6 +40,8 @@ Support::Guarded<Clock>& TheClock() { return Immortal<Clock>(); }
 
 }  // namespace
 
+nanoseconds Now() { return TheClock()->Now(); }
+
 void SetSecond(std::chrono::milliseconds real) { TheClock()->Change({}, real); }
 
 void Advance(std::chrono::milliseconds system)

@@ -98,6 +98,10 @@ void Reset()
 
 namespace Host {
 
+std::string PathFromText(const std::string& strText) { return strText; }
+
+std::string TextFromPath(const std::string& strPath) { return strPath; }
+
 std::string GetExecutableDirectory() { return Fake::HostProcess::Directory(); }
 
 const char* GetPathSeparator() { return fs::path::preferred_separator == '\\' ? "\\" : "/"; }
@@ -107,6 +111,8 @@ LocalTime GetLocalTime() { return TheState()->time; }
 void Sleep(unsigned int milliseconds) { Kernova::Threading::ManualResetEvent(false).Wait(milliseconds); }
 
 bool FileExists(const std::string& strPath) { return fs::exists(strPath); }
+
+std::FILE* OpenForReading(const std::string& strPath) { return std::fopen(strPath.c_str(), "rb"); }
 
 bool IsRegularFile(const std::string& strPath) { return fs::is_regular_file(strPath); }
 
@@ -181,18 +187,23 @@ void CloseChange(ChangeNotification* pChange)
     Fake::Count("change notifications", -1);
 }
 
-WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange)
+WaitResult WaitForStopOrChange(StopEvent* pEvent, ChangeNotification* pChange, unsigned int milliseconds)
 {
-    if (MustFail(Op::WaitForChange))
+    if (MustFail(Op::WaitForChange) || pEvent == nullptr)
         return WaitResult::Failed;
+    const auto end = Fake::Now() + std::chrono::milliseconds(milliseconds);
     auto state = TheState().Lock();
     for (;;) {
         if (std::exchange(pEvent->bSignalled, false))
             return WaitResult::Stopped;
-        Snapshot before = std::exchange(pChange->snapshot, Look(pChange->strDirectory));
-        pChange->bFired |= pChange->snapshot != before;
-        if (pChange->bFired)
-            return WaitResult::Changed;
+        if (pChange != nullptr) {
+            Snapshot before = std::exchange(pChange->snapshot, Look(pChange->strDirectory));
+            pChange->bFired |= pChange->snapshot != before;
+            if (pChange->bFired)
+                return WaitResult::Changed;
+        }
+        if (Fake::Now() >= end)
+            return WaitResult::TimedOut;
         state->cond.wait_for(state.lock, Fake::kLookAgain);
     }
 }

@@ -19,6 +19,9 @@ void Violation(const std::string& strText);
 // Waits that have begun look again so often, so that a change of the clock reaches them.
 inline constexpr std::chrono::milliseconds kLookAgain{10};
 
+// The library's clock, from any beginning.
+std::chrono::nanoseconds Now();
+
 // The block has been sent: its stream may only be destroyed.
 void NoteSent(const Kernova::MemoryPool::_XMemory* pMemory);
 

@@ -31,7 +31,7 @@ protected:
     // How a wait ends during which that is done. One that does not end fails the test instead of hanging it.
     Host::WaitResult Wait(const std::function<void()>& meanwhile = [] {})
     {
-        auto result = std::async(std::launch::async, Host::WaitForStopOrChange, m_pStop, m_pChange);
+        auto result = std::async(std::launch::async, Host::WaitForStopOrChange, m_pStop, m_pChange, 60'000);
         meanwhile();
         if (result.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
             ADD_FAILURE() << "the wait does not end";

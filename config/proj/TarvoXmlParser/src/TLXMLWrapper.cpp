@@ -85,12 +85,13 @@ bool CTLXMLWrapper::ParseString(const char* pszXml, const char* pszTag)
 
 bool CTLXMLWrapper::OpenFile(const char* pszFileName, const char* pszTag)
 {
-    return OpenFile(pszFileName, pszTag, true);
+    return OpenFile(pszFileName, pszTag, true, nullptr);
 }
 
-bool CTLXMLWrapper::OpenFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog)
+bool CTLXMLWrapper::OpenFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog,
+                             XMLResults* pResults)
 {
-    return Take(XMLNode::openFileHelper(pszFileName, pszTag, bMayShowDialog));
+    return Take(XMLNode::openFileHelper(pszFileName, pszTag, bMayShowDialog, pResults));
 }
 
 bool CTLXMLWrapper::MoveToChild(const char* pszName, int nIndex)

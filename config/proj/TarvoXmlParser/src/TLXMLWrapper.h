@@ -51,8 +51,8 @@ public:
     bool FreeString(char** ppszText) override;
 
     // OpenFile of the interface, except that bMayShowDialog false sends the report of a bad file to the sink
-    // at once.
-    bool OpenFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog);
+    // at once. pResults as for OpenXmlFile.
+    bool OpenFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog, XMLResults* pResults);
     // The first child of the current node whose element is pszElement and whose attribute "name" is pszName,
     // as a position among the children of that element; -1 if there is none, or if a child without the
     // attribute comes before it. Uses an index, so that a file with thousands of properties is not walked for

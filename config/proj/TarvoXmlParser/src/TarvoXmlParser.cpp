@@ -132,12 +132,13 @@ IXmlParser* ParseXmlString(const char* pszXml, const char* pszTag)
     return parser->ParseString(pszXml, pszTag) ? parser.release() : nullptr;
 }
 
-IXmlParser* OpenXmlFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog)
+IXmlParser* OpenXmlFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog,
+                        XMLResults* pResults)
 {
     if (pszFileName == nullptr || pszTag == nullptr)
         return nullptr;
     auto parser = std::make_unique<CTLXMLWrapper>();
-    return parser->OpenFile(pszFileName, pszTag, bMayShowDialog) ? parser.release() : nullptr;
+    return parser->OpenFile(pszFileName, pszTag, bMayShowDialog, pResults) ? parser.release() : nullptr;
 }
 
 void DestroyXmlParser(IXmlParser** ppHolder)

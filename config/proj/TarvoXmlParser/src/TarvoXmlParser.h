@@ -8,6 +8,8 @@
 
 namespace Tarvo::XmlParser {
 
+struct XMLResults;
+
 // Texts returned by pointer are owned by the document and valid as long as the document is. `out` is a buffer
 // of `size` bytes; an operation that copies never writes more than `size` bytes, ends the text with a NUL,
 // and leaves "" when it fails. A text that does not fit is a failure, except in GetName, GetClear and
@@ -72,8 +74,10 @@ IXmlParser* CreateXmlParser(const char* pszName);
 // The document of that text. Null if it cannot be parsed or has no such top element.
 IXmlParser* ParseXmlString(const char* pszXml, const char* pszTag);
 // The same for a file. With bMayShowDialog false the report of a bad file goes to the sink at once, so that
-// the call never waits for a person.
-IXmlParser* OpenXmlFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog = true);
+// the call never waits for a person. What was wrong and where goes to pResults unless that is null; it may be
+// a warning about a document that is returned.
+IXmlParser* OpenXmlFile(const char* pszFileName, const char* pszTag, bool bMayShowDialog = true,
+                        XMLResults* pResults = nullptr);
 // Frees the parser and its document. The holder is left as it is; the caller nulls it.
 void DestroyXmlParser(IXmlParser** ppHolder);
 

@@ -36,7 +36,7 @@ void Report(const std::string& strText, bool bMayShowDialog)
 std::string ReportText(const char* pszFileName, const char* pszTag, const XMLResults& results,
                        const char* pszDetail)
 {
-    std::string strText = std::string("XML Parsing error inside file '") + pszFileName + "'.\n" +
+    std::string strText = "XML Parsing error inside file '" + Host::TextFromPath(pszFileName) + "'.\n" +
                           XMLNode::getError(results.error) + "\nAt line " + std::to_string(results.nLine) +
                           ", column " + std::to_string(results.nColumn) + ".\n";
     if (results.error == eXMLErrorFirstTagNotFound)
@@ -54,7 +54,7 @@ XMLError ReadWholeFile(const char* pszFileName, std::string& strBytes, const cha
     pszDetail = "";
     if (pszFileName == nullptr || !Host::IsRegularFile(pszFileName))
         return eXMLErrorFileNotFound;
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(pszFileName, "rb"));
+    const std::unique_ptr<std::FILE, CloseFile> file(Host::OpenForReading(pszFileName));
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0)
         return eXMLErrorFileNotFound;
     const long nLength = std::ftell(file.get());
@@ -98,7 +98,8 @@ XMLNode XMLNode::parseFile(const char* pszFileName, const char* pszTag, XMLResul
 
 // The guessed encoding becomes the process-wide option as well. The parse itself works with one copy of the
 // options from the guess to the end, whatever another thread sets meanwhile.
-XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog)
+XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog,
+                                XMLResults* pResults)
 {
     XMLResults results;
     XMLNode node;
@@ -119,6 +120,8 @@ XMLNode XMLNode::openFileHelper(const char* pszFileName, const char* pszTag, boo
                           pszDetail),
                bMayShowDialog);
     }
+    if (pResults != nullptr)
+        *pResults = results;
     return node;
 }
 

@@ -94,8 +94,9 @@ public:
 
     // The element pszTag of a file, whose encoding is guessed first. A fault, warnings included, is reported
     // in a dialog, and the call blocks until the dialog is closed. Where no dialog can be shown, or
-    // bMayShowDialog is false, the report goes to the sink of SetReportSink at once.
-    static XMLNode openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog = true);
+    // bMayShowDialog is false, the report goes to the sink of SetReportSink at once. pResults may be null.
+    static XMLNode openFileHelper(const char* pszFileName, const char* pszTag, bool bMayShowDialog = true,
+                                  XMLResults* pResults = nullptr);
     // The same for a file or a text, without a report and with the options as they are. If pszTag is null or
     // empty, the result is the document's only element, or the nameless root over all its parts. pResults may
     // be null.
