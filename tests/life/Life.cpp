@@ -9,33 +9,48 @@
 //                        signal     takes a signal that is sent to the process, with the library running
 //                        fork     calls it in a forked process while it runs
 //                        broken-pipe   starts it with bad settings and nobody behind standard error
+//                        hung-log   stops and exits with a log that takes no line
+//                        values   starts it with values that are out of range, and with a bad file
+//                        half-file, unseen, missing   changes the settings file under it
+//                        folder   runs from a folder whose name is in no code page
+//                        start    starts it with the settings that are there, and stops it
 //                        restart  starts and stops it a hundred times, unloading it in between
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "VelkarConnector.h"
+#include "tests/platform/Waiting.h"
 #include "tests/support/LoopbackService.h"
 #include "tests/support/ServiceScript.h"
 #include "tests/support/Settings.h"
 
 #ifndef _WIN32  // elsewhere the sockets' header brings the system's
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#else
+#include <process.h>
 #endif
 
 namespace {
 
+namespace fs = std::filesystem;
 using namespace Support;
 
 #ifdef _WIN32
@@ -59,7 +74,7 @@ void* Find(void* pLibrary, const char* pszName) { return dlsym(pLibrary, pszName
 }
 
 struct Library {
-    explicit Library(const char* pszFile) : pLibrary(Open(pszFile))
+    explicit Library(const char* pszName) : pszFile(pszName), pLibrary(Open(pszName))
     {
         if (pLibrary == nullptr)
             Die(std::string("cannot load ") + pszFile);
@@ -68,7 +83,7 @@ struct Library {
         Get(pfnCheckin, "Checkin");
     }
     template <class Function>
-    void Get(Function& pfn, const char* pszName)
+    void Get(Function& pfn, const char* pszName) const
     {
         void* const p = Find(pLibrary, pszName);
         if (p == nullptr)
@@ -93,6 +108,7 @@ struct Library {
         pfnCheckin(&req, &res);
     }
 
+    const char* pszFile;
     void* pLibrary;
     decltype(&InitModule) pfnInit;
     decltype(&UninitModule) pfnUninit;
@@ -108,18 +124,32 @@ std::unique_ptr<ServiceScript>& ServiceHolder()
 }
 ServiceScript& Service() { return *ServiceHolder(); }
 
-std::string DirectoryOf(const char* pszProgram)
+// Over what the file has held, as an editor does.
+void Save(const fs::path& path, const std::string& strText)
 {
-    std::string strDirectory = pszProgram;
-    strDirectory.resize(strDirectory.find_last_of("/\\"));
-    return strDirectory;
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << strText;
 }
 
-void WriteSettings(const char* pszProgram)
+std::string Read(const fs::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+Settings SettingsOfService()
 {
     Settings settings;
     settings.nServerPort = Service().Port();
-    settings.WriteTo(DirectoryOf(pszProgram));
+    return settings;
+}
+
+// The log stands in the directory that the library watches, and is written at each line.
+void WriteSettings(const fs::path& directory)
+{
+    fs::remove(directory / "life.log");
+    Save(directory / kLogSettingsFile, "file = life.log\nlevel = Trace\nflush = Trace\n");
+    Save(directory / kSettingsFile, SettingsOfService().Text());
 }
 
 void WaitInside(const Library& library)
@@ -170,6 +200,106 @@ void Throw(const Library& library)
     library.pfnUninit();
 }
 
+std::string NameOf(const Library& library, int nProductID)
+{
+    decltype(&GetBillingName) pfnName = nullptr;
+    library.Get(pfnName, "GetBillingName");
+    return pfnName(nProductID);
+}
+
+void HalfAFile(const Library& library, const fs::path& directory)
+{
+    Settings settings = SettingsOfService();
+    settings.products = {{8, "Half", 1}};
+    const std::string strText = settings.Text();
+    Save(directory / kSettingsFile, strText.substr(0, strText.find("<group name=\"SPECIFIC")));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    if (!NameOf(library, 8).empty())
+        Die("half a file is in force");
+    settings.products = {{8, "Whole", 1}};
+    Save(directory / kSettingsFile, settings.Text());
+    if (!Eventually([&] { return NameOf(library, 8) == "Whole"; }))
+        Die("the whole file is not in force");
+}
+
+// The system tells nobody of a file that is written under its name in another directory.
+void Unseen(const Library& library, const fs::path& directory)
+{
+    const fs::path other = directory / "other";
+    fs::create_directories(other);
+    fs::remove(other / "name");
+    fs::create_hard_link(directory / kSettingsFile, other / "name");
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    Settings settings = SettingsOfService();
+    settings.products = {{9, "Unseen", 1}};
+    Save(other / "name", settings.Text());
+    if (!Eventually([&] { return NameOf(library, 9) == "Unseen"; }))
+        Die("the file was not looked at");
+}
+
+// Each change in the directory makes the library look, and on Windows its own line in the log is such a change.
+void Missing(const Library&, const fs::path& directory)
+{
+    fs::remove(directory / kSettingsFile);
+    for (int n = 0; n < 20; ++n) {
+        Save(directory / "another", "change");
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    const std::string strLog = Read(directory / "life.log"), strLine = "GetFileAttributesEx() failed.";
+    if (strLog.find(strLine) == std::string::npos || strLog.find(strLine) != strLog.rfind(strLine))
+        Die("not one line:\n" + strLog.substr(0, 2000));
+}
+
+void OddValues(const Library& library, const fs::path& directory)
+{
+    std::string strText = SettingsOfService().Text();
+    const auto expect = [&](const std::string& strKey, const std::string& strValue,
+                            const std::string& strLine) {
+        const std::size_t nValue = strText.find("value=\"", strText.find(strKey)) + 7;
+        strText.replace(nValue, strText.find('"', nValue) - nValue, strValue);
+        return "The value '" + strValue + "' of '" + strKey + "' " + strLine;
+    };
+    const int nPort = Service().Port();
+    const std::string arrLines[]{
+        expect("SERVER_PORT", std::to_string(nPort + 65536),
+               "is out of range. " + std::to_string(nPort) + " is used instead."),
+        expect("HEARTBEAT_CYCLE", "9999999", "is out of range. 4000000 is used instead."),
+        expect("CHARGE_CYCLE", "-5", "is out of range. 1 is used instead."),
+        expect("USE_USER_NUMBER", "True", "is neither true nor false. false is used instead."),
+        expect("ID_COUNT", "999", "is less than the file has of entries. The first 0 of them are used."),
+        expect("EVENT_CODE_COUNT", "-1", "is out of range. None of the entries is used.")};
+    Save(directory / kSettingsFile, strText);
+    library.Start();
+    library.pfnUninit();
+    for (const std::string& strLine : arrLines) {
+        if (Read(directory / "life.log").find("[Config reader]" + strLine) == std::string::npos)
+            Die("no line: " + strLine);
+    }
+    Save(directory / kSettingsFile, "<TARVO>\n <a></b>");
+    char szError[1025];
+    const std::string strPlace = " (Error: Unmatched end tag, line 2, column 5)";
+    if (library.TryToStart({}, szError) || !std::string(szError).ends_with(strPlace))
+        Die(std::string("no place in: ") + szError);
+}
+
+// In the code page of Japan the last letter ends in the byte of a backslash.
+void RunElsewhere(const char* pszLibrary, const fs::path& program)
+{
+    const fs::path folder = program.parent_path() / u8"\u03A9\u6F22\u30BD";
+    const fs::path copy = folder / program.filename();
+    fs::create_directories(folder);
+    fs::copy_file(program, copy, fs::copy_options::overwrite_existing);
+    WriteSettings(folder);
+#ifdef _WIN32
+    const std::wstring strLibrary = fs::path(pszLibrary).wstring();
+    const auto nResult = _wspawnl(_P_WAIT, copy.c_str(), L"life", strLibrary.c_str(), L"start", nullptr);
+#else
+    const int nResult = std::system(("'" + copy.string() + "' '" + pszLibrary + "' start").c_str());
+#endif
+    if (nResult != 0 || Read(folder / "life.log").find("Velkar Connector stop...") == std::string::npos)
+        Die("it does not run there: " + std::to_string(nResult));
+}
+
 #ifndef _WIN32
 void SetTermination(int nHow)
 {
@@ -180,10 +310,10 @@ void SetTermination(int nHow)
 }
 
 // As a host does that waits for its end in one thread and leaves the others, and so the library's, unblocked.
-void TakeSignal(const char* pszLibrary, const char* pszProgram)
+void TakeSignal(const char* pszLibrary, const fs::path& directory)
 {
     SetTermination(SIG_BLOCK);
-    WriteSettings(pszProgram);
+    WriteSettings(directory);
     SetTermination(SIG_UNBLOCK);
     const Library library(pszLibrary);
     library.Start();
@@ -217,9 +347,9 @@ void Fork(const Library& library)
     library.pfnUninit();
 }
 
-void BreakPipe(const char* pszLibrary, const char* pszProgram)
+void BreakPipe(const char* pszLibrary, const fs::path& directory)
 {
-    std::ofstream(DirectoryOf(pszProgram) + "/" + kSettingsFile) << "<TARVO><module";
+    Save(directory / kSettingsFile, "<TARVO><module");
     int arrEnds[2];
     if (pipe(arrEnds) != 0 || dup2(arrEnds[1], STDERR_FILENO) < 0)
         Die("no pipe");
@@ -228,7 +358,73 @@ void BreakPipe(const char* pszLibrary, const char* pszProgram)
     if (Library(pszLibrary).TryToStart({}, szError))
         Die("started");
 }
+
+// The pipe is full, and nobody reads.
+void HangLog(const Library& library, const fs::path& directory)
+{
+    const fs::path pipe = directory / "hung.log";
+    fs::remove(pipe);
+    Save(directory / kLogSettingsFile, "file = hung.log\n");
+    const int nPipe = mkfifo(pipe.c_str(), 0600) == 0 ? open(pipe.c_str(), O_RDWR | O_NONBLOCK) : -1;
+    while (write(nPipe, "full", 1) == 1) {
+    }
+    library.Start();
+    library.pfnUninit();
+    alarm(5);  // until the process has ended
+}
 #endif
+
+// What a mode does before the library's start, and what it does once the library runs.
+using Modes = std::map<std::string, std::function<void(const Library&, const fs::path& program)>>;
+
+const Modes& ModesBeforeTheStart()
+{
+    static const Modes s_modes{
+        {"restart",
+         [](const Library& library, const fs::path&) {
+             for (int i = 0; i < 100; ++i) {
+                 const Library again(library.pszFile);
+                 again.Start();
+                 again.pfnUninit();
+                 Close(again.pLibrary);
+             }
+         }},
+        {"throwing", [](const Library& library, const fs::path&) { Throw(library); }},
+        {"values",
+         [](const Library& library, const fs::path& program) { OddValues(library, program.parent_path()); }},
+        {"folder",
+         [](const Library& library, const fs::path& program) { RunElsewhere(library.pszFile, program); }},
+#ifndef _WIN32
+        {"hung-log",
+         [](const Library& library, const fs::path& program) { HangLog(library, program.parent_path()); }},
+#endif
+    };
+    return s_modes;
+}
+
+const Modes& ModesOfARunningLibrary()
+{
+    const auto onFile = [](void (*pfnChange)(const Library&, const fs::path&)) {
+        return [pfnChange](const Library& library, const fs::path& program) {
+            pfnChange(library, program.parent_path());
+            library.pfnUninit();
+        };
+    };
+    static const Modes s_modes{
+        {"exit", [](const Library&, const fs::path&) {}},
+        {"exit-waiting", [](const Library& library, const fs::path&) { WaitInside(library); }},
+        {"unload", [](const Library& library, const fs::path&) { Close(library.pLibrary); }},
+        {"unload-waiting", [](const Library& library, const fs::path&) { UnloadWaiting(library); }},
+        {"start", [](const Library& library, const fs::path&) { library.pfnUninit(); }},
+        {"half-file", onFile(&HalfAFile)},
+        {"unseen", onFile(&Unseen)},
+        {"missing", onFile(&Missing)},
+#ifndef _WIN32
+        {"fork", [](const Library& library, const fs::path&) { Fork(library); }},
+#endif
+    };
+    return s_modes;
+}
 
 }  // namespace
 
@@ -242,41 +438,25 @@ int main(int argc, char** argv)
             Close(Library(argv[1]).pLibrary);
         return 0;
     }
+    const fs::path program = argv[0];
 #ifndef _WIN32
     if (strMode == "signal" || strMode == "broken-pipe") {
-        (strMode == "signal" ? TakeSignal : BreakPipe)(argv[1], argv[0]);
+        (strMode == "signal" ? TakeSignal : BreakPipe)(argv[1], program.parent_path());
         return 0;
     }
 #endif
-    WriteSettings(argv[0]);
-    if (strMode == "restart") {
-        for (int i = 0; i < 100; ++i) {
-            const Library library(argv[1]);
-            library.Start();
-            library.pfnUninit();
-            Close(library.pLibrary);
-        }
-        return 0;
-    }
+    if (strMode != "start")
+        WriteSettings(program.parent_path());
     const Library library(argv[1]);
-    if (strMode == "throwing") {
-        Throw(library);
-        ServiceHolder().reset();
-        return 0;
-    }
-    library.Start();
-    if (strMode == "unload")
-        Close(library.pLibrary);
-    else if (strMode == "unload-waiting")
-        UnloadWaiting(library);
-    else if (strMode == "exit-waiting")
-        WaitInside(library);
-#ifndef _WIN32
-    else if (strMode == "fork")
-        Fork(library);
-#endif
-    else if (strMode != "exit")
+    if (const auto it = ModesBeforeTheStart().find(strMode); it != ModesBeforeTheStart().end()) {
+        it->second(library, program);
+    } else if (const auto itRunning = ModesOfARunningLibrary().find(strMode);
+               itRunning != ModesOfARunningLibrary().end()) {
+        library.Start();
+        itRunning->second(library, program);
+    } else {
         Die("unknown mode " + strMode);
+    }
     ServiceHolder().reset();
     return 0;
 }
