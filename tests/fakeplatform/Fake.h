@@ -34,7 +34,7 @@ enum class Op {
     LockActiveLinks, GetLink, LinkSend, LinkRecv, LockReadStream,
     StreamCreate, StreamWrite, StreamRemoveLeft,
     LogInitialize,
-    LastWriteTime, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange
+    LastWriteTime, OpenFile, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange
 };
 // clang-format on
 

@@ -112,7 +112,10 @@ void Sleep(unsigned int milliseconds) { Kernova::Threading::ManualResetEvent(fal
 
 bool FileExists(const std::string& strPath) { return fs::exists(strPath); }
 
-std::FILE* OpenForReading(const std::string& strPath) { return std::fopen(strPath.c_str(), "rb"); }
+std::FILE* OpenForReading(const std::string& strPath)
+{
+    return MustFail(Op::OpenFile) ? nullptr : std::fopen(strPath.c_str(), "rb");
+}
 
 bool IsRegularFile(const std::string& strPath) { return fs::is_regular_file(strPath); }
 

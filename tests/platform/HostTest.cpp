@@ -87,6 +87,14 @@ TEST_F(HostFiles, AChangeBeforeArmingIsNotLost)
     }
 }
 
+TEST_F(HostFiles, AWaitHasItsLimitAndNeedsNoWatch)
+{
+    EXPECT_EQ(Host::WaitResult::TimedOut, Host::WaitForStopOrChange(m_pStop, m_pChange, 20));
+    EXPECT_EQ(Host::WaitResult::TimedOut, Host::WaitForStopOrChange(m_pStop, nullptr, 20));
+    Host::SetStopEvent(m_pStop);
+    EXPECT_EQ(Host::WaitResult::Stopped, Host::WaitForStopOrChange(m_pStop, nullptr, 60'000));
+}
+
 TEST_F(HostFiles, TheOrderToStopComesFirstAndCountsOnce)
 {
     Save("a");

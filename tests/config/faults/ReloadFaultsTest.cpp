@@ -68,8 +68,9 @@ protected:
     CConfigReader m_reader;
 };
 
-TEST_F(ReloadFaults, AThreadThatCannotWatchEndsWithALine)
+TEST_F(ReloadFaults, AThreadThatCannotWatchSaysSoAndLooksNowAndThen)
 {
+    int nPort = 1000;
     const std::pair<Op, std::string> kTable[] = {
         {Op::LastWriteTime, "get attribute of a TL2 file. FILE: " + m_file->Path() + "."},
         {Op::CreateStopEvent, "create a handle for a TL2 file reload thread. ErrorCode: 4711"},
@@ -81,6 +82,10 @@ TEST_F(ReloadFaults, AThreadThatCannotWatchEndsWithALine)
         EXPECT_TRUE(Open()) << "the settings are there all the same";
         EXPECT_TRUE(Fake::Journal::WaitFor(Level::Warning, strLine));
         EXPECT_TRUE(IsLogged(Level::Warning, strLine, true));
+        if (op == Op::LastWriteTime)
+            Fake::Fail(op, 0);
+        m_file->Write(Port(++nPort));
+        EXPECT_TRUE(WaitForPort(nPort));
         m_reader.Shutdown();
         Fake::Fail(op, 0);
     }
@@ -108,6 +113,38 @@ TEST_F(ReloadFaults, AFailingWatchNeitherSpinsNorGivesUp)
         m_reader.Shutdown();
         Fake::Fail(op, 0);
     }
+}
+
+// The directory may have been deleted and made again.
+TEST_F(ReloadFaults, ASilentWatchIsRenewed)
+{
+    Watch();
+    const int nWatches = Fake::Calls(Op::FindFirstChange);
+    EXPECT_TRUE(Eventually([&] { return Fake::Calls(Op::FindFirstChange) > nWatches + 1; }));
+    EXPECT_EQ(Fake::Journal::Count(Level::Warning), 0);
+}
+
+// Somebody else has the file open, as a scanner for viruses does.
+TEST_F(ReloadFaults, AFileThatCouldNotBeOpenedIsTriedAgain)
+{
+    Watch();
+    Fake::Fail(Op::OpenFile, Fake::kAlways);
+    m_file->Write(Port(1001));
+    ASSERT_TRUE(Eventually([] { return Fake::Calls(Op::OpenFile) == 2; }));
+    EXPECT_EQ(Fake::Journal::Count(Level::Fatal), 1);
+    Fake::Fail(Op::OpenFile, 0);
+    EXPECT_TRUE(WaitForPort(1001));
+}
+
+TEST_F(ReloadFaults, ACountAboveItsListIsNamedInTheLog)
+{
+    m_file->Write(Settings::Text().Products({{"1", "a", "1"}, {"2", "b", "1"}}).Set({{"ID_COUNT", "3"}}));
+    EXPECT_FALSE(m_reader.Open(m_file->Path()));
+    m_reader.LogWarnings();
+    EXPECT_TRUE(IsLogged(Level::Warning,
+                         "[Config reader]The value '3' of 'ID_COUNT' is more than the file has of good "
+                         "entries in a row. The first 2 of them are used.",
+                         true));
 }
 
 TEST_F(ReloadFaults, OnlyAMovedTimeReloads)
