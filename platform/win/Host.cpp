@@ -94,7 +94,7 @@ bool FileExists(const std::string& strPath)
 
 std::FILE* OpenForReading(const std::string& strPath)
 {
-    return _wfopen(Internal::ToWide(strPath).c_str(), L"rbN");
+    return _wfopen(Internal::ToWide(strPath).c_str(), L"rb");
 }
 
 bool IsRegularFile(const std::string& strPath)

@@ -237,7 +237,8 @@ void Unseen(const Library& library, const fs::path& directory)
         Die("the file was not looked at");
 }
 
-// Each change in the directory makes the library look, and on Windows its own line in the log is such a change.
+// Each change in the directory makes the library look, and on Windows its own line in the log is such a
+// change.
 void Missing(const Library&, const fs::path& directory)
 {
     fs::remove(directory / kSettingsFile);
@@ -287,8 +288,9 @@ void RunElsewhere(const char* pszLibrary, const fs::path& program)
 {
     const fs::path folder = program.parent_path() / u8"\u03A9\u6F22\u30BD";
     const fs::path copy = folder / program.filename();
+    fs::remove_all(folder);
     fs::create_directories(folder);
-    fs::copy_file(program, copy, fs::copy_options::overwrite_existing);
+    fs::copy_file(program, copy);
     WriteSettings(folder);
 #ifdef _WIN32
     const std::wstring strLibrary = fs::path(pszLibrary).wstring();
