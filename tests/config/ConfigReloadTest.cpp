@@ -57,33 +57,6 @@ TEST_F(ConfigReload, ANewFileIsMovedOverTheOldOne)
     EXPECT_TRUE(WaitForPort(1002));
 }
 
-TEST_F(ConfigReload, ADeletedFileComesBack)
-{
-    m_file.Write(Port(1001));
-    ASSERT_TRUE(WaitForPort(1001));
-    std::filesystem::remove(m_file.Path());
-    m_other.Write("something that is noticed while the file is away");
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(m_reader.GetServerPort(), 1001);
-    m_file.Write(Port(1002));
-    EXPECT_TRUE(WaitForPort(1002));
-}
-
-TEST_F(ConfigReload, ABadEditKeepsWatching)
-{
-    const auto waitForError = [this](const std::string& strError) {
-        return Eventually([&] { return m_reader.GetLastErrorText().starts_with(strError); });
-    };
-    m_file.Write("<TARVO><broken=");
-    ASSERT_TRUE(waitForError("Failed to open and parse"));
-    EXPECT_EQ(m_reader.GetServerPort(), 1000);
-    m_file.Write(Port(1001).Remove("HEARTBEAT_CYCLE"));
-    ASSERT_TRUE(waitForError("Failed to get 'HEARTBEAT_CYCLE' property."));
-    EXPECT_EQ(m_reader.GetServerPort(), 1001);
-    m_file.Write(Port(1002));
-    EXPECT_TRUE(WaitForPort(1002));
-}
-
 TEST_F(ConfigReload, ShutdownAndSavesAtAnyMoment)
 {
     for (int n = 0; n < 30; ++n) {

@@ -22,7 +22,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -124,6 +123,10 @@ std::unique_ptr<ServiceScript>& ServiceHolder()
 }
 ServiceScript& Service() { return *ServiceHolder(); }
 
+fs::path g_program;
+
+fs::path Directory() { return g_program.parent_path(); }
+
 // Over what the file has held, as an editor does.
 void Save(const fs::path& path, const std::string& strText)
 {
@@ -137,11 +140,13 @@ std::string Read(const fs::path& path)
     return text.str();
 }
 
-Settings SettingsOfService()
+// The settings with that product.
+std::string TextWith(int nProductID, const char* pszName)
 {
     Settings settings;
     settings.nServerPort = Service().Port();
-    return settings;
+    settings.products = {{nProductID, pszName, 2}};
+    return settings.Text();
 }
 
 // The log stands in the directory that the library watches, and is written at each line.
@@ -149,7 +154,7 @@ void WriteSettings(const fs::path& directory)
 {
     fs::remove(directory / "life.log");
     Save(directory / kLogSettingsFile, "file = life.log\nlevel = Trace\nflush = Trace\n");
-    Save(directory / kSettingsFile, SettingsOfService().Text());
+    Save(directory / kSettingsFile, TextWith(kProductID, "Gold"));
 }
 
 void WaitInside(const Library& library)
@@ -200,6 +205,16 @@ void Throw(const Library& library)
     library.pfnUninit();
 }
 
+void Restart(const Library& library)
+{
+    for (int i = 0; i < 100; ++i) {
+        const Library again(library.pszFile);
+        again.Start();
+        again.pfnUninit();
+        Close(again.pLibrary);
+    }
+}
+
 std::string NameOf(const Library& library, int nProductID)
 {
     decltype(&GetBillingName) pfnName = nullptr;
@@ -207,53 +222,56 @@ std::string NameOf(const Library& library, int nProductID)
     return pfnName(nProductID);
 }
 
-void HalfAFile(const Library& library, const fs::path& directory)
+// Ends the library as well.
+void ExpectName(const Library& library, int nProductID, const std::string& strName)
 {
-    Settings settings = SettingsOfService();
-    settings.products = {{8, "Half", 1}};
-    const std::string strText = settings.Text();
-    Save(directory / kSettingsFile, strText.substr(0, strText.find("<group name=\"SPECIFIC")));
+    if (!Eventually([&] { return NameOf(library, nProductID) == strName; }))
+        Die("the file with " + strName + " is not in force");
+    library.pfnUninit();
+}
+
+void HalfAFile(const Library& library)
+{
+    const std::string strText = TextWith(8, "Half");
+    Save(Directory() / kSettingsFile, strText.substr(0, strText.find("<group name=\"SPECIFIC")));
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     if (!NameOf(library, 8).empty())
         Die("half a file is in force");
-    settings.products = {{8, "Whole", 1}};
-    Save(directory / kSettingsFile, settings.Text());
-    if (!Eventually([&] { return NameOf(library, 8) == "Whole"; }))
-        Die("the whole file is not in force");
+    Save(Directory() / kSettingsFile, TextWith(8, "Whole"));
+    ExpectName(library, 8, "Whole");
 }
 
 // The system tells nobody of a file that is written under its name in another directory.
-void Unseen(const Library& library, const fs::path& directory)
+void Unseen(const Library& library)
 {
-    const fs::path other = directory / "other";
+    const fs::path other = Directory() / "other";
     fs::create_directories(other);
     fs::remove(other / "name");
-    fs::create_hard_link(directory / kSettingsFile, other / "name");
+    fs::create_hard_link(Directory() / kSettingsFile, other / "name");
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    Settings settings = SettingsOfService();
-    settings.products = {{9, "Unseen", 1}};
-    Save(other / "name", settings.Text());
-    if (!Eventually([&] { return NameOf(library, 9) == "Unseen"; }))
-        Die("the file was not looked at");
+    Save(other / "name", TextWith(8, "Unseen"));
+    ExpectName(library, 8, "Unseen");
 }
 
 // Each change in the directory makes the library look, and on Windows its own line in the log is such a
 // change.
-void Missing(const Library&, const fs::path& directory)
+void Missing(const Library& library)
 {
-    fs::remove(directory / kSettingsFile);
+    fs::remove(Directory() / kSettingsFile);
     for (int n = 0; n < 20; ++n) {
-        Save(directory / "another", "change");
+        Save(Directory() / "another", "change");
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
-    const std::string strLog = Read(directory / "life.log"), strLine = "GetFileAttributesEx() failed.";
+    const std::string strLog = Read(Directory() / "life.log"), strLine = "GetFileAttributesEx() failed.";
     if (strLog.find(strLine) == std::string::npos || strLog.find(strLine) != strLog.rfind(strLine))
         Die("not one line:\n" + strLog.substr(0, 2000));
+    Save(Directory() / kSettingsFile, TextWith(8, "Back"));
+    ExpectName(library, 8, "Back");
 }
 
-void OddValues(const Library& library, const fs::path& directory)
+void OddValues(const Library& library)
 {
-    std::string strText = SettingsOfService().Text();
+    std::string strText = TextWith(kProductID, "Gold");
     const auto expect = [&](const std::string& strKey, const std::string& strValue,
                             const std::string& strLine) {
         const std::size_t nValue = strText.find("value=\"", strText.find(strKey)) + 7;
@@ -269,14 +287,14 @@ void OddValues(const Library& library, const fs::path& directory)
         expect("USE_USER_NUMBER", "True", "is neither true nor false. false is used instead."),
         expect("ID_COUNT", "999", "is less than the file has of entries. The first 0 of them are used."),
         expect("EVENT_CODE_COUNT", "-1", "is out of range. None of the entries is used.")};
-    Save(directory / kSettingsFile, strText);
+    Save(Directory() / kSettingsFile, strText);
     library.Start();
     library.pfnUninit();
     for (const std::string& strLine : arrLines) {
-        if (Read(directory / "life.log").find("[Config reader]" + strLine) == std::string::npos)
+        if (Read(Directory() / "life.log").find("[Config reader]" + strLine) == std::string::npos)
             Die("no line: " + strLine);
     }
-    Save(directory / kSettingsFile, "<TARVO>\n <a></b>");
+    Save(Directory() / kSettingsFile, "<TARVO>\n <a></b>");
     char szError[1025];
     const std::string strPlace = " (Error: Unmatched end tag, line 2, column 5)";
     if (library.TryToStart({}, szError) || !std::string(szError).ends_with(strPlace))
@@ -284,19 +302,19 @@ void OddValues(const Library& library, const fs::path& directory)
 }
 
 // In the code page of Japan the last letter ends in the byte of a backslash.
-void RunElsewhere(const char* pszLibrary, const fs::path& program)
+void RunElsewhere(const Library& library)
 {
-    const fs::path folder = program.parent_path() / u8"\u03A9\u6F22\u30BD";
-    const fs::path copy = folder / program.filename();
+    const fs::path folder = Directory() / u8"\u03A9\u6F22\u30BD";
+    const fs::path copy = folder / g_program.filename();
     fs::remove_all(folder);
     fs::create_directories(folder);
-    fs::copy_file(program, copy);
+    fs::copy_file(g_program, copy);
     WriteSettings(folder);
 #ifdef _WIN32
-    const std::wstring strLibrary = fs::path(pszLibrary).wstring();
+    const std::wstring strLibrary = fs::path(library.pszFile).wstring();
     const auto nResult = _wspawnl(_P_WAIT, copy.c_str(), L"life", strLibrary.c_str(), L"start", nullptr);
 #else
-    const int nResult = std::system(("'" + copy.string() + "' '" + pszLibrary + "' start").c_str());
+    const int nResult = std::system(("'" + copy.string() + "' '" + library.pszFile + "' start").c_str());
 #endif
     if (nResult != 0 || Read(folder / "life.log").find("Velkar Connector stop...") == std::string::npos)
         Die("it does not run there: " + std::to_string(nResult));
@@ -312,10 +330,10 @@ void SetTermination(int nHow)
 }
 
 // As a host does that waits for its end in one thread and leaves the others, and so the library's, unblocked.
-void TakeSignal(const char* pszLibrary, const fs::path& directory)
+void TakeSignal(const char* pszLibrary)
 {
     SetTermination(SIG_BLOCK);
-    WriteSettings(directory);
+    WriteSettings(Directory());
     SetTermination(SIG_UNBLOCK);
     const Library library(pszLibrary);
     library.Start();
@@ -349,9 +367,9 @@ void Fork(const Library& library)
     library.pfnUninit();
 }
 
-void BreakPipe(const char* pszLibrary, const fs::path& directory)
+void BreakPipe(const char* pszLibrary)
 {
-    Save(directory / kSettingsFile, "<TARVO><module");
+    Save(Directory() / kSettingsFile, "<TARVO><module");
     int arrEnds[2];
     if (pipe(arrEnds) != 0 || dup2(arrEnds[1], STDERR_FILENO) < 0)
         Die("no pipe");
@@ -362,11 +380,11 @@ void BreakPipe(const char* pszLibrary, const fs::path& directory)
 }
 
 // The pipe is full, and nobody reads.
-void HangLog(const Library& library, const fs::path& directory)
+void HangLog(const Library& library)
 {
-    const fs::path pipe = directory / "hung.log";
+    const fs::path pipe = Directory() / "hung.log";
     fs::remove(pipe);
-    Save(directory / kLogSettingsFile, "file = hung.log\n");
+    Save(Directory() / kLogSettingsFile, "file = hung.log\n");
     const int nPipe = mkfifo(pipe.c_str(), 0600) == 0 ? open(pipe.c_str(), O_RDWR | O_NONBLOCK) : -1;
     while (write(nPipe, "full", 1) == 1) {
     }
@@ -376,57 +394,28 @@ void HangLog(const Library& library, const fs::path& directory)
 }
 #endif
 
-// What a mode does before the library's start, and what it does once the library runs.
-using Modes = std::map<std::string, std::function<void(const Library&, const fs::path& program)>>;
-
-const Modes& ModesBeforeTheStart()
-{
-    static const Modes s_modes{
-        {"restart",
-         [](const Library& library, const fs::path&) {
-             for (int i = 0; i < 100; ++i) {
-                 const Library again(library.pszFile);
-                 again.Start();
-                 again.pfnUninit();
-                 Close(again.pLibrary);
-             }
-         }},
-        {"throwing", [](const Library& library, const fs::path&) { Throw(library); }},
-        {"values",
-         [](const Library& library, const fs::path& program) { OddValues(library, program.parent_path()); }},
-        {"folder",
-         [](const Library& library, const fs::path& program) { RunElsewhere(library.pszFile, program); }},
+struct Mode {
+    bool bRunning;  // begins with the library started
+    void (*pfnRun)(const Library&);
+};
+const std::map<std::string, Mode> kModes{
+    {"restart", {false, &Restart}},
+    {"throwing", {false, &Throw}},
+    {"values", {false, &OddValues}},
+    {"folder", {false, &RunElsewhere}},
+    {"exit", {true, [](const Library&) {}}},
+    {"exit-waiting", {true, &WaitInside}},
+    {"unload", {true, [](const Library& library) { Close(library.pLibrary); }}},
+    {"unload-waiting", {true, &UnloadWaiting}},
+    {"start", {true, [](const Library& library) { library.pfnUninit(); }}},
+    {"half-file", {true, &HalfAFile}},
+    {"unseen", {true, &Unseen}},
+    {"missing", {true, &Missing}},
 #ifndef _WIN32
-        {"hung-log",
-         [](const Library& library, const fs::path& program) { HangLog(library, program.parent_path()); }},
+    {"hung-log", {false, &HangLog}},
+    {"fork", {true, &Fork}},
 #endif
-    };
-    return s_modes;
-}
-
-const Modes& ModesOfARunningLibrary()
-{
-    const auto onFile = [](void (*pfnChange)(const Library&, const fs::path&)) {
-        return [pfnChange](const Library& library, const fs::path& program) {
-            pfnChange(library, program.parent_path());
-            library.pfnUninit();
-        };
-    };
-    static const Modes s_modes{
-        {"exit", [](const Library&, const fs::path&) {}},
-        {"exit-waiting", [](const Library& library, const fs::path&) { WaitInside(library); }},
-        {"unload", [](const Library& library, const fs::path&) { Close(library.pLibrary); }},
-        {"unload-waiting", [](const Library& library, const fs::path&) { UnloadWaiting(library); }},
-        {"start", [](const Library& library, const fs::path&) { library.pfnUninit(); }},
-        {"half-file", onFile(&HalfAFile)},
-        {"unseen", onFile(&Unseen)},
-        {"missing", onFile(&Missing)},
-#ifndef _WIN32
-        {"fork", [](const Library& library, const fs::path&) { Fork(library); }},
-#endif
-    };
-    return s_modes;
-}
+};
 
 }  // namespace
 
@@ -435,30 +424,27 @@ int main(int argc, char** argv)
     if (argc != 3)
         Die("life LIBRARY MODE");
     const std::string strMode = argv[2];
+    g_program = argv[0];
     if (strMode == "load") {
         for (int i = 0; i < 2; ++i)
             Close(Library(argv[1]).pLibrary);
         return 0;
     }
-    const fs::path program = argv[0];
 #ifndef _WIN32
     if (strMode == "signal" || strMode == "broken-pipe") {
-        (strMode == "signal" ? TakeSignal : BreakPipe)(argv[1], program.parent_path());
+        (strMode == "signal" ? TakeSignal : BreakPipe)(argv[1]);
         return 0;
     }
 #endif
-    if (strMode != "start")
-        WriteSettings(program.parent_path());
-    const Library library(argv[1]);
-    if (const auto it = ModesBeforeTheStart().find(strMode); it != ModesBeforeTheStart().end()) {
-        it->second(library, program);
-    } else if (const auto itRunning = ModesOfARunningLibrary().find(strMode);
-               itRunning != ModesOfARunningLibrary().end()) {
-        library.Start();
-        itRunning->second(library, program);
-    } else {
+    const auto it = kModes.find(strMode);
+    if (it == kModes.end())
         Die("unknown mode " + strMode);
-    }
+    if (strMode != "start")
+        WriteSettings(Directory());
+    const Library library(argv[1]);
+    if (it->second.bRunning)
+        library.Start();
+    it->second.pfnRun(library);
     ServiceHolder().reset();
     return 0;
 }
