@@ -298,6 +298,8 @@ void CConfigReader::WarnOfCount(const char* pszKey, const std::string& strValue,
         Warn(pszKey, strValue, "is out of range. None of the entries is used.");
     else if (nUsed < nCount)
         Warn(pszKey, strValue, "is more than the file has of good entries in a row. The first " + strUsed);
+    else if (bMore && nCount == 0)
+        Warn(pszKey, strValue, "stands for none. None of the entries in the file is used.");
     else if (bMore)
         Warn(pszKey, strValue, "is less than the file has of entries. The first " + strUsed);
 }

@@ -285,7 +285,7 @@ void OddValues(const Library& library)
         expect("HEARTBEAT_CYCLE", "9999999", "is out of range. 4000000 is used instead."),
         expect("CHARGE_CYCLE", "-5", "is out of range. 1 is used instead."),
         expect("USE_USER_NUMBER", "True", "is neither true nor false. false is used instead."),
-        expect("ID_COUNT", "999", "is less than the file has of entries. The first 0 of them are used."),
+        expect("ID_COUNT", "999", "stands for none. None of the entries in the file is used."),
         expect("EVENT_CODE_COUNT", "-1", "is out of range. None of the entries is used.")};
     Save(Directory() / kSettingsFile, strText);
     library.Start();

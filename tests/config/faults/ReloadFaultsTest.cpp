@@ -136,15 +136,20 @@ TEST_F(ReloadFaults, AFileThatCouldNotBeOpenedIsTriedAgain)
     EXPECT_TRUE(WaitForPort(1001));
 }
 
-TEST_F(ReloadFaults, ACountAboveItsListIsNamedInTheLog)
+TEST_F(ReloadFaults, ACountThatIsNotThatOfItsListIsNamedInTheLog)
 {
-    m_file->Write(Settings::Text().Products({{"1", "a", "1"}, {"2", "b", "1"}}).Set({{"ID_COUNT", "3"}}));
-    EXPECT_FALSE(m_reader.Open(m_file->Path()));
-    m_reader.LogWarnings();
-    EXPECT_TRUE(IsLogged(Level::Warning,
-                         "[Config reader]The value '3' of 'ID_COUNT' is more than the file has of good "
-                         "entries in a row. The first 2 of them are used.",
-                         true));
+    for (const auto& [strCount, strWhat] :
+         {std::pair<std::string, std::string>{"3",
+                                              "more than the file has of good entries in a row. The first 2"},
+          {"1", "less than the file has of entries. The first 1"}}) {
+        m_file->Write(
+            Settings::Text().Products({{"1", "a", "1"}, {"2", "b", "1"}}).Set({{"ID_COUNT", strCount}}));
+        EXPECT_EQ(m_reader.Open(m_file->Path()), strCount == "1");
+        m_reader.LogWarnings();
+        EXPECT_TRUE(Fake::Journal::Logged(Level::Warning, "[Config reader]The value '" + strCount +
+                                                              "' of 'ID_COUNT' is " + strWhat +
+                                                              " of them are used."));
+    }
 }
 
 TEST_F(ReloadFaults, OnlyAMovedTimeReloads)
