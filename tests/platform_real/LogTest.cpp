@@ -189,6 +189,8 @@ TEST_F(Log, GrowsOnWhileItCannotBeRotated)
     std::ofstream(m_dir / "x.rotating.log") << "left by a crash";
     EXPECT_TRUE(Eventually([&] {
         Logova::Info(pLogger, "again");
+        // Slowly: the lines of a second rotation would take the oldest file away.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
         return Read("x.3.log") == "old";
     }));
     Stop();
