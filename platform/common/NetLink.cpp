@@ -121,12 +121,7 @@ bool _THandle::Close()
         FailWith(asio::error::not_connected);
         return false;
     }
-    try {
-        m_pTransport->PostClose();
-    } catch (const std::exception&) {
-        FailWithoutMemory();
-        return false;
-    }
+    m_pTransport->PostClose();
     m_queue.Close();
     m_bClosed = true;
     return true;

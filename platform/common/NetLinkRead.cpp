@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <exception>
 
-#include "platform/Host.h"
 #include "platform/common/LastError.h"
 #include "platform/common/NetConnector.h"
 #include "platform/common/NetLink.h"
@@ -16,17 +15,6 @@ namespace {
 
 // No matter how much a Recv asks for, this is what one receive takes at most.
 constexpr std::size_t kMaxReadBytes = 64u << 10;
-
-void LoseFrom(Transport& transport)
-{
-    for (;;) {
-        try {
-            return transport.PostLose();
-        } catch (const std::exception&) {
-            Host::Sleep(10);  // out of memory for the moment
-        }
-    }
-}
 
 }  // namespace
 
@@ -50,8 +38,7 @@ int _THandle::Recv(int nSize)
     return 0;
 }
 
-// The reader cannot look for its credit before the lock is given back. Throws std::bad_alloc, and then nobody
-// has been appointed.
+// The reader cannot look for its credit before the lock is given back.
 void _THandle::AppointReader()
 {
     if (AppointThread())
@@ -160,7 +147,7 @@ bool _THandle::ReadOnce(Transport& transport, std::vector<char>& vecRead, unsign
         bAdded = AddPending(vecRead.data(), nCount);
     }
     if (!bAdded) {
-        LoseFrom(transport);
+        transport.PostLose();
         return false;
     }
     if (!BeginCallback(transport))
@@ -190,13 +177,8 @@ bool _THandle::BeginCallback(Transport& transport)
             m_nCallsSeen = m_nCalls;
         }
     }
-    if (bWatch) {
-        try {
-            transport.PostWatch();
-        } catch (const std::exception&) {
-            EndWatch();
-        }
-    }
+    if (bWatch)
+        transport.PostWatch();
     return true;
 }
 
@@ -229,12 +211,8 @@ bool _THandle::Watch()
     m_bWatching = !m_bLost && (!bSame || m_bReaderCalls);
     if (m_bLost || !bSame || !m_bReaderCalls)
         return m_bWatching;
-    try {
-        if (!m_deqCredits.empty())
-            m_pTransport->PostRead();
-    } catch (const std::exception&) {
-        return true;  // the next look tries again
-    }
+    if (!m_deqCredits.empty())
+        m_pTransport->PostRead();
     m_reader = m_deqCredits.empty() ? Reader::Nobody : Reader::Strand;
     ++m_nReader;
     m_bReaderCalls = false;

@@ -28,7 +28,7 @@ Socket WithOptions(Socket socket)
 }  // namespace
 
 Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<Link::_THandle> pLink)
-    : m_strand(asio::make_strand(context)),
+    : m_context(context),
       m_pSocket(std::make_shared<LinkSocket>(WithOptions(std::move(socket)))),
       m_graceTimer(context),
       m_watchTimer(context),
@@ -37,21 +37,70 @@ Transport::Transport(asio::io_context& context, Socket socket, std::shared_ptr<L
 {
 }
 
-template <void (Transport::*kStep)()>
-void Transport::Post()
+// One thread at a time runs the steps, and what is noted meanwhile is run by that thread. The room for its
+// order is free again by the time it has run out of steps.
+void Transport::Post(Step step)
 {
-    asio::post(m_strand, [pSelf = shared_from_this()] { (pSelf.get()->*kStep)(); });
+    {
+        const Kernova::Internal::MutexLock lock(m_mutex);
+        m_nDue |= step;
+        if (m_bRunning)
+            return;
+        m_bRunning = true;
+    }
+    asio::post(m_context, In(m_stepMemory, [pSelf = shared_from_this()] { pSelf->RunSteps(); }));
 }
 
-void Transport::PostRead() { Post<&Transport::Read>(); }
+void Transport::RunSteps()
+{
+    for (;;) {
+        unsigned int nSteps = 0;
+        {
+            const Kernova::Internal::MutexLock lock(m_mutex);
+            std::swap(nSteps, m_nDue);
+            m_bRunning = nSteps != 0;
+        }
+        if (nSteps == 0)
+            return;
+        try {
+            RunRound(nSteps);
+        } catch (const std::exception&) {  // out of memory, or the system refuses
+            Lose();
+        }
+    }
+}
 
-void Transport::PostWrite() { Post<&Transport::Write>(); }
+void Transport::RunRound(unsigned int nSteps)
+{
+    if (nSteps & kReadDone)
+        OnRead();
+    if (nSteps & kWriteDone)
+        OnWritten();
+    if (nSteps & kRead)
+        Read();
+    if (nSteps & kWrite)
+        Write();
+    if (nSteps & kWatch || (nSteps & kWatchDue && m_pLink->Watch()))
+        Watch();
+    if (nSteps & kStallDue && m_bWriting && m_stallTimer.expiry() <= asio::steady_timer::clock_type::now())
+        Lose();
+    if (nSteps & kClose)
+        BeginClose();
+    if (nSteps & kGraceOver)
+        CloseSocket();
+    if (nSteps & kLose)
+        Lose();
+}
 
-void Transport::PostWatch() { Post<&Transport::Watch>(); }
+void Transport::PostRead() { Post(kRead); }
 
-void Transport::PostClose() { Post<&Transport::BeginClose>(); }
+void Transport::PostWrite() { Post(kWrite); }
 
-void Transport::PostLose() { Post<&Transport::Lose>(); }
+void Transport::PostWatch() { Post(kWatch); }
+
+void Transport::PostClose() { Post(kClose); }
+
+void Transport::PostLose() { Post(kLose); }
 
 std::shared_ptr<LinkSocket> Transport::GetSocket()
 {
@@ -82,26 +131,22 @@ void Transport::Read()
     const std::size_t nSize = m_pLink->TakeCreditOnStrand();
     if (nSize == 0)
         return;
-    try {
-        m_vecRead.resize(nSize);
-        pSocket->Attach().async_read_some(
-            asio::buffer(m_vecRead),
-            asio::bind_executor(
-                m_strand, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
-                    pSelf->OnRead(failed, nCount);
-                }));
-        m_bReading = true;
-    } catch (const std::exception&) {  // out of memory
-        Lose();
-    }
+    m_vecRead.resize(nSize);
+    pSocket->Attach().async_read_some(
+        asio::buffer(m_vecRead),
+        In(m_readMemory, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
+            pSelf->m_readOutcome = {failed, nCount};
+            pSelf->Post(kReadDone);
+        }));
+    m_bReading = true;
 }
 
-void Transport::OnRead(const std::error_code& failed, std::size_t nCount)
+void Transport::OnRead()
 {
     m_bReading = false;
     if (m_bClosing)
         return;
-    if (failed || !m_pLink->AddReceivedOnStrand(m_vecRead.data(), nCount))
+    if (m_readOutcome.failed || !m_pLink->AddReceivedOnStrand(m_vecRead.data(), m_readOutcome.nCount))
         return Lose();
     Read();
     DetachIfIdle();
@@ -112,60 +157,58 @@ void Transport::Write()
     const auto pSocket = GetSocket();
     if (m_bWriting || !pSocket)
         return;
-    std::size_t nFront = 0;
-    if (!m_pLink->GetSendQueue().Take(m_vecWriting, nFront)) {
+    if (!m_pLink->GetSendQueue().Take(m_vecWriting, m_nFront)) {
         if (m_bClosing && m_pLink->GetSendQueue().IsEmpty())
             CloseSocket();
         return;
     }
-    try {
-        std::vector<asio::const_buffer> vecBuffers;
-        vecBuffers.reserve(m_vecWriting.size());
-        for (const std::vector<char>& vecBlock : m_vecWriting)
-            vecBuffers.push_back(asio::buffer(vecBlock));
-        vecBuffers.front() += nFront;
-        WatchStall(0);
-        asio::async_write(
-            pSocket->Attach(), vecBuffers,
-            [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nTransferred) {
-                if (nTransferred != pSelf->m_nTransferred)
-                    pSelf->WatchStall(nTransferred);
-                return asio::transfer_all()(failed, nTransferred);
-            },
-            asio::bind_executor(
-                m_strand, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
-                    pSelf->OnWritten(failed, nCount);
-                }));
-        m_bWriting = true;
-    } catch (const std::exception&) {  // out of memory
-        Lose();
-    }
+    m_nBlock = 0;
+    WatchStall();
+    WriteBlock();
 }
 
-// Gives the writing the whole time again, because something of it has left.
-void Transport::WatchStall(std::size_t nTransferred)
+void Transport::WriteBlock()
 {
-    m_nTransferred = nTransferred;
+    const auto pSocket = GetSocket();
+    if (!pSocket)
+        return;
+    pSocket->Attach().async_write_some(
+        asio::buffer(m_vecWriting[m_nBlock]) + m_nFront,
+        In(m_writeMemory, [pSelf = shared_from_this()](const std::error_code& failed, std::size_t nCount) {
+            pSelf->m_writeOutcome = {failed, nCount};
+            pSelf->Post(kWriteDone);
+        }));
+    m_bWriting = true;
+}
+
+// Gives the writing the whole time again, because something of it has left. Without memory for that, the next
+// bytes try again.
+void Transport::WatchStall()
+{
     try {
         m_stallTimer.expires_after(s_maxStall.load());
-        m_stallTimer.async_wait(
-            asio::bind_executor(m_strand, [pSelf = shared_from_this()](const std::error_code& cancelled) {
-                if (!cancelled && pSelf->m_bWriting &&
-                    pSelf->m_stallTimer.expiry() <= asio::steady_timer::clock_type::now())
-                    pSelf->Lose();
-            }));
-    } catch (const std::exception&) {  // out of memory; the next byte or the next block tries again
+        m_stallTimer.async_wait(Then(kStallDue, m_stallMemory));
+    } catch (const std::exception&) {
     }
 }
 
-void Transport::OnWritten(const std::error_code& failed, std::size_t nCount)
+void Transport::OnWritten()
 {
     m_bWriting = false;
+    if (m_writeOutcome.failed)
+        return Lose();
+    m_pLink->GetSendQueue().Written(m_writeOutcome.nCount);
+    m_nFront += m_writeOutcome.nCount;
+    if (m_nFront == m_vecWriting[m_nBlock].size()) {
+        ++m_nBlock;
+        m_nFront = 0;
+    }
+    if (m_nBlock < m_vecWriting.size()) {
+        WatchStall();
+        return WriteBlock();
+    }
     m_stallTimer.cancel();
     m_vecWriting.clear();
-    if (failed)
-        return Lose();
-    m_pLink->GetSendQueue().Written(nCount);
     Write();
     DetachIfIdle();
 }
@@ -183,11 +226,7 @@ void Transport::Watch()
         return;
     try {
         m_watchTimer.expires_after(kWatchCycle);
-        m_watchTimer.async_wait(
-            asio::bind_executor(m_strand, [pSelf = shared_from_this()](const std::error_code& cancelled) {
-                if (!cancelled && pSelf->m_pLink->Watch())
-                    pSelf->Watch();
-            }));
+        m_watchTimer.async_wait(Then(kWatchDue, m_watchMemory));
     } catch (const std::exception&) {
         m_pLink->EndWatch();  // the next callback begins another one
     }
@@ -203,8 +242,7 @@ void Transport::BeginClose()
         return;
     try {
         m_graceTimer.expires_after(kCloseGrace);
-        m_graceTimer.async_wait(asio::bind_executor(
-            m_strand, [pSelf = shared_from_this()](const std::error_code&) { pSelf->CloseSocket(); }));
+        m_graceTimer.async_wait(Then(kGraceOver, m_graceMemory));
     } catch (const std::exception&) {
         CloseSocket();
     }

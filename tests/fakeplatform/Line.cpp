@@ -162,7 +162,7 @@ std::error_code Dial(const std::shared_ptr<ConnectCall>&, asio::io_context&,
 }
 
 Transport::Transport(asio::io_context& context, Socket, std::shared_ptr<Link::_THandle> pLink)
-    : m_strand(asio::make_strand(context)),
+    : m_context(context),
       m_graceTimer(context),
       m_watchTimer(context),
       m_stallTimer(context),
