@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/Assertion.h"
-#include "platform/Host.h"
+#include "platform/common/EventLoop.h"
 #include "platform/common/LastError.h"
 #include "platform/common/NetLink.h"
 
@@ -34,6 +34,7 @@ _THandle::_THandle(Kernova::ThreadPool::_THandle& pool)
 
 bool _THandle::Start()
 {
+    MakeEventLoop(m_context);
     m_pListGate->Open();
     return m_pool.Attach(*this) || Fail(asio::error::no_buffer_space);
 }
@@ -68,10 +69,8 @@ bool _THandle::Stop()
 void _THandle::CloseLinks()
 {
     const OwnedLockScope scope(m_activeLock);
-    for (const auto& pLink : m_active.m_vecLinks) {
-        while (!pLink->Close() && !pLink->IsClosed())
-            Host::Sleep(10);  // out of memory for the moment
-    }
+    for (const auto& pLink : m_active.m_vecLinks)
+        pLink->Close();
 }
 
 void _THandle::Run()

@@ -30,7 +30,7 @@ struct _THandle final : private Kernova::ThreadPool::IWork {
     _THandle(const _THandle&) = delete;
     _THandle& operator=(const _THandle&) = delete;
 
-    bool Start();
+    bool Start();  // throws std::system_error and std::bad_alloc
     // Returns when nothing of this connector runs any more; false if that cannot come about because the
     // caller is one of its callbacks.
     bool Stop();
