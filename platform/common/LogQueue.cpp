@@ -18,8 +18,11 @@ std::shared_ptr<LogQueue> LogQueue::Start(std::size_t nLength, std::chrono::seco
                                           std::function<void(const char*)> complain)
 {
     auto pQueue = std::make_shared<LogQueue>(nLength, flushInterval, std::move(complain));
+    // Made here: the thread itself has nobody to tell that there is no memory.
+    std::vector<Line> vecBatch(kBatch);
     const Kernova::Internal::SignalsBlocked blocked;
-    pQueue->m_thread = std::thread([pQueue] { pQueue->Main(); });
+    pQueue->m_thread =
+        std::thread([pQueue, vecBatch = std::move(vecBatch)]() mutable { pQueue->Main(vecBatch); });
     return pQueue;
 }
 
@@ -109,9 +112,8 @@ void LogQueue::Grow()
     m_nFront = 0;
 }
 
-void LogQueue::Main()
+void LogQueue::Main(std::vector<Line>& vecBatch)
 {
-    std::vector<Line> vecBatch(kBatch);
     const MutexLock lock(m_mutex);
     bool bWritten = false;
     for (;;) {

@@ -58,7 +58,7 @@ private:
 
     void Grow() REQUIRES(m_mutex);
     bool IsUrgent() const REQUIRES(m_mutex);
-    void Main();
+    void Main(std::vector<Line>& vecBatch);
     void Wait(bool bWritten) REQUIRES(m_mutex);
     void WriteBatch(std::vector<Line>& vecBatch) REQUIRES(m_mutex);
     void Write(Line& line);
