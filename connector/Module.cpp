@@ -7,8 +7,10 @@
 #include "VelkarConnector.h"
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
+#include "base/ReqIdGenerator.h"
 #include "comm/CommHandler.h"
 #include "comm/FirstConnectWait.h"
+#include "comm/ResWaiter.h"
 #include "comm/in/HandlerTable.h"
 #include "config/BillingIdMap.h"
 #include "config/ConfigReader.h"
@@ -17,6 +19,7 @@
 #include "connector/ExceptionGuard.h"
 #include "datapool/DataPool.h"
 #include "platform/Host.h"
+#include "session/ChargeGen.h"
 #include "session/FailedCheckOutVector.h"
 #include "session/UserInfoMap.h"
 
@@ -47,6 +50,25 @@ void RefuseIfAlive()
     ForkedFlag().Set(true);
     InitializedFlag().Set(false);
     CLogger::Silence();
+}
+
+// Makes all process-wide objects before the first of them is used. Whoever ends a request or the library
+// finds them without needing memory. Throws std::bad_alloc.
+void MakeObjects()
+{
+    Logger();
+    ConfigReader();
+    BillingIdMap();
+    EventCodeMap();
+    DataPool();
+    UserInfoMap();
+    FailedCheckOutVector();
+    ChargeGen();
+    FirstConnectWait();
+    ReqIdGenerator();
+    ResWaiterMap();
+    CommHandler();
+    BeingTerminatedFlag();
 }
 
 // The stop path, from any state that a start can have reached. Clears both flags at its end, whatever has
@@ -135,6 +157,7 @@ Verdict LookAtFlags(const CallerText& error)
 // Runs with the lifecycle lock held, so a failed start has been taken down before another call can begin.
 bool StartLocked(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbacks, const CallerText& error)
 {
+    MakeObjects();
     // Threads of the library, and callers, are inside its code from here on.
     Host::PinLibrary();
     g_bAlive.store(true);
