@@ -14,6 +14,12 @@ target_compile_options(velkar_options INTERFACE
   $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
   -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 
+if(NOT WIN32)
+  # A thread that enters a library which the host has opened itself gets its thread-local objects without an
+  # allocation, whose failure would end the process.
+  target_compile_options(velkar_options INTERFACE -ftls-model=initial-exec)
+endif()
+
 if(VELKAR_SANITIZE)
   # For everything below, GoogleTest too.
   add_compile_options(-fsanitize=${VELKAR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
