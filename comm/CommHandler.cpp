@@ -2,6 +2,7 @@
 #include "comm/CommHandler.h"
 
 #include <cstdio>
+#include <exception>
 
 #include "base/LastErrorCode.h"
 #include "base/Logger.h"
@@ -145,22 +146,29 @@ void CCommHandler::Stop()
 
 void CCommHandler::Execute()
 {
-    try {
-        Log::Info("[Comm Handler] Session manager thread start.");
-        while (!Terminated() && !m_bStop.load()) {
-            if (m_bConnected.load()) {
-                BeatHeart();
-            } else if (m_bFirstConnect.load()) {
-                Kernova::Threading::AutoResetEvent never(false);
-                never.Wait(kFirstIdle);
-            } else {
-                Reconnect();
-            }
+    Log::Info("[Comm Handler] Session manager thread start.");
+    while (!Terminated() && !m_bStop.load()) {
+        try {
+            RunCycle();
+        } catch (...) {
+            // Without memory this cycle is lost. The thread stays: nobody else connects again.
+            Log::Error("[Comm Handler] There is an exception in CommHandler Execute func.");
+            Host::Sleep(kFirstIdle);
         }
-    } catch (...) {
-        Log::Error("[Comm Handler] There is an exception in CommHandler Execute func.");
     }
     m_bRunning.store(false);
+}
+
+void CCommHandler::RunCycle()
+{
+    if (m_bConnected.load()) {
+        BeatHeart();
+    } else if (m_bFirstConnect.load()) {
+        Kernova::Threading::AutoResetEvent never(false);
+        never.Wait(kFirstIdle);
+    } else {
+        Reconnect();
+    }
 }
 
 void CCommHandler::BeatHeart()
@@ -190,8 +198,14 @@ void CCommHandler::Reconnect()
     if (!Connect())
         return;
     auto& wait = FirstConnectWait();
-    wait.WaitForConnectAnswer();
-    if (wait.GetConnectResult() != 0)
+    bool bAccepted = false;
+    try {
+        wait.WaitForConnectAnswer();
+        bAccepted = wait.GetConnectResult() == 0;
+    } catch (const std::exception&) {
+        wait.ForgetAnswer();  // the handler of the answer would be held for ever
+    }
+    if (!bAccepted)
         CloseActiveLink();
 }
 

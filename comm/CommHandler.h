@@ -144,6 +144,7 @@ private:
     bool ConnectFirst();
     void StartFailed(const char* pszError);
     bool Connect();
+    void RunCycle();
     void BeatHeart();
     void Reconnect();
     bool Register();

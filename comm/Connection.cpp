@@ -1,4 +1,7 @@
 // The connector's callbacks and the way out of every message.
+#include <exception>
+#include <utility>
+
 #include "base/LastErrorCode.h"
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
@@ -57,9 +60,16 @@ void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_TH
     FirstConnectWait().SetLink(pLink);
     self.m_nReads.store(kRecvsOutstanding);
     self.m_pLink.store(pLink);
-    if (!self.Register()) {
+    bool bSent = false;
+    try {
+        bSent = self.Register();
+    } catch (const std::exception&) {  // out of memory
+    }
+    if (!bSent) {
         Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]",
                       LastErrorCode());
+        // A link that is not registered and not read would stay up for nothing.
+        Netrova::Link::Close(pLink);
         return;
     }
     for (int i = 0; i < kRecvsOutstanding; ++i) {
@@ -89,8 +99,12 @@ bool CCommHandler::Register()
     ResetWake(m_wakeHeartbeat);
     m_wakeReconnect.Set();
     ChargeGen().SetDisconnected(false);
-    if (!m_bHandlersRegistered.exchange(true))
-        m_pfnRegisterHandlers.load()(m_table);
+    if (!m_bHandlersRegistered.load()) {
+        Wirova::CMsgHandlerTable table;
+        m_pfnRegisterHandlers.load()(table);
+        m_table = std::move(table);  // a whole table or none
+        m_bHandlersRegistered.store(true);
+    }
     _CONNECTOR_ID id;
     {
         const ScopedLock lock(m_lockSettings);
