@@ -55,10 +55,10 @@ private:
     bool locked_ = false;
 };
 
-// Whether code of this library may be running: its threads, and game threads inside an export. When
-// the process exits in the middle of that, the process-wide objects are left to the operating system
-// instead of being destroyed under somebody's feet. One byte of state decides it for all of them:
-// who enters counts first and looks second, who closes closes first and counts second.
+// Whether code of this library may be running: its threads, and game threads inside an export. While it may,
+// an exit of the process leaves the process-wide objects alone instead of destroying them under somebody's
+// feet, and exports go on working: a handler of the game that runs later in the exit can still stop the
+// library. What is left over belongs to the operating system.
 class ExitGate {
 public:
     // For the length of an export or of a thread's body.
@@ -66,34 +66,30 @@ public:
     public:
         Scope()
         {
-            Users().fetch_add(1);
-            if (Closed().load()) {
-                Users().fetch_sub(1);
-                throw std::logic_error("[Kernova::XTL::Singleton] Dead reference detected.");
-            }
+            if (State().fetch_add(1) < kClosed)
+                return;
+            State().fetch_sub(1);
+            throw std::logic_error("[Kernova::XTL::Singleton] Dead reference detected.");
         }
-        ~Scope() { Users().fetch_sub(1); }
+        ~Scope() { State().fetch_sub(1); }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
     };
 
-    // True if nobody is inside; from now on nobody gets in.
+    // True if nobody is inside, and then nobody gets in any more. False changes nothing.
     static bool Close()
     {
-        Closed().store(true);
-        return Users().load() == 0;
+        int nState = 0;
+        return State().compare_exchange_strong(nState, kClosed) || nState >= kClosed;
     }
 
 private:
-    static std::atomic<int>& Users()
+    static constexpr int kClosed = 1 << 30;
+    // How many are inside, and kClosed.
+    static std::atomic<int>& State()
     {
-        static std::atomic<int> nUsers{0};
-        return nUsers;
-    }
-    static std::atomic<bool>& Closed()
-    {
-        static std::atomic<bool> bClosed{false};
-        return bClosed;
+        static std::atomic<int> nState{0};
+        return nState;
     }
 };
 

@@ -3,6 +3,8 @@
 //   life LIBRARY MODE    load     loads it, calls nothing, unloads it, twice
 //                        exit     starts it and leaves main without stopping it
 //                        exit-waiting   likewise, with callers inside a request
+//                        exit-stopping   likewise, and stops it in an exit handler older than the start
+//                        stop-connecting   stops it while it connects to a peer that says nothing
 //                        unload   starts it, unloads it, and leaves main
 //                        unload-waiting   stops and unloads it, with callers inside a request
 //                        throwing   lets callbacks throw
@@ -22,6 +24,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -30,14 +33,14 @@
 #include <thread>
 #include <vector>
 
-#include "VelkarConnector.h"
+#include "tests/life/Library.h"
 #include "tests/platform/Waiting.h"
+#include "tests/support/Blackhole.h"
 #include "tests/support/LoopbackService.h"
 #include "tests/support/ServiceScript.h"
 #include "tests/support/Settings.h"
 
-#ifndef _WIN32  // elsewhere the sockets' header brings the system's
-#include <dlfcn.h>
+#ifndef _WIN32
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -51,68 +54,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace Support;
-
-#ifdef _WIN32
-void* Open(const char* pszFile) { return LoadLibraryA(pszFile); }
-void Close(void* pLibrary) { FreeLibrary(static_cast<HMODULE>(pLibrary)); }
-void* Find(void* pLibrary, const char* pszName)
-{
-    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(pLibrary), pszName));
-}
-#else
-void* Open(const char* pszFile) { return dlopen(pszFile, RTLD_NOW | RTLD_LOCAL); }
-void Close(void* pLibrary) { dlclose(pLibrary); }
-void* Find(void* pLibrary, const char* pszName) { return dlsym(pLibrary, pszName); }
-#endif
-
-[[noreturn]] void Die(const std::string& strWhy)
-{
-    std::printf("%s\n", strWhy.c_str());
-    std::fflush(stdout);
-    std::_Exit(3);
-}
-
-struct Library {
-    explicit Library(const char* pszName) : pszFile(pszName), pLibrary(Open(pszName))
-    {
-        if (pLibrary == nullptr)
-            Die(std::string("cannot load ") + pszFile);
-        Get(pfnInit, "InitModule");
-        Get(pfnUninit, "UninitModule");
-        Get(pfnCheckin, "Checkin");
-    }
-    template <class Function>
-    void Get(Function& pfn, const char* pszName) const
-    {
-        void* const p = Find(pLibrary, pszName);
-        if (p == nullptr)
-            Die(std::string("no export ") + pszName);
-        std::memcpy(&pfn, &p, sizeof(p));
-    }
-    bool TryToStart(const _CONNECTOR_CALLBACKS& callbacks, char (&szError)[1025]) const
-    {
-        const _CONNECTOR_ID id{"GAME", "SERVER", "WORLD"};
-        return pfnInit(&id, &callbacks, szError, sizeof(szError));
-    }
-    void Start(const _CONNECTOR_CALLBACKS& callbacks = {}) const
-    {
-        char szError[1025];
-        if (!TryToStart(callbacks, szError))
-            Die(std::string("no start: ") + szError);
-    }
-    void CheckIn() const
-    {
-        const _USER_REQ req{"abc", "10.0.0.1"};
-        _CHECKIN_RES res;
-        pfnCheckin(&req, &res);
-    }
-
-    const char* pszFile;
-    void* pLibrary;
-    decltype(&InitModule) pfnInit;
-    decltype(&UninitModule) pfnUninit;
-    decltype(&Checkin) pfnCheckin;
-};
 
 // Ends before the process does: its thread may not run into the end of this program's own objects. The
 // library's threads do run into it, and callers with them.
@@ -141,10 +82,11 @@ std::string Read(const fs::path& path)
 }
 
 // The settings with that product.
-std::string TextWith(int nProductID, const char* pszName)
+std::string TextWith(int nProductID, const char* pszName, unsigned short nPort = Service().Port())
 {
     Settings settings;
-    settings.nServerPort = Service().Port();
+    settings.nServerPort = nPort;
+    settings.nReconnectCycle = 1;
     settings.products = {{nProductID, pszName, 2}};
     return settings.Text();
 }
@@ -203,6 +145,51 @@ void Throw(const Library& library)
     if (g_nThrown != 6)
         Die("callbacks that threw: " + std::to_string(g_nThrown));
     library.pfnUninit();
+}
+
+std::function<void()> g_stop;
+std::atomic<int> g_nNotices{0};
+
+// Notices come all the time. Behind the stop, in what remains of the exit, none reaches the game.
+void LeaveStopping(const Library& library)
+{
+    g_stop = [library] {
+        library.pfnUninit();
+        const int nNotices = g_nNotices;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        if (g_nNotices != nNotices)
+            Die("callbacks after the stop: " + std::to_string(g_nNotices - nNotices));
+    };
+    std::atexit([] { g_stop(); });
+    _CONNECTOR_CALLBACKS callbacks{};
+    callbacks.pfnNotifyStorageInfo = [](const _STORAGE_NOTI_INFO*) { ++g_nNotices; };
+    library.Start(callbacks);
+    std::thread([] {
+        for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
+            try {
+                Service().Send(XS2C_NotifyStorageInfo());
+            } catch (const std::logic_error&) {  // the connection has ended
+                return;
+            }
+        }
+    }).detach();
+    for (int n = 0; n < 2000 && g_nNotices == 0; ++n)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::exit(0);  // with the service still there
+}
+
+// The connect that the stop breaks off has five seconds.
+void StopConnecting(const Library& library)
+{
+    const Blackhole hole;
+    // In force long before the reconnect cycle is over.
+    Save(Directory() / kSettingsFile, TextWith(kProductID, "Gold", hole.Port()));
+    Service().Cut();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    const auto begin = std::chrono::steady_clock::now();
+    library.pfnUninit();
+    if (std::chrono::steady_clock::now() - begin > std::chrono::seconds(2))
+        Die("the stop waits for the connect");
 }
 
 void Restart(const Library& library)
@@ -405,6 +392,8 @@ const std::map<std::string, Mode> kModes{
     {"folder", {false, &RunElsewhere}},
     {"exit", {true, [](const Library&) {}}},
     {"exit-waiting", {true, &WaitInside}},
+    {"exit-stopping", {false, &LeaveStopping}},
+    {"stop-connecting", {true, &StopConnecting}},
     {"unload", {true, [](const Library& library) { Close(library.pLibrary); }}},
     {"unload-waiting", {true, &UnloadWaiting}},
     {"start", {true, [](const Library& library) { library.pfnUninit(); }}},

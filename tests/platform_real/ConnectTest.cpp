@@ -1,51 +1,13 @@
 // Opening a connection: what it blocks on, how it fails, and what it may meet on the way.
 #include "platform/common/NetConnectCall.h"
 #include "tests/platform_real/Loopback.h"
+#include "tests/support/Blackhole.h"
 
 using namespace Loopback;
+using Support::Blackhole;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
-
-namespace {
-
-// A port of this machine that answers nobody: its queue of connections is full.
-class Blackhole {
-public:
-    Blackhole() : m_acceptor(m_context)
-    {
-        m_acceptor.open(asio::ip::tcp::v4());
-        m_acceptor.bind({asio::ip::address_v4::loopback(), 0});
-        m_acceptor.listen(0);
-        // A connection that does not stand soon stands in front of a full queue.
-        for (int n = 0; n < 16; ++n) {
-            m_vecFillers.emplace_back(m_context);
-            auto& socket = m_vecFillers.back();
-            const auto pDone = std::make_shared<bool>(false);
-            socket.async_connect({asio::ip::address_v4::loopback(), Port()},
-                                 [pDone](const std::error_code&) { *pDone = true; });
-            m_context.restart();
-            m_context.run_for(milliseconds(200));
-            if (!*pDone)
-                return;
-        }
-        ADD_FAILURE() << "the queue never became full";
-    }
-    ~Blackhole()
-    {
-        m_vecFillers.clear();
-        m_context.restart();
-        m_context.run();
-    }
-    unsigned short Port() const { return m_acceptor.local_endpoint().port(); }
-
-private:
-    asio::io_context m_context;
-    asio::ip::tcp::acceptor m_acceptor;
-    std::vector<asio::ip::tcp::socket> m_vecFillers;
-};
-
-}  // namespace
 
 TEST(Connect, RefusedFailsAtOnceWithTheSystemsCode)
 {
