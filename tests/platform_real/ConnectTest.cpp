@@ -4,10 +4,10 @@
 #include "tests/support/Blackhole.h"
 
 using namespace Loopback;
-using Support::Blackhole;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
+using Support::Blackhole;
 
 TEST(Connect, RefusedFailsAtOnceWithTheSystemsCode)
 {
