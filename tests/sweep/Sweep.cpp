@@ -85,7 +85,9 @@ public:
         m_arm();
         Step(strPart);
         if (strPart == "start to stop") {
-            if (Start())
+            const bool bStarted = Start();
+            Step("calls behind the start");
+            if (bStarted)
                 Play();
             Stop();
         } else if (strPart == "calls") {
