@@ -75,15 +75,6 @@ TEST_F(StopTest, WhileManyCallersWorkOnABusyMachine)
         thread.join();
 }
 
-TEST_F(StopTest, WhileReconnecting)
-{
-    StartAgainToReconnectEverySecond();
-    Service().Down();
-    Service().WaitForDisconnect();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1200));  // into the tries to connect
-    ExpectStop();
-}
-
 TEST_F(StopTest, WhileTheReconnectedServiceIsSilent)
 {
     StartAgainToReconnectEverySecond();
