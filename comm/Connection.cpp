@@ -68,8 +68,6 @@ void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_TH
     if (!bSent) {
         Log::ErrorFmt("[Comm Handler] Failed to send a 'XC2S_VelkarConnectReq' msg. [Error code: %d]",
                       LastErrorCode());
-        // A link that is not registered and not read would stay up for nothing.
-        Netrova::Link::Close(pLink);
         return;
     }
     for (int i = 0; i < kRecvsOutstanding; ++i) {
