@@ -62,13 +62,18 @@ struct LeavingCall : UserCall {
 };
 
 // A call that brings a user in. While such a call of a user is under way, a late answer to an earlier one of
-// the user is undone under its own Seq No.
+// the user is undone under its own Seq No, and an answer to it does not replace a session that was asked for
+// later.
 struct ArrivingCall : UserCall {
     using UserCall::UserCall;
-    CUserInfoMap::CheckinScope MakeScope(const _USER_SEND& record) const
+    CUserInfoMap::CheckinScope MakeScope(const _USER_SEND& record)
     {
-        return {UserInfoMap(), FieldText(record.szUserKey)};
+        pSent = &record;
+        return {UserInfoMap(), FieldText(record.szUserKey), record.nReqID};
     }
+    void OnAccepted() { UserInfoMap().SetSent(FieldText(pSent->szUserKey), pSent->nReqID); }
+
+    const _USER_SEND* pSent = nullptr;  // lives as long as the scope
 };
 
 // pszReqID is the label of the Req ID, which differs from call to call: "ReqID" or "Req ID".
@@ -205,7 +210,7 @@ struct UserMoveFromCall : ArrivingCall {
     void OnEnd(const _RESULT_RES& res)
     {
         if (res.bSuccess == 1)
-            UserInfoMap().Enter(std::move(place));
+            UserInfoMap().Enter(std::move(place), pSent->nReqID);
     }
 
     const _USER_MOVE_INFO* pMove;

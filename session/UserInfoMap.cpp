@@ -1,6 +1,7 @@
 // The single operations of the user map; the walks of the charge are in ChargeScan.cpp.
 #include "session/UserInfoMap.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -22,19 +23,23 @@ CUserInfoMap::Place CUserInfoMap::MakePlace(std::string strKey, const CUserInfo&
     return one.extract(it);
 }
 
-bool CUserInfoMap::Enter(Place place)
+bool CUserInfoMap::Enter(Place place, int nReqID)
 {
     const ScopedLock lock(m_lock);
-    return EnterLocked(place);
+    return EnterLocked(place, nReqID);
 }
 
 // A replaced record goes with the caller's place, after the lock is given back.
-bool CUserInfoMap::EnterLocked(Place& place)
+bool CUserInfoMap::EnterLocked(Place& place, int nReqID)
 {
     if (place.empty() || place.mapped()->GetLife() != ModuleLife::Current())
         return false;
-    place.mapped()->SetRecordNo(++m_nLastRecordNo);
+    const UnderWay* const pUnderWay = FindUnderWay(place.key(), nReqID);
+    const bool bSent = pUnderWay != nullptr && pUnderWay->nRecordNo != 0;
+    place.mapped()->SetRecordNo(bSent ? pUnderWay->nRecordNo : ++m_nLastRecordNo);
     const auto it = m_mapUsers.find(place.key());
+    if (it != m_mapUsers.end() && it->second->GetRecordNo() > place.mapped()->GetRecordNo())
+        return false;
     if (it == m_mapUsers.end())
         m_mapUsers.insert(std::move(place));
     else
@@ -108,17 +113,32 @@ std::size_t CUserInfoMap::GetCount()
     return m_mapUsers.size();
 }
 
-CUserInfoMap::CheckinScope::CheckinScope(CUserInfoMap& map, std::string_view key) : m_map(map)
+CUserInfoMap::CheckinScope::CheckinScope(CUserInfoMap& map, std::string_view key, int nReqID) : m_map(map)
 {
     std::string strKey(key);
     const ScopedLock lock(m_map.m_lock);
-    m_it = m_map.m_setCheckins.insert(std::move(strKey));
+    m_it = m_map.m_mapCheckins.emplace(std::move(strKey), UnderWay{nReqID});
 }
 
 CUserInfoMap::CheckinScope::~CheckinScope()
 {
     const ScopedLock lock(m_map.m_lock);
-    m_map.m_setCheckins.erase(m_it);
+    m_map.m_mapCheckins.erase(m_it);
+}
+
+CUserInfoMap::UnderWay* CUserInfoMap::FindUnderWay(std::string_view key, int nReqID)
+{
+    const auto [itBegin, itEnd] = m_mapCheckins.equal_range(key);
+    const auto it =
+        std::find_if(itBegin, itEnd, [nReqID](const auto& entry) { return entry.second.nReqID == nReqID; });
+    return it != itEnd ? &it->second : nullptr;
+}
+
+void CUserInfoMap::SetSent(std::string_view key, int nReqID)
+{
+    const ScopedLock lock(m_lock);
+    if (UnderWay* const pUnderWay = FindUnderWay(key, nReqID))
+        pUnderWay->nRecordNo = ++m_nLastRecordNo;
 }
 
 CUserInfoMap::Other CUserInfoMap::LookForOther(std::string_view key, std::string_view seqNo)
@@ -127,7 +147,7 @@ CUserInfoMap::Other CUserInfoMap::LookForOther(std::string_view key, std::string
     const auto it = m_mapUsers.find(key);
     if (it != m_mapUsers.end())
         return it->second->GetSeqNo() == seqNo ? Other::Same : Other::Some;
-    return m_setCheckins.contains(key) ? Other::Some : Other::None;
+    return m_mapCheckins.contains(key) ? Other::Some : Other::None;
 }
 
 // Out of memory counts as an empty list: the message is then not sent, which is no failure of the send.

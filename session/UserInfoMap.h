@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,7 +24,8 @@ struct ExpiredUser {
 // Any thread. Every operation takes the lock once. The lock comes behind the active link list and before the
 // lock of CFailedCheckOutVector. Keys are the texts by which the game names its users. A key names a user; a
 // record is one session of the user and has a number of its own. Whoever has found a record and comes back to
-// it later goes by the number, because the user may have checked in again meanwhile.
+// it later goes by the number, because the user may have checked in again meanwhile. Numbers follow the order
+// in which the link has accepted the requests: of two checkins of a user the service keeps the later session.
 class CUserInfoMap {
     using Users = std::map<std::string, std::unique_ptr<CUserInfo>, std::less<>>;
 
@@ -50,33 +50,43 @@ public:
     // for an empty key or an invalid record, and then Enter does nothing.
     using Place = Users::node_type;
     static Place MakePlace(std::string strKey, const CUserInfo& info);
-    bool Enter(Place place);
+    // Enters the session of the request of that Req ID; 0 for a session without a CheckinScope. False, with
+    // nothing changed, if the map holds a session of the user that was asked for later: the service has
+    // ended this one.
+    bool Enter(Place place, int nReqID = 0);
 
     // Runs complete(), which wakes the caller of a checkin and returns whether there was one. If there was
     // one, enters the user. Both happen under one hold of the lock: a Checkout that the woken caller makes at
     // once finds the user. Returns the result of complete().
     template <class Complete>
-    bool CompleteAndEnter(Place place, Complete complete)
+    bool CompleteAndEnter(Place place, int nReqID, Complete complete)
     {
         const Kernova::XTL::ScopedLock lock(m_lock);
         if (!complete())
             return false;
-        EnterLocked(place);
+        EnterLocked(place, nReqID);
         return true;
     }
 
-    // For the length of a call that checks a user in or takes a user over.
+    // A checkin that is under way, or a move that takes a user over.
+    struct UnderWay {
+        int nReqID;
+        std::uint64_t nRecordNo = 0;  // of the session to come; 0 until the link has accepted the request
+    };
+    // For the length of such a call.
     class CheckinScope {
     public:
-        CheckinScope(CUserInfoMap& map, std::string_view key);
+        CheckinScope(CUserInfoMap& map, std::string_view key, int nReqID);
         ~CheckinScope();
         CheckinScope(const CheckinScope&) = delete;
         CheckinScope& operator=(const CheckinScope&) = delete;
 
     private:
         CUserInfoMap& m_map;
-        std::multiset<std::string, std::less<>>::iterator m_it;
+        std::multimap<std::string, UnderWay, std::less<>>::iterator m_it;
     };
+    // The link has accepted the request of that scope. With the active link list locked. Takes no memory.
+    void SetSent(std::string_view key, int nReqID);
     // What there is of the user beside the session of that Seq No.
     enum class Other {
         None,  // nothing: the user is not in the map and no checkin is under way
@@ -106,14 +116,14 @@ public:
 
 private:
     Users::iterator Find(std::string_view key, std::uint64_t nRecordNo) REQUIRES(m_lock);  // or the end
-    bool EnterLocked(Place& place) REQUIRES(m_lock);
+    UnderWay* FindUnderWay(std::string_view key, int nReqID) REQUIRES(m_lock);
+    bool EnterLocked(Place& place, int nReqID) REQUIRES(m_lock);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                Kernova::Threading::LockRank::UserInfoMap};
     Users m_mapUsers GUARDED_BY(m_lock);
     std::uint64_t m_nLastRecordNo GUARDED_BY(m_lock) = 0;  // never starts again
-    std::multiset<std::string, std::less<>> m_setCheckins
-        GUARDED_BY(m_lock);  // users whose checkin is under way
+    std::multimap<std::string, UnderWay, std::less<>> m_mapCheckins GUARDED_BY(m_lock);
 };
 
 // The one object of the process.

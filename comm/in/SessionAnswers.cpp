@@ -169,7 +169,7 @@ bool CompleteCheckin(const Message& msg, const Response& res, const char* pszCal
         UndoLateCheckin(info, pszCall);
         throw;
     }
-    if (UserInfoMap().CompleteAndEnter(std::move(place), complete))
+    if (UserInfoMap().CompleteAndEnter(std::move(place), msg.nReqID, complete))
         return true;
     UndoLateCheckin(info, pszCall);
     return false;
