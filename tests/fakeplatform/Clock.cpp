@@ -1,6 +1,7 @@
 // The library's clock: real time, stretched by a factor that may change while waits are running; and the
 // start of its threads.
 #include <algorithm>
+#include <optional>
 #include <system_error>
 
 #include "platform/Platova.h"
@@ -20,6 +21,7 @@ struct Clock {
     steady_clock::time_point real = steady_clock::now();
     nanoseconds system{0};
     nanoseconds second = std::chrono::milliseconds(200);
+    std::optional<nanoseconds> endingWaits;  // by EndWaits: stands in place of the time
 
     double Factor() const { return 1e9 / static_cast<double>(second.count()); }
     nanoseconds Now() const { return system + Scaled(steady_clock::now() - real, Factor()); }
@@ -29,6 +31,7 @@ struct Clock {
         system = Now() + ahead;
         real = steady_clock::now();
         second = newSecond;
+        endingWaits.reset();
     }
     static nanoseconds Scaled(nanoseconds time, double dFactor)
     {
@@ -38,11 +41,28 @@ struct Clock {
 
 Support::Guarded<Clock>& TheClock() { return Immortal<Clock>(); }
 
+// In a play with EndWaits, where steps follow one another at once.
+constexpr std::chrono::microseconds kLookAgainSoon{300}, kShortestWait{100};
+
+// How long a wait until then, of that length, sleeps before it looks again; nothing once it is over.
+std::optional<nanoseconds> NextSleep(nanoseconds end, std::chrono::milliseconds length, bool bHasSlept)
+{
+    const auto clock = TheClock().Lock();
+    const nanoseconds left = clock->RealTimeUntil(end);
+    if (!clock->endingWaits)
+        return left.count() > 0 ? std::optional(std::min<nanoseconds>(left, kLookAgain)) : std::nullopt;
+    if (length > *clock->endingWaits)
+        return kLookAgainSoon;
+    return bHasSlept ? std::nullopt : std::optional<nanoseconds>(kShortestWait);  // a loop yields
+}
+
 }  // namespace
 
 nanoseconds Now() { return TheClock()->Now(); }
 
 void SetSecond(std::chrono::milliseconds real) { TheClock()->Change({}, real); }
+
+void EndWaits(std::chrono::milliseconds longest) { TheClock()->endingWaits = longest; }
 
 void Advance(std::chrono::milliseconds system)
 {
@@ -57,26 +77,26 @@ namespace Kernova::Internal {
 bool WaitForFlag(std::condition_variable& cond, std::unique_lock<std::mutex>& lock, unsigned int milliseconds,
                  const bool& bFlag)
 {
-    const auto end = Fake::TheClock()->Now() + std::chrono::milliseconds(milliseconds);
-    while (!bFlag) {
-        const auto left = Fake::TheClock()->RealTimeUntil(end);
-        if (left.count() <= 0)
+    const std::chrono::milliseconds length(milliseconds);
+    const auto end = Fake::TheClock()->Now() + length;
+    for (bool bHasSlept = false; !bFlag; bHasSlept = true) {
+        const auto sleep = Fake::NextSleep(end, length, bHasSlept);
+        if (!sleep)
             return false;
-        cond.wait_for(lock, std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
+        cond.wait_for(lock, *sleep);
     }
     return true;
 }
 
 bool WaitForWord(const std::atomic<std::uint32_t>& nWord, std::uint32_t nValue, unsigned int milliseconds)
 {
-    const auto end = Fake::TheClock()->Now() + std::chrono::milliseconds(milliseconds);
-    while (nWord.load() == nValue) {
-        const auto left = Fake::TheClock()->RealTimeUntil(end);
-        if (left.count() <= 0)
+    const std::chrono::milliseconds length(milliseconds);
+    const auto end = Fake::TheClock()->Now() + length;
+    for (bool bHasSlept = false; nWord.load() == nValue; bHasSlept = true) {
+        const auto sleep = Fake::NextSleep(end, length, bHasSlept);
+        if (!sleep)
             return false;
-        WaitOnWord(
-            nWord, nValue,
-            std::chrono::steady_clock::now() + std::min<std::chrono::nanoseconds>(left, Fake::kLookAgain));
+        WaitOnWord(nWord, nValue, std::chrono::steady_clock::now() + *sleep);
     }
     return true;
 }

@@ -54,6 +54,11 @@ void SetSecond(std::chrono::milliseconds real);
 // Takes the library's clock forward at once; waits that are due end.
 void Advance(std::chrono::milliseconds system);
 
+// Stops the library's clock, until one of the two above: from now on a wait of at most that length ends at
+// once, and a longer one only by what it waits for. So a play says when what runs out: a wait for an answer
+// takes 5000 milliseconds, cycles take what the settings say, and what must not run out is longer.
+void EndWaits(std::chrono::milliseconds longest);
+
 // Objects of the platform that the library holds now, and references to links: how many of each kind that
 // there are any of. Empty when the library is stopped.
 using Counts = std::map<std::string, int>;
