@@ -88,38 +88,6 @@ TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
     EXPECT_EQ(Lists(), 0u);
 }
 
-TEST_F(BillingCallsTest, ALateListLeavesNothingAndALateUserIsUndone)
-{
-    SetSecond(std::chrono::milliseconds(100));
-    Game().Call(&CheckinEx, Game().User("abc"));
-    Game().Call(&QueryBillingInfoEx, Game().User("abc"));
-    Service().Reply(*Service().Expect<XC2S_QueryBillingInfoExReq>(), "vecOtherBilling={}");
-    Service().Reply(*Service().Expect<XC2S_CheckInExReq>(), "vecOtherBilling={}");
-    EXPECT_EQ(Service().Expect<XC2S_CheckOutReq>()->nReqID, -1);
-    ASSERT_TRUE(
-        Journal::WaitFor(Journal::Level::Info, "A'XC2S_CheckOutReq' msg is sent for checkinex timeout."));
-    Service().ExpectNothing();
-    Game().Stop();  // the handler is done then
-    EXPECT_EQ(Lists(), 0u);
-    EXPECT_FALSE(IsIn("abc"));
-}
-
-TEST_F(BillingCallsTest, OfTwoAnswersTogetherOneListIsLeft)
-{
-    auto query = Game().Later([&] { return Game().Call(&QueryBillingInfoEx, Game().User("abc")); });
-    const auto req = Service().Expect<XC2S_QueryBillingInfoExReq>();
-    XS2C_QueryBillingInfoExAns ans;
-    FillSuccess(*req, ans);
-    ans.vecOtherBilling.Add();
-    Service().Send(ans, ans);
-    const auto res = query.get();
-    ASSERT_EQ(res.nResult, 0);
-    EXPECT_EQ(GetDataSize(res.hBillingData, nullptr, 0), 1u);
-    Service().Ask(XS2C_QueryGameMoneyReq());
-    EXPECT_EQ(Lists(), 1u);
-    DestroyHandle(res.hBillingData);
-}
-
 // However early the answer comes, its caller gets it.
 TEST_F(BillingCallsTest, NoAnswerOvertakesItsCaller)
 {

@@ -189,37 +189,6 @@ TEST_F(SessionCallsTest, WhatBelongsToAnEarlierLifeStaysOutOfTheNext)
     EXPECT_FALSE(CommHandler().SendInLife<XC2S_Heartbeat>(old.GetLife(), [] {}));
 }
 
-TEST_F(SessionCallsTest, AnswersOfOtherKindsAndNumbersReachNobody)
-{
-    auto checkin = Game().Later([&] { return Game().Checkin("abc"); });
-    const auto req = Service().Expect<XC2S_CheckInReq>();
-    const std::string strReqID = "nReqID=" + std::to_string(req->nReqID);
-    Service().Send<XS2C_CheckOutAns>("bSuccess=1 " + strReqID);
-    Service().Send<XS2C_QueryBillingInfoAns>(strReqID);  // of the same record
-    Service().Reply(*req, "nResult=5 " + strReqID + "000");
-    Service().Reply(*req, "strSeqNo=7");
-    EXPECT_EQ(checkin.get().nResult, 0);
-    EXPECT_EQ(InfoOf("abc").GetSeqNo(), "7");
-}
-
-// The bytes of an answer may arrive in any two pieces.
-TEST_F(SessionCallsTest, AnAnswerCutAtEveryByteReachesItsCaller)
-{
-    SetSecond(std::chrono::seconds(1));  // a busy machine answers in time, too
-    std::size_t nSize = 2;
-    for (std::size_t nCut = 1; nCut < nSize; ++nCut) {
-        Service().On<XC2S_CheckInReq>([&](const auto&, auto& ans) {
-            const std::string strFrame = FrameOf(ans);
-            nSize = strFrame.size();
-            Service().SendRaw(strFrame.substr(0, nCut));
-            Service().SendRaw(strFrame.substr(nCut));
-            return false;
-        });
-        EXPECT_EQ(Game().Checkin("abc").nResult, 0) << nCut;
-    }
-    Service().SayNothing();
-}
-
 TEST_F(SessionCallsTest, NullArguments)
 {
     _CHECKIN_RES res;

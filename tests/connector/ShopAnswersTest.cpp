@@ -161,17 +161,4 @@ TEST_F(ShopAnswersTest, StatesAndNumbersOfTheAnswerItself)
     }
 }
 
-TEST_F(ShopAnswersTest, LateListsLeaveNothingButThoseOfADetail)
-{
-    SetSecond(std::chrono::milliseconds(100));
-    Game().Call(&QueryMenuList, _GAME_REQ{});
-    Game().Call(&QueryProductDetailInfo, _PRODUCT_DETAIL_REQ{});
-    Service().Reply(*Service().Expect<XC2S_QueryMenuListReq>(), "vecMenu={}");
-    Service().Reply(*Service().Expect<XC2S_QueryProductDetailReq>(), "vecChildProduct={}");
-    Service().Ask(XS2C_QueryGameMoneyReq());
-    EXPECT_EQ(Lists(), 1u);
-    Game().Stop();
-    EXPECT_EQ(Lists(), 0u);
-}
-
 }  // namespace

@@ -59,6 +59,9 @@ void Advance(std::chrono::milliseconds system);
 // takes 5000 milliseconds, cycles take what the settings say, and what must not run out is longer.
 void EndWaits(std::chrono::milliseconds longest);
 
+// The next write to a link breaks the link off: so many of its bytes arrive.
+void BreakWriting(std::size_t nArrive);
+
 // Objects of the platform that the library holds now, and references to links: how many of each kind that
 // there are any of. Empty when the library is stopped.
 using Counts = std::map<std::string, int>;

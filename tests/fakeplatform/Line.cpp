@@ -1,6 +1,8 @@
 // Lines, and on top of them the parts of the real network that see sockets: Dial and Transport.
 #include "tests/fakeplatform/Line.h"
 
+#include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "platform/common/NetConnectCall.h"
@@ -15,7 +17,11 @@ Support::Guarded<Lines>& TheLines() { return Immortal<Lines>(); }
 
 thread_local std::shared_ptr<Line> t_pDialled;  // from Dial to the link that the same thread makes of it
 
+std::atomic<long> g_nArrive{-1};  // of the write that breaks off; -1: none does
+
 }  // namespace
+
+void BreakWriting(std::size_t nArrive) { g_nArrive = static_cast<long>(nArrive); }
 
 std::shared_ptr<Line> LineOf(const Netrova::Link::_THandle* pLink)
 {
@@ -195,6 +201,12 @@ LinkSocket::Sent Transport::WriteNow(const Blocks& vecBlocks, std::size_t, std::
     const auto pLine = Fake::LineOf(m_pLink.get());
     if (!pLine)
         return LinkSocket::Sent::Failed;
+    if (const long nArrive = Fake::g_nArrive.exchange(-1); nArrive >= 0) {
+        Blocks vecArriving(1, vecBlocks.front());
+        vecArriving[0].resize(std::min(vecArriving[0].size(), static_cast<std::size_t>(nArrive)));
+        pLine->Write(vecArriving);
+        return LinkSocket::Sent::Failed;
+    }
     pLine->Write(vecBlocks);
     for (const std::vector<char>& vecBlock : vecBlocks)
         nCount += vecBlock.size();

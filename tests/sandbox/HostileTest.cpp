@@ -92,20 +92,6 @@ TEST_F(HostileTest, FramesArriveHoweverTheyAreCut)
         ASSERT_EQ(m_good.Receive<XS2C_QueryBillingInfoAns>()->nReqID, i);
 }
 
-// Every class of the protocol, saved empty and then damaged in one place.
-TEST_F(HostileTest, DamagedFramesOfEveryClass)
-{
-    std::mt19937 random(20261121);
-    for (const Wirova::ClassInfo& info : Wirova::AllClasses()) {
-        std::string strFrame = Sandbox::FrameOf(*info.pfnMake());
-        Client(m_sandbox.Port(), "whole").SendBytes(strFrame);
-        strFrame[random() % strFrame.size()] = static_cast<char>(random() & 0xFF);
-        Client(m_sandbox.Port(), "damaged").SendBytes(strFrame);
-    }
-    while (CountLinks() > 1)
-        std::this_thread::yield();  // every link of the above has met its end
-}
-
 TEST_F(HostileTest, APeerThatDoesNotReadIsNotReadEither)
 {
     Client client(m_sandbox.Port(), "flood");

@@ -36,6 +36,7 @@
 //     Service().WaitForConnection(2); waits until the library has connected for the second time
 //     Service().WaitForDisconnect();  waits until no connection is open
 //     Service().HoldReading(true);    leaves unread what the library sends
+//     Service().AllowBrokenFrames();  a connection that ends inside a frame is no fault
 //
 // A frame that is not exactly a message of the protocol is a fault; the fixtures fail a test with faults.
 // Callable from any thread. On's handlers run on the transport's thread, until SayNothing or the end of
@@ -169,6 +170,8 @@ public:
     // What the transport has taken is in the log.
     void Settle() { m_pTransport->Settle(); }
 
+    void AllowBrokenFrames() { m_state->bBrokenFrames = true; }
+
     std::vector<std::string> Faults() { return m_state->vecFaults; }
 
 private:
@@ -188,6 +191,7 @@ private:
         std::map<int, std::string> mapUnread;  // open connections: bytes that are no whole frame yet
         std::set<int> setClosedHere;
         int nConnections = 0;
+        bool bBrokenFrames = false;
         std::map<int, Responder> mapResponders;
     };
 

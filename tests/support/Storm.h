@@ -96,6 +96,7 @@ private:
             if (!m_bCalm && Dice(20) == 0)
                 return false;
             ans.strSeqNo = m_state->ledger.CheckIn(req.strUserID);
+            ans.strErrorMsg = "for " + req.strUserID;
             return AnswerSomehow(ans);
         });
         service.template On<XC2S_CheckOutReq>([this](const auto& req, auto& ans) {
@@ -112,6 +113,12 @@ private:
         });
     }
 
+    bool CheckIn(const std::string& strUser)
+    {
+        const auto res = this->Game().Checkin(strUser);
+        EXPECT_TRUE(res.nResult != 0 || res.szError == "for " + strUser) << res.szError;
+        return res.nResult == 0;
+    }
     // Without a call in flight the map has the user, or has not, as the game believes.
     void PlayCaller(Caller& caller, const std::string& strUser)
     {
@@ -125,7 +132,7 @@ private:
             ++caller.nCalls;
             if (caller.bIn)
                 this->Game().Checkout(strUser);
-            caller.bIn = !caller.bIn && this->Game().Checkin(strUser).nResult == 0;
+            caller.bIn = !caller.bIn && CheckIn(strUser);
         }
     }
 
