@@ -235,14 +235,15 @@ void Play::Finish(std::size_t nCall)
     Require(call.result.wait_for(20s) == std::future_status::ready, "every call ends");
     const Outcome outcome = call.result.get();
     const auto state = g_state.Lock();
-    const Asked& asked = state->mapAsked[call.nReqID];
+    const auto asked = state->mapAsked.find(call.nReqID);
     if (outcome.strText.ends_with("because of timeout."))
         Require(m_bTimeIsUp, "a call waits for five seconds");
     else if (call.nReqID != 0)
-        Require(asked.bAnswered && asked.strText == outcome.strText, "not its own: " + outcome.strText);
+        Require(asked != state->mapAsked.end() && asked->second.bAnswered &&
+                    asked->second.strText == outcome.strText,
+                "not its own: " + outcome.strText);
     else
         Require(!outcome.bSuccess, "who has asked nobody has no answer: " + outcome.strText);
-    state->mapAsked.erase(0);
     Conclude(state.value, call, outcome);
 }
 

@@ -1,6 +1,7 @@
 // Charges: whose term has ended, who is reported, and when.
 #include <thread>
 
+#include "comm/ChargePass.h"
 #include "comm/ResWaiter.h"
 #include "config/BillingIdMap.h"
 #include "session/ChargeGen.h"
@@ -94,6 +95,18 @@ TEST_F(ChargeTest, OnePassReportsEachProductsUsersInOrder)
     ChargeAll();
     EXPECT_EQ(NextCharge(), "7 a/seq-a b/seq-b");
     EXPECT_EQ(NextCharge(), "8 c/seq-c");
+    Service().ExpectNothing();
+}
+
+// A reload in the middle of a pass; by position, product 7 would be next once more.
+TEST_F(ChargeTest, AProductThatComesDuringAPassShiftsNoOther)
+{
+    ASSERT_TRUE(Game().Start());
+    Add("a", 2);
+    Add("c", 3, kFuture, 8);
+    FailSend();
+    SendChargePass([](int) { BillingIdMap().AddBilling(1, 2, "New"); });
+    EXPECT_EQ(NextCharge(), "8 c/seq-c!");
     Service().ExpectNothing();
 }
 
