@@ -156,6 +156,7 @@ protected:
     {
         UserInfoMap().AddUserInfo("abc", User("abc"));  // who leaves has to be in
         const Outcome outcome = row.call();
+        Service().Settle();  // m_play has ended, also for a call that has not waited for it
         UserInfoMap().RemoveAllUserInfo();
         return outcome;
     }
