@@ -77,7 +77,10 @@ void ServiceScript::OnBytes(int nConnection, std::string strBytes)
     std::vector<std::string> vecBodies;
     {
         const auto state = m_state.Lock();
-        std::string& strUnread = state->mapUnread[nConnection];
+        const auto it = state->mapUnread.find(nConnection);
+        if (it == state->mapUnread.end())  // written while the connection ended
+            return;
+        std::string& strUnread = it->second;
         strUnread += strBytes;
         while (strUnread.size() >= 4) {
             const Wirova::int32 nLength = NumberAt(strUnread);
