@@ -357,6 +357,7 @@ TEST_F(FaultMatrixTest, ClockJumps)
         Charge(&res);
         EXPECT_EQ(Game().Got<BillingEvent>().size(), UserInfoMap().HasUserInfo("abc") ? 0u : 1u) << nYear;
     }
+    Barrier();
     EXPECT_EQ(m_ledger.Checkouts("1"), 1);
 }
 
