@@ -71,7 +71,7 @@ struct ArrivingCall : UserCall {
         pSent = &record;
         return {UserInfoMap(), FieldText(record.szUserKey), record.nReqID};
     }
-    void OnAccepted() { UserInfoMap().SetSent(FieldText(pSent->szUserKey), pSent->nReqID); }
+    void OnAccepted() { UserInfoMap().SetSent(pSent->nReqID); }
 
     const _USER_SEND* pSent = nullptr;  // lives as long as the scope
 };

@@ -1,7 +1,6 @@
 // The single operations of the user map; the walks of the charge are in ChargeScan.cpp.
 #include "session/UserInfoMap.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -34,16 +33,16 @@ bool CUserInfoMap::EnterLocked(Place& place, int nReqID)
 {
     if (place.empty() || place.mapped()->GetLife() != ModuleLife::Current())
         return false;
-    const UnderWay* const pUnderWay = FindUnderWay(place.key(), nReqID);
-    const bool bSent = pUnderWay != nullptr && pUnderWay->nRecordNo != 0;
-    place.mapped()->SetRecordNo(bSent ? pUnderWay->nRecordNo : ++m_nLastRecordNo);
-    const auto it = m_mapUsers.find(place.key());
-    if (it != m_mapUsers.end() && it->second->GetRecordNo() > place.mapped()->GetRecordNo())
+    const CheckinScope* const pScope = nReqID != 0 ? FindScope(nReqID) : nullptr;
+    const bool bSent = pScope != nullptr && pScope->m_nRecordNo != 0 && pScope->m_key == place.key();
+    place.mapped()->SetRecordNo(bSent ? pScope->m_nRecordNo : ++m_nLastRecordNo);
+    auto [it, bInserted, rest] = m_mapUsers.insert(std::move(place));
+    if (bInserted)
+        return true;
+    place = std::move(rest);
+    if (it->second->GetRecordNo() > place.mapped()->GetRecordNo())
         return false;
-    if (it == m_mapUsers.end())
-        m_mapUsers.insert(std::move(place));
-    else
-        it->second.swap(place.mapped());
+    it->second.swap(place.mapped());
     return true;
 }
 
@@ -113,32 +112,37 @@ std::size_t CUserInfoMap::GetCount()
     return m_mapUsers.size();
 }
 
-CUserInfoMap::CheckinScope::CheckinScope(CUserInfoMap& map, std::string_view key, int nReqID) : m_map(map)
+CUserInfoMap::CheckinScope::CheckinScope(CUserInfoMap& map, std::string_view key, int nReqID)
+    : m_map(map), m_key(key), m_nReqID(nReqID)
 {
-    std::string strKey(key);
     const ScopedLock lock(m_map.m_lock);
-    m_it = m_map.m_mapCheckins.emplace(std::move(strKey), UnderWay{nReqID});
+    CheckinScope*& pPlace = m_map.FindScope(m_nReqID);
+    m_pNext = pPlace;
+    pPlace = this;
 }
 
 CUserInfoMap::CheckinScope::~CheckinScope()
 {
     const ScopedLock lock(m_map.m_lock);
-    m_map.m_mapCheckins.erase(m_it);
+    CheckinScope** ppThis = &m_map.FindScope(m_nReqID);
+    while (*ppThis != this)
+        ppThis = &(*ppThis)->m_pNext;
+    *ppThis = m_pNext;
 }
 
-CUserInfoMap::UnderWay* CUserInfoMap::FindUnderWay(std::string_view key, int nReqID)
+CUserInfoMap::CheckinScope*& CUserInfoMap::FindScope(int nReqID)
 {
-    const auto [itBegin, itEnd] = m_mapCheckins.equal_range(key);
-    const auto it =
-        std::find_if(itBegin, itEnd, [nReqID](const auto& entry) { return entry.second.nReqID == nReqID; });
-    return it != itEnd ? &it->second : nullptr;
+    CheckinScope** ppScope = &m_arrScopes[static_cast<unsigned int>(nReqID) % m_arrScopes.size()];
+    while (*ppScope != nullptr && (*ppScope)->m_nReqID != nReqID)
+        ppScope = &(*ppScope)->m_pNext;
+    return *ppScope;
 }
 
-void CUserInfoMap::SetSent(std::string_view key, int nReqID)
+void CUserInfoMap::SetSent(int nReqID)
 {
     const ScopedLock lock(m_lock);
-    if (UnderWay* const pUnderWay = FindUnderWay(key, nReqID))
-        pUnderWay->nRecordNo = ++m_nLastRecordNo;
+    if (CheckinScope* const pScope = FindScope(nReqID))
+        pScope->m_nRecordNo = ++m_nLastRecordNo;
 }
 
 CUserInfoMap::Other CUserInfoMap::LookForOther(std::string_view key, std::string_view seqNo)
@@ -147,7 +151,13 @@ CUserInfoMap::Other CUserInfoMap::LookForOther(std::string_view key, std::string
     const auto it = m_mapUsers.find(key);
     if (it != m_mapUsers.end())
         return it->second->GetSeqNo() == seqNo ? Other::Same : Other::Some;
-    return m_mapCheckins.contains(key) ? Other::Some : Other::None;
+    for (const CheckinScope* pScope : m_arrScopes) {
+        for (; pScope != nullptr; pScope = pScope->m_pNext) {
+            if (pScope->m_key == key)
+                return Other::Some;
+        }
+    }
+    return Other::None;
 }
 
 // Out of memory counts as an empty list: the message is then not sent, which is no failure of the send.

@@ -3,6 +3,7 @@
 // loss of the connection does not change the map; after the next one the service is sent the whole list.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -68,12 +69,8 @@ public:
         return true;
     }
 
-    // A checkin that is under way, or a move that takes a user over.
-    struct UnderWay {
-        int nReqID;
-        std::uint64_t nRecordNo = 0;  // of the session to come; 0 until the link has accepted the request
-    };
-    // For the length of such a call.
+    // For the length of a checkin, or of a move that takes a user over. The key is the caller's. Takes no
+    // memory: the scopes are chained through themselves.
     class CheckinScope {
     public:
         CheckinScope(CUserInfoMap& map, std::string_view key, int nReqID);
@@ -82,11 +79,15 @@ public:
         CheckinScope& operator=(const CheckinScope&) = delete;
 
     private:
+        friend class CUserInfoMap;
         CUserInfoMap& m_map;
-        std::multimap<std::string, UnderWay, std::less<>>::iterator m_it;
+        const std::string_view m_key;
+        const int m_nReqID;
+        CheckinScope* m_pNext = nullptr;
+        std::uint64_t m_nRecordNo = 0;  // of the session to come; 0 until the link has accepted the request
     };
     // The link has accepted the request of that scope. With the active link list locked. Takes no memory.
-    void SetSent(std::string_view key, int nReqID);
+    void SetSent(int nReqID);
     // What there is of the user beside the session of that Seq No.
     enum class Other {
         None,  // nothing: the user is not in the map and no checkin is under way
@@ -116,14 +117,15 @@ public:
 
 private:
     Users::iterator Find(std::string_view key, std::uint64_t nRecordNo) REQUIRES(m_lock);  // or the end
-    UnderWay* FindUnderWay(std::string_view key, int nReqID) REQUIRES(m_lock);
+    // Where the scope of that Req ID is pointed to, or the end of its chain.
+    CheckinScope*& FindScope(int nReqID) REQUIRES(m_lock);
     bool EnterLocked(Place& place, int nReqID) REQUIRES(m_lock);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                Kernova::Threading::LockRank::UserInfoMap};
     Users m_mapUsers GUARDED_BY(m_lock);
     std::uint64_t m_nLastRecordNo GUARDED_BY(m_lock) = 0;  // never starts again
-    std::multimap<std::string, UnderWay, std::less<>> m_mapCheckins GUARDED_BY(m_lock);
+    std::array<CheckinScope*, 64> m_arrScopes GUARDED_BY(m_lock){};
 };
 
 // The one object of the process.
