@@ -187,8 +187,8 @@ protected:
         EndWaits(kAnswer);
         EXPECT_TRUE(call.get().IsTimeout()) << row.pszName;
         EXPECT_EQ(DataPool().GetCount(), 0u);
+        EndWaits(kReconnectCycle);  // no more the wait for the answer to the registration
         Service().Up();
-        EndWaits(kReconnectCycle);
         Service().Expect<XC2S_VelkarConnectReq>();
         EndWaits(kStill);
         Service().Expect<XC2S_Heartbeat>();  // follows every connection
