@@ -148,6 +148,7 @@ void Throw(const Library& library)
 }
 
 std::function<void()> g_stop;
+std::thread g_notices;
 std::atomic<int> g_nNotices{0};
 
 // Notices come all the time. Behind the stop, in what remains of the exit, none reaches the game.
@@ -159,12 +160,13 @@ void LeaveStopping(const Library& library)
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         if (g_nNotices != nNotices)
             Die("callbacks after the stop: " + std::to_string(g_nNotices - nNotices));
+        g_notices.join();
     };
     std::atexit([] { g_stop(); });
     _CONNECTOR_CALLBACKS callbacks{};
     callbacks.pfnNotifyStorageInfo = [](const _STORAGE_NOTI_INFO*) { ++g_nNotices; };
     library.Start(callbacks);
-    std::thread([] {
+    g_notices = std::thread([] {
         for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
             try {
                 Service().Send(XS2C_NotifyStorageInfo());
@@ -172,7 +174,7 @@ void LeaveStopping(const Library& library)
                 return;
             }
         }
-    }).detach();
+    });
     for (int n = 0; n < 2000 && g_nNotices == 0; ++n)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     std::exit(0);  // with the service still there
