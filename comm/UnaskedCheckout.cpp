@@ -8,8 +8,8 @@
 CheckedOut SendUnaskedCheckout(const CUserInfo& info, CheckoutOf session)
 {
     auto& failed = FailedCheckOutVector();
-    const std::string strSeqNo = info.GetSeqNo();
-    const std::string strKey = info.GetKey();
+    const std::string& strSeqNo = info.GetSeqNo();
+    const std::string& strKey = info.GetKey();
     auto place = CFailedCheckOutVector::MakePlace(info, -1);
     bool bAccepted = false;
     const auto onAccepted = [&] {
