@@ -14,32 +14,6 @@ void Answer(CFirstConnectWait& wait, int nResult, const char* pszMessage, const 
     wait.ReleaseConnectWait(pLink);
 }
 
-// The answer is there long before, or only just before, anybody waits for it.
-TEST(FirstConnectWait, AFastAnswerIsNeverLost)
-{
-    CFirstConnectWait wait;
-    wait.Open();
-    for (int i = 0; i < 1000; ++i) {
-        wait.ExpectAnswer();
-        std::thread handler([&] { Answer(wait, i % 2, "welcome"); });
-        if (i % 3 == 0)
-            std::this_thread::yield();
-        wait.WaitForConnectAnswer();
-        handler.join();
-        ASSERT_EQ(wait.GetConnectResult(), i % 2);
-        ASSERT_EQ(wait.GetConnectMessage(), "welcome");
-    }
-}
-
-TEST(FirstConnectWait, AnAnswerThatNobodyExpectsAnyMoreHoldsNobody)
-{
-    CFirstConnectWait wait;
-    wait.Open();
-    wait.ExpectAnswer();
-    wait.ForgetAnswer();  // the connection has failed
-    Answer(wait, 7, "late");
-}
-
 // An acceptance that was late from one link does not count for the next.
 TEST(FirstConnectWait, AnAnswerBelongsToItsLink)
 {

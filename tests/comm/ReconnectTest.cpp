@@ -138,25 +138,6 @@ TEST_F(ReconnectTest, ASecondUnaskedAnswerHoldsNobody)
     EXPECT_EQ(Service().Connections(), 1);
 }
 
-TEST_F(ReconnectTest, ACycleBelowOneIsNoFlood)
-{
-    Game().settings.nHeartbeatCycle = -5;
-    Game().settings.nReconnectCycle = -1;
-    ASSERT_TRUE(Game().Start());
-    SetSecond(std::chrono::milliseconds(100));
-    Service().Down();
-    Service().WaitForDisconnect();
-    const int nBefore = Calls(Op::Connect);
-    std::this_thread::sleep_for(std::chrono::seconds(1));  // ten seconds of the library
-    EXPECT_LE(Calls(Op::Connect) - nBefore, 12);
-    Service().Up();
-    Service().WaitForConnection(2);
-    Service().Forget();
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    EXPECT_LE(Service().Count<XC2S_Heartbeat>(), 12);
-    EXPECT_GE(Service().Count<XC2S_Heartbeat>(), 1);
-}
-
 TEST_F(ReconnectTest, AStreamThatFailsIsTriedAgainButNotForEver)
 {
     Play({});

@@ -11,16 +11,11 @@ class BillingCallsTest : public StartedTest {
 protected:
     static bool IsIn(const char* pszUser) { return UserInfoMap().HasUserInfo(pszUser); }
     static std::size_t Lists() { return DataPool().GetCount(); }
-    static _USER_MOVE_INFO MoveInfo(int nSeqNo)
-    {
-        auto info = Named::Full<_USER_MOVE_INFO>();
-        info.nSeqNo = nSeqNo, info.bFirst = 0, info.bFree = 'Y';
-        return info;
-    }
     // An arrival, of the user with that Seq No.
     std::string MoveFrom(const char* pszUser, int nSeqNo = 77)
     {
-        s_info = MoveInfo(nSeqNo);
+        s_info = Named::Full<_USER_MOVE_INFO>();
+        s_info.nSeqNo = nSeqNo, s_info.bFirst = 0, s_info.bFree = 'Y';
         const auto call = [](const _USER_REQ* pReq, _RESULT_RES* pRes) { UserMoveFrom(pReq, &s_info, pRes); };
         return Named::Pick(Game().Call<_USER_REQ, _RESULT_RES>(call, Game().User(pszUser)),
                            "bSuccess szError");
@@ -86,23 +81,6 @@ TEST_F(BillingCallsTest, ARefusalOrATimeoutBringsNoList)
     }
     EXPECT_FALSE(IsIn("abc"));
     EXPECT_EQ(Lists(), 0u);
-}
-
-// However early the answer comes, its caller gets it.
-TEST_F(BillingCallsTest, NoAnswerOvertakesItsCaller)
-{
-    Service().SayYes();
-    std::vector<std::future<void>> vecCallers;
-    for (int n = 0; n < 4; ++n) {
-        vecCallers.push_back(Game().Later([&, n] {
-            for (int i = 0; i < 500; ++i) {
-                ASSERT_EQ(Game().Checkin("user" + std::to_string(n)).nResult, 0);
-                ASSERT_EQ(Game().Checkout("user" + std::to_string(n)).bSuccess, 1);
-            }
-        }));
-    }
-    for (auto& caller : vecCallers)
-        caller.get();
 }
 
 TEST_F(BillingCallsTest, ABillingQueryChangesNobody)

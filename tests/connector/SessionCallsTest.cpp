@@ -181,7 +181,7 @@ TEST_F(SessionCallsTest, WhatBelongsToAnEarlierLifeStaysOutOfTheNext)
     Game().Stop();
     ASSERT_TRUE(Game().Start());
     CheckinAnsweredWith(0);
-    checkout.get();  // has timed out
+    EXPECT_STREQ(checkout.get().szError, "Failed to receive a 'XS2C_CheckOutAns' msg because of timeout.");
     EXPECT_TRUE(IsIn("abc"));
     FailedCheckOutVector().AddFailedUser(old);
     EXPECT_EQ(FailedCheckOutVector().GetCount(), 0u);

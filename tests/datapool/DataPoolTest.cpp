@@ -13,23 +13,6 @@
 
 namespace {
 
-using Tags = CDataNode<_TAG_INFO>;
-
-TEST(DataPool, KeepsTheFirstNodeOfAnId)
-{
-    CDataPool pool;
-    const auto pFirst = std::make_shared<Tags>();
-    pFirst->Add({"first"});
-    EXPECT_TRUE(pool.Insert(1, pFirst));
-    EXPECT_FALSE(pool.Insert(1, std::make_shared<Tags>()));
-    EXPECT_FALSE(pool.Insert(2, nullptr));
-    EXPECT_EQ(pool.GetDataSizeOf(1), 1u);
-    EXPECT_EQ(pool.GetDataSizeOf(2), 0u);
-    EXPECT_EQ(pool.FindListOf<_COUPON_INFO>(1), nullptr);  // a list of other records
-    EXPECT_TRUE(pool.Erase(1));
-    EXPECT_FALSE(pool.Erase(1));
-}
-
 TEST(DataNode, GivesBackEveryByteWhereverTheZerosStand)
 {
     CDataNode<_STORAGE_INFO> node;
@@ -60,7 +43,7 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
 {
     CDataPool pool;
     for (std::uint32_t n = 0; n < 200; ++n) {
-        auto pNode = std::make_shared<Tags>();
+        auto pNode = std::make_shared<CDataNode<_TAG_INFO>>();
         for (int i = 0; i < 100; ++i)
             pNode->Add({"0123456789"});
         pool.Insert(n, pNode);
@@ -81,29 +64,6 @@ TEST(DataPool, AListThatIsBeingReadSurvivesTheEmptyingOfThePool)
     pool.Clear();
     reader.join();
     EXPECT_EQ(pool.GetCount(), 0u);
-}
-
-// Leaks are the sanitizer's to find.
-TEST(DataAutoDestroyer, FreesWhatHasNotBeenHandedOn)
-{
-    const std::size_t nBefore = DataPool().GetCount();
-    _DATA_HANDLE* pHandedOn = nullptr;
-    for (const char* pszWay : {"never inserted", "inserted", "handed on"}) {
-        CDataAutoDestroyer list;
-        list.Make<_TAG_INFO>(DataTag::kTag)->Add({"x"});
-        if (*pszWay == 'n')
-            continue;
-        EXPECT_TRUE(list.InsertNode());
-        EXPECT_EQ(DataPool().GetCount(), nBefore + 1) << pszWay;
-        if (*pszWay == 'h') {
-            list.Disarm();
-            pHandedOn = list.GetHandle();
-        }
-    }
-    CDataAutoDestroyer().SetNode(std::make_shared<Tags>());
-    EXPECT_EQ(DataPool().GetCount(), nBefore + 1);
-    DestroyHandle(pHandedOn);
-    EXPECT_EQ(DataPool().GetCount(), nBefore);
 }
 
 }  // namespace

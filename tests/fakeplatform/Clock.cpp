@@ -26,9 +26,9 @@ struct Clock {
     double Factor() const { return 1e9 / static_cast<double>(second.count()); }
     nanoseconds Now() const { return system + Scaled(steady_clock::now() - real, Factor()); }
     nanoseconds RealTimeUntil(nanoseconds then) const { return Scaled(then - Now(), 1 / Factor()); }
-    void Change(nanoseconds ahead, nanoseconds newSecond)
+    void Change(nanoseconds newSecond)
     {
-        system = Now() + ahead;
+        system = Now();
         real = steady_clock::now();
         second = newSecond;
         endingWaits.reset();
@@ -60,15 +60,9 @@ std::optional<nanoseconds> NextSleep(nanoseconds end, std::chrono::milliseconds 
 
 nanoseconds Now() { return TheClock()->Now(); }
 
-void SetSecond(std::chrono::milliseconds real) { TheClock()->Change({}, real); }
+void SetSecond(std::chrono::milliseconds real) { TheClock()->Change(real); }
 
 void EndWaits(std::chrono::milliseconds longest) { TheClock()->endingWaits = longest; }
-
-void Advance(std::chrono::milliseconds system)
-{
-    const auto clock = TheClock().Lock();
-    clock->Change(system, clock->second);
-}
 
 }  // namespace Fake
 

@@ -51,10 +51,8 @@ int Calls(Op op);
 // How long one second of the library's waits takes. 200 ms unless set: a limit of 5000 ms is then one
 // second, which a loaded machine does not miss.
 void SetSecond(std::chrono::milliseconds real);
-// Takes the library's clock forward at once; waits that are due end.
-void Advance(std::chrono::milliseconds system);
 
-// Stops the library's clock, until one of the two above: from now on a wait of at most that length ends at
+// Stops the library's clock until the next SetSecond: from now on a wait of at most that length ends at
 // once, and a longer one only by what it waits for. So a play says when what runs out: a wait for an answer
 // takes 5000 milliseconds, cycles take what the settings say, and what must not run out is longer.
 void EndWaits(std::chrono::milliseconds longest);

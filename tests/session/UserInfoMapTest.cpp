@@ -6,20 +6,6 @@
 
 namespace {
 
-TEST(UserInfoMap, ANewCheckinReplacesTheRecord)
-{
-    CUserInfoMap users;
-    CUserInfo first = User("abc", "10.0.0.1", "1");
-    first.SetFirst(false);
-    ASSERT_TRUE(users.AddUserInfo("abc", first));
-    ASSERT_TRUE(users.AddUserInfo("abc", User("abc", "10.0.0.2", "2")));
-    CUserInfo found;
-    ASSERT_TRUE(users.FindUserInfo("abc", found));
-    EXPECT_EQ(found.GetSeqNo(), "2");
-    EXPECT_TRUE(found.IsFirst());
-    EXPECT_EQ(users.GetCount(), 1u);
-}
-
 TEST(UserInfoMap, RefusesWhatNamesNobody)
 {
     CUserInfoMap users;
@@ -28,9 +14,6 @@ TEST(UserInfoMap, RefusesWhatNamesNobody)
     EXPECT_TRUE(users.AddUserInfo("abc", User("abc", "")));
     EXPECT_FALSE(users.RemoveUserInfo(""));
     EXPECT_FALSE(users.RemoveUserInfo("other"));
-    CUserInfo out = User("kept");
-    EXPECT_FALSE(users.FindUserInfo("other", out));
-    EXPECT_EQ(out.GetKey(), "kept");
 }
 
 TEST(UserInfoMap, ListsUsersInTheOrderOfTheirKeys)
