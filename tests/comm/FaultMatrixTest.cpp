@@ -85,22 +85,22 @@ protected:
         Add<XC2S_QueryRuvcoinReq>(&QueryRuvCoinInfo);
         Add<XC2S_SearchStorageReq>(&QueryStorageInfo);
         Add<XC2S_ConfirmReadStorageReq>(&ReadStorageInfo);
-        AddWithList<XC2S_RequestUseStorageReq>(&StorageToInventory, &GetHandleForUseStorageItemInfo);
-        AddWithList<XC2S_ConfirmUseStorageReq>(&ConfirmStorageToInventory,
-                                               &GetHandleForConfirmUseStorageItemInfo);
-        AddWithList<XC2S_CancelUseStorageReq>(&CancelStorageToInventory,
-                                              &GetHandleForCancelUseStorageItemInfo);
+        Add<XC2S_RequestUseStorageReq>(&WithList<&StorageToInventory, &GetHandleForUseStorageItemInfo>);
+        Add<XC2S_ConfirmUseStorageReq>(
+            &WithList<&ConfirmStorageToInventory, &GetHandleForConfirmUseStorageItemInfo>);
+        Add<XC2S_CancelUseStorageReq>(
+            &WithList<&CancelStorageToInventory, &GetHandleForCancelUseStorageItemInfo>);
         Add<XC2S_PurchaseProductReq>(&PurchaseProduct);
     }
     template <class Message, class Request, class Response>
-    void Add(void (*pfnCall)(const Request*, Response*), const Request& req = {})
+    void Add(void (*pfnCall)(const Request*, Response*))
     {
         Serve<Message>();
-        m_vecRows.push_back({Message().GetMsgName(), [this, pfnCall, req] {
-                                 Request filled = req;
-                                 if constexpr (requires { filled.szUserID; })
-                                     Put(filled.szUserID, "abc");
-                                 Response res = Game().Call(pfnCall, filled);
+        m_vecRows.push_back({Message().GetMsgName(), [this, pfnCall] {
+                                 Request req{};
+                                 if constexpr (requires { req.szUserID; })
+                                     Put(req.szUserID, "abc");
+                                 Response res = Game().Call(pfnCall, req);
                                  DestroyLists(res);
                                  if constexpr (requires { res.nResult; })
                                      return Outcome{res.nResult == 0, res.szError};
@@ -108,18 +108,13 @@ protected:
                                      return Outcome{res.bSuccess == 1, res.szError};
                              }});
     }
-    template <class Message>
-    void AddWithList(void (*pfnCall)(const _STORAGE_USE_REQ*, _RESULT_RES*),
-                     _DATA_HANDLE* (*pfnMake)(char*, std::size_t))
+    template <auto pfnCall, auto pfnMake>
+    static void WithList(const _STORAGE_USE_REQ* pReq, _RESULT_RES* pRes)
     {
-        Serve<Message>();
-        m_vecRows.push_back({Message().GetMsgName(), [this, pfnCall, pfnMake] {
-                                 _STORAGE_USE_REQ req{};
-                                 req.hUseStorage = pfnMake(nullptr, 0);
-                                 const auto res = Game().Call(pfnCall, req);
-                                 DestroyHandle(req.hUseStorage);
-                                 return Outcome{res.bSuccess == 1, res.szError};
-                             }});
+        _STORAGE_USE_REQ req = *pReq;
+        req.hUseStorage = pfnMake(nullptr, 0);
+        pfnCall(&req, pRes);
+        DestroyHandle(req.hUseStorage);
     }
     // Each request is left to m_play, with its frames made.
     template <class Request>

@@ -31,6 +31,7 @@ struct Filling {
     }
 };
 
+// Users without an id are named by their number.
 template <class Record, class Row>
 Record Expected(const Row& row)
 {

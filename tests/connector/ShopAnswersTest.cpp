@@ -66,14 +66,8 @@ TEST_F(ShopAnswersTest, EveryFieldOfARowArrives)
     Reads<XC2S_SearchStorageReq>(&QueryStorageInfo, &GetStorageItemData);
 }
 
-// Users without an id are named by their number; tags are bare texts.
-TEST_F(ShopAnswersTest, RowsThatFollowRulesOfTheirOwn)
+TEST_F(ShopAnswersTest, TagsAreBareTexts)
 {
-    Service().On<XC2S_SearchStorageReq>("vecStorage={strSenderUserNo=501 strUserNo=502}");
-    const auto storage =
-        RowOf(Game().Call(&QueryStorageInfo, _STORAGE_SEARCH_REQ{}).hData, &GetStorageItemData);
-    EXPECT_STREQ(storage.szSenderUserID, "501");
-    EXPECT_STREQ(storage.szUserID, "502");
     Service().On<XC2S_QueryTagReq>([](const auto&, auto& ans) {
         ans.vecTag = {"new", std::string(200, 't')};
     });

@@ -17,13 +17,6 @@ protected:
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(6));
         EXPECT_FALSE(InitializedFlag().IsSet());
     }
-    void SendEvent(int nCode)
-    {
-        XS2C_BillingEventNotice notice;
-        notice.strUserID = "abc";
-        notice.nEventCode = nCode;
-        Service().Send(notice);
-    }
 };
 
 // Far more callers than processors, who never pause.
@@ -54,7 +47,7 @@ TEST_F(StopTest, WhileManyCallersWorkOnABusyMachine)
 TEST_F(StopTest, WhileACallbackRuns)
 {
     Game().Hold<BillingEvent>();
-    SendEvent(1);
+    Service().Send<XS2C_BillingEventNotice>("strUserID=abc nEventCode=1");
     Game().WaitFor<BillingEvent>();
     auto stop = Game().Later([] { ExpectStop(); });
     EXPECT_EQ(stop.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
@@ -73,7 +66,7 @@ TEST_F(StopTest, InsideACallbackItDoesNothing)
         UninitModule();
         bInit = static_cast<bool>(Game().Init());
     });
-    SendEvent(1);
+    Service().Send<XS2C_BillingEventNotice>("strUserID=abc nEventCode=1");
     Game().WaitFor<BillingEvent>();
     Service().On<XC2S_CheckInReq>([](const auto&, auto& ans) { ans.strEndDate = "2000"; });
     EXPECT_EQ(Game().Checkin("abc").nResult, 0);

@@ -30,12 +30,6 @@ TEST(FailedCheckOutVector, ADeliveryTakesOnlyWhatItHasListed)
     List list;
     ASSERT_TRUE(failed.GetFailedCheckOutList(list));
     failed.AddFailedUser(User("late", "10.0.0.2"));
-    std::string strDump;
-    ASSERT_TRUE(failed.DumpFailedUsers(strDump));
-    EXPECT_EQ(strDump,
-              "[Failed Checkout Vector] Failed checkout user list start.\r\n"
-              "\tUser ID: abc\r\n\tUser IP: 10.0.0.1\r\n"
-              "[Failed Checkout Vector] Failed checkout user list end.");
     failed.ClearFailedUsers();
 
     List next;
