@@ -31,7 +31,7 @@ namespace Fake {
 enum class Op {
     PoolCreate, ThreadStart,
     ConnectorCreate, SetOnConnected, SetOnDisconnected, SetOnTimeout, SetOnReceived, Connect,
-    LockActiveLinks, GetLink, LinkSend, LinkRecv, LockReadStream,
+    LockActiveLinks, GetLink, LinkSend, LockReadStream,
     StreamCreate, StreamWrite, StreamRemoveLeft,
     LogInitialize,
     LastWriteTime, OpenFile, CreateStopEvent, FindFirstChange, FindNextChange, WaitForChange

@@ -155,7 +155,7 @@ int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
 
 bool HasSentAll(_THandle* pLink) { return pLink->HasSentAll(); }
 
-int Recv(_THandle* pLink, int size) { return MustFail(Op::LinkRecv) ? -1 : pLink->Recv(size); }
+int Recv(_THandle* pLink, int size) { return pLink->Recv(size); }
 
 Strova::_THandle* LockReadStream(_THandle* pLink)
 {
