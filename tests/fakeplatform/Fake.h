@@ -2,12 +2,13 @@
 // nothing else: locks, events, threads, the pool, streams, connectors and links are compiled from
 // platform/common/, with the following in front of them or in their place.
 //
-//   Waits and   run by a clock of their own: Fake::SetSecond says how long one second of the library takes;
-//   it sleeps      counts for waits that have begun, too. Failures    come on order:
-//   Fake::Fail(Op::LinkSend);                the next Send fails
-//                               Fake::Fail(Op::StreamWrite, 1, 5);       the sixth write from now fails
-//                               Fake::Fail(Op::Connect, Fake::kAlways, 0, 10061);   all, with that code
-//               Platova::GetLastError gives the code. Work of the test itself (Support::Outside) is
+//   Waits       and sleeps run by a clock of their own: Fake::SetSecond says how long one second of the
+//               library takes; it counts for waits that have begun, too.
+//   Failures    come on order:
+//                   Fake::Fail(Op::LinkSend);                  the next Send fails
+//                   Fake::Fail(Op::StreamWrite, 1, 5);         the sixth write from now fails
+//                   Fake::Fail(Op::OpenFile, Fake::kAlways);   all fail
+//               Platova::GetLastError gives kOrderedCode. Work of the test itself (Support::Outside) is
 //               passed over.
 //   Network     in memory instead of on sockets: fakeplatform/MemoryTransport.h.
 //   Log         in memory: fakeplatform/FakeLog.h.
@@ -30,7 +31,7 @@ namespace Fake {
 // clang-format off
 enum class Op {
     PoolCreate, ThreadStart,
-    ConnectorCreate, SetOnConnected, SetOnDisconnected, SetOnTimeout, SetOnReceived, Connect,
+    ConnectorCreate, SetOnConnected, SetOnDisconnected, SetOnTimeout, SetOnReceived,
     LockActiveLinks, GetLink, LinkSend, LockReadStream,
     StreamCreate, StreamWrite, StreamRemoveLeft,
     LogInitialize,
@@ -42,9 +43,9 @@ inline constexpr int kAlways = std::numeric_limits<int>::max();
 inline constexpr unsigned int kOrderedCode = 4711;
 inline constexpr unsigned int kRefusedCode = 10061;
 
-// After nAfter further calls that work, the next nTimes calls of that operation fail with that code.
-// Replaces an earlier order for the same operation.
-void Fail(Op op, int nTimes = 1, int nAfter = 0, unsigned int nCode = kOrderedCode);
+// After nAfter further calls that work, the next nTimes calls of that operation fail. Replaces an earlier
+// order for the same operation.
+void Fail(Op op, int nTimes = 1, int nAfter = 0);
 // How often the library has called the operation since Reset, failures included.
 int Calls(Op op);
 

@@ -9,7 +9,7 @@
 //
 // Verbs:
 //   Service()   support/ServiceScript.h        Game()      support/GameServer.h
-//   FailSend(), Fail(Op::Connect), SetSecond, HoldPools,
+//   FailSend(), Fail(Op::StreamWrite), SetSecond, HoldPools,
 //   Calls(Op::...)            fakeplatform/Fake.h
 //   Journal::Logged(Journal::Level::Error, "part of the line"), Journal::WaitFor     fakeplatform/FakeLog.h
 //   HostProcess::SetLocalTime, Boxes, NotifyChange                                   fakeplatform/FakeHost.h

@@ -102,8 +102,6 @@ FAKE_SET_ON(Received)
 
 bool Connect(_THandle* pConnector, const char* host, unsigned short port, int timeoutMilliseconds)
 {
-    if (MustFail(Op::Connect))
-        return false;
     const Support::Outside outside;  // the link's own stream
     return pConnector->Connect(host, port, timeoutMilliseconds);
 }

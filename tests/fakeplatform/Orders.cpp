@@ -12,7 +12,6 @@ namespace {
 struct Order {
     int nAfter = 0;
     int nTimes = 0;
-    unsigned int nCode = 0;
     int nCalls = 0;
 };
 
@@ -26,11 +25,11 @@ Support::Guarded<OrderState>& TheOrders() { return Immortal<OrderState>(); }
 
 }  // namespace
 
-void Fail(Op op, int nTimes, int nAfter, unsigned int nCode)
+void Fail(Op op, int nTimes, int nAfter)
 {
     const auto state = TheOrders().Lock();
     Order& order = state->mapOrders[op];
-    order = {nAfter, nTimes, nCode, order.nCalls};
+    order = {nAfter, nTimes, order.nCalls};
 }
 
 int Calls(Op op) { return TheOrders()->mapOrders[op].nCalls; }
@@ -46,7 +45,7 @@ bool MustFail(Op op)
         return false;
     order.nAfter = 0;
     order.nTimes -= order.nTimes == kAlways ? 0 : 1;
-    Platova::SetLastError(order.nCode);
+    Platova::SetLastError(kOrderedCode);
     return true;
 }
 
