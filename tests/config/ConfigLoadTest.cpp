@@ -1,9 +1,7 @@
 // One load of the settings file: what it reads, how it fails, what it leaves behind.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <set>
-#include <thread>
 
 #include "config/BillingIdMap.h"
 #include "config/ConfigReader.h"
@@ -232,39 +230,6 @@ TEST_F(ConfigLoad, NamesOutliveAClear)
         EXPECT_EQ(Products().GetBillingId(1) + Products().GetProductIdAt(1), 4) << "no second product";
         EXPECT_STREQ(pszOld, "old");
     }
-}
-
-// For ThreadSanitizer, and no value is ever seen half-written.
-TEST_F(ConfigLoad, AccessorsDuringLoads)
-{
-    const std::string strFirst = "first.address.of.the.service";
-    const auto text = [](const std::string& strIP, const char* pszNumber) {
-        return Text()
-            .Products({{"101", "n", "1"}})
-            .Set({{"SERVER_IP", strIP}, {"USE_USER_NUMBER", pszNumber}});
-    };
-    ASSERT_TRUE(Load(text(strFirst, "true")));
-    std::atomic<bool> bEnd{false};
-    const auto look = [&] {
-        while (!bEnd) {
-            const std::string strIP = m_reader.GetServerIP();
-            EXPECT_TRUE(strIP == strFirst || strIP == "second");
-            EXPECT_EQ(m_reader.GetServerPort() + m_reader.GetHeartbeatCycle() + m_reader.GetReconnectCycle() +
-                          m_reader.GetChargeCycle(),
-                      7036);
-            EXPECT_EQ(m_reader.GetLogovaLogger() + m_reader.GetLastErrorText(), "logger");
-            m_reader.IsUseUserNumber();
-            for (int nPosition = Products().GetProductCount(); nPosition >= 0; --nPosition)
-                Products().GetBillingName(Products().GetProductIdAt(nPosition));
-            Events().InternName(Products().GetBillingId(101));
-        }
-    };
-    std::thread first(look), second(look);
-    for (int n = 0; n < 50; ++n)
-        EXPECT_TRUE(Load(n % 2 == 0 ? text("second", "false") : text(strFirst, "true")));
-    bEnd = true;
-    first.join();
-    second.join();
 }
 
 }  // namespace

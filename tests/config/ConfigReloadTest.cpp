@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <thread>
 
 #include "config/ConfigReader.h"
 #include "tests/config/SettingsText.h"
@@ -55,26 +54,6 @@ TEST_F(ConfigReload, ANewFileIsMovedOverTheOldOne)
                                      std::filesystem::last_write_time(m_file.Path()) - std::chrono::hours(1));
     std::filesystem::rename(m_other.Path(), m_file.Path());
     EXPECT_TRUE(WaitForPort(1002));
-}
-
-TEST_F(ConfigReload, ShutdownAndSavesAtAnyMoment)
-{
-    for (int n = 0; n < 30; ++n) {
-        m_reader.Shutdown();
-        m_reader.Shutdown();
-        m_file.Write(Port(n + 1));
-        ASSERT_TRUE(m_reader.Open(m_file.Path()));
-        EXPECT_EQ(m_reader.GetServerPort(), n + 1) << "values outlive a shutdown and are read anew";
-        if (n % 3 != 1)
-            m_file.Write(Port(5000 + n));  // right behind the load, and for every third round into a load
-        if (n % 3 == 1)
-            std::this_thread::sleep_for(std::chrono::milliseconds(n));
-        ASSERT_TRUE(n % 3 != 2 || WaitForPort(5000 + n));
-    }
-    ASSERT_TRUE(m_reader.Open(m_file.Path()))
-        << "a second Open without a Shutdown loads, and the thread runs on";
-    m_file.Write(Port(6000));
-    EXPECT_TRUE(WaitForPort(6000));
 }
 
 }  // namespace

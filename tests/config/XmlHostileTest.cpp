@@ -4,8 +4,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "config/proj/TarvoXmlParser/src/TarvoXmlParser.h"
 #include "config/proj/TarvoXmlParser/src/xmlParser.h"
@@ -90,23 +88,6 @@ TEST(XmlHostile, ParsingGrowsWithTheText)
             kSmall, [&](int n) { XMLNode::parseString((n == kSmall ? strSmall : strLarge).c_str(), "t"); });
         EXPECT_LT(dGrowth, Growth::kMost) << pszWhat;
     }
-}
-
-// Different documents on different threads, with the options being set meanwhile: for ThreadSanitizer.
-TEST(XmlHostile, DocumentsOnSeveralThreads)
-{
-    const auto work = [](int nEncoding) {
-        for (int n = 0; n < 200; ++n) {
-            XMLNode::setGlobalOptions(nEncoding);
-            EXPECT_STREQ(XMLNode::parseString("<a><b c='&lt;'/>x<!-- -->y</a>", "a").getText(), "xy");
-        }
-    };
-    std::vector<std::thread> vecThreads;
-    for (int n = 0; n < 4; ++n)
-        vecThreads.emplace_back(work, n % 2 == 0 ? char_encoding_UTF8 : char_encoding_legacy);
-    for (std::thread& thread : vecThreads)
-        thread.join();
-    XMLNode::setGlobalOptions(char_encoding_UTF8);
 }
 
 }  // namespace

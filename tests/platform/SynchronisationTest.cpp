@@ -99,15 +99,3 @@ TEST(ManualResetEvent, IsSignalledBeforeItsSleepersAreWoken)
         waiter.join();
     }
 }
-
-// A waiter of a request lives on the stack of the call that waits.
-TEST(ManualResetEvent, MayBeDestroyedAsSoonAsTheWaitIsOver)
-{
-    for (int n = 0; n < 500; ++n) {
-        auto pEvent = std::make_unique<ManualResetEvent>(false);
-        std::thread setter([p = pEvent.get()] { p->Set(); });
-        EXPECT_TRUE(pEvent->Wait(kLong));
-        pEvent.reset();
-        setter.join();
-    }
-}

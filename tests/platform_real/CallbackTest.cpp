@@ -68,91 +68,29 @@ TEST_F(Linked, WithoutCreditsThePeerIsHeldUpAndNothingIsLost)
     EXPECT_TRUE(m_client.WaitFor("disconnected"));
 }
 
-TEST(Callbacks, OfOneLinkRunOneAtATimeAndSeeTheBytesInOrder)
-{
-    Peer peer;
-    std::atomic<int> nInside{0};
-    std::atomic<bool> bOverlap{false};
-    std::string strAll;  // only touched by the callbacks
-    std::atomic<std::size_t> nAll{0};
-    Client client;
-    client.m_onConnected = [](LinkHandle* pLink) {
-        for (int n = 0; n < 8; ++n)
-            Link::Recv(pLink, 7);
-    };
-    client.m_onReceived = [&](LinkHandle* pLink) {
-        bOverlap = bOverlap || ++nInside != 1;
-        strAll += TakeAll(pLink);
-        nAll.store(strAll.size());
-        --nInside;
-        Link::Recv(pLink, 7);
-    };
-    peer.Meet(client);
-    std::string strSent;
-    for (int n = 0; n < 5000; ++n)
-        strSent += std::to_string(n) + ",";
-    peer.Write(strSent);
-    EXPECT_TRUE(Eventually([&] { return nAll.load() == strSent.size(); }));
-    client.Destroy();
-    EXPECT_EQ(strSent, strAll);
-    EXPECT_FALSE(bOverlap.load());
-}
-
-// A game callback that hangs keeps its own link's data waiting and nothing else, even with two threads.
-TEST(Callbacks, OneThatHangsDelaysNeitherTheLossNorANewLink)
-{
-    Peer peer, second;
-    Gate gate;
-    std::atomic<LinkHandle*> pFirst{nullptr};
-    std::atomic<int> nOfSecond{0};
-    Client client(2);
-    client.m_onConnected = [&](LinkHandle* pLink) {
-        LinkHandle* pNone = nullptr;
-        pFirst.compare_exchange_strong(pNone, pLink);
-        for (int n = 0; n < 4; ++n)
-            Link::Recv(pLink, 1024);
-    };
-    client.m_onReceived = [&](LinkHandle* pLink) {
-        if (pLink != pFirst.load()) {
-            ++nOfSecond;
-            return;
-        }
-        Link::LockReadStream(pLink);
-        gate.Wait();
-        Link::UnlockReadStream(pLink);
-    };
-    peer.Meet(client);
-    peer.Write("one");
-    ASSERT_TRUE(client.WaitFor("received"));
-    peer.Write("two");
-    peer.Close();
-    EXPECT_TRUE(client.WaitFor("disconnected"));
-    second.Meet(client);
-    second.Write("three");
-    EXPECT_TRUE(Eventually([&] { return nOfSecond.load() > 0; }));
-    gate.Open();
-}
-
 // Somebody else reads while a callback hangs, and the link goes on as before afterwards, as often as it
-// happens.
+// happens. The bytes stay in order, and a callback that hangs delays neither the loss nor a new link.
 TEST(Callbacks, OneThatHangsAgainAndAgainLeavesTheLinkAlive)
 {
     for (const std::size_t nThreads : {1u, 2u, 4u}) {
-        Peer peer;
+        Peer peer, second;
         Gate gate;
-        std::atomic<int> nInside{0};
+        std::atomic<int> nInside{0}, nMost{1};
         Client client(nThreads);
         client.m_onConnected = [](LinkHandle* pLink) {
             for (int n = 0; n < 2; ++n)
                 Link::Recv(pLink, 1024);
         };
         client.m_onReceived = [&](LinkHandle* pLink) {
-            EXPECT_EQ(++nInside, 1);
+            EXPECT_LE(++nInside, nMost);
             const std::string str = TakeAll(pLink);
             if (str.find('h') != std::string::npos)
                 std::this_thread::sleep_for(std::chrono::milliseconds(130));
-            if (str.find("gate") != std::string::npos)
+            if (str.find("gate") != std::string::npos) {
+                Link::LockReadStream(pLink);
                 gate.Wait();
+                Link::UnlockReadStream(pLink);
+            }
             if (!str.empty())
                 Send(pLink, str);
             --nInside;
@@ -175,6 +113,10 @@ TEST(Callbacks, OneThatHangsAgainAndAgainLeavesTheLinkAlive)
         peer.Close();
         if (nThreads > 1) {
             EXPECT_TRUE(client.WaitFor("disconnected"));
+            nMost = 2;
+            second.Meet(client);
+            second.Write("new");
+            EXPECT_EQ("new", second.Read(3));
         }
         gate.Open();
         client.Destroy();

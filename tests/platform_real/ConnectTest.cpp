@@ -54,40 +54,6 @@ TEST(Connect, TakesNamesAndRefusesHostsThatAreNone)
     EXPECT_FALSE(Connector::Connect(nullptr, "127.0.0.1", 1, 100));
 }
 
-TEST(Connect, EndsWhenTheConnectorIsDestroyedUnderIt)
-{
-    const Blackhole hole;
-    Client client;
-    std::atomic<bool> bResult{true};
-    std::atomic<bool> bInside{false};
-    std::thread caller([&] {
-        bInside.store(true);
-        bResult.store(client.Connect(hole.Port(), "127.0.0.1", 60'000));
-    });
-    ASSERT_TRUE(Eventually([&] { return bInside.load(); }));
-    std::this_thread::sleep_for(milliseconds(50));  // into the wait
-    const auto begin = steady_clock::now();
-    client.Destroy();
-    caller.join();
-    EXPECT_LT(steady_clock::now() - begin, seconds(10));
-    EXPECT_FALSE(bResult.load());
-}
-
-TEST(Connect, WorksInsideACallbackEvenOnThePoolsOnlyThread)
-{
-    Peer peer;
-    std::atomic<int> nDepth{0};
-    std::atomic<bool> bInner{false};
-    Client client(1);
-    client.m_onConnected = [&](LinkHandle*) {
-        if (nDepth++ == 0)
-            bInner.store(client.Connect(peer.Port()));
-    };
-    ASSERT_TRUE(client.Connect(peer.Port()));
-    EXPECT_TRUE(client.WaitFor("connected", 2));
-    EXPECT_TRUE(Eventually([&] { return bInner.load(); }));
-}
-
 // ---- a resolver that hangs ----
 
 namespace {

@@ -163,34 +163,6 @@ TEST_F(Linked, CloseDoesNotWaitForAPeerThatDoesNotRead)
     EXPECT_EQ(1, m_client.Count("disconnected"));
 }
 
-TEST(Close, MayComeInTheMiddleOfSends)
-{
-    for (int nRound = 0; nRound < 20; ++nRound) {
-        Peer peer;
-        Client client;
-        peer.Meet(client);
-        LinkHandle* const pLink = client.Active();
-        Link::AddRef(pLink);
-        std::atomic<int> nFailed{0};
-        std::vector<std::thread> vecThreads;
-        for (int t = 0; t < 3; ++t) {
-            vecThreads.emplace_back([&] {
-                while (Send(pLink, "some words") != -1) {
-                }
-                ++nFailed;
-            });
-        }
-        EXPECT_FALSE(peer.Read(1000).empty());
-        EXPECT_TRUE(Link::Close(pLink));
-        for (std::thread& thread : vecThreads)
-            thread.join();
-        client.Destroy();
-        EXPECT_EQ(3, nFailed.load());
-        EXPECT_EQ(1, client.Count("disconnected"));
-        EXPECT_EQ(0, Link::Release(pLink));
-    }
-}
-
 // Nobody reads on this link, so it is the writing that finds out.
 TEST_F(Linked, SendNoticesThatThePeerIsGone)
 {

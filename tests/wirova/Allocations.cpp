@@ -8,8 +8,6 @@
 
 #include <malloc.h>
 
-thread_local std::size_t t_nTotal = 0;
-thread_local std::size_t t_nLargest = 0;
 std::atomic<std::size_t> g_nLive{0}, g_nPeak{0};
 
 static std::size_t SizeOf(void* p)
@@ -23,8 +21,6 @@ static std::size_t SizeOf(void* p)
 
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept
 {
-    t_nTotal += n;
-    t_nLargest = std::max(t_nLargest, n);
     void* const p = std::malloc(std::max<std::size_t>(n, 1));
     if (p == nullptr)
         return nullptr;

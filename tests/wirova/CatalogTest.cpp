@@ -54,15 +54,4 @@ TEST(Catalog, DescriptionsAreBounded)
     EXPECT_LT(cut.size(), 20000U);
 }
 
-// Has the id of another class.
-struct XImpostor final : IMessage {
-    WIROVA_MESSAGE(XImpostor, XC2S_CheckInReq::kMsgID, (int32, nReqID))
-};
-WIROVA_MESSAGE_OPERATIONS(XImpostor)
-
-TEST(Catalog, AClassThatIsNotInTheListIsNotTouched)
-{
-    EXPECT_EQ("XImpostor { ? }", DescribeMessage(XImpostor()));
-}
-
 }  // namespace
