@@ -64,22 +64,4 @@ TEST(XmlTree, ChildrenByTheirNameAttribute)
     EXPECT_EQ(top.findNamedChild("p", "a"), -1) << "a child without a name ends the search";
 }
 
-TEST(XmlTree, AdditionsTakeTheirPlace)
-{
-    XMLNode top = XMLNode::createXMLTopNode("t");
-    top.addText("1");
-    top.addChild("b");
-    top.addText("3");
-    top.addClear("4");
-    top.addText("0", 0);
-    top.addChild("a", false, 2);
-    top.addClear("c", "<!--", "-->", 1);
-    const std::unique_ptr<char[]> text(top.createXMLString(0));
-    EXPECT_STREQ(text.get(), "<t>0<!--c-->1<a/><b/>3<![CDATA[4]]></t>");
-    const char* const pszText = top.getText(0);
-    for (int n = 0; n < 100; ++n)
-        top.addText("more", 0);
-    EXPECT_STREQ(pszText, "0") << "texts stay where they are";
-}
-
 }  // namespace

@@ -157,26 +157,6 @@ TEST(Callbacks, LossRunsOnceWithTheLinkOffTheListAndStillValid)
     }
 }
 
-TEST(Callbacks, MayThrowWithoutHarm)
-{
-    Peer peer;
-    Client client;
-    client.m_onConnected = [](LinkHandle* pLink) {
-        Link::Recv(pLink, 1);
-        throw 1;
-    };
-    client.m_onReceived = [](LinkHandle* pLink) {
-        Link::Recv(pLink, 1);
-        throw std::runtime_error("two");
-    };
-    client.m_onDisconnected = [](LinkHandle*) { throw 3; };
-    peer.Meet(client);
-    peer.Write("ab");
-    EXPECT_TRUE(client.WaitFor("received", 2));
-    peer.Close();
-    EXPECT_TRUE(client.WaitFor("disconnected"));
-}
-
 TEST_F(Linked, TheReadStreamIsReentrantAndGivenBackByItsHolderOnly)
 {
     Strova::_THandle* const pStream = Link::LockReadStream(m_pLink);

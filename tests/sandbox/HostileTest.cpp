@@ -1,6 +1,4 @@
 // Peers that break the protocol, by mistake or on purpose: their link goes, everybody else is served.
-#include <random>
-
 #include "sandbox/wire/Frames.h"
 #include "tests/sandbox/SandboxFixture.h"
 #include "wirova/BigEndian.h"
@@ -78,18 +76,6 @@ TEST_F(HostileTest, OddButWholeFramesDoNot)
 
     client.Send(XS2C_CheckInAns());  // the wrong way round
     EXPECT_TRUE(m_sandbox.Shows("XS2C_CheckInAns is not served here"));
-}
-
-TEST_F(HostileTest, FramesArriveHoweverTheyAreCut)
-{
-    std::string strAll;
-    for (int i = 1; i <= 300; ++i)
-        strAll += Sandbox::FrameOf(*MakeRequest("QueryBillingInfo nReqID=" + std::to_string(i)));
-    for (std::size_t i = 0; i < 100; ++i)
-        m_good.SendBytes(strAll.substr(i, 1));
-    m_good.SendBytes(strAll.substr(100));
-    for (int i = 1; i <= 300; ++i)
-        ASSERT_EQ(m_good.Receive<XS2C_QueryBillingInfoAns>()->nReqID, i);
 }
 
 TEST_F(HostileTest, APeerThatDoesNotReadIsNotReadEither)

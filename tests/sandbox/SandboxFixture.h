@@ -110,7 +110,6 @@ public:
     void Send(const Wirova::IMessage& msg);
     // False, with nothing or a part sent, if the sandbox has closed the link or takes nothing for so long.
     bool SendBytes(const std::string& strBytes, std::chrono::milliseconds patience = kPatience);
-    void EndSending() { shutdown(m_socket.native_handle(), SHUT_WR); }  // half a close
     std::string Read(std::size_t nMost, int nFlags = 0);  // empty once the sandbox has closed the link
     std::string ReadUntilClosed();
     std::unique_ptr<Wirova::IMessage> ReceiveAny();

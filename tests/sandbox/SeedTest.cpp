@@ -29,6 +29,17 @@ protected:
     {
         return UsersOf(R"({"userId": "b", "userNo": "2", )" + strKey + "}");
     }
+    // A shop with a menu of one branch, and that list instead if it is a menu.
+    static std::string ShopOf(const std::string& strKey, const std::string& strList)
+    {
+        Sandbox::Json shop = Sandbox::Json::parse(R"({"gameId": "G", "menu": [{"branchId": "A"}]})");
+        shop[strKey] = Sandbox::Json::parse(strList);
+        return Sandbox::Json{{"shops", {shop}}}.dump();
+    }
+    static std::string ProductOf(const std::string& strKeys)
+    {
+        return ShopOf("products", R"([{"productId": "P", "productName": "P", )" + strKeys + "}]");
+    }
     TempDir m_dir;
 };
 
@@ -72,42 +83,22 @@ TEST_F(SeedTest, MistakesAreNamedWithTheirPlace)
         {With(R"("coupons": [{"couponUseId": "U", "couponCode": "C", "discountRate": 1},
                              {"couponUseId": "U", "couponCode": "D", "discountRate": 1}])"),
          "coupons[1] 'couponUseId': there are two"},
+        {ShopOf("menu", R"([{"branchId": "A", "superBranchId": "B"}, {"branchId": "B"}])"),
+         "shops[0] menu[0] 'superBranchId': there is no branch 'B' before"},
+        {ShopOf("menu", R"([{"branchId": "A", "branchDepth": 3}])"), "'branchDepth': is worked out"},
+        {ProductOf(R"("price": 1, "branchId": "X")"), "'branchId': there is no branch 'X'"},
+        {ProductOf(R"("price": -1, "branchId": "A")"), "'price': must not be below 0"},
+        {ProductOf(R"("price": 1, "branchId": "A")"), "'children': one at least"},
+        {ProductOf(R"("price": 1, "branchId": "A", "moneyCode": "GOLD")"), "'moneyCode': only 'RUV'"},
+        {ProductOf(R"("price": 1, "branchId": "A", "children": [{"childProductId": "I", "count": 0}])"),
+         "shops[0] products[0] children[0] 'count': a whole number from 1"},
+        {ShopOf("tags", R"(["a", "a"])"), "tags[1]: 'a' is there twice"},
+        {ShopOf("specialGroups", R"([{"exposeCode": "E", "products": [{"productId": "NONE"}]}])"),
+         "specialGroups[0] products[0] 'productId': there is no product"},
     };
     for (const auto& [strJson, pszExpected] : kCases)
         EXPECT_TRUE(Contains(ErrorOf(strJson), pszExpected)) << strJson;
     EXPECT_THROW(Sandbox::GetSeed(m_dir / "missing.json"), Sandbox::SeedError);
-}
-
-// A shop with one good product, with the list of that key in the place of its own.
-TEST_F(SeedTest, MistakesInShopsAreNamedWithTheirPlace)
-{
-    const auto Product = [](const std::string& strKeys) {
-        return R"([{"productId": "P", "productName": "P", )" + strKeys + "}]";
-    };
-    const std::tuple<const char*, std::string, const char*> kCases[] = {
-        {"menu", R"([{"branchId": "A"}, {"branchId": "A"}])", "menu[1] 'branchId': there are two"},
-        {"menu", R"([{"branchId": "A", "superBranchId": "B"}, {"branchId": "B"}])",
-         "menu[0] 'superBranchId': there is no branch 'B' before"},
-        {"menu", R"([{"branchId": "A", "branchDepth": 3}])", "'branchDepth': is worked out"},
-        {"products", R"([{"productId": "P"}])", "products[0] 'productName': is missing"},
-        {"products", Product(R"("price": 1, "branchId": "X")"), "'branchId': there is no branch 'X'"},
-        {"products", Product(R"("price": -1, "branchId": "A")"), "'price': must not be below 0"},
-        {"products", Product(R"("price": 1, "branchId": "A")"), "'children': one at least"},
-        {"products", Product(R"("price": 1, "branchId": "A", "moneyCode": "GOLD")"),
-         "'moneyCode': only 'RUV'"},
-        {"products",
-         Product(R"("price": 1, "branchId": "A", "children": [{"childProductId": "I", "count": 0}])"),
-         "products[0] children[0] 'count': a whole number from 1"},
-        {"tags", R"(["a", "a"])", "tags[1]: 'a' is there twice"},
-        {"specialGroups", R"([{"exposeCode": "E", "products": [{"productId": "NONE"}]}])",
-         "specialGroups[0] products[0] 'productId': there is no product"},
-    };
-    for (const auto& [pszKey, strList, pszExpected] : kCases) {
-        Sandbox::Json shop = Sandbox::Json::parse(R"({"gameId": "G", "menu": [{"branchId": "A"}]})");
-        shop[pszKey] = Sandbox::Json::parse(strList);
-        const std::string strError = ErrorOf(Sandbox::Json{{"shops", {shop}}}.dump());
-        EXPECT_TRUE(Contains(strError, "shops[0] ") && Contains(strError, pszExpected)) << strError;
-    }
 }
 
 TEST_F(SeedTest, AShownShopIsASeed)
