@@ -195,23 +195,6 @@ TEST_F(ConfigLoad, LargeListsLoadInLinearTime)
     EXPECT_LT(Growth::OverEight(1250, load), Growth::kMost);
 }
 
-TEST_F(ConfigLoad, MapsByPosition)
-{
-    // Looking between the additions: what has been listed before must not be remembered.
-    std::set<int> setIds;
-    for (const int nId : {7, -3, 12, 20, 7, 8}) {
-        Products().AddBilling(nId, 1, "x");
-        setIds.insert(nId);
-        std::vector<int> vecIds;
-        for (int n = 0; n < Products().GetProductCount(); ++n)
-            vecIds.push_back(Products().GetProductIdAt(n));
-        EXPECT_EQ(vecIds, std::vector(setIds.begin(), setIds.end()));
-    }
-    EXPECT_EQ(Products().GetProductIdAt(5) + Products().GetProductIdAt(-1), -2);
-    Products().Clear();
-    EXPECT_EQ(Products().GetProductIdAt(0), -1);
-}
-
 TEST_F(ConfigLoad, NamesOutliveAClear)
 {
     for (const int nId : {1, 2})

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "platform/Host.h"
+#include "tests/support/Files.h"
 
 namespace Settings {
 
@@ -107,10 +107,7 @@ public:
 
     const std::string& Path() const { return m_strPath; }
     // Truncates and writes, as an editor does.
-    void Write(const std::string& strBytes) const
-    {
-        std::ofstream(m_strPath, std::ios::binary | std::ios::trunc) << strBytes;
-    }
+    void Write(const std::string& strBytes) const { Support::WriteFile(m_strPath, strBytes); }
     void Write(const Text& text) const { Write(text.Xml()); }
 
 private:

@@ -136,21 +136,6 @@ TEST_F(Tl2, LimitsOfNamesAndValues)
                  GetProperty(m_parser.get(), out, -1, "padded") || *out != 'x');
 }
 
-TEST(Tl2Parser, NullArguments)
-{
-    char out[10];
-    IXmlParser* p = nullptr;
-    DestroyXmlParser(nullptr);
-    DestroyXmlParser(&p);
-    p = CreateXmlParser("a");
-    EXPECT_FALSE(CreateXmlParser(nullptr) || ParseXmlString(nullptr, "a") ||
-                 ParseXmlString("<a/>", nullptr) || OpenXmlFile(nullptr, "a") || OpenXmlFile("a", nullptr) ||
-                 MoveToModule(nullptr, "a") || MoveToGroup(nullptr, "a") ||
-                 GetProperty(p, nullptr, 10, "a") || GetProperty(p, out, 10, nullptr) ||
-                 GetPropertyArray(p, nullptr, 10, "a", 0));
-    DestroyXmlParser(&p);
-}
-
 TEST_F(Tl2, PositionAndCopies)
 {
     CTLXMLWrapper p;

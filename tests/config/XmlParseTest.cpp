@@ -90,18 +90,6 @@ TEST_F(Xml, EveryFaultHasItsCodeAndPlace)
         Parse(pszCut);  // nothing behind the text is read
 }
 
-TEST_F(Xml, ErrorTexts)
-{
-    const std::pair<int, std::string> kTable[] = {{0, "No error"},
-                                                  {1, "Warning: Unmatched end tag"},
-                                                  {6, "Error: Unmatched end tag"},
-                                                  {20, "Error: Base64 decode output buffer is too small"},
-                                                  {21, "Unknown"},
-                                                  {-1, "Unknown"}};
-    for (const auto& [nError, strText] : kTable)
-        EXPECT_EQ(XMLNode::getError(nError), strText);
-}
-
 // Entities are decoded once. A quote that is not closed before the next tag is text. The openings of clear
 // sections have one case.
 TEST_F(Xml, TextsAttributesAndClearSections)

@@ -1,7 +1,6 @@
-// The tree: counted handles, look-ups, additions, and the way back to text.
+// The tree: counted handles, look-ups and additions.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
 #include "config/proj/TarvoXmlParser/src/xmlParser.h"

@@ -19,15 +19,11 @@
 //                        restart  starts and stops it a hundred times, unloading it in between
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -36,6 +32,7 @@
 #include "tests/life/Library.h"
 #include "tests/platform/Waiting.h"
 #include "tests/support/Blackhole.h"
+#include "tests/support/Files.h"
 #include "tests/support/LoopbackService.h"
 #include "tests/support/ServiceScript.h"
 #include "tests/support/Settings.h"
@@ -68,19 +65,6 @@ fs::path g_program;
 
 fs::path Directory() { return g_program.parent_path(); }
 
-// Over what the file has held, as an editor does.
-void Save(const fs::path& path, const std::string& strText)
-{
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << strText;
-}
-
-std::string Read(const fs::path& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 // The settings with that product.
 std::string TextWith(int nProductID, const char* pszName, unsigned short nPort = Service().Port())
 {
@@ -95,8 +79,8 @@ std::string TextWith(int nProductID, const char* pszName, unsigned short nPort =
 void WriteSettings(const fs::path& directory)
 {
     fs::remove(directory / "life.log");
-    Save(directory / kLogSettingsFile, "file = life.log\nlevel = Trace\nflush = Trace\n");
-    Save(directory / kSettingsFile, TextWith(kProductID, "Gold"));
+    WriteFile(directory / kLogSettingsFile, "file = life.log\nlevel = Trace\nflush = Trace\n");
+    WriteFile(directory / kSettingsFile, TextWith(kProductID, "Gold"));
 }
 
 void WaitInside(const Library& library)
@@ -140,9 +124,7 @@ void Throw(const Library& library)
     library.Start(callbacks);
     for (int n = 1; n <= 3; ++n)
         Service().Send(XS2C_NotifyStorageInfo(), XS2C_QueryGameMoneyReq());
-    for (int n = 0; n < 2000 && g_nThrown != 6; ++n)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    if (g_nThrown != 6)
+    if (!Eventually([] { return g_nThrown == 6; }))
         Die("callbacks that threw: " + std::to_string(g_nThrown));
     library.pfnUninit();
 }
@@ -175,8 +157,7 @@ void LeaveStopping(const Library& library)
             }
         }
     });
-    for (int n = 0; n < 2000 && g_nNotices == 0; ++n)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    Eventually([] { return g_nNotices != 0; });
     std::exit(0);  // with the service still there
 }
 
@@ -185,7 +166,7 @@ void StopConnecting(const Library& library)
 {
     const Blackhole hole;
     // In force long before the reconnect cycle is over.
-    Save(Directory() / kSettingsFile, TextWith(kProductID, "Gold", hole.Port()));
+    WriteFile(Directory() / kSettingsFile, TextWith(kProductID, "Gold", hole.Port()));
     Service().Cut();
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     const auto begin = std::chrono::steady_clock::now();
@@ -222,11 +203,11 @@ void ExpectName(const Library& library, int nProductID, const std::string& strNa
 void HalfAFile(const Library& library)
 {
     const std::string strText = TextWith(8, "Half");
-    Save(Directory() / kSettingsFile, strText.substr(0, strText.find("<group name=\"SPECIFIC")));
+    WriteFile(Directory() / kSettingsFile, strText.substr(0, strText.find("<group name=\"SPECIFIC")));
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     if (!NameOf(library, 8).empty())
         Die("half a file is in force");
-    Save(Directory() / kSettingsFile, TextWith(8, "Whole"));
+    WriteFile(Directory() / kSettingsFile, TextWith(8, "Whole"));
     ExpectName(library, 8, "Whole");
 }
 
@@ -238,7 +219,7 @@ void Unseen(const Library& library)
     fs::remove(other / "name");
     fs::create_hard_link(Directory() / kSettingsFile, other / "name");
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    Save(other / "name", TextWith(8, "Unseen"));
+    WriteFile(other / "name", TextWith(8, "Unseen"));
     ExpectName(library, 8, "Unseen");
 }
 
@@ -248,13 +229,13 @@ void Missing(const Library& library)
 {
     fs::remove(Directory() / kSettingsFile);
     for (int n = 0; n < 20; ++n) {
-        Save(Directory() / "another", "change");
+        WriteFile(Directory() / "another", "change");
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
-    const std::string strLog = Read(Directory() / "life.log"), strLine = "GetFileAttributesEx() failed.";
+    const std::string strLog = ReadFile(Directory() / "life.log"), strLine = "GetFileAttributesEx() failed.";
     if (strLog.find(strLine) == std::string::npos || strLog.find(strLine) != strLog.rfind(strLine))
         Die("not one line:\n" + strLog.substr(0, 2000));
-    Save(Directory() / kSettingsFile, TextWith(8, "Back"));
+    WriteFile(Directory() / kSettingsFile, TextWith(8, "Back"));
     ExpectName(library, 8, "Back");
 }
 
@@ -276,14 +257,14 @@ void OddValues(const Library& library)
         expect("USE_USER_NUMBER", "True", "is neither true nor false. false is used instead."),
         expect("ID_COUNT", "999", "stands for none. None of the entries in the file is used."),
         expect("EVENT_CODE_COUNT", "-1", "is out of range. None of the entries is used.")};
-    Save(Directory() / kSettingsFile, strText);
+    WriteFile(Directory() / kSettingsFile, strText);
     library.Start();
     library.pfnUninit();
     for (const std::string& strLine : arrLines) {
-        if (Read(Directory() / "life.log").find("[Config reader]" + strLine) == std::string::npos)
+        if (ReadFile(Directory() / "life.log").find("[Config reader]" + strLine) == std::string::npos)
             Die("no line: " + strLine);
     }
-    Save(Directory() / kSettingsFile, "<TARVO>\n <a></b>");
+    WriteFile(Directory() / kSettingsFile, "<TARVO>\n <a></b>");
     char szError[1025];
     const std::string strPlace = " (Error: Unmatched end tag, line 2, column 5)";
     if (library.TryToStart({}, szError) || !std::string(szError).ends_with(strPlace))
@@ -305,7 +286,7 @@ void RunElsewhere(const Library& library)
 #else
     const int nResult = std::system(("'" + copy.string() + "' '" + library.pszFile + "' start").c_str());
 #endif
-    if (nResult != 0 || Read(folder / "life.log").find("Velkar Connector stop...") == std::string::npos)
+    if (nResult != 0 || ReadFile(folder / "life.log").find("Velkar Connector stop...") == std::string::npos)
         Die("it does not run there: " + std::to_string(nResult));
 }
 
@@ -358,7 +339,7 @@ void Fork(const Library& library)
 
 void BreakPipe(const char* pszLibrary)
 {
-    Save(Directory() / kSettingsFile, "<TARVO><module");
+    WriteFile(Directory() / kSettingsFile, "<TARVO><module");
     int arrEnds[2];
     if (pipe(arrEnds) != 0 || dup2(arrEnds[1], STDERR_FILENO) < 0)
         Die("no pipe");
@@ -373,7 +354,7 @@ void HangLog(const Library& library)
 {
     const fs::path pipe = Directory() / "hung.log";
     fs::remove(pipe);
-    Save(Directory() / kLogSettingsFile, "file = hung.log\n");
+    WriteFile(Directory() / kLogSettingsFile, "file = hung.log\n");
     const int nPipe = mkfifo(pipe.c_str(), 0600) == 0 ? open(pipe.c_str(), O_RDWR | O_NONBLOCK) : -1;
     while (write(nPipe, "full", 1) == 1) {
     }

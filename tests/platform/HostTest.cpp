@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <string>
 
 #include "platform/Host.h"
 #include "platform/Platova.h"
+#include "tests/support/Files.h"
 #include "tests/support/TempDirectory.h"
 
 namespace fs = std::filesystem;
@@ -23,10 +23,7 @@ protected:
         Host::CloseStopEvent(m_pStop);
     }
 
-    void Save(const std::string& strText) const
-    {
-        std::ofstream(m_strFile, std::ios::binary | std::ios::trunc) << strText;
-    }
+    void Save(const std::string& strText) const { Support::WriteFile(m_strFile, strText); }
 
     // How a wait ends during which that is done. One that does not end fails the test instead of hanging it.
     Host::WaitResult Wait(const std::function<void()>& meanwhile = [] {})

@@ -5,9 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <map>
-#include <sstream>
 
 #include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/Frames.h"
@@ -224,21 +222,6 @@ void Client::SendList(const std::string& strName,
         strText += " vecCheckOutInfo={strUserID=" + strUserID + " strSeqNo=" + strSeqNo + "}";
     Send(*MakeRequest(strText));
     Settle();
-}
-
-// ---- files ----
-
-std::string WriteFile(const std::string& strPath, const std::string& strText)
-{
-    std::ofstream(strPath, std::ios::binary) << strText;
-    return strPath;
-}
-
-std::string ReadFile(const std::string& strPath)
-{
-    std::ostringstream out;
-    out << std::ifstream(strPath, std::ios::binary).rdbuf();
-    return out.str();
 }
 
 }  // namespace SandboxTest

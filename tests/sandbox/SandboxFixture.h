@@ -19,11 +19,15 @@
 
 #include "sandbox/Server.h"
 #include "sandbox/base/Json.h"
+#include "tests/support/Files.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/wirova/MessageText.h"
 #include "wirova/messages/AllMessages.h"
 
 namespace SandboxTest {
+
+using Support::ReadFile;
+using Support::WriteFile;
 
 inline constexpr std::chrono::milliseconds kPatience{20'000};
 
@@ -200,9 +204,5 @@ protected:
 struct TempDir : Support::TempDirectory {
     std::string operator/(const std::string& strName) const { return (Path() / strName).string(); }
 };
-
-// Writes it and returns its path.
-std::string WriteFile(const std::string& strPath, const std::string& strText);
-std::string ReadFile(const std::string& strPath);  // empty if it is not there
 
 }  // namespace SandboxTest

@@ -68,17 +68,6 @@ TEST(EveryClass, ComesBackWholeAndLeavesOnlyItsIdOutWhileNested)
     }
 }
 
-TEST(EveryClass, FailsWhereverTheBytesEndTooSoon)
-{
-    for (const ClassInfo& info : AllClasses()) {
-        const std::string bytes = Saved(*MakeFilled(info));
-        for (std::size_t n = 0; n < bytes.size(); ++n) {
-            const ByteStream stream(std::string_view(bytes).substr(0, n));
-            EXPECT_FALSE(info.pfnMake()->Load(stream)) << info.pszName << " cut at " << n;
-        }
-    }
-}
-
 TEST(EveryClass, ClearGivesANewMessageButKeepsIdAndNesting)
 {
     for (const ClassInfo& info : AllClasses()) {
