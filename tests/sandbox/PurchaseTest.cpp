@@ -99,6 +99,23 @@ TEST_F(PurchaseTest, RefusalsChangeNothing)
     EXPECT_EQ(m_client.Buy("bob", "POTION", "strPassWD=bobs-secret"), "0,10");
 }
 
+TEST_F(PurchaseTest, ManyLinksDoNotOverdrawAPurse)
+{
+    std::atomic<int> nBought{0};
+    std::vector<std::jthread> vecLinks;
+    for (int n = 0; n < 8; ++n) {
+        vecLinks.emplace_back([&, n] {
+            Client client(m_sandbox.Port(), "g" + std::to_string(n));
+            for (int i = 0; i < 3; ++i)
+                nBought += client.Buy("alice", "SWORD", kRed) == "0,1100" ? 1 : 0;
+        });
+    }
+    vecLinks.clear();
+    EXPECT_EQ(nBought, 4);
+    EXPECT_EQ(m_client.CoinOf("alice"), "600");
+    EXPECT_EQ(m_sandbox.Get("/orders").json["orders"].size(), 4u);
+}
+
 TEST_F(PurchaseTest, AGiftIsAnnouncedWhereTheReceiverIs)
 {
     Client other(m_sandbox.Port(), "other");
