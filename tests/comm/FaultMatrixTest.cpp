@@ -8,6 +8,7 @@
 #include "tests/fakeplatform/LogicTest.h"
 #include "tests/session/Users.h"
 #include "tests/support/Ledger.h"
+#include "tests/wirova/Filling.h"
 
 namespace {
 
@@ -182,6 +183,10 @@ protected:
         EndWaits(kAnswer);
         EXPECT_TRUE(call.get().IsTimeout()) << row.pszName;
         EXPECT_EQ(DataPool().GetCount(), 0u);
+        ComeBack();
+    }
+    void ComeBack()
+    {
         EndWaits(kReconnectCycle);  // no more the wait for the answer to the registration
         Service().Up();
         Service().Expect<XC2S_VelkarConnectReq>();
@@ -269,6 +274,24 @@ TEST_F(FaultMatrixTest, TheLinkIsLostInsideEveryAnswer)
             };
             ExpectTimeoutAndComeBack(row);
         }
+    }
+}
+
+// Also inside what the service sends unasked.
+TEST_F(FaultMatrixTest, TheLinkIsLostInsideEveryRequestOfTheService)
+{
+    for (const Wirova::ClassInfo& info : Wirova::AllClasses()) {
+        const std::string_view name = info.pszName;
+        if (!name.starts_with("XS2C_") || name.ends_with("Ans"))
+            continue;
+        const std::string strFrame = FrameOf(*MakeFilled(info));
+        for (std::size_t nCut = 0; nCut <= strFrame.size(); ++nCut) {
+            Service().SendRaw(strFrame.substr(0, nCut));
+            Service().Drop();
+            Service().WaitForDisconnect();
+            ComeBack();
+        }
+        EXPECT_EQ(DataPool().GetCount(), 0u) << name;
     }
 }
 
