@@ -60,11 +60,11 @@ TEST(FieldCopy, EveryNameOfBothSidesIsCopiedOrHasAReasonNotToBe)
         {"bFirst", "of the charge, from what the library knows of the user"},
         {"nBillType", "a checkin takes the settings' word instead"},
     };
-#define TEXT(name) "text " #name,
-#define VALUE(name) #name,
-    const NameSet copied = {VELKAR_SAME_TEXTS(TEXT) VELKAR_SAME_VALUES(VALUE)};
-#undef TEXT
-#undef VALUE
+#define TEXT_NAME(name) "text " #name,
+#define VALUE_NAME(name) #name,
+    const NameSet copied = {VELKAR_SAME_TEXTS(TEXT_NAME) VELKAR_SAME_VALUES(VALUE_NAME)};
+#undef TEXT_NAME
+#undef VALUE_NAME
     const NameSet wire = NamesOfTheWire(), records = NamesOfTheRecords();
     for (const std::string& strName : records) {
         if (wire.contains(strName)) {
