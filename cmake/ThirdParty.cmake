@@ -14,6 +14,11 @@ endforeach()
 add_library(velkar_asio INTERFACE)
 target_include_directories(velkar_asio SYSTEM INTERFACE ${staged})
 target_compile_definitions(velkar_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+if(MINGW)
+  # Else each source chooses the kind of its threads by the headers that it has seen before, and a context that one
+  # source has made and another one ends waits for ever for a thread of the other kind.
+  target_compile_definitions(velkar_asio INTERFACE ASIO_HAS_PTHREADS)
+endif()
 if(VELKAR_SANITIZE MATCHES "thread")
   # ThreadSanitizer does not know fences; the context's own locks order its handlers without them.
   target_compile_definitions(velkar_asio INTERFACE ASIO_DISABLE_FENCED_BLOCK)
