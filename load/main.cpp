@@ -1,0 +1,67 @@
+// velkar-load: many game servers and their users, played against a Velkar service over the wire.
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+
+#include "load/Report.h"
+#include "load/Run.h"
+#include "load/Seed.h"
+
+namespace {
+
+using namespace Load;
+
+Json ReadJson(const std::string& strPath)
+{
+    std::ifstream file(strPath);
+    if (!file)
+        throw std::runtime_error("The mix '" + strPath + "' cannot be read.");
+    return Json::parse(file);
+}
+
+void WriteFile(const std::string& strPath, const std::string& strText)
+{
+    if (strPath.empty())
+        return;
+    std::ofstream file(strPath, std::ios::trunc);
+    file << strText;
+    file.close();
+    if (!file)
+        throw std::runtime_error("The file '" + strPath + "' cannot be written.");
+}
+
+int Play(const Options& options)
+{
+    Mix mix = ReadMix(options.strMix.empty() ? Json::parse(kDefaultMix) : ReadJson(options.strMix));
+    Run run(options, mix, [](const std::string& strLine) { std::printf("%s\n", strLine.c_str()); });
+    const Score& score = run.Execute();
+    std::printf("%s", TableOf(options, mix, score).c_str());
+    WriteFile(options.strJson, JsonOf(options, mix, score));
+    WriteFile(options.strSvg, PictureOf(options, mix, score));
+    const CallScore sum = score.Sum();
+    const bool bClean = sum.nRefused + sum.nLate + sum.nLost + score.nNotMade == 0 && score.nLinksLost == 0;
+    return options.bStrict && !bClean ? kNotClean : kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    if (const auto exitCode = ParseCommandLine(argc, argv, options))
+        return *exitCode;
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    try {
+        if (options.bPrintMix)
+            return std::fputs(kDefaultMix, stdout) < 0 ? kFailed : kDone;
+        if (!options.strSeedFile.empty())
+            return WriteSeed(options.strSeedFile, options.nUsers), kDone;
+        return Play(options);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "velkar-load: %s\n", e.what());
+        return kFailed;
+    }
+}
