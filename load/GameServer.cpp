@@ -109,9 +109,7 @@ void GameServer::OnClosed(Sandbox::Link&, const std::string& strWhy)
 {
     m_bRegistered = false;
     for (auto& [nReqID, pending] : m_mapPending) {
-        if (pending.bCounted)
-            ++m_stage.score.vecCalls[static_cast<std::size_t>(pending.pCall - m_stage.mix.vecCalls.data())]
-                  .nLost;
+        CountLost(pending);
         m_users.Return(std::move(pending.user));
     }
     m_mapPending.clear();
@@ -172,7 +170,7 @@ bool GameServer::Make(Call& call, Clock::time_point due)
         std::to_string(nReqID)};
     std::string strFrame = call.FrameFor(names, nReqID);
     if (m_stage.bCounting)
-        ++m_stage.score.vecCalls[static_cast<std::size_t>(&call - m_stage.mix.vecCalls.data())].nSent;
+        ++ScoreOf(call).nSent;
     m_mapPending.emplace(nReqID, Pending{&call, std::move(*user), due, m_stage.bCounting});
     m_deqInOrder.push_back(nReqID);
     ++m_nWaiting;
@@ -260,17 +258,22 @@ void GameServer::OnAnswer(const Wirova::IMessage& ans)
     const Result result = ResultOf(ans);
     if (result.bSuccess && pending.pCall->GetMakes() != Makes::Nothing)
         pending.user.strSeqNo = pending.pCall->GetMakes() == Makes::In ? result.strSeqNo : "";
-    Count(pending, result.bSuccess, result.strText);
+    CountAnswer(pending, result.bSuccess, result.strText);
     m_users.Return(std::move(pending.user));
     m_stage.pfnAnswered(*this);
 }
 
-void GameServer::Count(const Pending& pending, bool bSuccess, const std::string& strText)
+CallScore& GameServer::ScoreOf(const Call& call)
+{
+    return m_stage.score.vecCalls[static_cast<std::size_t>(&call - m_stage.mix.vecCalls.data())];
+}
+
+void GameServer::CountAnswer(const Pending& pending, bool bSuccess, const std::string& strText)
 {
     if (!pending.bCounted)
         return;
     Score& score = m_stage.score;
-    CallScore& call = score.vecCalls[static_cast<std::size_t>(pending.pCall - m_stage.mix.vecCalls.data())];
+    CallScore& call = ScoreOf(*pending.pCall);
     const auto now = Clock::now();
     const auto time = std::chrono::duration_cast<Micros>(now - pending.due);
     const bool bLate = time > kAnswerTimeout;
@@ -278,11 +281,26 @@ void GameServer::Count(const Pending& pending, bool bSuccess, const std::string&
     call.times.Add(time);
     if (m_stage.bCounting)
         AddToSecond(score, now, time);
+    Note(pending, bLate ? "late" : bSuccess ? "done" : "refused");
     if (bSuccess)
         return;
     const std::string strKey = pending.pCall->GetName() + ": " + strText;
     if (score.mapRefusals.size() < Score::kMostTexts || score.mapRefusals.contains(strKey))
         ++score.mapRefusals[strKey];
+}
+
+void GameServer::CountLost(const Pending& pending)
+{
+    if (!pending.bCounted)
+        return;
+    ++ScoreOf(*pending.pCall).nLost;
+    Note(pending, "lost");
+}
+
+void GameServer::Note(const Pending& pending, const char* pszOutcome)
+{
+    if (m_stage.pfnNote)
+        m_stage.pfnNote(*pending.pCall, pending.user, pszOutcome);
 }
 
 }  // namespace Load

@@ -30,6 +30,8 @@ struct Stage {
     bool bCounting = false;  // calls that are made now go into the score
     std::function<void(const std::string&)> pfnSay;
     std::function<void(GameServer&)> pfnAnswered;  // a call has its answer
+    // What has come of a call that is in the score: done, refused, late or lost. May be empty.
+    std::function<void(const Call&, const User&, const char* pszOutcome)> pfnNote;
     Sandbox::SystemClock clock{};
 };
 
@@ -71,7 +73,10 @@ private:
     void Retry();
     void Send(const Wirova::IMessage& msg) { m_pLink->Post(Sandbox::FrameOf(msg), {}); }
     void SendUserList();
-    void Count(const Pending& pending, bool bSuccess, const std::string& strText);
+    CallScore& ScoreOf(const Call& call);
+    void CountAnswer(const Pending& pending, bool bSuccess, const std::string& strText);
+    void CountLost(const Pending& pending);
+    void Note(const Pending& pending, const char* pszOutcome);
 
     Stage& m_stage;
     const std::string m_strSID;

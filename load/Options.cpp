@@ -38,6 +38,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
         ->capture_default_str();
     app.add_option("--svg", options.strSvg, "File for the picture");
     app.add_option("--json", options.strJson, "File for the figures");
+    app.add_option("--log", options.strLog, "File with a line for each call: name, user, outcome");
     app.add_option("--write-seed", options.strSeedFile,
                    "Writes a seed file of these users and a shop for velkar-sandbox, and ends");
     app.add_flag("--print-mix", options.bPrintMix, "Prints the mix that is built in, and ends");

@@ -18,7 +18,7 @@ struct Options {
     std::uint64_t nCalls = 0;  // above 0: ends after so many
     int nWarm = 50;            // per cent of the users who are checked in before the measurement
     std::uint64_t nSeed = 1;
-    std::string strMix{}, strSvg{}, strJson{};
+    std::string strMix{}, strSvg{}, strJson{}, strLog{};
     std::string strSeedFile{};  // not empty: is written, and nothing else is done
     bool bPrintMix = false;
     bool bStrict = false;  // refused, late and lost calls fail the run

@@ -25,7 +25,7 @@ asio::ip::tcp::endpoint Resolve(asio::io_context& context, const Options& option
 
 }  // namespace
 
-Run::Run(const Options& options, Mix& mix, std::function<void(const std::string&)> pfnSay)
+Run::Run(const Options& options, Mix& mix, std::function<void(const std::string&)> pfnSay, Note pfnNote)
     : m_options(options),
       m_pfnSay(std::move(pfnSay)),
       m_score{std::vector<CallScore>(mix.vecCalls.size())},
@@ -36,7 +36,8 @@ Run::Run(const Options& options, Mix& mix, std::function<void(const std::string&
               Random(options.nSeed),
               false,
               m_pfnSay,
-              [this](GameServer& server) { Work(server); }},
+              [this](GameServer& server) { Work(server); },
+              std::move(pfnNote)},
       m_tick(m_context),
       m_signals(m_context, SIGINT, SIGTERM)
 {

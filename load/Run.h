@@ -15,8 +15,10 @@ namespace Load {
 
 class Run {
 public:
-    // Throws std::system_error if the service's address means nothing.
-    Run(const Options& options, Mix& mix, std::function<void(const std::string&)> pfnSay);
+    using Note = std::function<void(const Call&, const User&, const char* pszOutcome)>;
+    // Throws std::system_error if the service's address means nothing. pfnNote, if not empty, hears of each
+    // call that is in the score.
+    Run(const Options& options, Mix& mix, std::function<void(const std::string&)> pfnSay, Note pfnNote);
 
     // Blocks until the run is over. Throws std::runtime_error if no server could register.
     const Score& Execute();

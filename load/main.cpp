@@ -3,7 +3,6 @@
 #include <exception>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 
 #include "load/Report.h"
@@ -36,9 +35,21 @@ void WriteFile(const std::string& strPath, const std::string& strText)
 int Play(const Options& options)
 {
     Mix mix = ReadMix(options.strMix.empty() ? Json::parse(kDefaultMix) : ReadJson(options.strMix));
-    Run run(options, mix, [](const std::string& strLine) { std::printf("%s\n", strLine.c_str()); });
+    std::ofstream log;
+    Run::Note pfnNote;
+    if (!options.strLog.empty()) {
+        log.open(options.strLog, std::ios::trunc);
+        pfnNote = [&log](const Call& call, const User& user, const char* pszOutcome) {
+            log << call.GetName() << ' ' << UserID(user.nNumber) << ' ' << pszOutcome << '\n';
+        };
+    }
+    Run run(
+        options, mix, [](const std::string& strLine) { std::printf("%s\n", strLine.c_str()); },
+        std::move(pfnNote));
     const Score& score = run.Execute();
     std::printf("%s", TableOf(options, mix, score).c_str());
+    if (log.is_open() && !log.flush())
+        throw std::runtime_error("The file '" + options.strLog + "' cannot be written.");
     WriteFile(options.strJson, JsonOf(options, mix, score));
     WriteFile(options.strSvg, PictureOf(options, mix, score));
     const CallScore sum = score.Sum();
