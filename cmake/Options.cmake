@@ -5,7 +5,7 @@ add_library(velkar_options INTERFACE)
 target_include_directories(velkar_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(velkar_options INTERFACE Threads::Threads)
 target_compile_options(velkar_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Werror
+  -Wall -Wextra -Wpedantic -Wshadow $<$<BOOL:${VELKAR_WERROR}>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
   # g++ 12 takes assignments of short literals to std::string for overlapping copies.
@@ -14,10 +14,26 @@ target_compile_options(velkar_options INTERFACE
   $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
   -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 
-if(NOT WIN32)
+# Of a target that velkar_plain has made plain, none of what costs time or needs an optimiser.
+set(not_plain $<NOT:$<BOOL:$<TARGET_PROPERTY:VELKAR_PLAIN>>>)
+if(WIN32)
+  target_compile_definitions(velkar_options INTERFACE _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
+  target_compile_options(velkar_options INTERFACE $<${not_plain}:-fstack-protector-strong>)
+  target_link_libraries(velkar_options INTERFACE ws2_32 mswsock)
+  target_link_options(velkar_options INTERFACE -static -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
+else()
   # A thread that enters a library which the host has opened itself gets its thread-local objects without an
   # allocation, whose failure would end the process.
   target_compile_options(velkar_options INTERFACE -ftls-model=initial-exec)
+  if(NOT VELKAR_SANITIZE)
+    target_compile_options(velkar_options INTERFACE
+      "$<${not_plain}:-fstack-protector-strong;-fstack-clash-protection>"
+      "$<$<AND:${not_plain},$<CONFIG:Release,RelWithDebInfo,MinSizeRel>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+      target_compile_options(velkar_options INTERFACE $<${not_plain}:-fcf-protection>)
+    endif()
+  endif()
+  target_link_options(velkar_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
 if(VELKAR_SANITIZE)
@@ -30,11 +46,24 @@ if(VELKAR_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-if(WIN32)
-  target_compile_definitions(velkar_options INTERFACE _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
-  target_link_libraries(velkar_options INTERFACE ws2_32 mswsock)
-  add_link_options(-static)
+# In a release build the library and the sandbox are compiled with lines and functions for a debugger, which
+# velkar_split_debug moves into a file beside the binary.
+if(VELKAR_SPLIT_DEBUG)
+  target_compile_options(velkar_options INTERFACE $<$<AND:${not_plain},$<CONFIG:Release>>:-g1>)
 endif()
+function(velkar_split_debug target)
+  if(NOT VELKAR_SPLIT_DEBUG OR NOT CMAKE_BUILD_TYPE STREQUAL Release)
+    return()
+  endif()
+  set(file $<TARGET_FILE:${target}>)
+  if(NOT WIN32)
+    target_link_options(${target} PRIVATE -Wl,--build-id=sha1)
+  endif()
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${file}.debug ${file}
+    VERBATIM)
+endfunction()
 
 # velkar_precompile(target set): the target's sources start from the standard library's headers, precompiled once for
 # the whole build; with the set "test" also from GoogleTest's.
@@ -67,6 +96,7 @@ endfunction()
 # make without any optimisation.
 function(velkar_plain target)
   if(NOT VELKAR_SANITIZE)
+    set_target_properties(${target} PROPERTIES VELKAR_PLAIN ON)
     target_compile_options(${target} PRIVATE $<IF:$<BOOL:${WIN32}>,-O1,-O0>)
   endif()
 endfunction()

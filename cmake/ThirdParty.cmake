@@ -1,15 +1,25 @@
-# Packaged libraries. The header-only ones are seen through a staged folder of links, so that a cross
-# build meets no header of the native system.
+# Libraries of headers, from the system's packages. The library sees them through a staged folder of links, so that a
+# cross build meets no header of the native system.
 set(staged ${PROJECT_BINARY_DIR}/staged-include)
 file(MAKE_DIRECTORY ${staged})
-foreach(header asio asio.hpp spdlog fmt)
-  if(NOT EXISTS /usr/include/${header})
-    message(FATAL_ERROR "Missing header package for '${header}': run script/bootstrap")
+# velkar_stage(header names...): the folder that holds the header is searched, and the names in it are staged.
+function(velkar_stage header)
+  find_path(VELKAR_FOLDER_OF_${header} ${header} PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
+  mark_as_advanced(VELKAR_FOLDER_OF_${header})
+  set(folder ${VELKAR_FOLDER_OF_${header}})
+  if(NOT folder)
+    message(FATAL_ERROR "There is no ${header}: install the packages libasio-dev, libspdlog-dev and libfmt-dev, or "
+                        "set VELKAR_FOLDER_OF_${header}")
   endif()
-  if(NOT EXISTS ${staged}/${header})
-    file(CREATE_LINK /usr/include/${header} ${staged}/${header} SYMBOLIC)
-  endif()
-endforeach()
+  foreach(name IN LISTS ARGN)
+    if(NOT EXISTS ${staged}/${name})
+      file(CREATE_LINK ${folder}/${name} ${staged}/${name} SYMBOLIC)
+    endif()
+  endforeach()
+endfunction()
+velkar_stage(asio.hpp asio.hpp asio)
+velkar_stage(spdlog/spdlog.h spdlog)
+velkar_stage(fmt/format.h fmt)
 
 add_library(velkar_asio INTERFACE)
 target_include_directories(velkar_asio SYSTEM INTERFACE ${staged})
@@ -27,14 +37,3 @@ endif()
 add_library(velkar_spdlog INTERFACE)
 target_include_directories(velkar_spdlog SYSTEM INTERFACE ${staged})
 target_compile_definitions(velkar_spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
-
-# GoogleTest from its packaged sources, so that the same tests run as Windows programs too.
-set(gtest_sources /usr/src/googletest)
-if(NOT EXISTS ${gtest_sources}/CMakeLists.txt)
-  message(FATAL_ERROR "Missing package googletest: run script/bootstrap")
-endif()
-set(INSTALL_GTEST OFF)
-set(BUILD_GMOCK OFF)
-set(gtest_force_shared_crt ON)
-add_subdirectory(${gtest_sources} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-target_compile_options(gtest PRIVATE -O0)

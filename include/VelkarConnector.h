@@ -5,11 +5,11 @@
  * Conventions, for every function below unless its own comment says otherwise:
  *
  *  1. Records. Every record belongs to the caller. The library reads and writes it during the call and keeps
- *     no pointer to it. Records have the platform's default alignment and the same layout on 64-bit Windows
- *     and Linux. `int` is 32 bits, `long long` is 64 bits, flags are one byte. Zero a record before each
- *     call: some failures write the head and the text of a response alone, and all the other fields then keep
- *     what they held. The one exception are the handles of a response: each call overwrites them, so destroy
- *     the old ones before a response record is used again.
+ *     no pointer to it. Records have the platform's default alignment, also where a #pragma pack of the game
+ *     is in force, and the same layout on 64-bit Windows and Linux. `int` is 32 bits, `long long` is 64 bits,
+ *     flags are one byte. Zero a record before each call: some failures write the head and the text of a
+ *     response alone, and all the other fields then keep what they held. The one exception are the handles of
+ *     a response: each call overwrites them, so destroy the old ones before a response record is used again.
  *  2. Texts are byte strings. A width counts the NUL: char[23] holds at most 22 characters, a character being
  *     one byte. What the library writes always ends in a NUL and is cut silently to fit. A text that the game
  *     fills to the last byte without a NUL is read to its end and no further; such a text is sent without its
@@ -88,6 +88,16 @@
 #include <stdbool.h>
 #endif
 
+/* The version that this header belongs to, and the one place that says it: the build reads it from here. */
+#define VELKAR_CONNECTOR_VERSION_MAJOR 0
+#define VELKAR_CONNECTOR_VERSION_MINOR 1
+#define VELKAR_CONNECTOR_VERSION_PATCH 0
+
+/* The same as one number that grows with each release, for comparisons in #if: 0.1.0 is 100. */
+#define VELKAR_CONNECTOR_VERSION                                                     \
+    (VELKAR_CONNECTOR_VERSION_MAJOR * 10000 + VELKAR_CONNECTOR_VERSION_MINOR * 100 + \
+     VELKAR_CONNECTOR_VERSION_PATCH)
+
 #if defined(VELKAR_CONNECTOR_STATIC)
 #define VELKAR_API
 #elif defined(_WIN32)
@@ -108,6 +118,10 @@
 #else
 #define VELKAR_BY_REFERENCE(record) const record*
 #endif
+
+/* All records below have the platform's usual alignment, whatever #pragma pack holds where the header is
+ * included; what held before holds again behind it. */
+#pragma pack(push, 8)
 
 #ifdef __cplusplus
 extern "C" {
@@ -1213,5 +1227,7 @@ VELKAR_API void PurchaseProduct(const _PURCHASE_REQ* pReq, _PURCHASE_RES* pRes);
 #ifdef __cplusplus
 }
 #endif
+
+#pragma pack(pop)
 
 #endif /* VELKAR_CONNECTOR_H */

@@ -1,0 +1,10 @@
+# GoogleTest from its packaged sources, so that the same tests run as Windows programs too.
+set(gtest_sources /usr/src/googletest)
+if(NOT EXISTS ${gtest_sources}/CMakeLists.txt)
+  message(FATAL_ERROR "Missing package googletest: run script/bootstrap")
+endif()
+set(INSTALL_GTEST OFF)
+set(BUILD_GMOCK OFF)
+set(gtest_force_shared_crt ON)
+add_subdirectory(${gtest_sources} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+target_compile_options(gtest PRIVATE -O0)
