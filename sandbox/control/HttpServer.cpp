@@ -1,25 +1,25 @@
 #include "sandbox/control/HttpServer.h"
 
+#include <http_parser.h>
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <asio/ip/address.hpp>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
 #include <optional>
-#include <semaphore>
 #include <set>
-#include <string_view>
 #include <thread>
+#include <vector>
 
 #include "sandbox/base/StartError.h"
-#include "sandbox/control/HttpStream.h"
+#include "sandbox/control/HttpReader.h"
 
 namespace Sandbox {
 namespace {
@@ -30,6 +30,7 @@ constexpr auto kReadTime = 10'000ms;        // for a whole request to arrive
 constexpr std::size_t kMaxHead = 64 << 10;  // bytes before the body
 constexpr auto kAnswerTime = 75s;           // more than the longest "timeoutMs" of a trigger
 constexpr auto kStopGrace = 500ms;          // for the last replies to leave
+constexpr auto kAcceptPause = 100ms;        // after a failed accept, as when descriptors have run out
 
 // Where a thread of the interface waits for a reply that another thread gives. The first reply counts.
 class Ticket {
@@ -58,26 +59,6 @@ private:
     std::optional<HttpReply> m_reply;
 };
 
-// One thread for each connection. While all threads are busy, enqueue blocks the accepting thread, so that
-// further connections wait in the system's queue.
-class Workers final : public httplib::TaskQueue {
-public:
-    Workers() : m_pool(HttpServer::kMaxConnections) {}
-    void enqueue(std::function<void()> work) override
-    {
-        m_free.acquire();
-        m_pool.enqueue([this, work = std::move(work)] {
-            work();
-            m_free.release();
-        });
-    }
-    void shutdown() override { m_pool.shutdown(); }
-
-private:
-    std::counting_semaphore<> m_free{HttpServer::kMaxConnections};
-    httplib::ThreadPool m_pool;
-};
-
 // The host of a Host header: "[::1]:80" and "localhost:80" without the port and the brackets.
 std::string HostOf(std::string strHeader)
 {
@@ -93,12 +74,28 @@ std::optional<asio::ip::address> ParseAddress(const std::string& strHost)
     return error ? std::nullopt : std::optional(address);
 }
 
+// A reply to HEAD has no body.
+bool Write(HttpStream& stream, const HttpReply& reply, bool bHead)
+{
+    const std::string strHead =
+        "HTTP/1.1 " + std::to_string(reply.nStatus) + ' ' +
+        http_status_str(static_cast<http_status>(reply.nStatus)) + "\r\nContent-Type: " + reply.pszType +
+        "\r\nContent-Length: " + std::to_string(reply.strBody.size()) + "\r\nConnection: close\r\n\r\n";
+    return stream.Write(bHead ? strHead : strHead + reply.strBody);
+}
+
+std::string Header(const HttpIncoming& incoming, const char* pszName)
+{
+    const auto it = incoming.mapHeaders.find(pszName);
+    return it == incoming.mapHeaders.end() ? "" : it->second;
+}
+
 }  // namespace
 
-class HttpServer::Impl final : public httplib::Server {
+class HttpServer::Impl {
 public:
     Impl(const std::string& strHost, unsigned short nPort, Answerer answerer);
-    ~Impl() override { Stop(); }
+    ~Impl() { Stop(); }
 
     void Stop();
 
@@ -106,129 +103,102 @@ public:
     unsigned short m_nPort = 0;
 
 private:
-    bool process_and_close_socket(socket_t fd) override;
+    void Listen(unsigned short nPort);
+    void Accept();
+    void ServeConnection(int fd);
     // The refusal of a request that may not be served, whatever it asks for; nothing if it may.
-    std::optional<HttpReply> Object(const httplib::Request& req) const;
+    std::optional<HttpReply> Object(const HttpIncoming& incoming) const;
     bool IsOwnHost(const std::string& strHost) const;
-    void Serve(const httplib::Request& req, httplib::Response& res);
-    void Bind(unsigned short nPort);
-    void ServeFirst();
+    HttpReply Answer(HttpRequest request);
 
     Answerer m_answerer;
+    int m_nListener = -1;
     std::mutex m_mutex;
     bool m_bStopping = false;
     std::set<int> m_setSockets;
     std::set<std::shared_ptr<Ticket>> m_setTickets;
-    std::condition_variable m_closed;     // notified when a connection has ended
-    std::atomic<bool> m_bFailed = false;  // accepting has failed and does not begin again
-    std::thread m_thread;                 // accepts connections
+    std::condition_variable m_closed;  // notified when a connection has ended
+    // Each accepts a connection and serves it. While all are busy, further connections wait in the system's
+    // queue.
+    std::vector<std::thread> m_vecThreads;
 };
-
-namespace {
-
-void Set(httplib::Response& res, const HttpReply& reply)
-{
-    res.status = reply.nStatus;
-    res.set_content(reply.strBody, reply.pszType);
-}
-
-bool HasBody(const httplib::Request& req)
-{
-    return (req.method == "POST" || req.method == "DELETE") &&
-           req.get_header_value("Content-Length").find_first_not_of('0') != std::string::npos;
-}
-
-}  // namespace
 
 HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answerer answerer)
     : m_strHost(strHost), m_answerer(std::move(answerer))
 {
-    new_task_queue = [] { return new Workers; };
-    set_payload_max_length(kMaxBody);
-    set_tcp_nodelay(true);
-    // The library's own option would let two processes listen on one port, and neither would notice.
-    set_socket_options([](socket_t fd) {
+    Listen(nPort);
+    while (m_vecThreads.size() < HttpServer::kMaxConnections)
+        m_vecThreads.emplace_back([this] { Accept(); });
+}
+
+// Listens on the first of the host's addresses that can be had.
+void HttpServer::Impl::Listen(unsigned short nPort)
+{
+    addrinfo hints{};
+    hints.ai_flags = AI_PASSIVE;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* pAll = nullptr;
+    std::string strError = "no such address";
+    if (getaddrinfo(m_strHost.c_str(), std::to_string(nPort).c_str(), &hints, &pAll) != 0)
+        pAll = nullptr;
+    for (const addrinfo* p = pAll; p != nullptr && m_nListener < 0; p = p->ai_next) {
+        const int fd = socket(p->ai_family, p->ai_socktype | SOCK_CLOEXEC, p->ai_protocol);
         const int nOn = 1;
         setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof(nOn));
-    });
-    // The library waits for a body whenever a method may have one. A request without a body is served here,
-    // before the library waits in vain.
-    set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
-        if (const auto objection = Object(req))
-            Set(res, *objection);
-        else if (HasBody(req))
-            return HandlerResponse::Unhandled;
-        else
-            Serve(req, res);
-        return HandlerResponse::Handled;
-    });
-    const auto serve = [this](const httplib::Request& req, httplib::Response& res) { Serve(req, res); };
-    constexpr char kAnyPath[] = "/[-a-z/]{0,60}";
-    Post(kAnyPath, serve);
-    Delete(kAnyPath, serve);
-    set_error_handler([](const httplib::Request&, httplib::Response& res) {
-        if (res.body.empty())
-            Set(res, ErrorReply(res.status, res.status == 404   ? "There is no such path."
-                                            : res.status == 413 ? "The body is too long."
-                                                                : "The request cannot be read."));
-    });
-    Bind(nPort);
-    ServeFirst();
-    m_thread = std::thread([this] {
-        if (!listen_after_bind())
-            m_bFailed = true;
-    });
-    // The library ignores a stop before it runs, so the constructor waits until it does.
-    while (!is_running() && !m_bFailed)
-        std::this_thread::yield();
-}
-
-void HttpServer::Impl::Bind(unsigned short nPort)
-{
-    errno = 0;
-    const int nBound =
-        nPort == 0 ? bind_to_any_port(m_strHost) : (bind_to_port(m_strHost, nPort) ? nPort : -1);
-    if (nBound <= 0) {
+        sockaddr_storage bound{};
+        socklen_t nSize = sizeof(bound);
+        auto* const pBound = reinterpret_cast<sockaddr*>(&bound);
+        if (bind(fd, p->ai_addr, p->ai_addrlen) == 0 && listen(fd, SOMAXCONN) == 0 &&
+            getsockname(fd, pBound, &nSize) == 0) {
+            m_nListener = fd;
+            m_nPort = ntohs(bound.ss_family == AF_INET6 ? reinterpret_cast<sockaddr_in6*>(&bound)->sin6_port
+                                                        : reinterpret_cast<sockaddr_in*>(&bound)->sin_port);
+        } else {
+            strError = std::strerror(errno);
+            close(fd);
+        }
+    }
+    if (pAll != nullptr)
+        freeaddrinfo(pAll);
+    if (m_nListener < 0) {
         throw StartError("Cannot listen for HTTP on " + m_strHost + ':' + std::to_string(nPort) + ": " +
-                         (errno != 0 ? std::strerror(errno) : "no such address") +
-                         " (--http-port takes another port, --no-http none)");
+                         strError + " (--http-port takes another port, --no-http none)");
     }
-    m_nPort = static_cast<unsigned short>(nBound);
 }
 
-// The HTTP library makes its tables at the first request that it serves. This function is that request, on
-// the one thread that there is so far; the request itself is refused. Otherwise the thread sanitizer would
-// report a race in the library, which is not compiled with it.
-void HttpServer::Impl::ServeFirst()
+void HttpServer::Impl::Accept()
 {
-    int arrFd[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, arrFd) != 0)
-        return;
-    constexpr std::string_view kRequest = "GET / HTTP/1.1\r\n\r\n";
-    const bool bSent = send(arrFd[1], kRequest.data(), kRequest.size(), MSG_NOSIGNAL) > 0;
-    shutdown(arrFd[1], SHUT_WR);
-    if (bSent)
-        process_and_close_socket(arrFd[0]);
-    else
-        close(arrFd[0]);
-    close(arrFd[1]);
+    for (;;) {
+        const int fd = accept4(m_nListener, nullptr, nullptr, SOCK_CLOEXEC);
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_bStopping) {
+                if (fd >= 0)
+                    close(fd);
+                return;
+            }
+            if (fd >= 0)
+                m_setSockets.insert(fd);
+        }
+        if (fd >= 0)
+            ServeConnection(fd);
+        else
+            std::this_thread::sleep_for(kAcceptPause);
+    }
 }
 
-bool HttpServer::Impl::process_and_close_socket(socket_t fd)
+void HttpServer::Impl::ServeConnection(int fd)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_bStopping)
-            shutdown(fd, SHUT_RDWR);
-        m_setSockets.insert(fd);
-    }
+    const int nOn = 1;
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof(nOn));
     HttpStream stream(fd, kMaxHead + kMaxBody, kReadTime);
-    bool bClosed = false;
-    const bool bServed = process_request(stream, true, bClosed, [](httplib::Request& req) {
-        req.ranges.clear();                 // replies are never cut into ranges
-        req.headers.erase("Content-Type");  // every body is read as JSON; curl calls it a form
-    });
-    if (bServed)
+    HttpIncoming incoming;
+    const auto refusal = ReadRequest(
+        stream, kMaxBody, [this](const HttpIncoming& all) { return Object(all); }, incoming);
+    const bool bHead = incoming.request.strMethod == "HEAD";
+    if (bHead)
+        incoming.request.strMethod = "GET";
+    if (Write(stream, refusal ? *refusal : Answer(std::move(incoming.request)), bHead))
         stream.Linger();
     {
         const std::lock_guard lock(m_mutex);
@@ -236,20 +206,19 @@ bool HttpServer::Impl::process_and_close_socket(socket_t fd)
         close(fd);
     }
     m_closed.notify_all();
-    return bServed;
 }
 
 // A page in a browser can send requests to this port, also under a host name that its owner has pointed at
 // this machine. The headers Origin and Host give such requests away.
-std::optional<HttpReply> HttpServer::Impl::Object(const httplib::Request& req) const
+std::optional<HttpReply> HttpServer::Impl::Object(const HttpIncoming& incoming) const
 {
-    if (req.has_header("Origin"))
+    if (incoming.mapHeaders.contains("origin"))
         return ErrorReply(403, "Pages in a browser may not ask.");
-    if (req.get_header_value_count("Host") != 1 || !IsOwnHost(HostOf(req.get_header_value("Host"))))
+    if (incoming.mapHeaders.count("host") != 1 || !IsOwnHost(HostOf(Header(incoming, "host"))))
         return ErrorReply(403, "The Host header names another machine.");
-    if (req.has_header("Transfer-Encoding"))
+    if (incoming.mapHeaders.contains("transfer-encoding"))
         return ErrorReply(411, "The body needs a Content-Length.");
-    if (req.has_header("Content-Encoding"))
+    if (incoming.mapHeaders.contains("content-encoding"))
         return ErrorReply(415, "The body must be plain JSON.");
     return std::nullopt;
 }
@@ -264,27 +233,25 @@ bool HttpServer::Impl::IsOwnHost(const std::string& strHost) const
     return address && (address->is_loopback() || (own && own->is_unspecified()));
 }
 
-void HttpServer::Impl::Serve(const httplib::Request& req, httplib::Response& res)
+HttpReply HttpServer::Impl::Answer(HttpRequest request)
 {
     const auto pTicket = std::make_shared<Ticket>();
     {
         const std::lock_guard lock(m_mutex);
         if (m_bStopping)
-            return Set(res, ErrorReply(503, "The sandbox ends."));
+            return ErrorReply(503, "The sandbox ends.");
         m_setTickets.insert(pTicket);
     }
-    HttpRequest request{req.method, req.path, {}, req.body};
-    if (req.target.find('?') != std::string::npos)
-        request.mapQuery.insert(req.params.begin(), req.params.end());
     m_answerer(std::move(request), [pTicket](HttpReply reply) { pTicket->Give(std::move(reply)); });
-    Set(res, pTicket->Take());
+    HttpReply reply = pTicket->Take();
     const std::lock_guard lock(m_mutex);
     m_setTickets.erase(pTicket);
+    return reply;
 }
 
 void HttpServer::Impl::Stop()
 {
-    if (!m_thread.joinable())
+    if (m_vecThreads.empty())
         return;
     {
         std::unique_lock lock(m_mutex);
@@ -297,8 +264,11 @@ void HttpServer::Impl::Stop()
         for (const int fd : m_setSockets)
             shutdown(fd, SHUT_RDWR);
     }
-    stop();
-    m_thread.join();
+    shutdown(m_nListener, SHUT_RDWR);  // wakes the threads that accept
+    for (std::thread& thread : m_vecThreads)
+        thread.join();
+    m_vecThreads.clear();
+    close(m_nListener);
 }
 
 HttpServer::HttpServer(const std::string& strHost, unsigned short nPort, Answerer answerer)

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace Sandbox {
 namespace {
@@ -34,47 +33,31 @@ bool HttpStream::Poll(short nEvents, Clock::time_point deadline) const
     }
 }
 
-bool HttpStream::is_readable() const { return m_nBegin < m_nEnd || Poll(POLLIN, m_readDeadline); }
-
-bool HttpStream::is_writable() const { return Poll(POLLOUT, Clock::now() + kWriteTime); }
-
-ssize_t HttpStream::read(char* pBytes, size_t nSize)
+std::string_view HttpStream::Read()
 {
-    if (m_nBegin == m_nEnd) {
-        if (m_nLeft == 0 || !Poll(POLLIN, m_readDeadline))
-            return -1;
-        const ssize_t n = recv(m_fd, m_arrBuffer.data(), std::min(m_arrBuffer.size(), m_nLeft), MSG_DONTWAIT);
-        if (n <= 0)
-            return n;
-        m_nBegin = 0;
-        m_nEnd = static_cast<std::size_t>(n);
-        m_nLeft -= m_nEnd;
-    }
-    const std::size_t nTaken = std::min(nSize, m_nEnd - m_nBegin);
-    std::memcpy(pBytes, m_arrBuffer.data() + m_nBegin, nTaken);
-    m_nBegin += nTaken;
-    return static_cast<ssize_t>(nTaken);
+    if (m_nLeft == 0 || !Poll(POLLIN, m_readDeadline))
+        return {};
+    const ssize_t n = recv(m_fd, m_arrBuffer.data(), std::min(m_arrBuffer.size(), m_nLeft), MSG_DONTWAIT);
+    if (n <= 0)
+        return {};
+    m_nLeft -= static_cast<std::size_t>(n);
+    return {m_arrBuffer.data(), static_cast<std::size_t>(n)};
 }
 
-// Writes all bytes or fails.
-ssize_t HttpStream::write(const char* pBytes, size_t nSize)
+bool HttpStream::Write(std::string_view strBytes)
 {
     if (m_writeDeadline == Clock::time_point{})
         m_writeDeadline = Clock::now() + kWriteTime;
-    for (std::size_t nSent = 0; nSent < nSize;) {
+    while (!strBytes.empty()) {
         if (!Poll(POLLOUT, m_writeDeadline))
-            return -1;
-        const ssize_t n = send(m_fd, pBytes + nSent, nSize - nSent, MSG_NOSIGNAL | MSG_DONTWAIT);
+            return false;
+        const ssize_t n = send(m_fd, strBytes.data(), strBytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0 && errno != EAGAIN && errno != EINTR)
-            return -1;
-        nSent += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
+            return false;
+        strBytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
     }
-    return static_cast<ssize_t>(nSize);
+    return true;
 }
-
-// Nothing in the sandbox uses the addresses of a connection, so they stay empty.
-void HttpStream::get_remote_ip_and_port(std::string&, int&) const {}
-void HttpStream::get_local_ip_and_port(std::string&, int&) const {}
 
 void HttpStream::Linger()
 {

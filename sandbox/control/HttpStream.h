@@ -1,27 +1,25 @@
-// The bytes of one HTTP connection, with two bounds that the HTTP library does not have: how long a request
-// may take to arrive, and how large it may be. Used by the connection's thread alone.
+// The bytes of one HTTP connection, with two bounds: how long a request may take to arrive, and how large it
+// may be. Used by the connection's thread alone.
 #pragma once
-
-#include <httplib.h>
 
 #include <array>
 #include <chrono>
+#include <cstddef>
+#include <string_view>
 
 namespace Sandbox {
 
-class HttpStream final : public httplib::Stream {
+class HttpStream {
 public:
     // The caller keeps and closes the socket. Reading fails after nMaxBytes or after readTime; writing fails
     // five seconds after its first byte.
     HttpStream(int fd, std::size_t nMaxBytes, std::chrono::milliseconds readTime);
 
-    bool is_readable() const override;
-    bool is_writable() const override;
-    ssize_t read(char* pBytes, size_t nSize) override;
-    ssize_t write(const char* pBytes, size_t nSize) override;
-    void get_remote_ip_and_port(std::string& strIP, int& nPort) const override;
-    void get_local_ip_and_port(std::string& strIP, int& nPort) const override;
-    socket_t socket() const override { return m_fd; }
+    // The bytes that have come, at least one; valid until the next call. Empty at the end and after a
+    // failure.
+    std::string_view Read();
+    // Writes all bytes; false is a failure.
+    bool Write(std::string_view strBytes);
 
     // Ends the sending and reads on for half a second at most. If the socket were closed with bytes unread,
     // the system would reset the connection, and the peer could lose the reply.
@@ -36,7 +34,6 @@ private:
     const Clock::time_point m_readDeadline;
     Clock::time_point m_writeDeadline{};
     std::array<char, 4096> m_arrBuffer;
-    std::size_t m_nBegin = 0, m_nEnd = 0;  // the unread part of m_arrBuffer
 };
 
 }  // namespace Sandbox
