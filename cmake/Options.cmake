@@ -20,7 +20,7 @@ if(WIN32)
   target_compile_definitions(velkar_options INTERFACE _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
   target_compile_options(velkar_options INTERFACE $<${not_plain}:-fstack-protector-strong>)
   target_link_libraries(velkar_options INTERFACE ws2_32 mswsock)
-  target_link_options(velkar_options INTERFACE -static -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
+  target_link_options(velkar_options INTERFACE -static -fstack-protector-strong -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 else()
   # A thread that enters a library which the host has opened itself gets its thread-local objects without an
   # allocation, whose failure would end the process.

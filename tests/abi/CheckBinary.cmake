@@ -83,6 +83,8 @@ endif()
 
 if(HARDENED AND WINDOWS)
   expect("${headers}" HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT)
+  file(STRINGS ${BINARY} text REGEX "stack smashing detected")
+  expect("${text}" ".")
 elseif(HARDENED)
   expect("${headers}" "RELRO" "STACK[^\n]*\n[^\n]*flags rw-\n")
   look(dynamic ${READELF} -d)
