@@ -47,9 +47,10 @@ if(VELKAR_FUZZ)
 endif()
 
 # In a release build the library and the sandbox are compiled with lines and functions for a debugger, which
-# velkar_split_debug moves into a file beside the binary.
+# velkar_split_debug moves into a file beside the binary. Source files are named from the root of the tree.
 if(VELKAR_SPLIT_DEBUG)
-  target_compile_options(velkar_options INTERFACE $<$<AND:${not_plain},$<CONFIG:Release>>:-g1>)
+  target_compile_options(velkar_options INTERFACE
+    "$<$<AND:${not_plain},$<CONFIG:Release>>:-g1;-fdebug-prefix-map=${PROJECT_SOURCE_DIR}=.>")
 endif()
 function(velkar_split_debug target)
   if(NOT VELKAR_SPLIT_DEBUG OR NOT CMAKE_BUILD_TYPE STREQUAL Release)

@@ -154,6 +154,32 @@ TEST_F(ControlTest, WhatIsAskedWronglyOrByAPageIsRefused)
     }
 }
 
+TEST_F(ControlTest, RequestsAreReadByTheGrammarOfHttp)
+{
+    const std::string strHost = " HTTP/1.1\r\nHost: localhost\r\n";
+    const std::pair<std::string, const char*> kCases[] = {
+        {"GET /users?user=%61lic%65" + strHost + "\r\n", "200 OK"},
+        {"GET /users?user=alice&limit=%31&" + strHost + "\r\n", "200 OK"},
+        {"GET /users?user=alic%6" + strHost + "\r\n", "404 Not Found"},
+        {"POST /reset" + strHost + "Expect: 100-continue\r\nContent-Length: 2\r\n\r\n{}", "100 Continue"},
+        {"POST /reset" + strHost + "Transfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n", "411 Length"},
+        {"POST /reset" + strHost + "Content-Length: 1048577\r\n\r\n", "413 Payload"},
+        {"POST /reset" + strHost + "Content-Length: 2\r\nContent-Length: 3\r\n\r\n{}", "400 Bad"},
+        {"GET /" + strHost + "Host: localhost\r\n\r\n", "403 Forbidden"},
+        {"GET /" + strHost + "Name: " + std::string(100'000, 'x') + "\r\n\r\n", "400 Bad"},
+        {"nonsense\r\n\r\n", "400 Bad"},
+    };
+    for (const auto& [strBytes, pszAnswer] : kCases) {
+        Client client(m_sandbox.HttpPort());
+        client.SendBytes(strBytes);
+        const std::string strAnswer = client.ReadUntilClosed();
+        EXPECT_TRUE(strAnswer.starts_with(std::string("HTTP/1.1 ") + pszAnswer)) << strBytes.substr(0, 99);
+    }
+    Client client(m_sandbox.HttpPort());
+    client.SendBytes("HEAD /" + strHost + "\r\n");
+    EXPECT_TRUE(client.ReadUntilClosed().ends_with("\r\n\r\n"));
+}
+
 TEST_F(ControlTest, HugeRequestsAreNotTheEnd)
 {
     for (const std::string& strBody : {std::string(1'000'000, '['), std::string(100'000, '\xFF')})
