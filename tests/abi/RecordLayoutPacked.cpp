@@ -1,5 +1,5 @@
-// A game may include the header where a packing of its own is in force: the records keep their layout, and the game's
-// packing holds again behind the header.
+// A game may include the header where a packing of its own is in force: the records keep their layout, and
+// the game's packing holds again behind the header.
 #pragma pack(push, 1)
 #include "tests/abi/RecordLayout.cpp"
 
