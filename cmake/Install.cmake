@@ -46,9 +46,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${doc} COMPONENT develo
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${doc}
         COMPONENT development)
 
-# ---- the sandbox ----
+# ---- the sandbox, and velkar-load ----
 if(TARGET velkar-sandbox)
-  install(TARGETS velkar-sandbox RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
+  install(TARGETS velkar-sandbox velkar-load RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
 endif()
 
 # ---- debug symbols: on Linux under the build id, where gdb looks for them; on Windows beside the DLL ----
@@ -57,7 +57,7 @@ if(VELKAR_SPLIT_DEBUG AND CMAKE_BUILD_TYPE STREQUAL Release)
     install(FILES $<TARGET_FILE:VelkarConnector>.debug DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug
             EXCLUDE_FROM_ALL)
   else()
-    foreach(target VelkarConnector velkar-sandbox)
+    foreach(target VelkarConnector velkar-sandbox velkar-load)
       if(TARGET ${target})
         install(CODE "set(file $<TARGET_FILE:${target}>)
 set(readelf ${CMAKE_READELF})

@@ -66,6 +66,20 @@ function(velkar_split_debug target)
     VERBATIM)
 endfunction()
 
+# velkar_one_file(target): the program carries the C++ runtime and runs on other distributions too; Linux.
+function(velkar_one_file target)
+  velkar_split_debug(${target})
+  target_link_options(${target} PRIVATE -pie)
+  if(NOT VELKAR_SANITIZE)
+    # The unwinder is the system's, as a bundled one would ask for a newer glibc.
+    target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+      # Of control-flow protection the return addresses alone: the packaged SQLite is not made for the other half.
+      target_link_options(${target} PRIVATE -Wl,-z,shstk)
+    endif()
+  endif()
+endfunction()
+
 # velkar_precompile(target set): the target's sources start from the standard library's headers, precompiled once for
 # the whole build; with the set "test" also from GoogleTest's.
 option(VELKAR_PRECOMPILE "Precompile the headers of the standard library and of GoogleTest" OFF)
