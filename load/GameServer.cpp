@@ -10,7 +10,6 @@ namespace Load {
 namespace {
 
 constexpr std::chrono::seconds kRetryCycle{1};
-constexpr int kHeartbeatCycle = 10;
 constexpr int kSuccessWithFlag = 90006;  // checked in, and the game's extra flag
 
 struct Result {
@@ -101,7 +100,7 @@ void GameServer::OnConnected(asio::ip::tcp::socket socket)
     req.strGID = m_stage.mix.strGame;
     req.strSID = m_strSID;
     req.strWID = "W1";
-    req.nHeartbeatCycle = kHeartbeatCycle;
+    req.nHeartbeatCycle = kHeartbeatCycle.count();
     Send(req);
 }
 

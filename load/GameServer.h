@@ -18,6 +18,8 @@
 
 namespace Load {
 
+constexpr std::chrono::seconds kHeartbeatCycle{10};
+
 class GameServer;
 
 // What all servers share. Outlives them.

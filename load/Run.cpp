@@ -13,7 +13,7 @@ namespace Load {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{1};
-constexpr std::chrono::seconds kConnectTime{5}, kWarmTime{300}, kLeaveTime{60}, kHeartbeatCycle{10};
+constexpr std::chrono::seconds kConnectTime{5}, kWarmTime{300}, kLeaveTime{60};
 // What comes later than this is lost: long enough that the last calls can still be late.
 constexpr auto kDrainTime = kAnswerTimeout + std::chrono::seconds(1);
 
