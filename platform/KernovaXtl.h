@@ -118,9 +118,12 @@ private:
             throw std::logic_error("[Kernova::XTL::Singleton] Dead reference detected.");
         T* const pNew = new T();
         s_pInstance.store(pNew, std::memory_order_release);
-        std::atexit(&Destroy);
+        static const End s_end;
         return *pNew;
     }
+    struct End {
+        ~End() { Destroy(); }
+    };
     static void Destroy()
     {
         if (!ExitGate::Close())

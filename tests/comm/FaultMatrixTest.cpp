@@ -27,7 +27,7 @@ struct Lengths {
     void Walk(const Field& v)
     {
         if constexpr (requires { v.GetMsgID(); }) {
-            VisitMessage(v, [this](const char*, const auto& field) { Walk(field); });
+            VisitMessage(v, [this](const char*, const auto& field) { this->Walk(field); });
         } else if constexpr (requires { v.size(); }) {
             vecPlaces.push_back(nPlace);
             nPlace += 4;

@@ -11,7 +11,7 @@
 
 namespace {
 
-using Settings::Text;
+using SettingsText::Text;
 
 CBillingIdMap& Products() { return BillingIdMap(); }
 CEventCodeMap& Events() { return EventCodeMap(); }
@@ -33,7 +33,7 @@ protected:
         return m_reader.Load();
     }
 
-    Settings::File m_file;
+    SettingsText::File m_file;
     CConfigReader m_reader;
 };
 

@@ -8,7 +8,7 @@
 #include "tests/config/SettingsText.h"
 #include "tests/platform/Waiting.h"
 
-using Settings::Port;
+using SettingsText::Port;
 
 namespace {
 
@@ -26,8 +26,8 @@ protected:
         return Eventually([&] { return m_reader.GetServerPort() == nPort; });
     }
 
-    Settings::File m_file;
-    Settings::File m_other;
+    SettingsText::File m_file;
+    SettingsText::File m_other;
     CConfigReader m_reader;
 };
 

@@ -10,7 +10,7 @@
 #include "platform/Host.h"
 #include "tests/support/Files.h"
 
-namespace Settings {
+namespace SettingsText {
 
 class Text {
 public:
@@ -114,4 +114,4 @@ private:
     std::string m_strPath;
 };
 
-}  // namespace Settings
+}  // namespace SettingsText

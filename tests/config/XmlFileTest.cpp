@@ -52,7 +52,7 @@ protected:
         return XMLNode::guessCharEncoding(strText.data(), static_cast<int>(strText.size()), bAttribute);
     }
 
-    Settings::File m_file;
+    SettingsText::File m_file;
 };
 
 std::string Utf16(const std::string& strAscii)

@@ -8,6 +8,10 @@
 #include "VelkarConnector.h"
 #include "datapool/DataPool.h"
 
+// In FromC.c.
+extern "C" bool SetUseCouponFromC(const _DATA_HANDLE* handle, const _USE_COUPON_INFO* pRecord,
+                                  char* errorText, std::size_t errorSize);
+
 namespace {
 
 using Handle = std::unique_ptr<_DATA_HANDLE, decltype(&DestroyHandle)>;
@@ -53,9 +57,7 @@ TEST(DataCalls, AGetReadsItsOwnListsOnly)
 
 TEST(DataCalls, ASetAddsToItsOwnListsOnly)
 {
-    // A game in C may pass a null record.
-    const auto set = reinterpret_cast<bool (*)(const _DATA_HANDLE*, const void*, char*, std::size_t)>(
-        reinterpret_cast<void (*)()>(&SetUseCouponData));
+    const auto set = &SetUseCouponFromC;
     const Handle coupons(GetHandleForUseCouponInfo(nullptr, 0), &DestroyHandle);
     const Handle confirm(GetHandleForConfirmUseStorageItemInfo(nullptr, 0), &DestroyHandle);
     const _USE_COUPON_INFO coupon = {"U1", "C1"};

@@ -128,8 +128,8 @@ TEST_F(ShopAnswersTest, Balances)
                                                {"nState=0 nRuvCoin=0", "1,,0"},
                                                {"nState=0 nRuvCoin=-1", "0,text,-1"},
                                                {"nState=1 nRuvCoin=500", "0,text,500"}}) {
-        Service().On<XC2S_QueryRuvcoinReq>([pszAnswer](const auto&, auto& ans) {
-            Assign(ans, std::string("strMessage=text ") + pszAnswer);
+        Service().On<XC2S_QueryRuvcoinReq>([pszText = pszAnswer](const auto&, auto& ans) {
+            Assign(ans, std::string("strMessage=text ") + pszText);
         });
         EXPECT_EQ(Named::Pick(Game().Call(&QueryRuvCoinInfo, _RUVCOIN_REQ{}), "bSuccess szError nRuvCoin"),
                   strRecord);

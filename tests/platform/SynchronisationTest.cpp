@@ -18,7 +18,7 @@ constexpr unsigned int kLong = 3'600'000;
 }
 
 #if !defined(NDEBUG) && !defined(VELKAR_FAKE_PLATFORM)
-TEST(LockOrderDeathTest, ALockTakenAgainstTheOrderEndsADebuggingBuild)
+TEST(LockOrderDeathTest, ALockTakenAgainstTheOrderEndsADebuggingBuild) NO_THREAD_SAFETY_ANALYSIS
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     CriticalSection outer(0, LockRank::ActiveLinks);

@@ -15,7 +15,7 @@
 
 using Fake::Op;
 using Fake::Journal::Level;
-using Settings::Port;
+using SettingsText::Port;
 
 namespace {
 
@@ -24,8 +24,8 @@ protected:
     void SetUp() override
     {
         Fake::Reset();
-        m_file = std::make_unique<Settings::File>();
-        m_log = std::make_unique<Settings::File>();
+        m_file = std::make_unique<SettingsText::File>();
+        m_log = std::make_unique<SettingsText::File>();
         m_log->Write("");
         ASSERT_TRUE(Logger().Init("service", m_log->Path(), "logger"));
         m_file->Write(Port(1000));
@@ -64,7 +64,7 @@ protected:
         });
     }
 
-    std::unique_ptr<Settings::File> m_file, m_log;
+    std::unique_ptr<SettingsText::File> m_file, m_log;
     CConfigReader m_reader;
 };
 
@@ -143,7 +143,7 @@ TEST_F(ReloadFaults, ACountThatIsNotThatOfItsListIsNamedInTheLog)
                                               "more than the file has of good entries in a row. The first 2"},
           {"1", "less than the file has of entries. The first 1"}}) {
         m_file->Write(
-            Settings::Text().Products({{"1", "a", "1"}, {"2", "b", "1"}}).Set({{"ID_COUNT", strCount}}));
+            SettingsText::Text().Products({{"1", "a", "1"}, {"2", "b", "1"}}).Set({{"ID_COUNT", strCount}}));
         EXPECT_EQ(m_reader.Open(m_file->Path()), strCount == "1");
         m_reader.LogWarnings();
         EXPECT_TRUE(Fake::Journal::Logged(Level::Warning, "[Config reader]The value '" + strCount +
