@@ -109,6 +109,7 @@ void CConfigReader::Shutdown()
 void CConfigReader::Execute()
 {
     const RunningScope running(m_bRunning);
+    Host::NameThread("velkar-reload");
     while (!MustStop()) {
         try {
             Run();

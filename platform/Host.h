@@ -32,6 +32,9 @@ struct LocalTime {
 };
 LocalTime GetLocalTime();
 
+// Nanoseconds of a clock that nobody sets, from any beginning. Never 0.
+std::int64_t GetSteadyTime();
+
 void Sleep(unsigned int milliseconds);
 
 // ---- files ----
@@ -89,6 +92,9 @@ bool IsTextUnicode(const void* pBuffer, int nLength);
 bool WideToMultiByte(const void* pWide, int nLength, bool bUtf8, std::string& strOut);
 
 // ---- the library itself ----
+// Gives the calling thread a name of at most 15 characters, which debuggers and lists of threads show. Does
+// nothing where the system has no names for threads.
+void NameThread(const char* pszName);
 // Runs the function in every process that is forked off this one, on its only thread, before the fork returns
 // there. Once; later calls change nothing. The function may use atomics alone: a thread that holds a lock is
 // not in the new process.

@@ -24,6 +24,22 @@ bool Uninitialize(const char* service);
 // The least severe level that the logger writes, from 0 (Emerg) to 8 (Trace). It does not change.
 int GetLevel(_THandle*);
 
+// An answer that takes longer than so many milliseconds is to be reported as slow, by the configuration; 0:
+// none is.
+int GetSlowLimit(_THandle*);
+
+// What the service's thread does beside writing lines. Exceptions of the two functions are caught.
+struct Reporter {
+    // Is called twice a second. May write lines.
+    void (*pfnLook)();
+    // Gives the text of the status file: as JSON, or in the text format of Prometheus.
+    std::string (*pfnStatus)(bool bJson);
+};
+// From now on, until the service has ended. The status file is the one that the configuration names, if it
+// names one: the text replaces the file as a whole, in each period and for the last time at the end of the
+// service. Throws std::bad_alloc.
+void SetReporter(_THandle*, const Reporter& reporter);
+
 // Most severe first. The text is written as it is: a percent sign has no meaning.
 void Emerg(_THandle*, const char* text);
 void Alert(_THandle*, const char* text);

@@ -45,6 +45,14 @@ bool Close(_THandle*);
 // blocks does not count: one list of all users does not make every other call fail until it has left.
 inline constexpr std::size_t kMaxQueuedBytes = 32u << 20;
 
+// Why the connection of the link has ended, with the system's code if it has Failed: the first reason counts.
+// Known in the disconnected callback and later.
+enum class End { ByPeer, ClosedHere, Stalled, Failed };
+End GetEnd(_THandle*, int& nCode);
+
+// What all links of the process hold for writing at this moment, in bytes. Waits for nothing.
+std::size_t GetQueuedBytes();
+
 // A link whose queue makes no progress for so many seconds is lost: its peer is there and reads no more.
 inline constexpr int kMaxStall = 30;
 }  // namespace Link

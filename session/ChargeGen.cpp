@@ -54,6 +54,7 @@ void CChargeGen::RunPass()
 
 void CChargeGen::Run()
 {
+    Host::NameThread("velkar-charge");
     Log::Info("[Charge Gen] Charge gen thread start.");
     // A stop that ends the wait still lets one pass run, if the link stands. bLast makes sure that it is one
     // pass only, because Terminated() becomes true some time after the stop flag.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <asio.hpp>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,6 +27,8 @@ public:
     // Sends what the system takes without waiting for the peer: the blocks without the first nFront bytes of
     // the first one. nCount is the number of bytes sent. One thread at a time, the event loop included.
     Sent Send(const Blocks& vecBlocks, std::size_t nFront, std::size_t& nCount);
+    // The system's code of what has failed in the two calls; 0 if the peer has ended the connection.
+    int GetError() const { return m_nError.load(); }
     // Blocks until there are bytes; 0 when the connection has ended in any way, or after End. One thread at a
     // time, the event loop included.
     std::size_t Receive(char* pBytes, std::size_t nSize);
@@ -44,6 +47,7 @@ public:
 private:
     Socket m_socket;  // where the event loop wakes threads for a socket that it knows, only while attached
     std::uintptr_t m_nHandle;
+    std::atomic<int> m_nError{0};
     // On Windows: the end of the receive that is under way, and the end of the connection.
     [[maybe_unused]] void* m_pReadEvent = nullptr;
     [[maybe_unused]] void* m_pEndEvent = nullptr;

@@ -26,6 +26,8 @@ constexpr std::size_t kMaxWarnings = 20;
 constexpr std::uint64_t kMinSize = 1u << 10, kMaxSize = 1u << 30;
 constexpr std::size_t kMaxFiles = 1000;
 constexpr int kMaxFlushSeconds = 3600;
+constexpr int kMaxSlowLimit = 5000;
+constexpr int kMaxStatusSeconds = 3600;
 
 std::string_view Trim(std::string_view text)
 {
@@ -121,11 +123,11 @@ bool ParseFlush(std::string_view text, LogConfig& config)
     return true;
 }
 
-bool ParseFile(std::string_view text, LogConfig& config)
+bool ParseFile(std::string_view text, std::string& strFile)
 {
     if (text.empty() || text.find('\0') != std::string_view::npos)
         return false;
-    config.strFile = text;
+    strFile = text;
     return true;
 }
 
@@ -138,7 +140,8 @@ struct Key {
 constexpr Key kKeys[] = {
     {"level", [](std::string_view text, LogConfig& config) { return ParseLevel(text, config.level); },
      "a level from Emerg to Trace"},
-    {"file", &ParseFile, "a file name"},
+    {"file", [](std::string_view text, LogConfig& config) { return ParseFile(text, config.strFile); },
+     "a file name"},
     {"max_size", [](std::string_view text, LogConfig& config) { return ParseSize(text, config.nMaxSize); },
      "a size from 1K to 1G"},
     {"max_files",
@@ -147,6 +150,19 @@ constexpr Key kKeys[] = {
      },
      "a number from 1 to 1000"},
     {"flush", &ParseFlush, "a level, seconds from 1 to 3600, or both with a comma"},
+    {"slow",
+     [](std::string_view text, LogConfig& config) {
+         return ParseNumber(text, 1, kMaxSlowLimit, config.nSlowLimit);
+     },
+     "milliseconds from 1 to 5000"},
+    {"status_file",
+     [](std::string_view text, LogConfig& config) { return ParseFile(text, config.strStatusFile); },
+     "a file name"},
+    {"status_every",
+     [](std::string_view text, LogConfig& config) {
+         return ParseNumber(text, 1, kMaxStatusSeconds, config.nStatusSeconds);
+     },
+     "seconds from 1 to 3600"},
 };
 
 // One line without its comment; the complaint about it, or empty.
@@ -251,11 +267,11 @@ bool ReadLogConfig(const std::string& strPath, std::string& strText)
     return false;
 }
 
-std::string GetLogPath(const LogConfig& config, const std::string& strConfigPath,
+std::string GetLogPath(const std::string& strText, const std::string& strConfigPath,
                        const std::string& strService, const std::string& strLogger)
 {
     const auto name = [](const std::string& str) { return AsFileName(Host::PathFromText(str)); };
-    std::string strFile = Host::PathFromText(config.strFile);
+    std::string strFile = Host::PathFromText(strText);
     strFile = ReplaceAll(std::move(strFile), "{pid}", std::to_string(spdlog::details::os::pid()));
     strFile = ReplaceAll(std::move(strFile), "{logger}", name(strLogger));
     strFile = ReplaceAll(std::move(strFile), "{service}", name(strService));

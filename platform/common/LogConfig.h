@@ -20,6 +20,9 @@ struct LogConfig {
     std::size_t nMaxFiles = 10;        // old ones, beside the current one
     Level flushLevel = Level::Error;   // the least severe one that is flushed at once
     int nFlushSeconds = 3;             // how often the rest is
+    int nSlowLimit = 0;                // milliseconds; 0: no answer is reported as slow
+    std::string strStatusFile;         // empty: none
+    int nStatusSeconds = 1;            // how often it is written
     // What could not be understood, a sentence each; the value before stays in force.
     std::vector<std::string> vecWarnings;
 };
@@ -31,10 +34,10 @@ LogConfig ParseLogConfig(std::string_view text);
 // Platova::GetLastError then.
 bool ReadLogConfig(const std::string& strPath, std::string& strText);
 
-// The path of a log: the names put in for {service} and {logger}, the process id for {pid}, characters that
-// cannot stand in a file name replaced, and the whole relative to the configuration file's directory. All of
-// it becomes a path of platform/Host.h.
-std::string GetLogPath(const LogConfig& config, const std::string& strConfigPath,
+// The path of a log or of a status file, which the configuration names strFile: the names put in for
+// {service} and {logger}, the process id for {pid}, characters that cannot stand in a file name replaced, and
+// the whole relative to the configuration file's directory. All of it becomes a path of platform/Host.h.
+std::string GetLogPath(const std::string& strFile, const std::string& strConfigPath,
                        const std::string& strService, const std::string& strLogger);
 
 }  // namespace Logova

@@ -38,6 +38,9 @@ private:
 
 // False if the second name is taken where the system does not replace a file by a rename.
 bool RenameFile(const std::string& strFrom, const std::string& strTo);
+// The same, but what the second name leads to is replaced in one step: a reader finds the old file or the new
+// one. False on Windows while somebody has the old one open.
+bool ReplaceByRename(const std::string& strFrom, const std::string& strTo);
 bool RemoveFile(const std::string& strPath);
 // The directory of that file, and those above it, as far as they are missing.
 void MakeDirectoryOf(const std::string& strPath);

@@ -21,8 +21,10 @@ std::shared_ptr<LogQueue> LogQueue::Start(std::size_t nLength, std::chrono::seco
     // Made here: the thread itself has nobody to tell that there is no memory.
     std::vector<Line> vecBatch(kBatch);
     const Kernova::Internal::SignalsBlocked blocked;
-    pQueue->m_thread =
-        std::thread([pQueue, vecBatch = std::move(vecBatch)]() mutable { pQueue->Main(vecBatch); });
+    pQueue->m_thread = std::thread([pQueue, vecBatch = std::move(vecBatch)]() mutable {
+        Host::NameThread("velkar-log");
+        pQueue->Main(vecBatch);
+    });
     return pQueue;
 }
 
@@ -43,6 +45,7 @@ void LogQueue::End()
         while (!m_bEnded && m_cond.wait_until(m_mutex, until) != std::cv_status::timeout) {
         }
         bEnded = m_bEnded;
+        m_bLeftBehind = !bEnded;
     }
     if (bEnded) {
         m_thread.join();
@@ -56,6 +59,13 @@ void LogQueue::Keep(const std::shared_ptr<RotatingSink>& pSink)
 {
     const MutexLock lock(m_mutex);
     m_setSinks.insert(pSink);
+}
+
+void LogQueue::SetReporter(std::shared_ptr<StatusReporter> pReporter)
+{
+    const MutexLock lock(m_mutex);
+    m_pReporter = std::move(pReporter);
+    m_cond.notify_all();
 }
 
 void LogQueue::Push(RotatingSink& sink, Level level, bool bFlush, std::string_view text)
@@ -131,13 +141,16 @@ void LogQueue::Main(std::vector<Line>& vecBatch)
         }
         if (m_bUnflushed && std::chrono::steady_clock::now() >= m_nextFlush)
             FlushAll(false);
+        if (m_pReporter && std::chrono::steady_clock::now() >= m_nextLook)
+            Report(false);
     }
     FlushAll(true);
+    Report(true);
     m_bEnded = true;
     m_cond.notify_all();
 }
 
-// While lines keep coming, for kPause; otherwise until the next line, or until the files have to be flushed.
+// While lines keep coming, for kPause; otherwise until the next line or other work.
 void LogQueue::Wait(bool bWritten)
 {
     if (bWritten) {
@@ -148,13 +161,33 @@ void LogQueue::Wait(bool bWritten)
     } else {
         m_state = State::Asleep;
         while (!m_bEnd && m_nWaiting == 0) {
-            if (!m_bUnflushed)
+            const auto until = NextWork();
+            if (until == std::chrono::steady_clock::time_point::max())
                 m_cond.wait(m_mutex);
-            else if (m_cond.wait_until(m_mutex, m_nextFlush) == std::cv_status::timeout)
+            else if (m_cond.wait_until(m_mutex, until) == std::cv_status::timeout)
                 break;
         }
     }
     m_state = State::Writing;
+}
+
+// What the thread has to do when no line comes, or never.
+std::chrono::steady_clock::time_point LogQueue::NextWork() const
+{
+    constexpr auto kNever = std::chrono::steady_clock::time_point::max();
+    return std::min(m_bUnflushed ? m_nextFlush : kNever, m_pReporter ? m_nextLook : kNever);
+}
+
+// The status file of a thread that is left behind belongs to the service's next start.
+void LogQueue::Report(bool bEnd)
+{
+    const std::shared_ptr<StatusReporter> pReporter = m_pReporter;
+    if (!pReporter || m_bLeftBehind)
+        return;
+    m_nextLook = std::chrono::steady_clock::now() + StatusReporter::kLook;
+    m_mutex.unlock();
+    Try([&] { pReporter->Run(bEnd); });
+    m_mutex.lock();
 }
 
 void LogQueue::WriteBatch(std::vector<Line>& vecBatch)

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/common/LogSink.h"
+#include "platform/common/LogStatus.h"
 #include "platform/common/Mutex.h"
 
 namespace Logova {
@@ -40,6 +41,10 @@ public:
     // Keeps the sink until the thread ends. Throws std::bad_alloc.
     void Keep(const std::shared_ptr<RotatingSink>& pSink);
 
+    // From now on the thread runs it every StatusReporter::kLook, and for the last time when the files have
+    // been closed.
+    void SetReporter(std::shared_ptr<StatusReporter> pReporter);
+
     // Any thread. The sink is a kept one. Throws std::bad_alloc.
     void Push(RotatingSink& sink, Level level, bool bFlush, std::string_view text);
     std::size_t GetWaiting();
@@ -63,6 +68,8 @@ private:
     void WriteBatch(std::vector<Line>& vecBatch) REQUIRES(m_mutex);
     void Write(Line& line);
     void FlushAll(bool bClose) REQUIRES(m_mutex);
+    void Report(bool bEnd) REQUIRES(m_mutex);
+    std::chrono::steady_clock::time_point NextWork() const REQUIRES(m_mutex);
     template <class Call>
     void Try(Call call) noexcept;
 
@@ -88,7 +95,11 @@ private:
     // Whether a line may be unflushed, and when the files are flushed in that case.
     bool m_bUnflushed GUARDED_BY(m_mutex) = false;
     std::chrono::steady_clock::time_point m_nextFlush GUARDED_BY(m_mutex){};
-    std::thread m_thread;  // of the one who calls Start and End
+    // Null, or runs at that time.
+    std::shared_ptr<StatusReporter> m_pReporter GUARDED_BY(m_mutex);
+    std::chrono::steady_clock::time_point m_nextLook GUARDED_BY(m_mutex){};
+    bool m_bLeftBehind GUARDED_BY(m_mutex) = false;  // the service has ended without this thread
+    std::thread m_thread;                            // of the one who calls Start and End
 };
 
 }  // namespace Logova

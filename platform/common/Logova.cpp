@@ -62,6 +62,10 @@ struct _THandle {
     LogQueue* pQueue;
     Level level;
     Level flushLevel;
+    int nSlowLimit;
+    std::string strStatusFile;
+    std::chrono::seconds statusPeriod;
+    std::shared_ptr<Complaint> pStatusComplaint;
 
     bool IsOn(Level other) const { return other <= level; }
 
@@ -109,9 +113,15 @@ public:
         std::unique_ptr<_THandle>& pHandle = m_mapLoggers[strLogger];
         if (pHandle)
             return pHandle.get();
-        const auto pSink = FindSink(GetLogPath(m_config, m_strConfigPath, m_strName, strLogger), mapSinks);
-        pHandle.reset(
-            new _THandle{pSink.get(), m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel});
+        const auto path = [&](const std::string& strFile) {
+            return GetLogPath(strFile, m_strConfigPath, m_strName, strLogger);
+        };
+        const auto pSink = FindSink(path(m_config.strFile), mapSinks);
+        const bool bStatus = !m_config.strStatusFile.empty();
+        pHandle.reset(new _THandle{
+            pSink.get(), m_pComplaint, m_pQueue.get(), m_config.level, m_config.flushLevel,
+            m_config.nSlowLimit, bStatus ? path(m_config.strStatusFile) : std::string(),
+            std::chrono::seconds(m_config.nStatusSeconds), std::make_shared<Complaint>(m_strName)});
         // Whatever the level: who made the mistake has to see it.
         for (const std::string& strWarning : m_config.vecWarnings)
             pHandle->Write(Level::Warning,
@@ -249,6 +259,15 @@ bool Uninitialize(const char* service)
 }
 
 int GetLevel(_THandle* pLogger) { return pLogger == nullptr ? -1 : static_cast<int>(pLogger->level); }
+
+int GetSlowLimit(_THandle* pLogger) { return pLogger == nullptr ? 0 : pLogger->nSlowLimit; }
+
+void SetReporter(_THandle* pLogger, const Reporter& reporter)
+{
+    pLogger->pQueue->SetReporter(std::make_shared<StatusReporter>(
+        reporter, pLogger->strStatusFile, pLogger->statusPeriod,
+        [pComplaint = pLogger->pStatusComplaint](const char* pszText) { pComplaint->Raise(pszText); }));
+}
 
 #define LOGOVA_LEVEL(name)                                                                \
     void name(_THandle* pLogger, const char* text) { Write(pLogger, Level::name, text); } \

@@ -103,6 +103,7 @@ std::error_code LookUpName(const std::shared_ptr<ConnectCall>& pCall, const std:
     const int nStep = pCall->BeginStep();
     std::optional<Kernova::Internal::SignalsBlocked> blocked(std::in_place);
     std::thread thread([pCall, nStep, pLookUp, strHost, pfnResolve] {
+        Host::NameThread("velkar-lookup");
         std::error_code failed = asio::error::no_memory;
         try {
             failed = pfnResolve(strHost, pLookUp->vecEndpoints);

@@ -121,10 +121,25 @@ bool _THandle::Close()
         FailWith(asio::error::not_connected);
         return false;
     }
+    NoteEnd(End::ClosedHere, 0);
     m_pTransport->PostClose();
     m_queue.Close();
     m_bClosed = true;
     return true;
+}
+
+void _THandle::NoteEnd(End end, int nCode)
+{
+    std::uint64_t nNone = 0;
+    const std::uint64_t nCodeBits = static_cast<std::uint32_t>(nCode);
+    m_nEnd.compare_exchange_strong(nNone, nCodeBits << 32 | kEndNoted | static_cast<unsigned int>(end));
+}
+
+End _THandle::GetEnd(int& nCode) const
+{
+    const std::uint64_t nEnd = m_nEnd.load();
+    nCode = static_cast<int>(nEnd >> 32);
+    return static_cast<End>(nEnd & (kEndNoted - 1));
 }
 
 // ---- the order of the callbacks: connected, then received one at a time, and disconnected beside them ----

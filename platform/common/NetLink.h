@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -35,6 +36,7 @@ struct _THandle : public std::enable_shared_from_this<_THandle> {
     Strova::_THandle* LockReadStream();
     bool UnlockReadStream();
     bool Close();
+    End GetEnd(int& nCode) const;
 
     // ---- for the connector ----
     // Runs the connected callback and lets the others follow. On a pool thread, once.
@@ -57,6 +59,9 @@ struct _THandle : public std::enable_shared_from_this<_THandle> {
     void EndWatch();
     // The connection is over. Any number of times.
     void Lost();
+    // Why, before Lost and from any thread; what comes first counts.
+    void NoteEnd(End end, int nCode);
+    void NoteSocketEnd(int nCode) { NoteEnd(nCode == 0 ? End::ByPeer : End::Failed, nCode); }
 
 private:
     struct Credits {
@@ -83,7 +88,9 @@ private:
 
     Connector::_THandle& m_connector;
     std::atomic<int> m_nRefs{1};
-    std::shared_ptr<_THandle> m_pSelf;  // held while the count is not 0
+    static constexpr std::uint64_t kEndNoted = 1u << 31;
+    std::atomic<std::uint64_t> m_nEnd{0};  // kEndNoted, the End, and the code in the upper half
+    std::shared_ptr<_THandle> m_pSelf;     // held while the count is not 0
 
     Kernova::Internal::OwnedLock m_readLock{Kernova::Threading::LockRank::ReadStream};  // guards the stream
     Strova::_THandle* const m_pStream;

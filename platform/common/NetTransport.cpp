@@ -82,8 +82,10 @@ void Transport::RunRound(unsigned int nSteps)
         Write();
     if (nSteps & kWatch || (nSteps & kWatchDue && m_pLink->Watch()))
         Watch();
-    if (nSteps & kStallDue && m_bWriting && m_stallTimer.expiry() <= asio::steady_timer::clock_type::now())
+    if (nSteps & kStallDue && m_bWriting && m_stallTimer.expiry() <= asio::steady_timer::clock_type::now()) {
+        m_pLink->NoteEnd(Link::End::Stalled, 0);
         Lose();
+    }
     if (nSteps & kClose)
         BeginClose();
     if (nSteps & kGraceOver)
@@ -112,7 +114,10 @@ LinkSocket::Sent Transport::WriteNow(const Blocks& vecBlocks, std::size_t nFront
 {
     const auto pSocket = GetSocket();
     nCount = 0;
-    return pSocket ? pSocket->Send(vecBlocks, nFront, nCount) : LinkSocket::Sent::Failed;
+    const auto sent = pSocket ? pSocket->Send(vecBlocks, nFront, nCount) : LinkSocket::Sent::Failed;
+    if (pSocket && sent == LinkSocket::Sent::Failed)
+        m_pLink->NoteSocketEnd(pSocket->GetError());
+    return sent;
 }
 
 bool Transport::MayBlock() const { return true; }
@@ -120,7 +125,10 @@ bool Transport::MayBlock() const { return true; }
 std::size_t Transport::ReadNow(char* pBytes, std::size_t nSize)
 {
     const auto pSocket = GetSocket();
-    return pSocket ? pSocket->Receive(pBytes, nSize) : 0;
+    const std::size_t nCount = pSocket ? pSocket->Receive(pBytes, nSize) : 0;
+    if (pSocket && nCount == 0)
+        m_pLink->NoteSocketEnd(pSocket->GetError());
+    return nCount;
 }
 
 void Transport::Read()
@@ -146,6 +154,8 @@ void Transport::OnRead()
     m_bReading = false;
     if (m_bClosing)
         return;
+    if (m_readOutcome.failed)
+        NoteEnd(m_readOutcome.failed);
     if (m_readOutcome.failed || !m_pLink->AddReceivedOnStrand(m_vecRead.data(), m_readOutcome.nCount))
         return Lose();
     Read();
@@ -195,8 +205,10 @@ void Transport::WatchStall()
 void Transport::OnWritten()
 {
     m_bWriting = false;
-    if (m_writeOutcome.failed)
+    if (m_writeOutcome.failed) {
+        NoteEnd(m_writeOutcome.failed);
         return Lose();
+    }
     m_pLink->GetSendQueue().Written(m_writeOutcome.nCount);
     m_nFront += m_writeOutcome.nCount;
     if (m_nFront == m_vecWriting[m_nBlock].size()) {
@@ -248,8 +260,15 @@ void Transport::BeginClose()
     }
 }
 
+void Transport::NoteEnd(const std::error_code& failed)
+{
+    m_pLink->NoteSocketEnd(failed == asio::error::eof ? 0 : failed.value());
+}
+
+// Without a reason noted before, memory has run out.
 void Transport::Lose()
 {
+    m_pLink->NoteEnd(Link::End::Failed, static_cast<int>(std::errc::not_enough_memory));
     m_pLink->Lost();
     CloseSocket();
 }

@@ -75,6 +75,7 @@ private:
     void DetachIfIdle();
     void Watch();
     void BeginClose();
+    void NoteEnd(const std::error_code& failed);
     void Lose();
     void CloseSocket();
 

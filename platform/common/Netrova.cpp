@@ -57,6 +57,8 @@ bool UnlockReadStream(_THandle* pLink)
     return pLink == nullptr ? FailInvalid() : pLink->UnlockReadStream();
 }
 
+End GetEnd(_THandle* pLink, int& nCode) { return pLink->GetEnd(nCode); }
+
 bool Close(_THandle* pLink) { return pLink == nullptr ? FailInvalid() : pLink->Close(); }
 
 }  // namespace Link

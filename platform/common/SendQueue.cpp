@@ -1,6 +1,7 @@
 #include "platform/common/SendQueue.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <utility>
 
@@ -18,10 +19,23 @@ namespace {
 // Small blocks are gathered into one up to this size, so that one system call takes them all.
 constexpr std::size_t kGatheredBytes = 16u << 10;
 
+// Of all queues: what m_nBytes of each holds.
+std::atomic<std::size_t> g_nQueued{0};
+
 // So often a sender writes what others have queued meanwhile; then the pool goes on.
 constexpr int kMostRounds = 32;
 
 }  // namespace
+
+std::size_t Link::GetQueuedBytes() { return g_nQueued.load(std::memory_order_relaxed); }
+
+SendQueue::~SendQueue() { g_nQueued.fetch_sub(m_nBytes, std::memory_order_relaxed); }
+
+void SendQueue::TakeOff(std::size_t nBytes)
+{
+    m_nBytes -= nBytes;
+    g_nQueued.fetch_sub(nBytes, std::memory_order_relaxed);
+}
 
 void SendQueue::Open(std::shared_ptr<Transport> pTransport)
 {
@@ -65,6 +79,7 @@ int SendQueue::Accept(Kernova::MemoryPool::_XMemory& memory, bool bHold)
     }
     memory.DropFront(nLength);
     m_nBytes += nLength;
+    g_nQueued.fetch_add(nLength, std::memory_order_relaxed);
     m_nLargest = std::max(m_nLargest, nLength);
     return static_cast<int>(nLength);
 }
@@ -144,7 +159,7 @@ void SendQueue::Flush(Transport* pTransport)
 bool SendQueue::NextRound(int nRounds, std::size_t nSentBefore)
 {
     const MutexLock lock(m_mutex);
-    m_nBytes -= nSentBefore;
+    TakeOff(nSentBefore);
     m_vecSending.clear();
     m_nSendingFront = 0;
     if (!m_vecQueued.empty() && nRounds < kMostRounds) {
@@ -162,7 +177,7 @@ bool SendQueue::NextRound(int nRounds, std::size_t nSentBefore)
 void SendQueue::EndWithPart(std::size_t nSent)
 {
     const MutexLock lock(m_mutex);
-    m_nBytes -= nSent;
+    TakeOff(nSent);
     DropSent(nSent);
     TellStrand();
     TellShut();
@@ -224,7 +239,7 @@ bool SendQueue::Take(Blocks& vecBlocks, std::size_t& nFront)
 void SendQueue::Written(std::size_t nCount)
 {
     const MutexLock lock(m_mutex);
-    m_nBytes -= nCount;
+    TakeOff(nCount);
 }
 
 bool SendQueue::HasSentAll()

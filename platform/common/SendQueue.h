@@ -17,6 +17,11 @@ class Transport;
 // block along. What the socket does not take at once is left to the transport, which waits for the peer.
 class SendQueue {
 public:
+    SendQueue() = default;
+    ~SendQueue();
+    SendQueue(const SendQueue&) = delete;
+    SendQueue& operator=(const SendQueue&) = delete;
+
     void Open(std::shared_ptr<Transport> pTransport);
     // Refuses blocks from now on; what has been accepted may leave.
     void Close();
@@ -50,6 +55,7 @@ private:
     void TellStrand() REQUIRES(m_mutex);
     void TellShut() REQUIRES(m_mutex);
     void DropSent(std::size_t nCount) REQUIRES(m_mutex);
+    void TakeOff(std::size_t nBytes) REQUIRES(m_mutex);
     Transport* BeginWritingLocked() REQUIRES(m_mutex);
     bool NextRound(int nRounds, std::size_t nSentBefore);
     void EndWithPart(std::size_t nSent);

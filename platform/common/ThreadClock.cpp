@@ -3,8 +3,18 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/Host.h"
 #include "platform/common/SignalsBlocked.h"
 #include "platform/common/WordWait.h"
+
+namespace Host {
+
+std::int64_t GetSteadyTime()
+{
+    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace Host
 
 namespace Kernova::Internal {
 

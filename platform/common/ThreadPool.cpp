@@ -1,8 +1,10 @@
 #include "platform/common/ThreadPool.h"
 
+#include <cstdio>
 #include <exception>
 #include <system_error>
 
+#include "platform/Host.h"
 #include "platform/KernovaXtl.h"
 #include "platform/common/LastError.h"
 #include "platform/common/SignalsBlocked.h"
@@ -17,7 +19,10 @@ _THandle::_THandle(std::size_t nThreads)
     try {
         m_vecThreads.reserve(nThreads);
         for (std::size_t n = 0; n < nThreads; ++n)
-            m_vecThreads.emplace_back([this] {
+            m_vecThreads.emplace_back([this, n] {
+                char szName[16];
+                std::snprintf(szName, sizeof(szName), "velkar-pool-%u", static_cast<unsigned int>(n % 1000));
+                Host::NameThread(szName);
                 try {
                     const XTL::ExitGate::Scope inside;
                     Main();

@@ -129,6 +129,8 @@ void PrintError(const char* pszFormat, ...)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+void NameThread(const char* pszName) { pthread_setname_np(pthread_self(), pszName); }
+
 void OnForked(void (*pfnInNewProcess)())
 {
     static const int s_nRegistered = pthread_atfork(nullptr, nullptr, pfnInNewProcess);

@@ -66,8 +66,12 @@ LinkSocket::Sent LinkSocket::Send(const Blocks& vecBlocks, std::size_t nFront, s
         const ssize_t nResult = SendNow(static_cast<int>(m_nHandle), parts, nParts);
         if (nResult < 0 && errno == EINTR)
             continue;
-        if (nResult < 0)
-            return IsTemporary(errno) ? Sent::Part : Sent::Failed;
+        if (nResult < 0 && IsTemporary(errno))
+            return Sent::Part;
+        if (nResult < 0) {
+            m_nError.store(errno);
+            return Sent::Failed;
+        }
         nCount += static_cast<std::size_t>(nResult);
         if (static_cast<std::size_t>(nResult) < nAsked)
             return Sent::Part;
@@ -86,6 +90,7 @@ std::size_t LinkSocket::Receive(char* pBytes, std::size_t nSize)
             pollfd entry{static_cast<int>(m_nHandle), POLLIN, 0};
             poll(&entry, 1, -1);
         } else if (errno != EINTR) {
+            m_nError.store(errno);
             return 0;
         }
     }

@@ -60,6 +60,11 @@ bool RenameFile(const std::string& strFrom, const std::string& strTo)
     return std::rename(strFrom.c_str(), strTo.c_str()) == 0;
 }
 
+bool ReplaceByRename(const std::string& strFrom, const std::string& strTo)
+{
+    return RenameFile(strFrom, strTo);
+}
+
 bool RemoveFile(const std::string& strPath) { return std::remove(strPath.c_str()) == 0; }
 
 void MakeDirectoryOf(const std::string& strPath)

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "platform/common/LastError.h"
 #include "platform/win/WidePath.h"
@@ -172,6 +173,19 @@ void PrintError(const char* pszFormat, ...)
     va_start(args, pszFormat);
     std::vfprintf(stderr, pszFormat, args);
     va_end(args);
+}
+
+// Windows has the call from Windows 10 and Server 2016 on; older systems have no names for threads.
+void NameThread(const char* pszName)
+{
+    using SetDescription = HRESULT(WINAPI*)(HANDLE, PCWSTR);
+    const FARPROC pfn = GetProcAddress(GetModuleHandleA("kernelbase.dll"), "SetThreadDescription");
+    if (pfn == nullptr)
+        return;
+    wchar_t szWide[16]{};
+    for (std::size_t n = 0; n + 1 < std::size(szWide) && pszName[n] != '\0'; ++n)
+        szWide[n] = static_cast<unsigned char>(pszName[n]);
+    reinterpret_cast<SetDescription>(reinterpret_cast<void (*)()>(pfn))(GetCurrentThread(), szWide);
 }
 
 void OnForked(void (*)()) {}  // no process is forked there

@@ -66,7 +66,10 @@ LinkSocket::Sent LinkSocket::Send(const Blocks& vecBlocks, std::size_t nFront, s
         }
         if (WSASend(m_nHandle, parts, nParts, &nSent, 0, nullptr, nullptr) != 0) {
             const int nError = WSAGetLastError();
-            return nError == WSAEWOULDBLOCK || nError == WSAENOBUFS ? Sent::Part : Sent::Failed;
+            if (nError == WSAEWOULDBLOCK || nError == WSAENOBUFS)
+                return Sent::Part;
+            m_nError.store(nError);
+            return Sent::Failed;
         }
         nCount += nSent;
         if (nSent < nAsked)
@@ -84,12 +87,17 @@ std::size_t LinkSocket::Receive(char* pBytes, std::size_t nSize)
     operation.hEvent = WithoutCompletion(m_pReadEvent);
     if (WSARecv(m_nHandle, &part, 1, &nCount, &nFlags, &operation, nullptr) == 0)
         return nCount;
-    if (WSAGetLastError() != WSA_IO_PENDING)
+    if (WSAGetLastError() != WSA_IO_PENDING) {
+        m_nError.store(WSAGetLastError());
         return 0;
+    }
     const HANDLE arrEvents[] = {m_pEndEvent, m_pReadEvent};
     if (WaitForMultipleObjects(2, arrEvents, FALSE, INFINITE) == WAIT_OBJECT_0)
         CancelIoEx(reinterpret_cast<HANDLE>(m_nHandle), &operation);
-    return WSAGetOverlappedResult(m_nHandle, &operation, &nCount, TRUE, &nFlags) ? nCount : 0;
+    if (WSAGetOverlappedResult(m_nHandle, &operation, &nCount, TRUE, &nFlags))
+        return nCount;
+    m_nError.store(WSAGetLastError());
+    return 0;
 }
 
 Socket& LinkSocket::Attach() { return m_socket; }

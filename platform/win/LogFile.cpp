@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 #include "platform/win/WidePath.h"
@@ -67,6 +68,14 @@ bool LogFile::IsAt(const std::string&) const { return true; }
 bool RenameFile(const std::string& strFrom, const std::string& strTo)
 {
     return _wrename(ToWide(strFrom).c_str(), ToWide(strTo).c_str()) == 0;
+}
+
+bool ReplaceByRename(const std::string& strFrom, const std::string& strTo)
+{
+    if (MoveFileExW(ToWide(strFrom).c_str(), ToWide(strTo).c_str(), MOVEFILE_REPLACE_EXISTING) != 0)
+        return true;
+    errno = EACCES;
+    return false;
 }
 
 bool RemoveFile(const std::string& strPath) { return _wremove(ToWide(strPath).c_str()) == 0; }

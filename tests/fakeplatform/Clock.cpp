@@ -4,6 +4,7 @@
 #include <optional>
 #include <system_error>
 
+#include "platform/Host.h"
 #include "platform/Platova.h"
 #include "platform/common/ThreadClock.h"
 #include "platform/common/WordWait.h"
@@ -65,6 +66,8 @@ void SetSecond(std::chrono::milliseconds real) { TheClock()->Change(real); }
 void EndWaits(std::chrono::milliseconds longest) { TheClock()->endingWaits = longest; }
 
 }  // namespace Fake
+
+std::int64_t Host::GetSteadyTime() { return Fake::Now().count() + 1; }
 
 namespace Kernova::Internal {
 

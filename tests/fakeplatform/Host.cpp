@@ -219,6 +219,8 @@ bool ShowErrorBox(const char* pszTitle, const char* pszText)
 
 void PrintError(const char*, ...) {}
 
+void NameThread(const char*) {}
+
 void OnForked(void (*)()) {}
 
 void PinLibrary() {}

@@ -84,9 +84,7 @@ TEST(LogConfig, PutsTheFileBesideTheConfiguration)
     const bool bWindows = std::string(Host::GetPathSeparator()) == "\\";
     const auto path = [](const char* pszFile, const char* pszConfig, const char* pszService = "Velkar",
                          const char* pszLogger = "Main") {
-        LogConfig config;
-        config.strFile = pszFile;
-        return GetLogPath(config, pszConfig, pszService, pszLogger);
+        return GetLogPath(pszFile, pszConfig, pszService, pszLogger);
     };
     const char* const pszBoth = "log/{service}-{logger}-{logger}.log";
     EXPECT_EQ("/srv/game/log/Velkar-Main-Main.log", path(pszBoth, "/srv/game/log.conf"));
