@@ -15,6 +15,12 @@ bool CLogger::Init(const std::string& strService, const std::string& strConfigPa
     return true;
 }
 
+void CLogger::SetReporter(const Logova::Reporter& reporter)
+{
+    if (m_pHandle.load() != nullptr)
+        Logova::SetReporter(m_pHandle.load(), reporter);
+}
+
 void CLogger::Uninit()
 {
     if (m_pHandle.load() == nullptr)

@@ -19,6 +19,11 @@ public:
     // Ends the service once no thread is inside a log call any more. Nothing is written afterwards.
     void Uninit();
 
+    // What the configuration says of slow answers, and what the service's thread does from now on: see
+    // Logova. After Init, on its thread.
+    int GetSlowLimit() const { return Logova::GetSlowLimit(m_pHandle.load()); }
+    void SetReporter(const Logova::Reporter& reporter);
+
     // Every log statement comes through here. Skipped while logging is not up or when a log call has
     // ever thrown; never throws. The arguments are evaluated in any case.
     template <class Function, class... Args>

@@ -37,6 +37,7 @@ bool CCommHandler::Start(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& ca
         CopyText(m_id.WID, FieldText(id.WID));
     }
     SetCallbacks(callbacks);
+    LinkWatch().OnStart();
     FirstConnectWait().Open();
     if (!CreateConnector() || !SetConnectorCallbacks() || !ConnectFirst())
         return false;
@@ -87,9 +88,12 @@ bool CCommHandler::Connect()
 {
     auto& wait = FirstConnectWait();
     const auto& config = ConfigReader();
+    const std::string strServerIP = config.GetServerIP();
+    const int nServerPort = config.GetServerPort();
+    LinkWatch().OnAttempt(strServerIP, nServerPort);
     wait.ExpectAnswer();
-    if (Netrova::Connector::Connect(m_pConnector.load(), config.GetServerIP().c_str(),
-                                    static_cast<unsigned short>(config.GetServerPort()), kConnectTimeout))
+    if (Netrova::Connector::Connect(m_pConnector.load(), strServerIP.c_str(),
+                                    static_cast<unsigned short>(nServerPort), kConnectTimeout))
         return true;
     wait.ForgetAnswer();
     return false;
@@ -142,10 +146,12 @@ void CCommHandler::Stop()
     m_bConnected.store(false);
     m_bFirstConnect.store(false);
     SetCallbacks({});
+    LinkWatch().OnStop();
 }
 
 void CCommHandler::Execute()
 {
+    Host::NameThread("velkar-comm");
     Log::Info("[Comm Handler] Session manager thread start.");
     while (!Terminated() && !m_bStop.load()) {
         try {

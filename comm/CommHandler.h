@@ -6,6 +6,8 @@
 
 #include "VelkarConnector.h"
 #include "base/CycleWait.h"
+#include "comm/LinkWatch.h"
+#include "comm/MessageCounts.h"
 #include "comm/out/Builders.h"
 #include "platform/Kernova.h"
 #include "platform/KernovaXtl.h"
@@ -37,6 +39,11 @@ public:
     static void OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THandle* pLink, void* pContext);
 
     std::string GetLastErrorText() const;
+    _CONNECTOR_ID GetId() const
+    {
+        const Kernova::XTL::ScopedLock lock(m_lockSettings);
+        return m_id;
+    }
 
     // The game's callback of one slot, null if the game gave none or the library is stopping:
     // GetCallback<&_CONNECTOR_CALLBACKS::pfnBillingEvent>().
@@ -95,8 +102,8 @@ public:
     // The service has accepted the registration on that link: waiting checkouts may be delivered on it.
     void SetRegistered(Netrova::Link::_THandle* pLink)
     {
-        if (m_pLink.load() == pLink)
-            m_pRegistered.store(pLink);
+        if (m_pLink.load() == pLink && m_pRegistered.exchange(pLink) != pLink)
+            LinkWatch().OnAccepted();
     }
     // Entered for the length of a charge pass: Stop waits for the pass, so no callback of the game begins
     // afterwards.
@@ -124,7 +131,7 @@ private:
                               return (*static_cast<decltype(build)*>(pBuild))(pStream);
                           },
                           &build, [](void* pAccepted) { (*static_cast<OnAccepted*>(pAccepted))(); },
-                          &onAccepted});
+                          &onAccepted, CountsOf<M>()});
     }
 
     // What differs from one send to the next.
@@ -134,8 +141,10 @@ private:
         void* pBuild;
         void (*pfnAccepted)(void* pAccepted);
         void* pAccepted;
+        MessageCounts& counts;
     };
     bool SendBuilt(const Send& send);
+    bool SendIfConnected(const Send& send);
     bool SendOnLink(const Send& send);
     bool RunWithActiveLink(void (*pfnWork)(void* pWork), void* pWork);
 

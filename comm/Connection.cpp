@@ -56,6 +56,7 @@ void CCommHandler::OnConnected(Netrova::Connector::_THandle*, Netrova::Link::_TH
 {
     auto& self = CommHandler();
     Log::Info("[Comm Handler] Velkar connector is connected to Velkar server.");
+    LinkWatch().OnConnected();
     Netrova::Link::AddRef(pLink);
     FirstConnectWait().SetLink(pLink);
     self.m_nReads.store(kRecvsOutstanding);
@@ -116,6 +117,9 @@ void CCommHandler::OnDisconnected(Netrova::Connector::_THandle*, Netrova::Link::
 {
     auto& self = CommHandler();
     Log::Info("[Comm Handler] Connection to Velkar server is disconnected.");
+    int nCode = 0;
+    const auto end = Netrova::Link::GetEnd(pLink, nCode);
+    LinkWatch().OnDisconnected(self.m_pRegistered.load() == pLink, end, nCode);
     // The link has left the active links, so no sender adds to its checkouts any more.
     FailedCheckOutVector().OnLinkLost();
     if (Netrova::Link::_THandle* pMine = pLink; self.m_pLink.compare_exchange_strong(pMine, nullptr))
@@ -183,6 +187,14 @@ bool CCommHandler::RunWithActiveLink(void (*pfnWork)(void* pWork), void* pWork)
 bool CCommHandler::SendBuilt(const Send& send)
 {
     WakeBatch::WakeNow();  // the list may be held for as long as a callback of the game takes
+    const bool bSent = SendIfConnected(send);
+    if (!bSent && IsCounting().load(std::memory_order_relaxed))
+        MessageCounts::Add(send.counts.nRefused);
+    return bSent;
+}
+
+bool CCommHandler::SendIfConnected(const Send& send)
+{
     const UseScope use(m_gateConnector);
     const bool bAlive = send.terms.nLife == 0 || send.terms.nLife == ModuleLife::Current();
     if (!use || !bAlive || !m_bConnected.load()) {
@@ -220,6 +232,8 @@ bool CCommHandler::SendOnLink(const Send& send)
         Log::ErrorFmt("[Comm Handler] Failed to send a request msg. [Error code: %d]", LastErrorCode());
         return false;
     }
+    if (IsCounting().load(std::memory_order_relaxed))
+        MessageCounts::Add(send.counts.nSent);
     send.pfnAccepted(send.pAccepted);
     return true;
 }

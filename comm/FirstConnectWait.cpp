@@ -2,6 +2,7 @@
 #include "comm/FirstConnectWait.h"
 
 #include "base/Times.h"
+#include "comm/MessageCounts.h"
 #include "comm/WakeBatch.h"
 
 using Kernova::XTL::ScopedLock;
@@ -25,6 +26,7 @@ void CFirstConnectWait::SetLink(const void* pLink)
 {
     const ScopedLock lock(m_lock);
     m_pLink = pLink;
+    m_nConnectedAt = Host::GetSteadyTime();
 }
 
 void CFirstConnectWait::ForgetAnswer()
@@ -50,6 +52,11 @@ void CFirstConnectWait::WaitForConnectAnswer()
     m_answered.Wait(kAnswerTimeout);
     // From here on the round is over: a handler that comes later is not held and changes nothing.
     const ScopedLock lock(m_lock);
+    auto& counts = CountsOf<XC2S_VelkarConnectReq>();
+    if (!m_bArmed)
+        counts.CountAnswer(Host::GetSteadyTime() - m_nConnectedAt);
+    else if (!m_bCancelled)
+        MessageCounts::Add(counts.nTimedOut);
     m_bArmed = false;
     m_bExpected = false;
 }

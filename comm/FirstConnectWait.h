@@ -3,6 +3,7 @@
 // a reconnection.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "platform/KernovaXtl.h"
@@ -57,6 +58,7 @@ private:
     Answer m_pending GUARDED_BY(m_lock);                     // stored by a handler, not handed over yet
     const void* m_pLink GUARDED_BY(m_lock) = nullptr;        // of the round; compared only
     bool m_bExpected GUARDED_BY(m_lock) = false;             // a round is open
+    std::int64_t m_nConnectedAt GUARDED_BY(m_lock) = 0;      // Host::GetSteadyTime
     bool m_bArmed GUARDED_BY(m_lock) = false;                // WaitForConnectAnswer waits
     bool m_bCancelled GUARDED_BY(m_lock) = false;            // between Cancel and Open
 };

@@ -1,5 +1,6 @@
 #include "comm/ResWaiter.h"
 
+#include "base/Gauges.h"
 #include "base/ModuleFlags.h"
 
 bool CResWaiterMap::AddWaiter(_BASE_RESWAIT* pWaiter)
@@ -10,7 +11,7 @@ bool CResWaiterMap::AddWaiter(_BASE_RESWAIT* pWaiter)
     _BASE_RESWAIT*& pFound = Find(pWaiter->nReqID);
     if (pFound == nullptr) {  // of two waiters with one id the first one stays
         pFound = pWaiter;
-        ++m_nCount;
+        ConnectorGauges::Set(Gauges().nWaiters, ++m_nCount);
     }
     return true;
 }
@@ -22,7 +23,7 @@ void CResWaiterMap::RemoveWaiter(int nReqID)
     if (pFound == nullptr)
         return;
     pFound = pFound->pNext;
-    --m_nCount;
+    ConnectorGauges::Set(Gauges().nWaiters, --m_nCount);
 }
 
 std::size_t CResWaiterMap::GetCount()

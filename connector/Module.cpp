@@ -5,12 +5,14 @@
 #include <atomic>
 
 #include "VelkarConnector.h"
+#include "base/Gauges.h"
 #include "base/Logger.h"
 #include "base/ModuleFlags.h"
 #include "base/ReqIdGenerator.h"
 #include "comm/CommHandler.h"
 #include "comm/FirstConnectWait.h"
 #include "comm/ResWaiter.h"
+#include "comm/Status.h"
 #include "comm/in/HandlerTable.h"
 #include "config/BillingIdMap.h"
 #include "config/ConfigReader.h"
@@ -50,6 +52,7 @@ void RefuseIfAlive()
     ForkedFlag().Set(true);
     InitializedFlag().Set(false);
     CLogger::Silence();
+    Gauges().linkState.store(LinkState::Stopped);
 }
 
 // Makes all process-wide objects before the first of them is used. Whoever ends a request or the library
@@ -67,6 +70,7 @@ void MakeObjects()
     FirstConnectWait();
     ReqIdGenerator();
     ResWaiterMap();
+    LinkWatch();
     CommHandler();
     BeingTerminatedFlag();
 }
@@ -120,6 +124,7 @@ bool StartConnector(const _CONNECTOR_ID& id, const _CONNECTOR_CALLBACKS& callbac
                        config.GetLogovaLogger()))
         error.Put("Failed to initialize a logger.");
     config.LogWarnings();
+    StartReporting();
 
     auto& comm = CommHandler();
     if (!comm.Start(id, callbacks, &RegisterHandlers)) {

@@ -86,6 +86,7 @@ void RunInside(Call& call, Response& res)
     const auto record = call.MakeRecord(waiter.nReqID);
     [[maybe_unused]] const auto scope = call.MakeScope(record);
     call.LogRequest(record);
+    const RequestTimer<typename Call::Request> timer;
     // The timeout's failure stands before the first byte of the request leaves, so no answer can overtake it.
     const auto onAccepted = [&] {
         PresetTimeout(waiter, Call::kTimeout);
@@ -101,6 +102,7 @@ void RunInside(Call& call, Response& res)
     waiter.hEvent.Wait(kAnswerTimeout);
     // From here on an answer is late, and its handler knows it: nothing can be stored behind the copy.
     waiterAutoRemover.Remove();
+    timer.Count(waiter.hEvent.Wait(0));
     res = GetResponse(waiter);
     call.OnEnd(res);
 }

@@ -1224,6 +1224,54 @@ VELKAR_API void CancelStorageToInventory(const _STORAGE_USE_REQ* pReq, _RESULT_R
  */
 VELKAR_API void PurchaseProduct(const _PURCHASE_REQ* pReq, _PURCHASE_RES* pRes);
 
+/* ---- status ----------------------------------------------------------------------------------------- */
+
+/* What has become of one kind of message that the library sends. The counts go on from the loading of the
+ * library to the end of the process, through stops and starts. */
+typedef struct _MESSAGE_STATUS {
+    char szName[40];                /* name of the message on the wire, such as "XC2S_CheckInReq" */
+    long long nSent;                /* accepted by a connection */
+    long long nRefused;             /* not sent: no connection, too much waiting, or a list without records */
+    long long nAnswered;            /* the call that waited has got the service's answer, also a refusal */
+    long long nTimedOut;            /* no answer came while the call waited */
+    long long nLatencyMicroseconds; /* from the call to its answer, all answers together */
+    long long arrLatency[17]; /* answers by that time: the first counts those up to 100 microseconds, each
+                               * other one those beyond the one before up to twice its limit, the last
+                               * all beyond 3.2768 seconds */
+} _MESSAGE_STATUS;
+
+/* What GetConnectorStatus fills. */
+typedef struct _CONNECTOR_STATUS {
+    int nSize;                  /* set before the call: sizeof(_CONNECTOR_STATUS) as the game knows it */
+    int nLinkState;             /* 0: not started, 1: no connection, the library tries to make one, 2:
+                                 * connected and not accepted by the service yet, 3: accepted */
+    long long nLinkSince;       /* when this state began: milliseconds since 1970, UTC; 0 before the first
+                                 * start. The clock is the machine's and may have been set since */
+    long long nConnectAttempts; /* connections tried; this and the next two count like _MESSAGE_STATUS */
+    long long nConnects;        /* of those, accepted by the service */
+    long long nLinkLosses;      /* of those, lost again; an UninitModule is no loss */
+    long long nUsers;           /* users known here (convention 11) */
+    long long nWaiters;         /* calls that wait for an answer */
+    long long nQueuedBytes;     /* bytes that wait to be sent */
+    long long nFailedCheckouts; /* checkouts that wait for a connection or for the next heartbeat */
+    int nMessages;              /* how many records of arrMessages are filled */
+    int nReserved;              /* 0 */
+    _MESSAGE_STATUS arrMessages[40]; /* always in the same order */
+} _CONNECTOR_STATUS;
+
+/*
+ * Tells how the library is doing: the same figures that the status file has (docs/operate.md). Set nSize
+ * before the call; no other field is read. True: the record is filled, up to nSize bytes of it. A record of
+ * an older header, or the beginning of a record, is filled as far as it goes; in a record of a newer header
+ * the fields that this library does not know are 0. False, and nothing is changed: pStatus is null, or nSize
+ * is below 16 or above 65536.
+ *
+ * Never blocks and takes no lock. Any thread may call it at any time: also before InitModule, when
+ * nLinkState is 0, after UninitModule, and inside callbacks. Each figure is right by itself, but two of them
+ * need not be of the same moment.
+ */
+VELKAR_API bool GetConnectorStatus(_CONNECTOR_STATUS* pStatus);
+
 #ifdef __cplusplus
 }
 #endif

@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "base/Gauges.h"
 #include "platform/Logova.h"
 #include "session/UserInfoMap.h"
 
@@ -47,6 +48,12 @@ void CFailedCheckOutVector::Wait(Place place)
             return;
     }
     m_mapWaiting.insert(std::move(place));
+    CountWaiting();
+}
+
+void CFailedCheckOutVector::CountWaiting() const
+{
+    ConnectorGauges::Set(Gauges().nFailedCheckouts, m_mapWaiting.size());
 }
 
 void CFailedCheckOutVector::AddSent(Place place)
@@ -141,6 +148,7 @@ void CFailedCheckOutVector::ClearFailedUsers()
             m_mapSent.insert(m_mapWaiting.extract(it));
         it = itNext;
     }
+    CountWaiting();
     m_nListedUpTo = 0;
 }
 
@@ -149,6 +157,7 @@ void CFailedCheckOutVector::RemoveAll()
     const ScopedLock lock(m_lock);
     m_mapWaiting.clear();
     m_mapSent.clear();
+    CountWaiting();
     m_nListedUpTo = 0;
 }
 

@@ -67,6 +67,7 @@ public:
 
 private:
     void Wait(Place place) REQUIRES(m_lock);
+    void CountWaiting() const REQUIRES(m_lock);
     std::vector<const Entry*> InOrder(std::uint64_t nUpTo) REQUIRES(m_lock);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount, Kernova::Threading::LockRank::Table};

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "base/Gauges.h"
 #include "session/UserKey.h"
 
 using Kernova::XTL::ScopedLock;
@@ -37,6 +38,7 @@ bool CUserInfoMap::EnterLocked(Place& place, int nReqID)
     const bool bSent = pScope != nullptr && pScope->m_nRecordNo != 0 && pScope->m_key == place.key();
     place.mapped()->SetRecordNo(bSent ? pScope->m_nRecordNo : ++m_nLastRecordNo);
     auto [it, bInserted, rest] = m_mapUsers.insert(std::move(place));
+    CountUsers();
     if (bInserted)
         return true;
     place = std::move(rest);
@@ -46,11 +48,14 @@ bool CUserInfoMap::EnterLocked(Place& place, int nReqID)
     return true;
 }
 
+void CUserInfoMap::CountUsers() const { ConnectorGauges::Set(Gauges().nUsers, m_mapUsers.size()); }
+
 bool CUserInfoMap::RemoveUserInfo(std::string strKey)
 {
     Place removed;  // declared before the lock, so destroyed after it is released
     const ScopedLock lock(m_lock);
     removed = m_mapUsers.extract(strKey);
+    CountUsers();
     return !removed.empty();
 }
 
@@ -68,6 +73,7 @@ bool CUserInfoMap::RemoveRecord(std::string_view key, std::uint64_t nRecordNo)
     const auto it = Find(key, nRecordNo);
     if (it != m_mapUsers.end())
         removed = m_mapUsers.extract(it);
+    CountUsers();
     return !removed.empty();
 }
 
@@ -104,6 +110,7 @@ void CUserInfoMap::RemoveAllUserInfo()
 {
     const ScopedLock lock(m_lock);
     m_mapUsers.clear();
+    CountUsers();
 }
 
 std::size_t CUserInfoMap::GetCount()

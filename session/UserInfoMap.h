@@ -120,6 +120,7 @@ private:
     // Where the scope of that Req ID is pointed to, or the end of its chain.
     CheckinScope*& FindScope(int nReqID) REQUIRES(m_lock);
     bool EnterLocked(Place& place, int nReqID) REQUIRES(m_lock);
+    void CountUsers() const REQUIRES(m_lock);
 
     Kernova::Threading::CriticalSection m_lock{Kernova::XTL::kSpinCount,
                                                Kernova::Threading::LockRank::UserInfoMap};

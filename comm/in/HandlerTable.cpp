@@ -25,6 +25,21 @@ struct Name {
     constexpr Name(const char (&text)[N]) { std::copy_n(text, N, sz); }
 };
 
+// Writes the Req ID of a message behind the handler's own lines, once the message has been loaded.
+template <class Message>
+struct ReqIDLine {
+    explicit ReqIDLine(const Message& m) : msg(m) {}
+    ~ReqIDLine()
+    {
+        if constexpr (requires { msg.nReqID; })
+            Log::DebugFmt("[Comm Handler] '%s' msg is handled. [Req ID: %d]", msg.GetMsgName(), msg.nReqID);
+    }
+    ReqIDLine(const ReqIDLine&) = delete;
+    ReqIDLine& operator=(const ReqIDLine&) = delete;
+
+    const Message& msg;
+};
+
 // The common part of all handlers: the line with the message's name, loading, and the guard that keeps an
 // exception of one message from ending the receive loop. pfnBody is the handler's own work. A handler of a
 // message with lists takes the body, too, and loads the message itself, because it has the lists.
@@ -35,6 +50,7 @@ bool Handle(Wirova::Stream* pStream, void*, void* pLink)
         Message msg;
         Log::InfoFmt("[Comm Handler] Type of the msg from a Velkar server is '%s'.", msg.GetMsgName());
         MsgBody body(pStream);
+        const ReqIDLine<Message> line(msg);
         if constexpr (std::is_invocable_v<decltype(pfnBody), Message&, MsgBody&>)
             return pfnBody(msg, body);
         else if constexpr (std::is_invocable_v<decltype(pfnBody), Message&, MsgBody&, Link>)

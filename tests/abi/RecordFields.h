@@ -81,6 +81,11 @@ RECORD(_PURCHASE_REQ, 440, (szGameID, 0)(szProductID, 21)(szUserID, 42)(szServer
        (szRecvUserID, 107)(szRecvServerID, 130)(szRecvCharacterID, 151)(nLevel, 172)(nCount, 176)
        (szGiftMessage, 180)(szUserIP, 381)(szPassWD, 397)(hUseCoupon, 424)(hUseOption, 432))
 RECORD(_PURCHASE_RES, 1036, (bSuccess, 0)(szError, 1)(nOrderSeq, 1028)(nBuyPrice, 1032))
+RECORD(_MESSAGE_STATUS, 216, (szName, 0)(nSent, 40)(nRefused, 48)(nAnswered, 56)(nTimedOut, 64)
+       (nLatencyMicroseconds, 72)(arrLatency, 80))
+RECORD(_CONNECTOR_STATUS, 8720, (nSize, 0)(nLinkState, 4)(nLinkSince, 8)(nConnectAttempts, 16)(nConnects, 24)
+       (nLinkLosses, 32)(nUsers, 40)(nWaiters, 48)(nQueuedBytes, 56)(nFailedCheckouts, 64)(nMessages, 72)
+       (nReserved, 76)(arrMessages, 80))
 // clang-format on
 #undef RECORD
 #undef FIELD_A

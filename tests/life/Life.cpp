@@ -15,6 +15,7 @@
 //                        values   starts it with values that are out of range, and with a bad file
 //                        half-file, unseen, missing   changes the settings file under it
 //                        folder   runs from a folder whose name is in no code page
+//                        status   looks at the figures, the status file and the threads' names
 //                        start    starts it with the settings that are there, and stops it
 //                        restart  starts and stops it a hundred times, unloading it in between
 #include <atomic>
@@ -30,6 +31,7 @@
 #include <vector>
 
 #include "tests/life/Library.h"
+#include "tests/life/Status.h"
 #include "tests/platform/Waiting.h"
 #include "tests/support/Blackhole.h"
 #include "tests/support/Files.h"
@@ -290,6 +292,56 @@ void RunElsewhere(const Library& library)
         Die("it does not run there: " + std::to_string(nResult));
 }
 
+void Expect(const std::string& strFile, const std::string& strPart)
+{
+    if (!Eventually([&] { return ReadFile(Directory() / strFile).find(strPart) != std::string::npos; }))
+        Die(strFile + " lacks " + strPart + ":\n" + ReadFile(Directory() / strFile));
+}
+
+// The service freezes for the length of one request.
+void LookAtStatus(const Library& library)
+{
+    constexpr int kWhole = sizeof(_CONNECTOR_STATUS);
+    ExpectState(library, 0, kWhole);
+    for (const int nSize : {0, 15, -1, 1 << 20})
+        ExpectState(library, 0, nSize, false);
+    const std::string strConfig = ReadFile(Directory() / kLogSettingsFile);
+    WriteFile(Directory() / kLogSettingsFile, strConfig + "status_file = status/{service}.prom\n");
+    library.Start();
+    for (const int nSize : {16, 80, kWhole - 1, kWhole, kWhole + 8})
+        ExpectState(library, 3, nSize);
+    ExpectThreads();
+    Service().SayYes();
+    library.CheckIn();
+    const std::string strFile = "status/velkar.prom", strOf = ",message=\"XC2S_CheckInReq\"} ";
+    Expect(strFile, "velkar_link_up{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"} 1\n");
+    Expect(strFile, "messages_answered_total{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"" + strOf + "1\n");
+    Service().SayNothing();
+    library.CheckIn();
+    const auto begin = std::chrono::steady_clock::now();
+    Expect("life.log", "[Warning]");
+    if (std::chrono::steady_clock::now() - begin > std::chrono::seconds(1))
+        Die("the warning comes late");
+    Expect("life.log", "Requests without an answer in time: XC2S_CheckInReq 1.");
+    Service().SayYes();
+    library.CheckIn();
+    Expect("life.log", "The service answers again after 5 s: XC2S_CheckInReq (1 without an answer).");
+    const auto until = begin + std::chrono::seconds(4);
+    while (std::chrono::steady_clock::now() < until) {
+        const std::string strText = ReadFile(Directory() / strFile);
+        if (!strText.starts_with("# HELP ") || !(strText.ends_with("} 1\n") || strText.ends_with("} 2\n")))
+            Die("a part of a status:\n" + strText);
+    }
+    library.pfnUninit();
+    ExpectState(library, 0, kWhole);
+    Expect(strFile, "velkar_link_state{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"} 0\n");
+    WriteFile(Directory() / kLogSettingsFile, strConfig + "status_file = life.json\n");
+    library.Start();
+    Expect("life.json", "\"link_state\": \"up\"");
+    library.pfnUninit();
+    Expect("life.json", "\"link_state\": \"stopped\"");
+}
+
 #ifndef _WIN32
 void SetTermination(int nHow)
 {
@@ -373,6 +425,7 @@ const std::map<std::string, Mode> kModes{
     {"throwing", {false, &Throw}},
     {"values", {false, &OddValues}},
     {"folder", {false, &RunElsewhere}},
+    {"status", {false, &LookAtStatus}},
     {"exit", {true, [](const Library&) {}}},
     {"exit-waiting", {true, &WaitInside}},
     {"exit-stopping", {false, &LeaveStopping}},
