@@ -10,6 +10,7 @@
 #include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
 #include "bench/Rounds.h"
+#include "comm/MessageCounts.h"
 #include "platform/Host.h"
 #include "tests/support/Settings.h"
 
@@ -46,9 +47,11 @@ bool IsOvertaken(const Response& res)
     return std::strstr(res.szError, "because of timeout.") != nullptr;
 }
 
-// A round of the library with that level of its log.
-inline Result RunLibrary(const char* pszLevel, int nCallers, unsigned short nPort, int nMilliseconds)
+// A round of the library with that level of its log, and with or without the figures for the operator.
+inline Result RunLibrary(const char* pszLevel, int nCallers, unsigned short nPort, int nMilliseconds,
+                         bool bCounting = true)
 {
+    IsCounting() = bCounting;
     StartLibrary(nPort, pszLevel);
     std::atomic<long> nFailed{0};
     const Result result = Measure(nCallers, nMilliseconds, [&nFailed](int nCaller, long n) {
