@@ -304,7 +304,7 @@ void LookAtStatus(const Library& library)
     constexpr int kWhole = sizeof(_CONNECTOR_STATUS);
     ExpectState(library, 0, kWhole);
     for (const int nSize : {0, 15, -1, 1 << 20})
-        ExpectState(library, 0, nSize, false);
+        ExpectState(library, 0, nSize);
     const std::string strConfig = ReadFile(Directory() / kLogSettingsFile);
     WriteFile(Directory() / kLogSettingsFile, strConfig + "status_file = status/{service}.prom\n");
     library.Start();
