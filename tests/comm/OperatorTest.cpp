@@ -68,13 +68,9 @@ TEST_F(OperatorTest, AFreezeOfFortySeconds)
               "[Velkar Connector] The service answers again after 40 s: "
               "XC2S_CheckInReq (7 without an answer).\n");
     EXPECT_EQ(Look(60), "");
-    EXPECT_STREQ(of().szName, "XC2S_CheckInReq");
     EXPECT_EQ(of().nSent - before.nSent, 9);
     EXPECT_EQ(of().nTimedOut - before.nTimedOut, 7);
     EXPECT_EQ(of().nAnswered - before.nAnswered, 2);
-    EXPECT_GT(of().nLatencyMicroseconds, before.nLatencyMicroseconds);
-    EXPECT_EQ(Status().nUsers, 2);
-    EXPECT_EQ(Status().nWaiters, 0);
 }
 
 TEST_F(OperatorTest, ALossAndTheReturn)
@@ -85,7 +81,6 @@ TEST_F(OperatorTest, ALossAndTheReturn)
     ASSERT_TRUE(Game().Start());
     ASSERT_EQ(Game().Checkin("abc").nResult, 0);
     const auto before = Status();
-    EXPECT_EQ(before.nLinkState, 3);
     Service().Down();
     ASSERT_TRUE(Journal::WaitFor(Journal::Level::Warning, "] The connection to 127.0.0.1:"));
     while (Status().nConnectAttempts < before.nConnectAttempts + 2)
@@ -94,7 +89,6 @@ TEST_F(OperatorTest, ALossAndTheReturn)
     EXPECT_EQ(Game().Checkout("abc").bSuccess, 0);
     EXPECT_EQ(Game().Checkin("def").nResult, -1);
     EXPECT_EQ(Status().nFailedCheckouts, 1);
-    EXPECT_EQ(Status().nUsers, 0);
     ExpectMatch(Look(1),
                 "is lost after \\d+ s: the service has ended it\\.\n(.*\n)*"
                 ".*not sent: XC2S_CheckInReq 1, XC2S_CheckOutReq 1\\.\n");
@@ -106,7 +100,6 @@ TEST_F(OperatorTest, ALossAndTheReturn)
                 "is up again after \\d+ s\\. \\[Attempts: [2-9]\\d*\\]\n(.*\n)*"
                 ".*sent again after 6 s: XC2S_CheckInReq \\(1 not sent\\)\\.\n");
     EXPECT_EQ(Status().nLinkState, 3);
-    EXPECT_GE(Status().nLinkSince, before.nLinkSince);
     EXPECT_EQ(Status().nConnects - before.nConnects, 1);
     EXPECT_EQ(Status().nLinkLosses - before.nLinkLosses, 1);
     EXPECT_EQ(Status().nFailedCheckouts, 0);
@@ -120,44 +113,37 @@ TEST_F(OperatorTest, SlowAnswersAndTheirBuckets)
     MessageCounts::SlowLimit() = std::numeric_limits<std::int64_t>::max();
     ExpectMatch(Look(1), "\\] Slow answers: XC2S_CheckInReq 2 \\(longest \\d+ ms\\)\\.\n$");
     constexpr std::int64_t kFirst = kFirstBucket, kLast = kFirst << 15;
-    const std::pair<std::int64_t, std::size_t> arrTable[]{
-        {-1, 0},         {kFirst, 0}, {kFirst + 1, 1}, {2 * kFirst, 1},  {2 * kFirst + 1, 2},
-        {4 * kFirst, 2}, {kLast, 15}, {kLast + 1, 16}, {kLast << 20, 16}};
-    for (const auto& [nTime, nBucket] : arrTable)
-        EXPECT_EQ(LatencyBucket(nTime), nBucket) << nTime;
+    std::string strBuckets;
+    for (const std::int64_t n : {-kFirst, kFirst, kFirst + 1, 2 * kFirst, 2 * kFirst + 1, kLast, kLast + 1})
+        strBuckets += std::to_string(LatencyBucket(n)) + ' ';
+    EXPECT_EQ(strBuckets, "0 0 1 1 2 15 16 ");
 }
 
 TEST(StatusText, SaysTheSameInBothForms)
 {
     _CONNECTOR_STATUS status{};
-    status.nLinkState = 3;
-    status.nLinkSince = 1'700'000'000'007;
-    status.nMessages = 1;
+    status.nLinkState = 3, status.nLinkSince = 1'700'000'000'007, status.nMessages = 1;
     auto& message = status.arrMessages[0];
     Put(message.szName, "XC2S_CheckInReq");
     message.nSent = 5, message.nAnswered = 4, message.nLatencyMicroseconds = 2'000'150;
     message.arrLatency[0] = 3, message.arrLatency[16] = 1;
     const StatusOwner owner{{"GA\"ME", "S\\1", "W\xE9"}, 1'700'000'001'000};
-    const auto expect = [&](bool bJson, const std::vector<std::string>& vecParts) {
-        const std::string strText = StatusText(status, owner, bJson);
-        for (const std::string& strPart : vecParts)
-            EXPECT_NE(strText.find(strPart), std::string::npos) << strPart << "\n in \n" << strText;
-    };
+    const std::string strText = StatusText(status, owner, false), strJson = StatusText(status, owner, true);
     const std::string strOwner = "{gid=\"GA_ME\",sid=\"S_1\",wid=\"W_\"";
-    const std::string strOf = strOwner + ",message=\"XC2S_CheckInReq\"", strTime = "velkar_answer_seconds";
-    expect(false,
-           {"# HELP velkar_users Users known here.\n# TYPE velkar_users gauge\nvelkar_users" + strOwner +
-                "} 0\n",
-            "\nvelkar_link_since_timestamp_seconds" + strOwner + "} 1700000000.007\n",
-            "# TYPE velkar_answer_seconds histogram\n" + strTime + "_bucket" + strOf + ",le=\"0.0001\"} 3\n",
-            ",le=\"3.2768\"} 3\n" + strTime + "_bucket" + strOf + ",le=\"+Inf\"} 4\n" + strTime + "_sum" +
-                strOf + "} 2.000150\n" + strTime + "_count" + strOf + "} 4\n"});
-    expect(
-        true,
-        {"{\n  \"gid\": \"GA_ME\", \"sid\": \"S_1\", \"wid\": \"W_\",\n",
-         "\"link_state\": \"up\", \"link_up\": true,\n", "3.2768, null],\n  \"messages\": [\n",
-         "\"sent\": 5, \"refused\": 0, \"answered\": 4, \"timed_out\": 0, \"answer_seconds_sum\": 2.000150",
-         "[3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1]}\n  ]\n}\n"});
+    const std::string strOf = strOwner + ",message=\"XC2S_CheckInReq\"", strTime = "\nvelkar_answer_seconds";
+    for (const std::string& strPart :
+         {"# TYPE velkar_users gauge\nvelkar_users" + strOwner + "} 0\n",
+          "\nvelkar_link_since_timestamp_seconds" + strOwner + "} 1700000000.007\n",
+          strTime + "_bucket" + strOf + ",le=\"3.2768\"} 3" + strTime + "_bucket" + strOf +
+              ",le=\"+Inf\"} 4" + strTime + "_sum" + strOf + "} 2.000150" + strTime + "_count" + strOf +
+              "} 4\n"})
+        EXPECT_NE(strText.find(strPart), std::string::npos) << strPart << "\n in \n" << strText;
+    for (const std::string strPart : {"{\n  \"gid\": \"GA_ME\", \"sid\": \"S_1\", \"wid\": \"W_\",\n",
+                                      "\"link_state\": \"up\", \"link_up\": true,\n",
+                                      "3.2768, null],\n  \"messages\": [\n    {\"message\": "
+                                      "\"XC2S_CheckInReq\", \"sent\": 5, \"refused\": 0, ",
+                                      "[3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1]}\n  ]\n}\n"})
+        EXPECT_NE(strJson.find(strPart), std::string::npos) << strPart << "\n in \n" << strJson;
 }
 
 }  // namespace

@@ -104,8 +104,6 @@ bool Initialize(const char* service, const char* configurationFile)
 int GetLevel(_THandle*) { return 8; }
 
 int GetSlowLimit(_THandle*) { return 0; }
-
-// Tests call the reporter's functions themselves.
 void SetReporter(_THandle*, const Reporter&) {}
 
 _THandle* GetLogger(const char* service, const char*)

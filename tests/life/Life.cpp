@@ -313,28 +313,23 @@ void LookAtStatus(const Library& library)
     ExpectThreads();
     Service().SayYes();
     library.CheckIn();
-    const std::string strFile = "status/velkar.prom", strOf = ",message=\"XC2S_CheckInReq\"} ";
-    Expect(strFile, "velkar_link_up{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"} 1\n");
-    Expect(strFile, "messages_answered_total{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"" + strOf + "1\n");
+    const std::string strFile = "status/velkar.prom", strOwner = "{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"";
+    Expect(strFile, "velkar_link_up" + strOwner + "} 1\n");
+    Expect(strFile, "messages_answered_total" + strOwner + ",message=\"XC2S_CheckInReq\"} 1\n");
     Service().SayNothing();
     library.CheckIn();
-    const auto begin = std::chrono::steady_clock::now();
-    Expect("life.log", "[Warning]");
-    if (std::chrono::steady_clock::now() - begin > std::chrono::seconds(1))
-        Die("the warning comes late");
     Expect("life.log", "Requests without an answer in time: XC2S_CheckInReq 1.");
     Service().SayYes();
     library.CheckIn();
     Expect("life.log", "The service answers again after 5 s: XC2S_CheckInReq (1 without an answer).");
-    const auto until = begin + std::chrono::seconds(4);
-    while (std::chrono::steady_clock::now() < until) {
+    for (int n = 0; n < 2000; ++n, std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
         const std::string strText = ReadFile(Directory() / strFile);
         if (!strText.starts_with("# HELP ") || !(strText.ends_with("} 1\n") || strText.ends_with("} 2\n")))
             Die("a part of a status:\n" + strText);
     }
     library.pfnUninit();
     ExpectState(library, 0, kWhole);
-    Expect(strFile, "velkar_link_state{gid=\"GAME\",sid=\"SERVER\",wid=\"WORLD\"} 0\n");
+    Expect(strFile, "velkar_link_state" + strOwner + "} 0\n");
     WriteFile(Directory() / kLogSettingsFile, strConfig + "status_file = life.json\n");
     library.Start();
     Expect("life.json", "\"link_state\": \"up\"");

@@ -37,9 +37,8 @@ inline void ExpectThreads()
     std::string strNames;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
         strNames += Support::ReadFile(entry.path() / "comm");
-    for (const char* pszName : {"velkar-comm\n", "velkar-charge\n", "velkar-reload\n", "velkar-log\n",
-                                "velkar-pool-0\n", "velkar-pool-1\n"}) {
-        if (strNames.find(pszName) == std::string::npos)
+    for (const char* pszName : {"comm\n", "charge\n", "reload\n", "log\n", "pool-0\n", "pool-1\n"}) {
+        if (strNames.find(std::string("velkar-") + pszName) == std::string::npos)
             Die("no thread " + std::string(pszName) + " among\n" + strNames);
     }
 #endif

@@ -60,7 +60,7 @@ TEST(LogConfig, TakesEveryKeyAndNamesTheLineOfEveryMistake)
     for (const char* pszRefused :
          {"level = Verbose", "level =", "file =", "max_size = 2G", "max_size = 99999999999999999999",
           "max_size = -1M", "max_size = M", "max_files = 0", "max_files = 4x", "flush = 0", "flush = Error 5",
-          "flush = Error, 5, 6"}) {
+          "flush = Error, 5, 6", "slow = 0", "slow = 5001", "status_file =", "status_every = 3601"}) {
         const std::string strText = pszRefused;
         expect(pszRefused, strDefault + "|line 1: " + strText.substr(0, strText.find(' ')) + " takes");
     }
