@@ -218,7 +218,6 @@ bool ShowErrorBox(const char* pszTitle, const char* pszText)
 }
 
 void PrintError(const char*, ...) {}
-
 void NameThread(const char*) {}
 
 void OnForked(void (*)()) {}

@@ -166,7 +166,6 @@ Strova::_THandle* LockReadStream(_THandle* pLink)
 bool UnlockReadStream(_THandle* pLink) { return pLink->UnlockReadStream(); }
 
 End GetEnd(_THandle* pLink, int& nCode) { return pLink->GetEnd(nCode); }
-
 bool Close(_THandle* pLink) { return pLink->Close(); }
 
 }  // namespace Netrova::Link
