@@ -8,7 +8,7 @@ function(velkar_stage header)
   mark_as_advanced(VELKAR_FOLDER_OF_${header})
   set(folder ${VELKAR_FOLDER_OF_${header}})
   if(NOT folder)
-    message(FATAL_ERROR "There is no ${header}: install the packages libasio-dev, libspdlog-dev and libfmt-dev, or "
+    message(FATAL_ERROR "There is no ${header}: install its package (see script/bootstrap), or "
                         "set VELKAR_FOLDER_OF_${header}")
   endif()
   foreach(name IN LISTS ARGN)
@@ -37,3 +37,10 @@ endif()
 add_library(velkar_spdlog INTERFACE)
 target_include_directories(velkar_spdlog SYSTEM INTERFACE ${staged})
 target_compile_definitions(velkar_spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
+
+# Of the programs beside the library.
+if(VELKAR_BUILD_CHECK)
+  velkar_stage(CLI/CLI.hpp CLI)
+  add_library(velkar_cli11 INTERFACE)
+  target_include_directories(velkar_cli11 SYSTEM INTERFACE ${staged})
+endif()

@@ -1,6 +1,9 @@
 // One load of the settings file, key by key, and the accessors. ConfigReload.cpp decides when a load happens.
 #include "config/ConfigReader.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "base/CycleWait.h"
 #include "base/Logger.h"
 #include "config/BillingIdMap.h"
@@ -62,8 +65,22 @@ CConfigReader::~CConfigReader() = default;
 
 bool CConfigReader::Load()
 {
-    const bool bGood = LoadFile(false) == Outcome::Good;
+    const bool bGood = LoadFile(Purpose::Reload) == Outcome::Good;
     LogWarnings();
+    return bGood;
+}
+
+bool CConfigReader::Check(const std::string& strTL2FileName,
+                          std::function<void(const SettingsFinding&)> pfnReport)
+{
+    {
+        const ScopedLock lock(m_lock);
+        m_strFileName = strTL2FileName;
+    }
+    m_pfnReport = std::move(pfnReport);
+    const bool bGood = LoadFile(Purpose::Check) == Outcome::Good;
+    m_pfnReport = nullptr;
+    CloseDocument();
     return bGood;
 }
 
@@ -75,11 +92,12 @@ void CConfigReader::CloseDocument()
 }
 
 // The old document goes first, so a load that cannot open the file leaves none. The new document is read
-// without the lock, while the accessors go on working, and is stored afterwards. Only the first load reads a
+// without the lock, while the accessors go on working, and is stored afterwards. Only a reload refuses a
 // document that has come with a warning: at a reload an element without its end tells of a file that is still
 // being written.
-CConfigReader::Outcome CConfigReader::LoadFile(bool bFirst)
+CConfigReader::Outcome CConfigReader::LoadFile(Purpose purpose)
 {
+    const bool bReload = purpose == Purpose::Reload;
     CloseDocument();
     const std::string strFileName = GetFileName();
     std::string strError;
@@ -88,10 +106,11 @@ CConfigReader::Outcome CConfigReader::LoadFile(bool bFirst)
     if (!Host::FileExists(strFileName)) {
         strError = "Failed to find a TL2 file. FileName : " + Host::TextFromPath(strFileName);
     } else {
-        document.reset(Tarvo::XmlParser::OpenXmlFile(strFileName.c_str(), kTopTag, bFirst, &results));
-        if (!document || (!bFirst && results.error != Tarvo::XmlParser::eXMLErrorNone))
+        document.reset(
+            Tarvo::XmlParser::OpenXmlFile(strFileName.c_str(), kTopTag, purpose == Purpose::First, &results));
+        if (!document || (bReload && results.error != Tarvo::XmlParser::eXMLErrorNone))
             strError = "Failed to open and parse a TL2 file. FileName : " + Host::TextFromPath(strFileName) +
-                       (bFirst ? Describe(results) : "");
+                       (bReload ? "" : Describe(results));
     }
     if (!strError.empty()) {
         SetLastError(strError);
@@ -124,7 +143,7 @@ bool CConfigReader::IsWhole(const std::string& strFileName)
 bool CConfigReader::ReadDocument(IXmlParser& document)
 {
     if (!Tarvo::XmlParser::MoveToModule(&document, "VELKAR"))
-        return Fail("Failed to move to 'VELKAR' module.");
+        return Fail(Kind::NoModule, "VELKAR", "", "Failed to move to 'VELKAR' module.");
     if (!ReadConnectorInfo(document))
         return false;
 
@@ -155,9 +174,12 @@ bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
         !ReadNumber(document, "CHARGE_CYCLE", &Settings::nChargeCycle, &CycleInForce) ||
         !ReadText(document, "USE_USER_NUMBER", strUseUserNumber))
         return false;
+    if (strUseUserNumber.empty())  // a check goes on behind the missing key
+        return true;
     const bool bUseUserNumber = strUseUserNumber == "true" || strUseUserNumber == "TRUE";
     if (!bUseUserNumber && strUseUserNumber != "false" && strUseUserNumber != "FALSE")
-        Warn("USE_USER_NUMBER", strUseUserNumber, "is neither true nor false. false is used instead.");
+        Warn(Kind::UnknownWord, "USE_USER_NUMBER", strUseUserNumber,
+             "is neither true nor false. false is used instead.");
     const ScopedLock lock(m_lock);
     m_settings.bUseUserNumber = bUseUserNumber;
     return true;
@@ -167,8 +189,9 @@ bool CConfigReader::ReadConnectorInfo(IXmlParser& document)
 bool CConfigReader::ReadBillingIds(IXmlParser& document, int nCount, const std::string& strCount)
 {
     std::string strBillName;  // its memory is used again for every name
+    const int nLast = GetLastEntry(document, "property_array", nCount);
     int nRead = 0;
-    while (nRead < nCount && ReadBillingId(document, std::to_string(nRead + 1), strBillName))
+    while (nRead < nLast && ReadBillingId(document, std::to_string(nRead + 1), strBillName))
         ++nRead;
     char szTemp[kValueSize];
     const bool bMore = Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp),
@@ -184,23 +207,28 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
     char szTemp[kValueSize];
     const auto read = [&](int nPosition) {
         return Tarvo::XmlParser::GetPropertyArray(&document, szTemp, sizeof(szTemp), strIndex.c_str(),
-                                                  nPosition) ||
-               Fail("Failed to get 'BILLING_ID_INFO' array property.");
+                                                  nPosition);
+    };
+    const auto failToGet = [&](int nPosition) {
+        return Fail(Kind::NoArray, strIndex, std::to_string(nPosition),
+                    "Failed to get 'BILLING_ID_INFO' array property.");
     };
 
     if (!read(0))
-        return false;
+        return failToGet(0);
     const int nProductId = TextToInteger(szTemp);
     if (nProductId == 0)
-        return Fail("Failed to convert 'PRODUCT_ID' value to integer.");
+        return Fail(Kind::NoProductId, strIndex, szTemp, "Failed to convert 'PRODUCT_ID' value to integer.");
     if (!read(1))
-        return false;
+        return failToGet(1);
     strBillName = szTemp;
     if (!read(2))
-        return false;
+        return failToGet(2);
     const int nBillingId = TextToInteger(szTemp);
     if (nBillingId == 0)
-        return Fail("Failed to convert 'BILLING_ID' value to integer.");
+        return Fail(Kind::NoBillingId, strIndex, szTemp, "Failed to convert 'BILLING_ID' value to integer.");
+    if (m_pfnReport)
+        Report(Kind::Read, strIndex, std::to_string(nProductId), "");
     BillingIdMap().AddBilling(nProductId, nBillingId, strBillName);
     return true;
 }
@@ -210,8 +238,9 @@ bool CConfigReader::ReadBillingId(IXmlParser& document, const std::string& strIn
 bool CConfigReader::ReadEventCodes(IXmlParser& document, int nCount, const std::string& strCount)
 {
     std::string strEventName;
+    const int nLast = GetLastEntry(document, "property", nCount);
     int nRead = 0;
-    for (; nRead < nCount && ReadText(document, std::to_string(nRead).c_str(), strEventName); ++nRead)
+    for (; nRead < nLast && ReadText(document, std::to_string(nRead).c_str(), strEventName); ++nRead)
         EventCodeMap().AddEvent(nRead, strEventName);
     char szTemp[kValueSize];
     const bool bMore =
@@ -233,24 +262,33 @@ bool CConfigReader::ReadLogovaInfo(IXmlParser& document)
 
 bool CConfigReader::MoveToGroup(IXmlParser& document, const char* pszGroup)
 {
+    if (m_pfnReport)
+        m_strGroup = pszGroup;
     return Tarvo::XmlParser::MoveToGroup(&document, pszGroup) ||
-           Fail(std::string("Failed to move to '") + pszGroup + "' group.");
+           Fail(Kind::NoGroup, "", "", std::string("Failed to move to '") + pszGroup + "' group.");
+}
+
+// The value of a key of the current group; false, and no failure, if it has none.
+bool CConfigReader::FindText(IXmlParser& document, const char* pszKey, std::string& strValue)
+{
+    char szTemp[kValueSize];
+    if (!Tarvo::XmlParser::GetProperty(&document, szTemp, sizeof(szTemp), pszKey))
+        return false;
+    strValue = szTemp;
+    Report(Kind::Read, pszKey, strValue, "");
+    return true;
 }
 
 bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::string& strValue)
 {
-    char szTemp[kValueSize];
-    if (!Tarvo::XmlParser::GetProperty(&document, szTemp, sizeof(szTemp), pszKey))
-        return Fail(std::string("Failed to get '") + pszKey + "' property.");
-    strValue = szTemp;
-    return true;
+    return FindText(document, pszKey, strValue) || FailToFind(pszKey);
 }
 
 bool CConfigReader::ReadText(IXmlParser& document, const char* pszKey, std::string Settings::*pMember)
 {
     std::string strValue;
-    if (!ReadText(document, pszKey, strValue))
-        return false;
+    if (!FindText(document, pszKey, strValue))
+        return FailToFind(pszKey);
     const ScopedLock lock(m_lock);
     m_settings.*pMember = strValue;
     return true;
@@ -262,28 +300,32 @@ bool CConfigReader::ReadNumber(IXmlParser& document, const char* pszKey, std::in
                                std::int32_t (*pfnInForce)(std::int32_t))
 {
     std::string strValue;
-    if (!ReadText(document, pszKey, strValue))
-        return false;
+    if (!FindText(document, pszKey, strValue))
+        return FailToFind(pszKey);
     const int nValue = TextToInteger(strValue.c_str());
     {
         const ScopedLock lock(m_lock);
         m_settings.*pMember = nValue;
     }
     if (nValue == 0)
-        return Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+        return FailToConvert(pszKey, strValue);
+    Report(Kind::Number, pszKey, strValue, "");
     if (const std::int32_t nInForce = pfnInForce(nValue); nInForce != nValue)
-        Warn(pszKey, strValue, "is out of range. " + std::to_string(nInForce) + " is used instead.");
+        Warn(Kind::OutOfRange, pszKey, strValue,
+             "is out of range. " + std::to_string(nInForce) + " is used instead.");
     return true;
 }
 
 // The length of a list; 999 stands for 0.
 bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCount, std::string& strValue)
 {
-    if (!ReadText(document, pszKey, strValue))
-        return false;
+    nCount = 0;
+    if (!FindText(document, pszKey, strValue))
+        return FailToFind(pszKey);
     nCount = TextToInteger(strValue.c_str());
     if (nCount == 0)
-        return Fail(std::string("Failed to convert '") + pszKey + "' value to integer.");
+        return FailToConvert(pszKey, strValue);
+    Report(Kind::Number, pszKey, strValue, "");
     if (nCount == kNoEntries)
         nCount = 0;
     return true;
@@ -293,19 +335,35 @@ bool CConfigReader::ReadCount(IXmlParser& document, const char* pszKey, int& nCo
 void CConfigReader::WarnOfCount(const char* pszKey, const std::string& strValue, int nUsed, int nCount,
                                 bool bMore)
 {
+    const auto warn = [&](const std::string& strWhat) { Warn(Kind::BadCount, pszKey, strValue, strWhat); };
     const std::string strUsed = std::to_string(nUsed) + " of them are used.";
     if (nCount < 0)
-        Warn(pszKey, strValue, "is out of range. None of the entries is used.");
+        warn("is out of range. None of the entries is used.");
     else if (nUsed < nCount)
-        Warn(pszKey, strValue, "is more than the file has of good entries in a row. The first " + strUsed);
+        warn("is more than the file has of good entries in a row. The first " + strUsed);
     else if (bMore && nCount == 0)
-        Warn(pszKey, strValue, "stands for none. None of the entries in the file is used.");
+        warn("stands for none. None of the entries in the file is used.");
     else if (bMore)
-        Warn(pszKey, strValue, "is less than the file has of entries. The first " + strUsed);
+        warn("is less than the file has of entries. The first " + strUsed);
 }
 
-void CConfigReader::Warn(const char* pszKey, const std::string& strValue, const std::string& strWhat)
+// The number of the last list entry that is read. A check reads on behind bad entries and therefore ends one
+// entry behind those that the group can have, whatever the count claims.
+int CConfigReader::GetLastEntry(IXmlParser& document, const char* pszElement, int nCount) const
 {
+    return m_pfnReport ? std::min(nCount, document.GetChildCount(pszElement) + 1) : nCount;
+}
+
+void CConfigReader::Report(Kind kind, std::string_view key, std::string_view value, std::string_view text)
+{
+    if (m_pfnReport)
+        m_pfnReport({kind, m_strGroup, std::string(key), std::string(value), std::string(text)});
+}
+
+void CConfigReader::Warn(Kind kind, const char* pszKey, const std::string& strValue,
+                         const std::string& strWhat)
+{
+    Report(kind, pszKey, strValue, strWhat);
     const ScopedLock lock(m_lock);
     m_vecWarnings.push_back("[Config reader]The value '" + strValue + "' of '" + pszKey + "' " + strWhat);
 }
@@ -328,12 +386,26 @@ void CConfigReader::SetLastError(const std::string& strError)
     m_strLastError = strError;
 }
 
-// Keeps and logs the text of a failure. False, so that a step can return the call.
-bool CConfigReader::Fail(const std::string& strError)
+bool CConfigReader::FailToFind(const char* pszKey)
+{
+    return Fail(Kind::NoValue, pszKey, "", std::string("Failed to get '") + pszKey + "' property.");
+}
+
+bool CConfigReader::FailToConvert(const char* pszKey, const std::string& strValue)
+{
+    return Fail(Kind::NoNumber, pszKey, strValue,
+                std::string("Failed to convert '") + pszKey + "' value to integer.");
+}
+
+// Keeps and logs the text of a failure. False, so that a step can return the call; true while a check wants
+// to hear of the mistakes behind this one.
+bool CConfigReader::Fail(Kind kind, const std::string& strKey, const std::string& strValue,
+                         const std::string& strError)
 {
     SetLastError(strError);
     Log::Fatal(("[Config reader]" + strError).c_str());
-    return false;
+    Report(kind, strKey, strValue, strError);
+    return static_cast<bool>(m_pfnReport);
 }
 
 // ---- accessors: each returns a copy, because a reload may change the value at any time ----

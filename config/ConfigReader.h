@@ -10,13 +10,37 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/proj/TarvoXmlParser/src/TarvoXmlParser.h"
 #include "platform/Host.h"
 #include "platform/KernovaXtl.h"
+
+// What a check of the settings hears of one key, group or list entry.
+struct SettingsFinding {
+    enum class Kind {
+        Read,         // the key is there and has a value, which other findings may still complain of
+        NoModule,     // of strKey
+        NoGroup,      // of strGroup
+        NoValue,      // the key is missing, empty, or longer than a value may be
+        Number,       // the value begins with a number
+        NoNumber,     // the value is no number, or 0
+        OutOfRange,   // another value is used: strText
+        UnknownWord,  // neither true nor false; false is used
+        BadCount,     // another number of entries is used: strText
+        NoArray,      // an element of the property array strKey: as NoValue
+        NoProductId,  // of the property array strKey: as NoNumber
+        NoBillingId,  // likewise
+    };
+    Kind kind;
+    std::string strGroup, strKey, strValue;
+    std::string
+        strText;  // what the library says: the text of InitModule, or the end of the warning in the log
+};
 
 class CConfigReader : public Kernova::Threading::Thread {
 public:
@@ -33,6 +57,11 @@ public:
     // force and the others are as they were. A file that is no whole document, as one that is just being
     // written, changes nothing. Never shows a dialog.
     bool Load();
+    // Reads a file as Open does, once and without a dialog, and takes its values over. False if Open would
+    // fail: GetLastErrorText says what InitModule would say. With a function, the load goes on behind each
+    // mistake, and the function hears of every key and every mistake in the order of the reading; the result
+    // means nothing then.
+    bool Check(const std::string& strTL2FileName, std::function<void(const SettingsFinding&)> pfnReport);
     // Writes a line for each value of the last load in whose place another one is used. For the first load,
     // which is before the logger's start; Load does it by itself.
     void LogWarnings();
@@ -81,7 +110,8 @@ private:
 
     // ConfigReader.cpp: one load. A step that fails keeps the text of its failure, logs it and returns false.
     enum class Outcome { Good, BadValue, NoDocument };
-    Outcome LoadFile(bool bFirst);
+    enum class Purpose { First, Reload, Check };
+    Outcome LoadFile(Purpose purpose);
     bool ReadDocument(IXmlParser& document);
     bool ReadConnectorInfo(IXmlParser& document);
     bool ReadBillingIds(IXmlParser& document, int nCount, const std::string& strCount);
@@ -89,15 +119,21 @@ private:
     bool ReadEventCodes(IXmlParser& document, int nCount, const std::string& strCount);
     bool ReadLogovaInfo(IXmlParser& document);
     bool MoveToGroup(IXmlParser& document, const char* pszGroup);
+    bool FindText(IXmlParser& document, const char* pszKey, std::string& strValue);
     bool ReadText(IXmlParser& document, const char* pszKey, std::string& strValue);
     bool ReadText(IXmlParser& document, const char* pszKey, std::string Settings::*pMember);
     bool ReadNumber(IXmlParser& document, const char* pszKey, std::int32_t Settings::*pMember,
                     std::int32_t (*pfnInForce)(std::int32_t));
     bool ReadCount(IXmlParser& document, const char* pszKey, int& nCount, std::string& strValue);
     void WarnOfCount(const char* pszKey, const std::string& strValue, int nUsed, int nCount, bool bMore);
-    void Warn(const char* pszKey, const std::string& strValue, const std::string& strWhat);
+    int GetLastEntry(IXmlParser& document, const char* pszElement, int nCount) const;
+    using Kind = SettingsFinding::Kind;
+    void Report(Kind kind, std::string_view key, std::string_view value, std::string_view text);
+    void Warn(Kind kind, const char* pszKey, const std::string& strValue, const std::string& strWhat);
     void SetLastError(const std::string& strError);
-    bool Fail(const std::string& strError);
+    bool FailToFind(const char* pszKey);
+    bool FailToConvert(const char* pszKey, const std::string& strValue);
+    bool Fail(Kind kind, const std::string& strKey, const std::string& strValue, const std::string& strError);
 
     // ConfigReload.cpp: the reload thread.
     class RunningScope;
@@ -129,6 +165,9 @@ private:
     // The file's last write time when the most recent load began; another time means that the file has
     // changed.
     std::atomic<std::int64_t> m_nLastWriteTime{0};
+    // Of a check alone, on its thread: who hears of keys and mistakes, and the group that is being read.
+    std::function<void(const SettingsFinding&)> m_pfnReport;
+    std::string m_strGroup;
     // Of the reload thread alone: whether the log says already that the file is not there; whether the last
     // load found no whole document, and when the next one begins then although the file's time has not
     // changed.

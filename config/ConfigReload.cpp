@@ -83,7 +83,7 @@ bool CConfigReader::Open(const std::string& strTL2FileName)
     if (Host::GetLastWriteTime(strTL2FileName, nTime) && Host::IsFreshlyWritten(strTL2FileName))
         Settle(strTL2FileName, nTime);
     m_nLastWriteTime.store(nTime);
-    if (LoadFile(true) != Outcome::Good)
+    if (LoadFile(Purpose::First) != Outcome::Good)
         return false;
     if (!m_bRunning.exchange(true) && !Start())
         m_bRunning.store(false);  // no thread could be made: the library runs without reloading
@@ -239,7 +239,7 @@ void CConfigReader::Reload()
     m_bRetry = true;
     m_nextTry = steady_clock::now() + std::chrono::milliseconds(kTryAgain);
     try {
-        m_bRetry = LoadFile(false) == Outcome::NoDocument;
+        m_bRetry = LoadFile(Purpose::Reload) == Outcome::NoDocument;
         LogWarnings();
     } catch (...) {
         Log::Error("[Config reader::Reload thread] There is an exception because of some reasons.");

@@ -247,6 +247,14 @@ LogConfig ParseLogConfig(std::string_view text)
     return config;
 }
 
+std::string GetLogConfigKeys()
+{
+    std::string strKeys;
+    for (const Key& key : kKeys)
+        strKeys.append(strKeys.empty() ? "" : ", ").append(key.name);
+    return strKeys;
+}
+
 bool ReadLogConfig(const std::string& strPath, std::string& strText)
 {
     if (Host::FileExists(strPath) && !Host::IsRegularFile(strPath)) {  // opening a pipe would block the start

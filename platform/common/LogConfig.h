@@ -30,6 +30,9 @@ struct LogConfig {
 // Never fails: what is wrong ends up in vecWarnings. Throws std::bad_alloc.
 LogConfig ParseLogConfig(std::string_view text);
 
+// The keys of the file, separated by commas.
+std::string GetLogConfigKeys();
+
 // The whole file; false if it cannot be read or is far too big for a configuration. The code is in
 // Platova::GetLastError then.
 bool ReadLogConfig(const std::string& strPath, std::string& strText);

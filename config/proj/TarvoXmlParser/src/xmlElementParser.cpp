@@ -2,6 +2,8 @@
 // next.
 #include "config/proj/TarvoXmlParser/src/xmlElementParser.h"
 
+#include <algorithm>
+
 namespace Tarvo::XmlParser {
 
 ElementParser::ElementParser(std::string_view xml, const Options& options)
@@ -53,6 +55,16 @@ bool ElementParser::CountItem()
         return true;
     Fault(eXMLErrorUnexpectedToken, m_tokens.Place());
     return false;
+}
+
+// The line of a byte, from 1. The parser asks in ascending order of the bytes, so each byte is looked at
+// once.
+std::uint32_t ElementParser::LineOf(std::size_t nPlace)
+{
+    const std::string_view passed = m_tokens.Xml().substr(m_nCounted, nPlace - m_nCounted);
+    m_nLine += static_cast<std::uint32_t>(std::count(passed.begin(), passed.end(), '\n'));
+    m_nCounted = nPlace;
+    return m_nLine;
 }
 
 // ---- closing ----
@@ -216,6 +228,7 @@ ElementParser::Outcome ElementParser::OpenElement(const Token& token)
     if (!CountItem())
         return Outcome::Stop;
     m_pCurrent = m_pCurrent->AddChild(name.text, token.type == TokenType::Declaration, -1);
+    m_pCurrent->nLine = LineOf(token.nStart);
     m_bInside = true;
     m_awaited = Awaited::Name;
     return Outcome::GoOn;

@@ -46,6 +46,7 @@ private:
     Outcome Fault(XMLError error, std::size_t nPlace);
     void Warn(std::size_t nPlace);
     bool CountItem();
+    std::uint32_t LineOf(std::size_t nPlace);
     void LeaveTag();
     bool AddPendingText(std::size_t nEnd);
     bool JoinText(std::string_view text);
@@ -59,6 +60,9 @@ private:
     XMLError m_error = eXMLErrorNone;  // the error, or else the first warning, which does not stop the parse
     std::size_t m_nFault = 0;
     std::size_t m_nItems = 0;  // of the whole document, limited by kMaxItems
+    // The line of the last start tag, and the byte up to which lines have been counted.
+    std::uint32_t m_nLine = 1;
+    std::size_t m_nCounted = 0;
 
     bool m_bInside = false;
     Awaited m_awaited = Awaited::Name;

@@ -54,6 +54,8 @@ XMLNode::~XMLNode()
         delete m_pRecord->pTree;
 }
 
+int XMLNode::getLine() const { return m_pRecord == nullptr ? 0 : static_cast<int>(m_pRecord->nLine); }
+
 bool XMLNode::isDeclaration() const { return m_pRecord != nullptr && m_pRecord->bDeclaration; }
 
 const char* XMLNode::getName() const { return m_pRecord == nullptr ? nullptr : m_pRecord->name.data(); }

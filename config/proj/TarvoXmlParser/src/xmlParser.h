@@ -121,6 +121,8 @@ public:
     int nClear() const;
     int nAttribute() const;
     int nElement() const;  // children, texts, clear sections and attributes together
+    // The line of the start tag in the parsed text, from 1; 0 for an element that was added.
+    int getLine() const;
 
     XMLNode getChildNode(int nIndex) const;
     // The child with that name that has nIndex others of the name before it; with a negative index the last

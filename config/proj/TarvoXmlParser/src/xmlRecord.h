@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -76,6 +77,7 @@ struct XMLRecord {
     XMLContent* pContent = nullptr;  // null in an element without contents
     ArenaArray<XMLAttribute> attributes;
     bool bDeclaration = false;  // opened with "<?"
+    std::uint32_t nLine = 0;    // of its start tag, from 1; 0 in an element that was no part of a parsed text
 
 private:
     static XMLRecord* New(XMLTree& tree, XMLRecord* pParent, std::string_view name, bool bIsDeclaration);
