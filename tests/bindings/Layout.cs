@@ -1,4 +1,4 @@
-// Prints the size of each record of the binding and the offsets of its fields, as tests/bindings/layout.py reads them.
+// Prints the size of each record of the binding and the offsets of its fields, for script/languages-test.
 using System;
 using System.Reflection;
 using System.Runtime.InteropServices;
