@@ -42,18 +42,15 @@ def put(text=good, port=12000):
 
 def check_files():
     for block in re.findall(r"^exit.*(?:\n.+)*", blocks, re.M):
-        text, configuration = good, ""
+        text = good
         for old, new in re.findall(r"^- (.*)\n\+ ?(.*)", block, re.M):
             assert old == "(all)" or unescape(old) in good, old
             text = "" if old == "(all)" else text.replace(unescape(old), unescape(new))
-        for configuration in re.findall(r"^log (.*)", block, re.M):
-            configuration = unescape(configuration.replace("(long)", "x" * 70000))
         put(text)
-        log.write_text(configuration)
-        if configuration == "(none)":
+        log.write_text("".join(map(unescape, re.findall(r"^log (.*)", block, re.M))).replace("(long)", "x" * 70000))
+        if log.read_text() == "(none)":
             log.unlink()
-        sentences = [(int(line), sentence) for line, sentence in re.findall(r"^(\d+) (.*)", block, re.M)]
-        expect(int(block[5]), sentences, block)
+        expect(int(block[5]), [(int(line), text) for line, text in re.findall(r"^(\d+) (.*)", block, re.M)], block)
     settings.unlink()
     expect(2, [(0, "The settings file is not there")], "no file")
 
