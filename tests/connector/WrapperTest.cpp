@@ -15,7 +15,7 @@ protected:
 TEST_F(WrapperTest, AListBelongsToOneObject)
 {
     ASSERT_TRUE(m_connector.Start(Game().id, {}));
-    Service().On<XC2S_QueryMenuListReq>("vecMenu={strBranchID=a},{strBranchID=b}");
+    Service().On<XC2S_QueryMenuListReq>("vecMenu={strBranchID=a} vecMenu={strBranchID=b}");
     auto menu = Velkar::QueryMenuList({});
     ASSERT_TRUE(menu) << menu.Text();
     const auto rows = std::move(menu.rows);
