@@ -1,7 +1,5 @@
-"""velkar-check against the files of mistakes.txt, and against peers that are not what the settings say.
-
-    check_test.py PROGRAM [SANDBOX]    CHECK_EMULATOR of the environment runs the program
-"""
+# check_test.py PROGRAM [SANDBOX]: velkar-check against the files of mistakes.txt, and against peers that are not what
+# the settings say. CHECK_EMULATOR of the environment runs the program.
 import http.server
 import os
 import pathlib
@@ -12,7 +10,6 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 
 command = [*filter(None, [os.environ.get("CHECK_EMULATOR")]), sys.argv[1]]
 folder = tempfile.TemporaryDirectory()
@@ -28,8 +25,7 @@ def unescape(text):
 def expect(code, sentences, what, *more):
     done = subprocess.run([*command, "--settings", str(settings), *more], capture_output=True, timeout=60)
     text = done.stdout.decode("utf-8").replace("\r", "")  # always whole UTF-8
-    # An entry is one line and, if it has a cure, a second one.
-    entries = re.sub(r"\n    ", " ", text).splitlines()
+    entries = text.replace("\n    ", " ").splitlines()  # sentence and cure
     for line, sentence in sentences:
         place = f":{line}: " if line else ""
         assert any(place in entry and sentence in entry for entry in entries), (what, line, sentence, text)
@@ -74,12 +70,9 @@ def check_connections(sandbox):
     threading.Thread(target=web.serve_forever, daemon=True).start()
     put(port=web.server_port)
     expect(2, [(0, "does not speak this protocol. It answers like a web server")], "http", "--connect")
-    port_file = pathlib.Path(folder.name, "port")
-    service = subprocess.Popen([sandbox, "--port", "0", "--port-file", port_file, "--no-http", "--quiet"])
+    service = subprocess.Popen([sandbox, "--port", "0", "--no-http"], stdout=subprocess.PIPE, text=True)
     try:
-        while not port_file.exists():
-            time.sleep(0.01)
-        port = int(port_file.read_text())
+        port = int(service.stdout.readline().split()[-1])
         put(port=port)
         expect(0, [(0, "answers as the service does (code 1,")], "sandbox", "--connect")
         expect(2, [(0, "refuses the identity: code 1,")], "no GID", "--connect", "--identity", "", "s", "w")

@@ -17,7 +17,6 @@ TEST_F(WrapperTest, AListBelongsToOneObject)
     ASSERT_TRUE(m_connector.Start(Game().id, {}));
     Service().On<XC2S_QueryMenuListReq>("vecMenu={strBranchID=a} vecMenu={strBranchID=b}");
     auto menu = Velkar::QueryMenuList({});
-    ASSERT_TRUE(menu) << menu.Text();
     const auto rows = std::move(menu.rows);
     EXPECT_TRUE(menu.rows.empty() && menu.rows.begin() == menu.rows.end());
     std::string strBranches;
@@ -50,8 +49,7 @@ TEST_F(WrapperTest, TheEndWaitsForACallback)
         ++*pMine;
     };
     ASSERT_TRUE(m_connector.Start(Game().id, std::move(m_callbacks)));
-    Velkar::Connector other;
-    EXPECT_STREQ(other.Start(Game().id, {}).Text(), "Velkar Connector is already initialized.");
+    EXPECT_STREQ(Velkar::Connector().Start(Game().id, {}).Text(), "Velkar Connector is already initialized.");
     Service().Send<XS2C_NotifyStorageInfo>("");
     entered.get_future().wait();
     auto stopped = Game().Later([&] { m_connector.Stop(); });
