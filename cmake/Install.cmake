@@ -11,8 +11,9 @@ install(TARGETS VelkarConnector EXPORT VelkarConnectorTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/VelkarConnector.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/VelkarConnector.h ${PROJECT_SOURCE_DIR}/include/VelkarConnector.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/bindings DESTINATION ${share} COMPONENT development)
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/VelkarConnector.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
   if(TARGET velkar_import_library)
@@ -46,9 +47,13 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${doc} COMPONENT develo
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${doc}
         COMPONENT development)
 
-# ---- the sandbox, and velkar-load ----
+# ---- the programs beside the library ----
 if(TARGET velkar-sandbox)
   install(TARGETS velkar-sandbox velkar-load RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
+endif()
+
+if(TARGET velkar-check)
+  install(TARGETS velkar-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
 endif()
 
 # ---- debug symbols: on Linux under the build id, where gdb looks for them; on Windows beside the DLL ----
@@ -57,7 +62,7 @@ if(VELKAR_SPLIT_DEBUG AND CMAKE_BUILD_TYPE STREQUAL Release)
     install(FILES $<TARGET_FILE:VelkarConnector>.debug DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug
             EXCLUDE_FROM_ALL)
   else()
-    foreach(target VelkarConnector velkar-sandbox velkar-load)
+    foreach(target VelkarConnector velkar-sandbox velkar-load velkar-check)
       if(TARGET ${target})
         install(CODE "set(file $<TARGET_FILE:${target}>)
 set(readelf ${CMAKE_READELF})

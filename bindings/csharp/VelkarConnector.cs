@@ -16,11 +16,11 @@
 // Conventions, for every function below unless its own comment says otherwise:
 //
 //  1. Records. Every record belongs to the caller. The library reads and writes it during the call and keeps
-//     no pointer to it. Records have the platform's default alignment and the same layout on 64-bit Windows
-//     and Linux. `int` is 32 bits, `long long` is 64 bits, flags are one byte. Zero a record before each
-//     call: some failures write the head and the text of a response alone, and all the other fields then keep
-//     what they held. The one exception are the handles of a response: each call overwrites them, so destroy
-//     the old ones before a response record is used again.
+//     no pointer to it. Records have the platform's default alignment, also where a #pragma pack of the game
+//     is in force, and the same layout on 64-bit Windows and Linux. `int` is 32 bits, `long long` is 64 bits,
+//     flags are one byte. Zero a record before each call: some failures write the head and the text of a
+//     response alone, and all the other fields then keep what they held. The one exception are the handles of
+//     a response: each call overwrites them, so destroy the old ones before a response record is used again.
 //  2. Texts are byte strings. A width counts the NUL: char[23] holds at most 22 characters, a character being
 //     one byte. What the library writes always ends in a NUL and is cut silently to fit. A text that the game
 //     fills to the last byte without a NUL is read to its end and no further; such a text is sent without its
@@ -1318,8 +1318,78 @@ namespace Velkar
         public int nBuyPrice;
     }
 
+    /// <summary>
+    /// What has become of one kind of message that the library sends. The counts go on from the loading of the
+    /// library to the end of the process, through stops and starts.
+    /// </summary>
+    [StructLayout(LayoutKind.Sequential)]
+    public struct MESSAGE_STATUS
+    {
+        /// <summary>name of the message on the wire, such as "XC2S_CheckInReq"</summary>
+        public string szName { get { return Texts.Get(szNameBytes); } set { szNameBytes = Texts.Put(value, 40); } }
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = 40)] private byte[] szNameBytes;
+        /// <summary>accepted by a connection</summary>
+        public long nSent;
+        /// <summary>not sent: no connection, too much waiting, or a list without records</summary>
+        public long nRefused;
+        /// <summary>the call that waited has got the service's answer, also a refusal</summary>
+        public long nAnswered;
+        /// <summary>no answer came while the call waited</summary>
+        public long nTimedOut;
+        /// <summary>from the call to its answer, all answers together</summary>
+        public long nLatencyMicroseconds;
+        /// <summary>
+        /// answers by that time: the first counts those up to 100 microseconds, each
+        /// other one those beyond the one before up to twice its limit, the last
+        /// all beyond 3.2768 seconds
+        /// </summary>
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = 17)] public long[] arrLatency;
+    }
+
+    /// <summary>What GetConnectorStatus fills.</summary>
+    [StructLayout(LayoutKind.Sequential)]
+    public sealed class CONNECTOR_STATUS
+    {
+        /// <summary>set before the call: sizeof(_CONNECTOR_STATUS) as the game knows it</summary>
+        public int nSize;
+        /// <summary>
+        /// 0: not started, 1: no connection, the library tries to make one, 2:
+        /// connected and not accepted by the service yet, 3: accepted
+        /// </summary>
+        public int nLinkState;
+        /// <summary>
+        /// when this state began: milliseconds since 1970, UTC; 0 before the first
+        /// start. The clock is the machine's and may have been set since
+        /// </summary>
+        public long nLinkSince;
+        /// <summary>connections tried; this and the next two count like _MESSAGE_STATUS</summary>
+        public long nConnectAttempts;
+        /// <summary>of those, accepted by the service</summary>
+        public long nConnects;
+        /// <summary>of those, lost again; an UninitModule is no loss</summary>
+        public long nLinkLosses;
+        /// <summary>users known here (convention 11)</summary>
+        public long nUsers;
+        /// <summary>calls that wait for an answer</summary>
+        public long nWaiters;
+        /// <summary>bytes that wait to be sent</summary>
+        public long nQueuedBytes;
+        /// <summary>checkouts that wait for a connection or for the next heartbeat</summary>
+        public long nFailedCheckouts;
+        /// <summary>how many records of arrMessages are filled</summary>
+        public int nMessages;
+        /// <summary>0</summary>
+        public int nReserved;
+        /// <summary>always in the same order</summary>
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = 40)] public MESSAGE_STATUS[] arrMessages;
+    }
+
     public static class Connector
     {
+        public const int VELKAR_CONNECTOR_VERSION_MAJOR = 0;
+        public const int VELKAR_CONNECTOR_VERSION_MINOR = 1;
+        public const int VELKAR_CONNECTOR_VERSION_PATCH = 0;
+        public const int VELKAR_CONNECTOR_VERSION = 100;
 
         /// <summary>An exception that a callback has thrown; raised on the callback's thread.</summary>
         public static event Action<Exception> CallbackException;
@@ -2116,6 +2186,22 @@ namespace Velkar
             Native.PurchaseProduct(pReq, pRes);
         }
 
+        /// <summary>
+        /// Tells how the library is doing: the same figures that the status file has (docs/operate.md). Set nSize
+        /// before the call; no other field is read. True: the record is filled, up to nSize bytes of it. A record of
+        /// an older header, or the beginning of a record, is filled as far as it goes; in a record of a newer header
+        /// the fields that this library does not know are 0. False, and nothing is changed: pStatus is null, or nSize
+        /// is below 16 or above 65536.
+        ///
+        /// Never blocks and takes no lock. Any thread may call it at any time: also before InitModule, when
+        /// nLinkState is 0, after UninitModule, and inside callbacks. Each figure is right by itself, but two of them
+        /// need not be of the same moment.
+        /// </summary>
+        public static bool GetConnectorStatus(CONNECTOR_STATUS pStatus)
+        {
+            return Native.GetConnectorStatus(pStatus);
+        }
+
         private static class Native
         {
             private const string Library = "VelkarConnector";
@@ -2306,6 +2392,10 @@ namespace Velkar
 
             [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
             internal static extern void PurchaseProduct([In] PURCHASE_REQ pReq, [In, Out] PURCHASE_RES pRes);
+
+            [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+            [return: MarshalAs(UnmanagedType.I1)]
+            internal static extern bool GetConnectorStatus([In, Out] CONNECTOR_STATUS pStatus);
         }
     }
 }

@@ -18,11 +18,11 @@ service. This is the one public header; it compiles as C11 and as C++17.
 Conventions, for every function below unless its own comment says otherwise:
 
  1. Records. Every record belongs to the caller. The library reads and writes it during the call and keeps
-    no pointer to it. Records have the platform's default alignment and the same layout on 64-bit Windows
-    and Linux. `int` is 32 bits, `long long` is 64 bits, flags are one byte. Zero a record before each
-    call: some failures write the head and the text of a response alone, and all the other fields then keep
-    what they held. The one exception are the handles of a response: each call overwrites them, so destroy
-    the old ones before a response record is used again.
+    no pointer to it. Records have the platform's default alignment, also where a #pragma pack of the game
+    is in force, and the same layout on 64-bit Windows and Linux. `int` is 32 bits, `long long` is 64 bits,
+    flags are one byte. Zero a record before each call: some failures write the head and the text of a
+    response alone, and all the other fields then keep what they held. The one exception are the handles of
+    a response: each call overwrites them, so destroy the old ones before a response record is used again.
  2. Texts are byte strings. A width counts the NUL: char[23] holds at most 22 characters, a character being
     one byte. What the library writes always ends in a NUL and is cut silently to fit. A text that the game
     fills to the last byte without a NUL is read to its end and no further; such a text is sent without its
@@ -133,6 +133,11 @@ class DATA_HANDLE(ctypes.Structure):
 
 
 HANDLE = ctypes.POINTER(DATA_HANDLE)
+
+VELKAR_CONNECTOR_VERSION_MAJOR = 0
+VELKAR_CONNECTOR_VERSION_MINOR = 1
+VELKAR_CONNECTOR_VERSION_PATCH = 0
+VELKAR_CONNECTOR_VERSION = 100
 
 
 class CONNECTOR_ID(ctypes.Structure):
@@ -1071,6 +1076,63 @@ class PURCHASE_RES(ctypes.Structure):
     ]
 
 
+class MESSAGE_STATUS(ctypes.Structure):
+    """What has become of one kind of message that the library sends. The counts go on from the loading of the
+    library to the end of the process, through stops and starts.
+    """
+    _fields_ = [
+        # name of the message on the wire, such as "XC2S_CheckInReq"
+        ("szName", ctypes.c_char * 40),
+        # accepted by a connection
+        ("nSent", ctypes.c_longlong),
+        # not sent: no connection, too much waiting, or a list without records
+        ("nRefused", ctypes.c_longlong),
+        # the call that waited has got the service's answer, also a refusal
+        ("nAnswered", ctypes.c_longlong),
+        # no answer came while the call waited
+        ("nTimedOut", ctypes.c_longlong),
+        # from the call to its answer, all answers together
+        ("nLatencyMicroseconds", ctypes.c_longlong),
+        # answers by that time: the first counts those up to 100 microseconds, each other one those beyond the one
+        # before up to twice its limit, the last all beyond 3.2768 seconds
+        ("arrLatency", ctypes.c_longlong * 17),
+    ]
+
+
+class CONNECTOR_STATUS(ctypes.Structure):
+    """What GetConnectorStatus fills."""
+    _fields_ = [
+        # set before the call: sizeof(_CONNECTOR_STATUS) as the game knows it
+        ("nSize", ctypes.c_int),
+        # 0: not started, 1: no connection, the library tries to make one, 2: connected and not accepted by the
+        # service yet, 3: accepted
+        ("nLinkState", ctypes.c_int),
+        # when this state began: milliseconds since 1970, UTC; 0 before the first start. The clock is the machine's
+        # and may have been set since
+        ("nLinkSince", ctypes.c_longlong),
+        # connections tried; this and the next two count like _MESSAGE_STATUS
+        ("nConnectAttempts", ctypes.c_longlong),
+        # of those, accepted by the service
+        ("nConnects", ctypes.c_longlong),
+        # of those, lost again; an UninitModule is no loss
+        ("nLinkLosses", ctypes.c_longlong),
+        # users known here (convention 11)
+        ("nUsers", ctypes.c_longlong),
+        # calls that wait for an answer
+        ("nWaiters", ctypes.c_longlong),
+        # bytes that wait to be sent
+        ("nQueuedBytes", ctypes.c_longlong),
+        # checkouts that wait for a connection or for the next heartbeat
+        ("nFailedCheckouts", ctypes.c_longlong),
+        # how many records of arrMessages are filled
+        ("nMessages", ctypes.c_int),
+        # 0
+        ("nReserved", ctypes.c_int),
+        # always in the same order
+        ("arrMessages", MESSAGE_STATUS * 40),
+    ]
+
+
 _SIGNATURES = {
     "InitModule": (ctypes.c_bool, [ctypes.POINTER(CONNECTOR_ID), ctypes.POINTER(CONNECTOR_CALLBACKS), ctypes.c_char_p, ctypes.c_int]),
     "UninitModule": (None, []),
@@ -1127,6 +1189,7 @@ _SIGNATURES = {
     "ConfirmStorageToInventory": (None, [ctypes.POINTER(STORAGE_USE_REQ), ctypes.POINTER(RESULT_RES)]),
     "CancelStorageToInventory": (None, [ctypes.POINTER(STORAGE_USE_REQ), ctypes.POINTER(RESULT_RES)]),
     "PurchaseProduct": (None, [ctypes.POINTER(PURCHASE_REQ), ctypes.POINTER(PURCHASE_RES)]),
+    "GetConnectorStatus": (ctypes.c_bool, [ctypes.POINTER(CONNECTOR_STATUS)]),
 }
 
 
@@ -1682,3 +1745,17 @@ def PurchaseProduct(pReq, pRes):
     told at the head of the storage box.
     """
     return load().PurchaseProduct(pReq, pRes)
+
+
+def GetConnectorStatus(pStatus):
+    """Tells how the library is doing: the same figures that the status file has (docs/operate.md). Set nSize
+    before the call; no other field is read. True: the record is filled, up to nSize bytes of it. A record of
+    an older header, or the beginning of a record, is filled as far as it goes; in a record of a newer header
+    the fields that this library does not know are 0. False, and nothing is changed: pStatus is null, or nSize
+    is below 16 or above 65536.
+
+    Never blocks and takes no lock. Any thread may call it at any time: also before InitModule, when
+    nLinkState is 0, after UninitModule, and inside callbacks. Each figure is right by itself, but two of them
+    need not be of the same moment.
+    """
+    return load().GetConnectorStatus(pStatus)
