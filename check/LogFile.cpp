@@ -49,14 +49,18 @@ void AddComplaint(const std::string& strPath, const std::string& strComplaint, R
     report.Add({Weight::Warning, strPath, nLine, strSentence, CureOfComplaint(strSentence)});
 }
 
-void CheckLogPath(const std::string& strConfigPath, const std::string& strLogPath, Report& report)
+// Of the file that this key of the log's configuration names.
+void CheckPath(const std::string& strKey, const std::string& strConfigPath, const std::string& strFile,
+               Report& report)
 {
-    const std::string strShown = Host::TextFromPath(strLogPath);
-    const std::filesystem::path path(std::u8string(strLogPath.begin(), strLogPath.end()));
+    const std::string strShown = Host::TextFromPath(strFile);
+    const std::string strWhose = strKey == "file" ? "log" : "status file";
+    const std::filesystem::path path(std::u8string(strFile.begin(), strFile.end()));
     std::error_code ignored;
     if (std::filesystem::is_directory(path, ignored)) {
-        report.Add({Weight::Warning, strConfigPath, 0, "The log's path is a directory: " + strShown + ".",
-                    "Let the key file name a file."});
+        report.Add({Weight::Warning, strConfigPath, 0,
+                    "The " + strWhose + "'s path is a directory: " + strShown + ".",
+                    "Let the key " + strKey + " name a file."});
         return;
     }
     for (auto parent = path.parent_path(); !parent.empty(); parent = parent.parent_path()) {
@@ -64,12 +68,12 @@ void CheckLogPath(const std::string& strConfigPath, const std::string& strLogPat
             break;
         if (std::filesystem::exists(parent, ignored)) {
             report.Add({Weight::Warning, strConfigPath, 0,
-                        "A part of the log's path is a file and no directory: " + strShown + ".",
-                        "Remove that file, or let the key file name another path."});
+                        "A part of the " + strWhose + "'s path is a file and no directory: " + strShown + ".",
+                        "Remove that file, or let the key " + strKey + " name another path."});
             return;
         }
     }
-    report.Add({Weight::Note, "", 0, "The log is " + strShown + ".", ""});
+    report.Add({Weight::Note, "", 0, "The " + strWhose + " is " + strShown + ".", ""});
 }
 
 }  // namespace
@@ -96,9 +100,14 @@ void CheckLogFile(const std::string& strSettingsPath, Report& report)
     const Logova::LogConfig logConfig = Logova::ParseLogConfig(strText);
     for (const std::string& strComplaint : logConfig.vecWarnings)
         AddComplaint(strPath, strComplaint, report);
-    CheckLogPath(strPath,
-                 Logova::GetLogPath(logConfig, strPath, config.GetLogovaService(), config.GetLogovaLogger()),
-                 report);
+    const auto check = [&](const char* pszKey, const std::string& strFile) {
+        CheckPath(pszKey, strPath,
+                  Logova::GetLogPath(strFile, strPath, config.GetLogovaService(), config.GetLogovaLogger()),
+                  report);
+    };
+    check("file", logConfig.strFile);
+    if (!logConfig.strStatusFile.empty())
+        check("status_file", logConfig.strStatusFile);
 }
 
 }  // namespace Check
