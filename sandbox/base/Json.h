@@ -29,6 +29,7 @@ public:
     // The JSON must outlive the object. strPlace begins every error text; with an empty place the key does.
     JsonObject(const Json& json, std::string strPlace);
 
+    const Json& Get() const { return m_json; }
     bool Has(const std::string& strKey) const;
     // The value of a key of any type; null if the object has no such key.
     const Json* Find(const std::string& strKey);

@@ -46,10 +46,20 @@ void Restore(Store& store, const Seed& seed, std::time_t now);
 // Puts nEntries entries into the user's box, each of another made-up item. REQUIRES: a transaction is open.
 void FillBox(Store& store, const User& user, const std::string& strGameID, int nEntries, std::time_t now);
 
-// Replaces all shops of the catalogue by the list that a seed file has under "shops". strPlace begins the
-// error texts. Throws SeedError, JsonError, StoreError.
+// Replaces all shops of the catalogue by the list that a seed file has under "shops". REQUIRES: the list has
+// been checked by SeedArguments. strPlace begins the error texts. Throws JsonError, StoreError.
 void LoadShops(Catalogue& catalogue, const Json& shops, const std::string& strPlace);
-// A shop in the form in which a seed file has it.
+// Adds one product that has been checked by ProductArguments. Throws JsonError, StoreError.
+void LoadProduct(Catalogue& catalogue, const std::string& strGameID, const Json& given);
+// A shop, and a product of it, in the form in which a seed file has them.
 Json ShopToJson(Catalogue& catalogue, const std::string& strGameID);
+Json ProductToJson(Catalogue& catalogue, const ProductKey& key);
+
+// A user that has been checked by UserArguments, with the coupons of strPlace. Throws JsonError.
+void ReadSeedUser(const Json& given, const std::string& strPlace, SeedUser& seeded);
+// A coupon that has been checked by CouponArguments. Throws JsonError.
+void ReadCoupon(const Json& given, const std::string& strPlace, Coupon& coupon);
+// The user of the store in the form in which a seed file has it, without coupons.
+Json SeedOf(Store& store, const User& user);
 
 }  // namespace Sandbox

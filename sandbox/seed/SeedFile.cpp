@@ -1,86 +1,91 @@
 // Seeds as JSON: {"users": [{"userId": "zoe", "userNo": "501", ...}], "shops": [{"gameId": "GAME", ...}]}.
-#include <climits>
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "sandbox/base/DateText.h"
 #include "sandbox/seed/Seed.h"
+#include "sandbox/seed/SeedArguments.h"
 #include "sandbox/seed/SeedRecords.h"
-#include "sandbox/wire/MessageJson.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr std::size_t kMaxKey = 22;  // bytes of a user id or number
-constexpr std::size_t kMaxCRMCode = 15;
-constexpr std::size_t kMaxResultText = 1024;
-constexpr std::size_t kMaxPassWord = 20;
-constexpr int kMaxFill = 100'000;
 constexpr int kMaxDepth = 16;
 
-Billing ReadBilling(JsonObject& object)
+Billing ReadBilling(const Json& given)
 {
     Billing billing;
-    billing.nBillType = static_cast<int>(object.Number("billType", kFixedTerm, kBoth, kFixedTerm));
-    billing.nProductID = static_cast<int>(object.Number("productId", 1, INT_MAX, 1000 + billing.nBillType));
-    billing.nRemainMinutes = object.Number("remainMinutes", 0, INT64_MAX, 0);
-    billing.strCRMCode = object.Text("crmCode", kMaxCRMCode, "");
-    billing.strEndDate = object.Text("endDate", 14, kNoEnd);
-    if (!ParseDate(billing.strEndDate))
-        object.Fail("endDate", "14 digits, YYYYMMDDhhmmss, of a day that exists are expected");
+    billing.nBillType = given["billType"];
+    billing.nProductID = given.value("productId", 1000 + billing.nBillType);
+    billing.nRemainMinutes = given["remainMinutes"];
+    billing.strCRMCode = given["crmCode"];
+    billing.strEndDate = given["endDate"];
     return billing;
 }
 
-void ReadCoupon(const Json& json, const std::string& strPlace, std::set<std::string>& setUseIDs,
-                Coupon& coupon)
+Json BillingToJson(const Billing& billing)
 {
-    JsonObject object(json, strPlace);
-    coupon.row.strUseEndDate = kNoEnd;
-    ReadRecord(coupon.row, object, {"couponUseId", "couponCode"});
-    CheckDiscount(object, coupon.row.nDiscountRate, coupon.row.nDiscountAmt);
-    CheckDate(object, "useEndDate", coupon.row.strUseEndDate);
-    coupon.strProductID = object.Text("productId", 20, "");
-    object.Done();
-    if (!setUseIDs.insert(coupon.row.strCouponUseID).second)
-        object.Fail("couponUseId", "there are two coupons '" + coupon.row.strCouponUseID + "'");
+    return {{"billType", billing.nBillType},
+            {"productId", billing.nProductID},
+            {"remainMinutes", billing.nRemainMinutes},
+            {"crmCode", billing.strCRMCode},
+            {"endDate", billing.strEndDate}};
 }
 
-User ReadUser(JsonObject& object)
+User ReadUser(const Json& given)
 {
     User user;
-    user.strUserID = object.Text("userId", kMaxKey, nullptr);
-    user.strUserNo = object.Text("userNo", kMaxKey, nullptr);
-    if (user.strUserID.empty() || user.strUserNo.empty())
-        object.Fail(user.strUserID.empty() ? "userId" : "userNo", "must not be empty");
-    user.billing = ReadBilling(object);
-    user.nTermSeconds = static_cast<int>(object.Number("termSeconds", 0, INT_MAX, 0));
-    user.cFree = object.Flag("free") ? 'Y' : 'N';
-    user.bPCCafe = object.Flag("pcCafe");
-    user.nResult = static_cast<int>(object.Number("result", INT_MIN, INT_MAX, 0));
-    user.strResultText = object.Text("resultText", kMaxResultText, "");
-    object.List("otherBillings", [&](const Json& element, const std::string& strElement) {
-        JsonObject other(element, strElement);
+    user.strUserID = given["userId"];
+    user.strUserNo = given["userNo"];
+    user.billing = ReadBilling(given);
+    user.nTermSeconds = given["termSeconds"];
+    user.cFree = given["free"] ? 'Y' : 'N';
+    user.bPCCafe = given["pcCafe"];
+    user.nResult = given["result"];
+    user.strResultText = given["resultText"];
+    for (const Json& other : given["otherBillings"])
         user.vecOther.push_back(ReadBilling(other));
-        other.Done();
-    });
     return user;
 }
 
-void ReadSeedUser(const Json& json, const std::string& strPlace, std::set<std::string>& setCouponIDs,
-                  SeedUser& seeded)
+}  // namespace
+
+void ReadCoupon(const Json& given, const std::string& strPlace, Coupon& coupon)
 {
-    JsonObject object(json, strPlace);
-    seeded.user = ReadUser(object);
-    seeded.wallet.nRuvCoin = static_cast<int>(object.Number("ruvCoin", 0, INT_MAX, 0));
-    seeded.wallet.strPassWord = object.Text("passWord", kMaxPassWord, "");
-    seeded.nFillStorage = static_cast<int>(object.Number("fillStorage", 0, kMaxFill, 0));
-    object.List("coupons", [&](const Json& element, const std::string& strElement) {
-        ReadCoupon(element, strElement, setCouponIDs, seeded.listCoupons.emplace_back());
-    });
-    object.Done();
+    ReadRecord(coupon.row, given);
+    CheckDiscount(given, strPlace);
+    coupon.strProductID = given["productId"];
 }
 
-}  // namespace
+void ReadSeedUser(const Json& given, const std::string& strPlace, SeedUser& seeded)
+{
+    seeded.user = ReadUser(given);
+    seeded.wallet.nRuvCoin = given["ruvCoin"];
+    seeded.wallet.strPassWord = given["passWord"];
+    seeded.nFillStorage = given["fillStorage"];
+    JsonObject object(given, strPlace);
+    object.List("coupons", [&](const Json& coupon, const std::string& strCoupon) {
+        ReadCoupon(coupon, strCoupon, seeded.listCoupons.emplace_back());
+    });
+}
+
+Json SeedOf(Store& store, const User& user)
+{
+    Json json = {{"userId", user.strUserID}, {"userNo", user.strUserNo}};
+    json.update(BillingToJson(user.billing));
+    Json others = Json::array();
+    for (const Billing& other : store.GetOtherBillings(user.nID))
+        others.push_back(BillingToJson(other));
+    const Wallet wallet = store.GetLedger().GetWallet(user.nID);
+    json.update({{"termSeconds", user.nTermSeconds},
+                 {"free", user.cFree == 'Y'},
+                 {"pcCafe", user.bPCCafe},
+                 {"result", user.nResult},
+                 {"resultText", user.strResultText},
+                 {"otherBillings", others},
+                 {"ruvCoin", wallet.nRuvCoin},
+                 {"passWord", wallet.strPassWord}});
+    return json;
+}
 
 Seed ParseSeed(const std::string& strJson, const std::string& strName)
 {
@@ -92,13 +97,19 @@ Seed ParseSeed(const std::string& strJson, const std::string& strName)
                 throw JsonError(strName + ": is nested too deeply");
             return true;
         });
-        JsonObject root(json, strName);
-        std::set<std::string> setNames, setCouponIDs;
+        const Json given = CheckArguments(json, SeedArguments(), strName);
+        JsonObject root(given, strName);
+        std::set<std::string> setNames, setUseIDs;
         root.List("users", [&](const Json& element, const std::string& strPlace) {
-            ReadSeedUser(element, strPlace, setCouponIDs, seed.listUsers.emplace_back());
-            const User& user = seed.listUsers.back().user;
-            if (!setNames.insert(user.strUserID).second)
-                throw SeedError(strPlace + ": there are two users '" + user.strUserID + "'");
+            SeedUser& seeded = seed.listUsers.emplace_back();
+            ReadSeedUser(element, strPlace, seeded);
+            if (!setNames.insert(seeded.user.strUserID).second)
+                throw SeedError(strPlace + ": there are two users '" + seeded.user.strUserID + "'");
+            for (const Coupon& coupon : seeded.listCoupons) {
+                if (!setUseIDs.insert(coupon.row.strCouponUseID).second) {
+                    throw SeedError(strPlace + ": there are two coupons '" + coupon.row.strCouponUseID + "'");
+                }
+            }
         });
         if (const Json* const pShops = root.Find("shops")) {
             // Tried in a database in memory, so that mistakes are found before the store's own is touched.
@@ -108,7 +119,6 @@ Seed ParseSeed(const std::string& strJson, const std::string& strName)
             LoadShops(catalogue, *pShops, strName + " shops");
             seed.pShops = std::make_shared<const Json>(*pShops);
         }
-        root.Done();
     } catch (const Json::exception& e) {
         throw SeedError(strName + " is not JSON: " + e.what());
     } catch (const JsonError& e) {

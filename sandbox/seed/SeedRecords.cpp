@@ -5,104 +5,96 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "sandbox/base/DateText.h"
 #include "sandbox/wire/MessageJson.h"
 #include "wirova/messages/MessageCatalog.h"
 
 namespace Sandbox {
 namespace {
 
+constexpr JsonLimits kAll{SIZE_MAX, SIZE_MAX, SIZE_MAX};
+
 // The longest text that a connector keeps of a field, in bytes.
 constexpr struct {
-    std::string_view strField;
-    std::size_t nMax;
+    std::string_view strName;
+    std::int64_t nMax;
 } kWidths[] = {
-    {"strBranchName", 40}, {"strProductName", 40},     {"strProductDesc", 500}, {"strImageURL", 100},
-    {"strImageUrl", 100},  {"strUnitName", 50},        {"strClassName", 40},    {"strIconImageURL", 100},
-    {"strCondition", 100}, {"strConditionValue", 100}, {"strCouponName", 40},   {"strExposeName", 40},
-    {"strIconUrl", 100},   {"strBannerUrl", 100},
+    {"branchName", 40},      {"productName", 40}, {"productDesc", 500},  {"imageUrl", 100},
+    {"unitName", 50},        {"className", 40},   {"iconImageUrl", 100}, {"condition", 100},
+    {"conditionValue", 100}, {"couponName", 40},  {"exposeName", 40},    {"iconUrl", 100},
+    {"bannerUrl", 100},      {"itemName", 40},    {"giftMessage", 200},  {"setName", 40},
+    {"listImageUrl", 100},   {"direction", 200},
 };
-constexpr std::size_t kWidth = 20;  // of all other fields
+constexpr std::int64_t kWidth = 20;  // of all other fields
 
-// Numbers that may be below 0; all others may not.
-constexpr std::string_view kSigned[] = {"nSortOrder", "nDisplayOrder"};
+// Numbers that may be below 0, and numbers that have a limit.
+constexpr std::string_view kSigned[] = {"sortOrder", "displayOrder"};
+constexpr struct {
+    std::string_view strName;
+    std::int64_t nMax;
+    const char* pszHelp;
+} kLimits[] = {{"discountRate", 100, "percent"}, {"validTerm", 36'500, "days"}};
 
-std::size_t WidthOf(std::string_view strField)
+void Bound(Argument& argument)
 {
-    const auto it = std::find_if(std::begin(kWidths), std::end(kWidths),
-                                 [&](const auto& width) { return width.strField == strField; });
-    return it != std::end(kWidths) ? it->nMax : kWidth;
+    const auto isNamed = [&](const auto& row) { return row.strName == argument.strName; };
+    if (argument.type == Argument::Type::Text) {
+        const auto itWidth = std::find_if(std::begin(kWidths), std::end(kWidths), isNamed);
+        argument.nMax = itWidth != std::end(kWidths) ? itWidth->nMax : kWidth;
+        if (argument.strName.ends_with("Date"))
+            argument.type = Argument::Type::Date;
+    } else if (argument.type == Argument::Type::Number) {
+        if (std::find(std::begin(kSigned), std::end(kSigned), argument.strName) == std::end(kSigned))
+            argument.nMin = 0;
+        const auto itLimit = std::find_if(std::begin(kLimits), std::end(kLimits), isNamed);
+        if (itLimit != std::end(kLimits)) {
+            argument.nMax = itLimit->nMax;
+            argument.strHelp = itLimit->pszHelp;
+        }
+    }
 }
 
-// Checks the fields of one record.
-class Checker {
-public:
-    explicit Checker(const JsonObject& object) : m_object(object) {}
-
-    void operator()(const char* pszName, const std::string& strValue) const
-    {
-        if (strValue.size() > WidthOf(pszName))
-            m_object.Fail(ArgumentName(pszName),
-                          "a text of at most " + std::to_string(WidthOf(pszName)) + " bytes is expected");
-    }
-    void operator()(const char* pszName, Wirova::int32 nValue) const
-    {
-        if (nValue < 0 && std::find(std::begin(kSigned), std::end(kSigned), pszName) == std::end(kSigned))
-            m_object.Fail(ArgumentName(pszName), "must not be below 0");
-    }
-    template <class Other>
-    void operator()(const char*, const Other&) const
-    {
-    }
-
-private:
-    const JsonObject& m_object;
-};
+bool IsIn(const Names& names, const std::string& strName)
+{
+    return std::find(names.begin(), names.end(), strName) != names.end();
+}
 
 }  // namespace
 
-void ReadRecord(Wirova::IMessage& rec, JsonObject& object, std::initializer_list<const char*> compulsory,
-                std::initializer_list<const char*> workedOut)
+Arguments DescribeRecord(Wirova::IMessage& rec, const Names& required, const Names& workedOut)
 {
-    for (const char* const pszKey : workedOut) {
-        if (object.Has(pszKey))
-            object.Fail(pszKey, "is worked out by the sandbox");
+    const Json values = FieldsToJson(rec, kAll);
+    Arguments arguments = DescribeFields(rec);
+    auto itValue = values.begin();
+    for (Argument& argument : arguments) {
+        Bound(argument);
+        if (IsIn(required, argument.strName))
+            argument = std::move(argument).Required();
+        else
+            argument.strDefault = DumpJson(*itValue);
+        ++itValue;
     }
-    for (const char* const pszKey : compulsory) {
-        const Json* const pValue = object.Find(pszKey);
-        if (pValue == nullptr)
-            object.Fail(pszKey, "is missing");
-        if (pValue->is_string() && pValue->get_ref<const std::string&>().empty())
-            object.Fail(pszKey, "must not be empty");
-    }
+    return Without(std::move(arguments), workedOut);
+}
+
+void ReadRecord(Wirova::IMessage& rec, const Json& given)
+{
+    JsonObject object(given, "");
     FieldsFromJson(rec, object, Naming::Argument);
-    Wirova::VisitMessage(rec, Checker(object));
 }
 
-void CheckDiscount(const JsonObject& object, int nRate, int nAmount)
+void CheckDiscount(const Json& given, const std::string& strPlace)
 {
-    if (nRate > 100)
-        object.Fail("discountRate", "at most 100 percent are expected");
-    if (nRate == 0 && nAmount == 0)
-        object.Fail("", "'discountRate' or 'discountAmt' above 0 is expected");
+    if (given["discountRate"] == 0 && given["discountAmt"] == 0)
+        throw JsonError(strPlace + ": 'discountRate' or 'discountAmt' above 0 is expected");
 }
 
-void CheckDate(const JsonObject& object, const char* pszKey, const std::string& strDate)
+Json RecordToJson(const Wirova::IMessage& rec, const Names& workedOut)
 {
-    if (!ParseDate(strDate))
-        object.Fail(pszKey, "14 digits, YYYYMMDDhhmmss, of a day that exists are expected");
-}
-
-Json RecordToJson(const Wirova::IMessage& rec, std::initializer_list<const char*> workedOut)
-{
-    constexpr JsonLimits kAll{SIZE_MAX, SIZE_MAX, SIZE_MAX};
     Json json = Json::object();
     const Json fields = FieldsToJson(rec, kAll);  // named, because the loop's items point into it
     for (const auto& [strField, value] : fields.items()) {
         const std::string strKey = ArgumentName(strField);
-        const bool bLeftOut = std::any_of(workedOut.begin(), workedOut.end(),
-                                          [&](const char* pszKey) { return strKey == pszKey; });
-        if (!bLeftOut)
+        if (!IsIn(workedOut, strKey))
             json[strKey] = value;
     }
     return json;

@@ -2,23 +2,24 @@
 // the field in which a connector keeps it is an error.
 #pragma once
 
-#include <initializer_list>
 #include <string>
+#include <vector>
 
-#include "sandbox/base/Json.h"
+#include "sandbox/base/Arguments.h"
 #include "wirova/WirovaBase.h"
 
 namespace Sandbox {
 
-// Sets the fields whose keys the object has. Compulsory keys must be there and not be empty; keys of
-// workedOut must not be there. Throws JsonError.
-void ReadRecord(Wirova::IMessage& rec, JsonObject& object, std::initializer_list<const char*> compulsory,
-                std::initializer_list<const char*> workedOut = {});
-// These throw JsonError for a rate above 100 percent or no discount at all, and for a date that does not
-// exist.
-void CheckDiscount(const JsonObject& object, int nRate, int nAmount);
-void CheckDate(const JsonObject& object, const char* pszKey, const std::string& strDate);
+using Names = std::vector<std::string>;
+
+// The fields of a record without lists as arguments, except those that the sandbox works out. The record's
+// values are the defaults. A field's name tells its bounds.
+Arguments DescribeRecord(Wirova::IMessage& rec, const Names& required, const Names& workedOut = {});
+// Sets the record's fields from an object that CheckArguments has returned.
+void ReadRecord(Wirova::IMessage& rec, const Json& given);
+// Throws JsonError for no discount at all; strPlace begins the text.
+void CheckDiscount(const Json& given, const std::string& strPlace);
 // The record under the keys of a seed, without the fields that the sandbox works out.
-Json RecordToJson(const Wirova::IMessage& rec, std::initializer_list<const char*> workedOut = {});
+Json RecordToJson(const Wirova::IMessage& rec, const Names& workedOut = {});
 
 }  // namespace Sandbox

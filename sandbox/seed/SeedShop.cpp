@@ -5,115 +5,43 @@
 
 #include "sandbox/base/DateText.h"
 #include "sandbox/seed/Seed.h"
+#include "sandbox/seed/SeedArguments.h"
 #include "sandbox/seed/SeedRecords.h"
 
 namespace Sandbox {
 namespace {
 
-constexpr char kMoneyCode[] = "RUV";  // Ruv coin, which is all that the shops take
-constexpr std::size_t kMaxID = 20;    // bytes
-constexpr std::size_t kMaxTag = 100;  // bytes
-
-// Keys that a seed may not have, because the sandbox works their values out.
-using Keys = std::initializer_list<const char*>;
-constexpr Keys kMenuWorkedOut = {"branchDepth", "productCount"};
-constexpr Keys kDiscountWorkedOut = {"use"};
-constexpr Keys kGroupProductWorkedOut = {"exposeCode"};
-
-char ReadLetter(JsonObject& object, const char* pszKey, const char* pszLetters)
-{
-    const std::string strLetter = object.Text(pszKey, 1, std::string(pszLetters, 1).c_str());
-    if (strLetter.empty() || std::string_view(pszLetters).find(strLetter) == std::string_view::npos)
-        object.Fail(pszKey, std::string("one of the letters ") + pszLetters + " is expected");
-    return strLetter[0];
-}
-
-// Loads one shop. Throws JsonError at the first mistake.
+// Loads shops and products that CheckArguments has returned. Throws JsonError at the first mistake.
 class ShopLoader {
 public:
-    ShopLoader(Catalogue& catalogue, JsonObject& shop) : m_catalogue(catalogue), m_shop(shop)
+    ShopLoader(Catalogue& catalogue, std::string strGameID)
+        : m_catalogue(catalogue), m_strGameID(std::move(strGameID))
     {
-        m_strGameID = shop.Text("gameId", kMaxID, nullptr);
-        if (m_strGameID.empty())
-            shop.Fail("gameId", "must not be empty");
-        if (catalogue.HasGame(m_strGameID))
+    }
+    void Load(JsonObject& shop)
+    {
+        if (m_catalogue.HasGame(m_strGameID))
             shop.Fail("gameId", "there are two shops of '" + m_strGameID + "'");
-    }
-    void Load()
-    {
         m_catalogue.AddGame(m_strGameID);
-        Each(m_shop, "menu", &ShopLoader::LoadBranch);
-        Each(m_shop, "products", &ShopLoader::LoadProduct);
-        LoadTexts(m_shop, "tags",
-                  [&](const std::string& strTag) { m_catalogue.AddTag(m_strGameID, strTag); });
-        Each(m_shop, "specialGroups", &ShopLoader::LoadGroup);
-        m_shop.Done();
+        Each(shop, "menu", &ShopLoader::LoadBranch);
+        Each(shop, "products", &ShopLoader::LoadProduct);
+        LoadTexts(shop, "tags", [&](const std::string& strTag) { m_catalogue.AddTag(m_strGameID, strTag); });
+        Each(shop, "specialGroups", &ShopLoader::LoadGroup);
     }
-
-private:
-    // Calls load for every object of a list, and Done behind it.
-    void Each(JsonObject& object, const char* pszKey, void (ShopLoader::*load)(JsonObject& element))
-    {
-        object.List(pszKey, [&](const Json& json, const std::string& strPlace) {
-            JsonObject element(json, strPlace);
-            (this->*load)(element);
-            element.Done();
-        });
-    }
-    // Calls add for every text of a list. A text that is there twice is an error.
-    template <class Add>
-    void LoadTexts(JsonObject& object, const char* pszKey, const Add& add)
-    {
-        std::set<std::string> setTexts;
-        object.List(pszKey, [&](const Json& json, const std::string& strPlace) {
-            const std::string strText = json.is_string() ? json.get<std::string>() : "";
-            if (strText.empty() || strText.size() > kMaxTag)
-                throw JsonError(strPlace + ": a text of 1 to " + std::to_string(kMaxTag) +
-                                " bytes is expected");
-            if (!setTexts.insert(strText).second)
-                throw JsonError(strPlace + ": '" + strText + "' is there twice");
-            add(strText);
-        });
-    }
-
-    // A branch must stand behind its superior branch in the file. So branches cannot form a circle.
-    void LoadBranch(JsonObject& object)
-    {
-        XMenuContents row;
-        ReadRecord(row, object, {"branchId"}, kMenuWorkedOut);
-        if (m_catalogue.DepthOf(m_strGameID, row.strBranchID) != 0)
-            object.Fail("branchId", "there are two branches '" + row.strBranchID + "'");
-        const int nAbove = m_catalogue.DepthOf(m_strGameID, row.strSuperBranchID);
-        if (!row.strSuperBranchID.empty() && nAbove == 0)
-            object.Fail("superBranchId", "there is no branch '" + row.strSuperBranchID + "' before this one");
-        row.nBranchDepth = nAbove + 1;
-        m_catalogue.AddBranch(m_strGameID, row);
-    }
-
     void LoadProduct(JsonObject& object)
     {
+        const Json& given = object.Get();
         Product product;
         XProductListContents& row = product.row;
-        row.strMoneyCode = kMoneyCode;
-        row.strRegDate = row.strStartDate = "20260101000000";
-        row.strEndDate = kNoEnd;
-        row.bGift = row.bDuplicateSell = true;
-        ReadRecord(row, object, {"productId", "productName", "branchId", "price"});
+        ReadRecord(row, given);
         if (m_catalogue.DepthOf(m_strGameID, row.strBranchID) == 0)
             object.Fail("branchId", "there is no branch '" + row.strBranchID + "'");
-        if (row.strMoneyCode != kMoneyCode)
-            object.Fail("moneyCode", std::string("only '") + kMoneyCode + "' is taken");
-        if (row.nDiscountRate > 100)
-            object.Fail("discountRate", "at most 100 percent are expected");
-        CheckDate(object, "regDate", row.strRegDate);
-        CheckDate(object, "startDate", row.strStartDate);
-        CheckDate(object, "endDate", row.strEndDate);
-        product.strDetailDesc = object.Text("detailDesc", 2000, "");
-        product.strMovieURL = object.Text("movieUrl", 200, "");
-        product.strDirection = object.Text("direction", 200, "");
-        product.cCouponUse = ReadLetter(object, "couponUseType", "YON");
-        product.cDiscount = ReadLetter(object, "discountType", "YN");
-        product.bSave = object.Flag("saveOnPurchase");
+        product.strDetailDesc = given["detailDesc"];
+        product.strMovieURL = given["movieUrl"];
+        product.strDirection = given["direction"];
+        product.cCouponUse = given["couponUseType"].get_ref<const std::string&>()[0];
+        product.cDiscount = given["discountType"].get_ref<const std::string&>()[0];
+        product.bSave = given["saveOnPurchase"];
         Product other;
         m_key = {m_strGameID, row.strProductID};
         if (m_catalogue.FindProduct(m_key, other))
@@ -131,23 +59,58 @@ private:
                   [&](const std::string& strTag) { m_catalogue.AddProductTag(m_key, strTag); });
     }
 
+private:
+    // Calls load for every object of a list.
+    void Each(JsonObject& object, const char* pszKey, void (ShopLoader::*load)(JsonObject& element))
+    {
+        object.List(pszKey, [&](const Json& json, const std::string& strPlace) {
+            JsonObject element(json, strPlace);
+            (this->*load)(element);
+        });
+    }
+    // Calls add for every text of a list. A text that is there twice is an error.
+    template <class Add>
+    void LoadTexts(JsonObject& object, const char* pszKey, const Add& add)
+    {
+        std::set<std::string> setTexts;
+        object.List(pszKey, [&](const Json& json, const std::string& strPlace) {
+            const std::string strText = json;
+            if (!setTexts.insert(strText).second)
+                throw JsonError(strPlace + ": '" + strText + "' is there twice");
+            add(strText);
+        });
+    }
+
+    // A branch must stand behind its superior branch in the file. So branches cannot form a circle.
+    void LoadBranch(JsonObject& object)
+    {
+        XMenuContents row;
+        ReadRecord(row, object.Get());
+        if (m_catalogue.DepthOf(m_strGameID, row.strBranchID) != 0)
+            object.Fail("branchId", "there are two branches '" + row.strBranchID + "'");
+        const int nAbove = m_catalogue.DepthOf(m_strGameID, row.strSuperBranchID);
+        if (!row.strSuperBranchID.empty() && nAbove == 0)
+            object.Fail("superBranchId", "there is no branch '" + row.strSuperBranchID + "' before this one");
+        row.nBranchDepth = nAbove + 1;
+        m_catalogue.AddBranch(m_strGameID, row);
+    }
+
     void LoadChild(JsonObject& object)
     {
+        const Json& given = object.Get();
         Child child;
-        ReadRecord(child.row, object, {"childProductId"});
-        child.strItemName = object.Text("itemName", 40, m_strItemName.c_str());
-        child.strListImageURL = object.Text("listImageUrl", 100, "");
-        child.nCount = static_cast<int>(object.Number("count", 1, INT32_MAX, 1));
-        child.bBonus = object.Flag("bonus");
-        if (child.row.nValidTerm > 36'500)
-            object.Fail("validTerm", "at most 36500 days are expected");
+        ReadRecord(child.row, given);
+        child.strItemName = given.value("itemName", m_strItemName);
+        child.strListImageURL = given["listImageUrl"];
+        child.nCount = given["count"];
+        child.bBonus = given["bonus"];
         m_catalogue.AddChild(m_key, child);
     }
 
     void LoadCondition(JsonObject& object)
     {
         XProductCondition row;
-        ReadRecord(row, object, {"conditionType", "conditionValue"});
+        ReadRecord(row, object.Get());
         if (row.cConditionType == 'L' || row.cConditionType == 'H') {
             int nLevel = 0;
             const char* const pEnd = row.strConditionValue.data() + row.strConditionValue.size();
@@ -161,25 +124,27 @@ private:
     void LoadOption(JsonObject& object)
     {
         XProductOption row;
-        ReadRecord(row, object, {"optionCode", "optionValue"});
+        ReadRecord(row, object.Get());
         m_catalogue.AddOption(m_key, row);
     }
 
     void LoadDiscount(JsonObject& object)
     {
+        const Json& given = object.Get();
         Discount discount;
-        ReadRecord(discount.row, object, {}, kDiscountWorkedOut);
-        CheckDiscount(object, discount.row.nDiscountRate, discount.row.nDiscountAmt);
-        discount.nMinLevel = static_cast<int>(object.Number("minLevel", INT32_MIN, INT32_MAX, 0));
-        discount.nMaxLevel = static_cast<int>(object.Number("maxLevel", INT32_MIN, INT32_MAX, INT32_MAX));
-        discount.strServerID = object.Text("serverId", kMaxID, "");
+        ReadRecord(discount.row, given);
+        if (discount.row.nDiscountRate == 0 && discount.row.nDiscountAmt == 0)
+            object.Fail("", "'discountRate' or 'discountAmt' above 0 is expected");
+        discount.nMinLevel = given["minLevel"];
+        discount.nMaxLevel = given["maxLevel"];
+        discount.strServerID = given["serverId"];
         m_catalogue.AddDiscount(m_key, discount);
     }
 
     void LoadGroup(JsonObject& object)
     {
         XSpecialProductListContent row;
-        ReadRecord(row, object, {"exposeCode"});
+        ReadRecord(row, object.Get());
         if (m_catalogue.HasGroup(m_strGameID, row.strExposeCode))
             object.Fail("exposeCode", "there are two groups '" + row.strExposeCode + "'");
         m_catalogue.AddGroup(m_strGameID, row);
@@ -191,7 +156,7 @@ private:
     void LoadGroupProduct(JsonObject& object)
     {
         XSpecialProduct row;
-        ReadRecord(row, object, {"productId"}, kGroupProductWorkedOut);
+        ReadRecord(row, object.Get());
         row.strExposeCode = m_strExposeCode;
         Product product;
         if (!m_catalogue.FindProduct({m_strGameID, row.strProductID}, product))
@@ -202,8 +167,7 @@ private:
     }
 
     Catalogue& m_catalogue;
-    JsonObject& m_shop;
-    std::string m_strGameID;
+    const std::string m_strGameID;
     // The product and the group that are being loaded.
     ProductKey m_key;
     std::string m_strItemName;
@@ -212,12 +176,29 @@ private:
 };
 
 template <class List>
-Json ListToJson(const List& list, Keys workedOut = {})
+Json ListToJson(const List& list, const Names& workedOut = {})
 {
     Json json = Json::array();
     for (const auto* const pRow : list)
         json.push_back(RecordToJson(*pRow, workedOut));
     return json;
+}
+
+}  // namespace
+
+void LoadShops(Catalogue& catalogue, const Json& shops, const std::string& strPlace)
+{
+    catalogue.Clear();
+    for (std::size_t i = 0; i < shops.size(); ++i) {
+        JsonObject shop(shops[i], strPlace + '[' + std::to_string(i) + ']');
+        ShopLoader(catalogue, shops[i]["gameId"]).Load(shop);
+    }
+}
+
+void LoadProduct(Catalogue& catalogue, const std::string& strGameID, const Json& given)
+{
+    JsonObject object(given, "");
+    ShopLoader(catalogue, strGameID).LoadProduct(object);
 }
 
 Json ProductToJson(Catalogue& catalogue, const ProductKey& key)
@@ -255,19 +236,6 @@ Json ProductToJson(Catalogue& catalogue, const ProductKey& key)
                  {"discounts", discounts},
                  {"tags", catalogue.GetProductTags(key)}});
     return json;
-}
-
-}  // namespace
-
-void LoadShops(Catalogue& catalogue, const Json& shops, const std::string& strPlace)
-{
-    if (!shops.is_array())
-        throw JsonError(strPlace + ": a list is expected");
-    catalogue.Clear();
-    for (std::size_t i = 0; i < shops.size(); ++i) {
-        JsonObject shop(shops[i], strPlace + '[' + std::to_string(i) + ']');
-        ShopLoader(catalogue, shop).Load();
-    }
 }
 
 Json ShopToJson(Catalogue& catalogue, const std::string& strGameID)

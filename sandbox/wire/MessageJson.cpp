@@ -17,6 +17,7 @@ using Wirova::int32;
 using Wirova::int64;
 using Wirova::RecordList;
 
+constexpr std::int64_t kMaxText = 1 << 20;  // bytes of a text that comes as an argument
 constexpr std::size_t kFieldBytes = 64;  // of a message's bound, for each field and element beside its text
 
 bool IsSecret(std::string_view strField) { return strField == "strPassWD"; }
@@ -154,6 +155,42 @@ private:
     std::string m_strKey;
 };
 
+// Describes one message's fields; called once for each field.
+class Describer {
+public:
+    explicit Describer(Arguments& arguments) : m_arguments(arguments) {}
+
+    template <class Field>
+    void operator()(const char* pszName, Field& field)
+    {
+        Argument argument = Of(field);
+        argument.strName = ArgumentName(pszName);
+        argument.strHelp = pszName;
+        m_arguments.push_back(std::move(argument));
+    }
+
+private:
+    static Argument Of(int32&) { return Argument::Number("", INT32_MIN, INT32_MAX, ""); }
+    static Argument Of(int64&) { return Argument::Number("", INT64_MIN, INT64_MAX, ""); }
+    static Argument Of(char&) { return {.strName = "", .type = Argument::Type::Char}; }
+    static Argument Of(boolean&) { return {.strName = "", .type = Argument::Type::WireFlag}; }
+    static Argument Of(std::string&) { return Argument::Text("", kMaxText, ""); }
+    static Argument Of(std::vector<int32>&)
+    {
+        return {.strName = "", .type = Argument::Type::Numbers, .nMin = INT32_MIN, .nMax = INT32_MAX};
+    }
+    static Argument Of(std::vector<std::string>&)
+    {
+        return {.strName = "", .type = Argument::Type::Texts, .nMax = kMaxText};
+    }
+    static Argument Of(RecordList& list)
+    {
+        return {.strName = "", .type = Argument::Type::Objects, .vecFields = DescribeFields(list.Add())};
+    }
+
+    Arguments& m_arguments;
+};
+
 bool IsUpper(char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; }
 
 }  // namespace
@@ -183,6 +220,13 @@ std::string ArgumentName(const std::string& strField)
 void FieldsFromJson(IMessage& msg, JsonObject& object, Naming naming)
 {
     Wirova::VisitMessage(msg, Decoder(object, naming));
+}
+
+Arguments DescribeFields(IMessage& msg)
+{
+    Arguments arguments;
+    Wirova::VisitMessage(msg, Describer(arguments));
+    return arguments;
 }
 
 }  // namespace Sandbox

@@ -5,6 +5,7 @@
 // not printable. A bool is true or false, or the byte's number if it is neither 1 nor 0. Records are objects.
 #pragma once
 
+#include "sandbox/base/Arguments.h"
 #include "sandbox/base/Json.h"
 #include "wirova/WirovaBase.h"
 
@@ -29,5 +30,8 @@ std::string ArgumentName(const std::string& strField);
 // Sets the fields that the object has keys for. Throws JsonError at the first wrong value; the fields before
 // it are set then. The object's Done afterwards fails for keys that are no fields.
 void FieldsFromJson(Wirova::IMessage& msg, JsonObject& object, Naming naming);
+// The fields of a class as arguments, none required, bounded only by what the wire can carry. msg is a new
+// object of the class; records are added to its lists.
+Arguments DescribeFields(Wirova::IMessage& msg);
 
 }  // namespace Sandbox
