@@ -100,7 +100,7 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
       m_requests(m_traffic, m_timers),
       m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, clock, options.bSaveOnPurchase),
       m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
-      m_control(*m_pStore, m_registry, m_log, m_faults, m_triggers, console, clock, m_seed),
+      m_control({*m_pStore, m_registry, m_log, m_faults, m_triggers, m_service, console, clock, m_seed}),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_io->acceptor, options);

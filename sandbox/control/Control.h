@@ -1,14 +1,18 @@
-// The routes of the HTTP interface, one function each: what can be looked at and what can be done. A new
-// route is a row of kRoutes and its function. Belongs to the server's thread.
+// The routes of the HTTP interface, one function each: what can be looked at, changed and done. A new route
+// is a row in ControlRoutes.cpp and its function. The row's description checks the arguments before the
+// function runs. Belongs to the server's thread.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "sandbox/base/Arguments.h"
 #include "sandbox/control/HttpExchange.h"
 #include "sandbox/control/Triggers.h"
 #include "sandbox/seed/Seed.h"
 #include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/Service.h"
 #include "sandbox/store/Store.h"
 #include "sandbox/wire/Faults.h"
 #include "sandbox/wire/MessageLog.h"
@@ -17,48 +21,87 @@ namespace Sandbox {
 
 class Control {
 public:
-    // seed is what POST /reset restores. All arguments must outlive the control.
-    Control(Store& store, ConnectorRegistry& registry, MessageLog& log, Faults& faults, Triggers& triggers,
-            const Console& console, const IClock& clock, const Seed& seed);
+    // What the routes work on. Everything must outlive the control.
+    struct Parts {
+        Store& store;
+        ConnectorRegistry& registry;
+        MessageLog& log;
+        Faults& faults;
+        Triggers& triggers;
+        Service& service;
+        const Console& console;
+        const IClock& clock;
+        const Seed& seed;  // what POST /reset restores
+    };
+    explicit Control(const Parts& parts) : m_(parts) {}
 
     // Responds in any case: what is wrong with the request becomes an error reply. Does not throw.
     void Handle(const HttpRequest& request, const Respond& respond);
 
 private:
-    struct Route;
-    static const Route kRoutes[];
+    // given has been checked by the route's description and has its defaults.
+    using Run = std::function<void(Control& control, const Json& given, const Respond& respond)>;
+    struct Route {
+        std::string strMethod;
+        std::string strPath;
+        std::string strHelp;  // a sentence without its full stop
+        Arguments arguments;  // behind the path of GET and DELETE, in the body of others
+        Run run;
+        bool IsAskedByQuery() const { return strMethod == "GET" || strMethod == "DELETE"; }
+    };
+    static const std::vector<Route>& GetRoutes();
+    static std::vector<Route> RoutesToLook();
+    static std::vector<Route> RoutesToChange();
+    static std::vector<Route> RoutesToProvoke();
 
-    // Finds the route and runs it. Throws HttpError if there is none.
+    // Finds the route and runs it. Throws HttpError if there is none, and JsonError.
     void Dispatch(const HttpRequest& request, const Respond& respond);
 
-    void Index(const HttpRequest& request, const Respond& respond);
-    void Connectors(const HttpRequest& request, const Respond& respond);
-    void Users(const HttpRequest& request, const Respond& respond);
-    void Messages(const HttpRequest& request, const Respond& respond);
-    void Trigger(const HttpRequest& request, const Respond& respond);
-    void ListFaults(const HttpRequest& request, const Respond& respond);
-    void AddFault(const HttpRequest& request, const Respond& respond);
-    void RemoveFaults(const HttpRequest& request, const Respond& respond);
-    void Reset(const HttpRequest& request, const Respond& respond);
+    void Routes(const Json& given, const Respond& respond);
+    void Connectors(const Json& given, const Respond& respond);
+    void Users(const Json& given, const Respond& respond);
+    void Messages(const Json& given, const Respond& respond);
+    void Shops(const Json& given, const Respond& respond);
+    void Orders(const Json& given, const Respond& respond);
+    void Storage(const Json& given, const Respond& respond);
 
-    void Shops(const HttpRequest& request, const Respond& respond);
-    void Orders(const HttpRequest& request, const Respond& respond);
-    void Storage(const HttpRequest& request, const Respond& respond);
-    void FillStorage(const HttpRequest& request, const Respond& respond);
+    void MakeUser(const Json& given, const Respond& respond);
+    void ChangeUser(const Json& given, const Respond& respond);
+    void RemoveUser(const Json& given, const Respond& respond);
+    void StopUser(const Json& given, const Respond& respond);
+    void ChangeBalance(const Json& given, const Respond& respond);
+    void MakeCoupon(const Json& given, const Respond& respond);
+    void ChangeCoupon(const Json& given, const Respond& respond);
+    void RemoveCoupon(const Json& given, const Respond& respond);
+    void MakeProduct(const Json& given, const Respond& respond);
+    void ChangeProduct(const Json& given, const Respond& respond);
+    void RemoveProduct(const Json& given, const Respond& respond);
+    void FillStorage(const Json& given, const Respond& respond);
+    void EmptyStorage(const Json& given, const Respond& respond);
+    void MakeEntry(const Json& given, const Respond& respond);
+    void ChangeEntry(const Json& given, const Respond& respond);
+    void RemoveEntry(const Json& given, const Respond& respond);
+    void Reset(const Json& given, const Respond& respond);
 
-    User FindUser(const std::string& strUser);  // by id; throws HttpError
+    void ListFaults(const Json& given, const Respond& respond);
+    void AddFault(const Json& given, const Respond& respond);
+    void RemoveFaults(const Json& given, const Respond& respond);
+
+    // Those named Require throw HttpError 404 for what is not there.
+    User RequireUser(const std::string& strUser);
+    std::string RequireGame(const Json& given);  // "gameId", or the first shop's game
+    ProductKey RequireProduct(const Json& given);
+    Coupon& RequireCoupon(const Json& given, Coupon& coupon);
+    Entry& RequireEntry(const Json& given, Entry& entry);
+    void RequireFreeNo(const std::string& strUserNo, const std::string& strUserID);  // 409
+    void GiveCoupon(const Coupon& coupon);                                           // 409
+
     Json UserToJson(const User& user);
     Json WalletToJson(const User& user);
     Json OrderToJson(const Order& order);
 
-    Store& m_store;
-    ConnectorRegistry& m_registry;
-    MessageLog& m_log;
-    Faults& m_faults;
-    Triggers& m_triggers;
-    const Console& m_console;
-    const IClock& m_clock;
-    const Seed& m_seed;
+    const Parts m_;
+    int m_nLastFault = 0;  // id of the fault that was ordered last
 };
 
 }  // namespace Sandbox

@@ -1,4 +1,4 @@
-// The routes of the shop: what is sold, what has been bought, what lies in the storage boxes.
+// The routes that show what is sold and what has been bought.
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/Printable.h"
@@ -6,21 +6,11 @@
 #include "sandbox/seed/SeedRecords.h"
 
 namespace Sandbox {
-namespace {
 
-constexpr std::int64_t kDefaultRows = 100;  // unless the request gives a limit
-constexpr std::int64_t kMaxListedRows = 100'000;
-// Entries that one request may add: while they are added, no connector is served.
-constexpr std::int64_t kMaxFilled = 10'000;
-constexpr std::size_t kMaxNameText = 64;  // bytes
-constexpr const char* kStates[] = {"waiting", "reserved", "used", "deleted"};
-
-}  // namespace
-
-void Control::Shops(const HttpRequest& request, const Respond& respond)
+void Control::Shops(const Json& given, const Respond& respond)
 {
-    Catalogue& catalogue = m_store.GetCatalogue();
-    const std::string strGameID = Query(request, "game");
+    Catalogue& catalogue = m_.store.GetCatalogue();
+    const std::string strGameID = given.value("game", "");
     if (!strGameID.empty() && !catalogue.HasGame(strGameID))
         throw HttpError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
     Json list = Json::array();
@@ -33,9 +23,9 @@ void Control::Shops(const HttpRequest& request, const Respond& respond)
 
 Json Control::WalletToJson(const User& user)
 {
-    const Wallet wallet = m_store.GetLedger().GetWallet(user.nID);
+    const Wallet wallet = m_.store.GetLedger().GetWallet(user.nID);
     Json coupons = Json::array();
-    for (const Coupon& coupon : m_store.GetLedger().GetCoupons(user.nID)) {
+    for (const Coupon& coupon : m_.store.GetLedger().GetCoupons(user.nID)) {
         coupons.push_back(RecordToJson(coupon.row));
         coupons.back().update({{"productId", coupon.strProductID},
                                {"orderSeq", coupon.nOrderSeq != 0 ? Json(coupon.nOrderSeq) : Json()}});
@@ -46,7 +36,9 @@ Json Control::WalletToJson(const User& user)
 
 Json Control::OrderToJson(const Order& order)
 {
-    const auto nameOf = [&](std::int64_t nUser) { return m_store.GetUser(nUser).value_or(User()).strUserID; };
+    const auto nameOf = [&](std::int64_t nUser) {
+        return m_.store.GetUser(nUser).value_or(User()).strUserID;
+    };
     return {{"orderSeq", order.nOrderSeq},
             {"gameId", order.strGameID},
             {"productId", order.strProductID},
@@ -55,52 +47,18 @@ Json Control::OrderToJson(const Order& order)
             {"count", order.nCount},
             {"price", order.nPrice},
             {"date", order.strDate},
-            {"storageSeqs", m_store.GetLedger().GetEntriesOf(order.nOrderSeq)}};
+            {"storageSeqs", m_.store.GetLedger().GetEntriesOf(order.nOrderSeq)}};
 }
 
-void Control::Orders(const HttpRequest& request, const Respond& respond)
+void Control::Orders(const Json& given, const Respond& respond)
 {
-    const auto nLimit = QueryNumber(request, "limit", 1, kMaxListedRows, kDefaultRows);
     std::optional<std::int64_t> nBuyer;
-    if (const std::string strUser = Query(request, "user"); !strUser.empty())
-        nBuyer = FindUser(strUser).nID;
+    if (const std::string strUser = given.value("user", ""); !strUser.empty())
+        nBuyer = RequireUser(strUser).nID;
     Json list = Json::array();
-    for (const Order& order : m_store.GetLedger().GetOrders(nBuyer, nLimit))
+    for (const Order& order : m_.store.GetLedger().GetOrders(nBuyer, given["limit"]))
         list.push_back(OrderToJson(order));
     respond(JsonReply(200, {{"orders", list}}));
-}
-
-void Control::Storage(const HttpRequest& request, const Respond& respond)
-{
-    const auto nLimit = QueryNumber(request, "limit", 1, kMaxListedRows, kDefaultRows);
-    const std::string strUser = Query(request, "user");
-    if (strUser.empty())
-        throw HttpError(400, "'user': is missing");
-    Json list = Json::array();
-    m_store.GetLedger().ForEachEntry(FindUser(strUser).nID, nLimit, [&](const Entry& entry) {
-        list.push_back({{"gameId", entry.strGameID}, {"state", kStates[static_cast<int>(entry.state)]}});
-        list.back().update(RecordToJson(entry.row, {"new"}));
-    });
-    respond(JsonReply(200, {{"user", strUser}, {"storage", list}}));
-}
-
-void Control::FillStorage(const HttpRequest& request, const Respond& respond)
-{
-    const Json body = ParseBody(request);
-    JsonObject object(body, "");
-    const std::string strUser = object.Text("user", kMaxNameText, nullptr);
-    const auto nEntries = static_cast<int>(object.Number("entries", 1, kMaxFilled));
-    const auto vecGames = m_store.GetCatalogue().GetGames();
-    const std::string strGameID =
-        object.Text("gameId", kMaxNameText, vecGames.empty() ? "" : vecGames.front().c_str());
-    object.Done();
-    const User user = FindUser(strUser);
-    if (!m_store.GetCatalogue().HasGame(strGameID))
-        throw HttpError(404, "There is no shop of the game " + Quoted(strGameID) + ".");
-    Transaction transaction = m_store.Begin();
-    FillBox(m_store, user, strGameID, nEntries, m_clock.Now());
-    transaction.Commit();
-    respond(JsonReply(200, {{"user", strUser}, {"gameId", strGameID}, {"entries", nEntries}}));
 }
 
 }  // namespace Sandbox

@@ -1,7 +1,8 @@
 #include "sandbox/control/HttpExchange.h"
 
-#include <charconv>
 #include <nlohmann/json.hpp>
+
+#include "sandbox/base/Printable.h"
 
 namespace Sandbox {
 namespace {
@@ -10,26 +11,24 @@ constexpr int kMaxBodyDepth = 8;  // levels of nesting
 
 }  // namespace
 
-std::string Query(const HttpRequest& request, const std::string& strKey)
+Json QueryToJson(const HttpRequest& request, const Arguments& arguments)
 {
-    const auto it = request.mapQuery.find(strKey);
-    return it != request.mapQuery.end() ? it->second : "";
-}
-
-std::int64_t QueryNumber(const HttpRequest& request, const std::string& strKey, std::int64_t nMin,
-                         std::int64_t nMax, std::int64_t nDefault)
-{
-    if (!request.mapQuery.contains(strKey))
-        return nDefault;
-    const std::string strValue = Query(request, strKey);
-    std::int64_t nValue = 0;
-    const char* const pEnd = strValue.data() + strValue.size();
-    const auto [pStop, error] = std::from_chars(strValue.data(), pEnd, nValue);
-    if (error != std::errc() || pStop != pEnd || nValue < nMin || nValue > nMax) {
-        throw HttpError(400, strKey + ": a whole number from " + std::to_string(nMin) + " to " +
-                                 std::to_string(nMax) + " is expected");
+    Json json = Json::object();
+    for (const auto& [strKey, strValue] : request.mapQuery) {
+        if (json.contains(strKey))
+            throw HttpError(400, Quoted(strKey) + " is given twice.");
+        json[strKey] = strValue;
     }
-    return nValue;
+    for (const Argument& argument : arguments) {
+        const auto it = json.find(argument.strName);
+        const bool bText = argument.type == Argument::Type::Text || argument.type == Argument::Type::Date;
+        if (it == json.end() || bText)
+            continue;
+        const Json value = Json::parse(it->get_ref<const std::string&>(), nullptr, false);
+        if (value.is_primitive() && !value.is_discarded())
+            *it = value;
+    }
+    return json;
 }
 
 Json ParseBody(const HttpRequest& request)

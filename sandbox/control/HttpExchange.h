@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "sandbox/base/Arguments.h"
 #include "sandbox/base/Json.h"
 
 namespace Sandbox {
@@ -39,11 +40,9 @@ private:
     int m_nStatus;
 };
 
-// The argument of that name behind the path; empty if the request has none.
-std::string Query(const HttpRequest& request, const std::string& strKey);
-// The same as a whole number. Throws HttpError 400 for anything else and for a number out of range.
-std::int64_t QueryNumber(const HttpRequest& request, const std::string& strKey, std::int64_t nMin,
-                         std::int64_t nMax, std::int64_t nDefault);
+// The arguments behind the path as JSON, with the types that the description gives them. A value that does
+// not have its type stays a text, and CheckArguments refuses it.
+Json QueryToJson(const HttpRequest& request, const Arguments& arguments);
 // The body; an empty one is an empty object. Throws HttpError 400 for a body that is not JSON.
 Json ParseBody(const HttpRequest& request);
 

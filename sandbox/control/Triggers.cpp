@@ -1,7 +1,6 @@
 #include "sandbox/control/Triggers.h"
 
 #include <algorithm>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/Printable.h"
@@ -19,7 +18,7 @@ using Wirova::IMessage;
 // How long the game has for its answer, in milliseconds: unless "timeoutMs" is given, and at most.
 constexpr std::int64_t kTimeout = 5'000;
 constexpr std::int64_t kMaxTimeout = 60'000;
-constexpr std::size_t kMaxTargetName = 64;  // bytes of a user or connector
+constexpr std::int64_t kMaxTargetName = 64;  // bytes of a user or connector
 constexpr JsonLimits kAnswerLimits{1 << 20, 10'000, 8 << 20};
 
 // Sets the text field of that name; does nothing for a class without such a field.
@@ -42,56 +41,60 @@ Json Shown(const Link& link, const IMessage& msg)
 
 }  // namespace
 
-// One row for each path below /trigger/; the rest follows from the message's class.
-struct Triggers::Trigger {
-    const char* pszName;
-    Wirova::int32 nMsgID;
-    std::vector<const char*> vecCompulsory;  // keys that the body must have
-};
+namespace {
 
-const Triggers::Trigger Triggers::kTriggers[] = {
-    {"billing-event", XS2C_BillingEventNotice::kMsgID, {"eventCode"}},
-    {"storage-info", XS2C_NotifyStorageInfo::kMsgID, {"itemCnt"}},
-    {"query-game-money", XS2C_QueryGameMoneyReq::kMsgID, {}},
-    {"spend-game-money", XS2C_SpendGameMoneyReq::kMsgID, {"gameMoney"}},
-    {"query-inventory", XS2C_QueryInventoryReq::kMsgID, {}},
-    {"save-inventory", XS2C_SaveInventoryReq::kMsgID, {"inventory"}},
-    {"query-character", XS2C_QueryCharacterReq::kMsgID, {"searchType", "searchValue"}},
-};
-
-std::vector<std::string> Triggers::GetNames()
+Triggers::Trigger Make(const char* pszName, Wirova::int32 nMsgID, const std::vector<std::string>& vecRequired,
+                       const char* pszHelp)
 {
-    std::vector<std::string> vecNames;
-    for (const Trigger& trigger : kTriggers)
-        vecNames.emplace_back(trigger.pszName);
-    return vecNames;
+    const ClassInfo& info = *Wirova::FindClass(nMsgID);
+    Arguments fields = Without(DescribeFields(*info.pfnMake()), {"reqId"});
+    for (Argument& argument : fields) {
+        if (std::find(vecRequired.begin(), vecRequired.end(), argument.strName) != vecRequired.end())
+            argument.bRequired = true;
+    }
+    Arguments arguments = {
+        Argument::Text("user", kMaxTargetName, "a user id: the message goes to the user's connector"),
+        Argument::Text("connector", kMaxTargetName, "GID/SID/WID, in place of a user")};
+    if (AnswerOf(info) != nullptr) {
+        fields.push_back(Argument::Number("timeoutMs", 1, kMaxTimeout, "how long the game has for its answer")
+                             .Default(std::to_string(kTimeout)));
+    }
+    return {pszName, pszHelp, nMsgID, arguments + fields};
 }
 
-void Triggers::Fire(const std::string& strName, const Json& body, Respond respond)
+}  // namespace
+
+const std::vector<Triggers::Trigger>& Triggers::GetAll()
 {
-    const auto pTrigger = std::find_if(std::begin(kTriggers), std::end(kTriggers),
-                                       [&](const Trigger& trigger) { return strName == trigger.pszName; });
-    if (pTrigger == std::end(kTriggers))
-        throw HttpError(404, "There is no trigger " + Quoted(strName) + ".");
-    const ClassInfo& info = *Wirova::FindClass(pTrigger->nMsgID);
+    static const std::vector<Trigger> kTriggers = {
+        Make("billing-event", XS2C_BillingEventNotice::kMsgID, {"eventCode"},
+             "Tell a game of a billing event: 0 time is over, 1 warning, 2 forced checkout"),
+        Make("storage-info", XS2C_NotifyStorageInfo::kMsgID, {"itemCnt"},
+             "Tell a game of new entries in a storage box"),
+        Make("query-game-money", XS2C_QueryGameMoneyReq::kMsgID, {}, "Ask a game for a character's money"),
+        Make("spend-game-money", XS2C_SpendGameMoneyReq::kMsgID, {"gameMoney"},
+             "Have a game take money off a character"),
+        Make("query-inventory", XS2C_QueryInventoryReq::kMsgID, {}, "Ask a game for a character's items"),
+        Make("save-inventory", XS2C_SaveInventoryReq::kMsgID, {"inventory"},
+             "Have a game put items into an inventory"),
+        Make("query-character", XS2C_QueryCharacterReq::kMsgID, {"searchType", "searchValue"},
+             "Have a game look for characters"),
+    };
+    return kTriggers;
+}
+
+void Triggers::Fire(const Trigger& trigger, const Json& given, Respond respond)
+{
+    const ClassInfo& info = *Wirova::FindClass(trigger.nMsgID);
     const ClassInfo* const pAnswer = AnswerOf(info);
     const auto msg = info.pfnMake();
-
-    JsonObject object(body, "");
-    for (const char* const pszKey : pTrigger->vecCompulsory) {
-        if (!object.Has(pszKey))
-            object.Fail(pszKey, "is missing");
-    }
-    if (object.Has("reqId"))
-        object.Fail("reqId", "is given by the sandbox");
-    const std::chrono::milliseconds timeout(
-        pAnswer != nullptr ? object.Number("timeoutMs", 1, kMaxTimeout, kTimeout) : 0);
-    const Target target = FindTarget(object, *msg);
+    const std::chrono::milliseconds timeout(given.value("timeoutMs", kTimeout));
+    const Target target = FindTarget(given, *msg);
     const Connector& connector = target.connector;
     SetText(*msg, "strGameID", connector.identity.strGID);
     SetText(*msg, "strServerID", connector.identity.strSID);
+    JsonObject object(given, "");
     FieldsFromJson(*msg, object, Naming::Argument);
-    object.Done();
     if (connector.pLink == nullptr)
         throw HttpError(409, "The connector " + connector.identity.GetName() + " has no link.");
 
@@ -113,12 +116,11 @@ void Triggers::Fire(const std::string& strName, const Json& body, Respond respon
 
 // The connector that the body names, or that the user whom it names plays on. Fills that user into the
 // message.
-Triggers::Target Triggers::FindTarget(JsonObject& object, IMessage& msg)
+Triggers::Target Triggers::FindTarget(const Json& given, IMessage& msg)
 {
-    const std::string strUser = object.Text("user", kMaxTargetName, "");
-    const std::string strConnector = object.Text("connector", kMaxTargetName, "");
+    const std::string strUser = given.value("user", ""), strConnector = given.value("connector", "");
     if (strUser.empty() == strConnector.empty())
-        object.Fail("", "either 'user' or 'connector' is expected");
+        throw JsonError("either 'user' or 'connector' is expected");
     if (!strConnector.empty()) {
         for (auto& [identity, connector] : m_registry.GetConnectors()) {
             if (identity.GetName() == strConnector)
@@ -126,8 +128,8 @@ Triggers::Target Triggers::FindTarget(JsonObject& object, IMessage& msg)
         }
         throw HttpError(404, "There is no connector " + Quoted(strConnector) + ".");
     }
-    if (object.Has("userId") || object.Has("userNo"))
-        object.Fail("user", "names the user already: no 'userId', no 'userNo'");
+    if (given.contains("userId") || given.contains("userNo"))
+        throw JsonError("'user': names the user already: no 'userId', no 'userNo'");
     const Session session = FindSessionOf(strUser);
     Connector* const pConnector = m_registry.Find(session.nConnector);
     if (pConnector == nullptr)

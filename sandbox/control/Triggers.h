@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "sandbox/base/Arguments.h"
 #include "sandbox/control/HttpExchange.h"
 #include "sandbox/service/ConnectorRegistry.h"
 #include "sandbox/service/GameRequests.h"
@@ -21,23 +22,21 @@ public:
     {
     }
 
-    static std::vector<std::string> GetNames();
+    struct Trigger;
+    static const std::vector<Trigger>& GetAll();
 
-    // Sends the trigger's message. Responds at once for a notice; for a request with the game's answer, or
-    // when the time is over or the link has closed. If it throws HttpError, JsonError or StoreError, nothing
-    // has been sent.
-    void Fire(const std::string& strName, const Json& body, Respond respond);
+    // Sends the trigger's message. given has been checked by its arguments. Responds at once for a notice;
+    // for a request with the game's answer, or when the time is over or the link has closed. If it throws
+    // HttpError, JsonError or StoreError, nothing has been sent.
+    void Fire(const Trigger& trigger, const Json& given, Respond respond);
 
 private:
-    struct Trigger;
-    static const Trigger kTriggers[];
-
     // Where a message goes.
     struct Target {
         Connector& connector;
         std::optional<Session> session;  // of the user, if the body names one
     };
-    Target FindTarget(JsonObject& object, Wirova::IMessage& msg);
+    Target FindTarget(const Json& given, Wirova::IMessage& msg);
     void EndIfForced(const Wirova::IMessage& msg, const Target& target);
     Session FindSessionOf(const std::string& strUser);
 
@@ -45,6 +44,14 @@ private:
     ConnectorRegistry& m_registry;
     Traffic& m_traffic;
     GameRequests& m_requests;
+};
+
+// One path below /trigger/. All but the help follows from the message's class.
+struct Triggers::Trigger {
+    std::string strName;
+    std::string strHelp;
+    Wirova::int32 nMsgID;
+    Arguments arguments;
 };
 
 }  // namespace Sandbox

@@ -69,14 +69,19 @@ void Plant(Store& store, const Seed& seed, std::time_t now)
         CheckUserNo(store, seeded.user, seed.strName);
         if (bNoShop && seeded.nFillStorage > 0)
             throw SeedError(seed.strName + ": 'fillStorage' of '" + seeded.user.strUserID + "' needs a shop");
-        store.AddUser(seeded.user);
-        const auto user = store.FindUser({seeded.user.strUserID, false});
-        if (!store.GetLedger().OpenWallet(user->nID, seeded.wallet))
-            continue;
-        GiveCoupons(store, seeded, user->nID, seed.strName);
-        FillSeededBox(store, seeded, *user, now);
+        PlantUser(store, seeded, seed.strName, now);
     }
     transaction.Commit();
+}
+
+void PlantUser(Store& store, const SeedUser& seeded, const std::string& strName, std::time_t now)
+{
+    store.AddUser(seeded.user);
+    const auto user = store.FindUser({seeded.user.strUserID, false});
+    if (!store.GetLedger().OpenWallet(user->nID, seeded.wallet))
+        return;
+    GiveCoupons(store, seeded, user->nID, strName);
+    FillSeededBox(store, seeded, *user, now);
 }
 
 void Restore(Store& store, const Seed& seed, std::time_t now)

@@ -39,6 +39,9 @@ extern const char* const kDemoSeed;  // the text of seed "demo"
 // known users keep what they have. Shops of the seed replace all shops of the store. Throws SeedError,
 // StoreError.
 void Plant(Store& store, const Seed& seed, std::time_t now);
+// Adds a user, with what the user owns, to the store. A user who is there already keeps everything. Throws
+// SeedError, StoreError. REQUIRES: a transaction is open.
+void PlantUser(Store& store, const SeedUser& seeded, const std::string& strName, std::time_t now);
 // Makes the users of the seed as the seed has them, with what they own. All orders and storage entries of all
 // users go, and what was paid for them is given back. REQUIRES: a transaction is open.
 void Restore(Store& store, const Seed& seed, std::time_t now);
@@ -61,5 +64,6 @@ void ReadSeedUser(const Json& given, const std::string& strPlace, SeedUser& seed
 void ReadCoupon(const Json& given, const std::string& strPlace, Coupon& coupon);
 // The user of the store in the form in which a seed file has it, without coupons.
 Json SeedOf(Store& store, const User& user);
+Json BillingToJson(const Billing& billing);
 
 }  // namespace Sandbox

@@ -22,15 +22,6 @@ Billing ReadBilling(const Json& given)
     return billing;
 }
 
-Json BillingToJson(const Billing& billing)
-{
-    return {{"billType", billing.nBillType},
-            {"productId", billing.nProductID},
-            {"remainMinutes", billing.nRemainMinutes},
-            {"crmCode", billing.strCRMCode},
-            {"endDate", billing.strEndDate}};
-}
-
 User ReadUser(const Json& given)
 {
     User user;
@@ -66,6 +57,15 @@ void ReadSeedUser(const Json& given, const std::string& strPlace, SeedUser& seed
     object.List("coupons", [&](const Json& coupon, const std::string& strCoupon) {
         ReadCoupon(coupon, strCoupon, seeded.listCoupons.emplace_back());
     });
+}
+
+Json BillingToJson(const Billing& billing)
+{
+    return {{"billType", billing.nBillType},
+            {"productId", billing.nProductID},
+            {"remainMinutes", billing.nRemainMinutes},
+            {"crmCode", billing.strCRMCode},
+            {"endDate", billing.strEndDate}};
 }
 
 Json SeedOf(Store& store, const User& user)

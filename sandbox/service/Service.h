@@ -1,6 +1,7 @@
 // What the stand-in service does: a handler for each message class that a connector sends, and the rules that
 // run by time. Each family of messages has a file: ServiceConnect, ServiceSession, ServiceShop,
-// ServicePurchase, ServiceStorage; ServiceSweep has the rules that run by time. Belongs to the server's
+// ServicePurchase, ServiceStorage; ServiceSweep has the rules that run by time, ServiceOperator what an
+// operator orders. Belongs to the server's
 // thread.
 #pragma once
 
@@ -64,6 +65,13 @@ public:
     // Ends what has run out: users that no list has confirmed, users without time, moves, reservations, and
     // connectors that stay away. Throws StoreError and has changed nothing then.
     void Sweep();
+
+    // What an operator orders; nothing is done if StoreError is thrown. The term and the minutes of the user
+    // end now, and the game of a user who is checked in is told that the time is over.
+    void StopTerm(User user);
+    // The user goes, with all that belongs to the user. The game of a user who is checked in is told of a
+    // forced checkout.
+    void RemoveUser(const User& user);
 
 private:
     struct Row {

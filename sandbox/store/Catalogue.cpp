@@ -56,6 +56,10 @@ struct Catalogue::Statements {
     Statement addGroup{db, InsertSql<XSpecialProductListContent>("shop_group", 1)};
     Statement addGroupProduct{db, InsertSql<XSpecialProduct>("shop_group_product", 1)};
 
+    Statement place{db, "SELECT rowid FROM shop_product WHERE game = ? AND strProductID = ?"};
+    Statement setPlace{db, "UPDATE shop_product SET rowid = ? WHERE game = ? AND strProductID = ?"};
+    Statement sold{db, "SELECT coalesce(sum(count), 0) FROM shop_order WHERE game = ? AND product = ?"};
+
     Statement games{db, "SELECT game FROM shop_game ORDER BY id"};
     Statement hasGame{db, "SELECT 1 FROM shop_game WHERE game = ?"};
     Statement depth{db, "SELECT nBranchDepth FROM shop_menu WHERE game = ? AND strBranchID = ?"};
@@ -187,6 +191,32 @@ void Catalogue::AddGroupProduct(const std::string& strGameID, const XSpecialProd
     m_sql->addGroupProduct.Run(strGameID, row);
 }
 
+void Catalogue::RemoveProduct(const ProductKey& key, Groups groups)
+{
+    const auto remove = [&](const std::string& strTable, const std::string& strColumn) {
+        Statement(m_sql->db, "DELETE FROM " + strTable + " WHERE game = ? AND " + strColumn + " = ?")
+            .Run(key.strGameID, key.strProductID);
+    };
+    for (const char* const pszTable :
+         {"shop_child", "shop_condition", "shop_option", "shop_discount", "shop_product_tag"})
+        remove(pszTable, "product");
+    remove("shop_product", "strProductID");
+    if (groups == Groups::Forget)
+        remove("shop_group_product", "strProductID");
+}
+
+std::int64_t Catalogue::GetPlace(const ProductKey& key)
+{
+    std::int64_t nPlace = 0;
+    m_sql->place.ForEach([&](const Statement& row) { nPlace = row.Int(0); }, key.strGameID, key.strProductID);
+    return nPlace;
+}
+
+void Catalogue::SetPlace(const ProductKey& key, std::int64_t nPlace)
+{
+    m_sql->setPlace.Run(nPlace, key.strGameID, key.strProductID);
+}
+
 // ---- reading ----
 
 namespace {
@@ -249,6 +279,14 @@ bool Catalogue::FindProduct(const ProductKey& key, Product& product)
                    ReadProduct(row, product.row);
                },
                key.strGameID, key.strProductID) > 0;
+}
+
+int Catalogue::CountSold(const ProductKey& key)
+{
+    int nSold = 0;
+    m_sql->sold.ForEach([&](const Statement& row) { nSold = static_cast<int>(row.Int(0)); }, key.strGameID,
+                        key.strProductID);
+    return nSold;
 }
 
 void Catalogue::GetMenu(const std::string& strGameID, const std::string& strNow,

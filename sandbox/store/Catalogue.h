@@ -1,6 +1,6 @@
 // What the shops sell: menu, products, discounts, tags and special groups of one or more games, in tables of
-// the store's database. A seed writes the catalogue as a whole; afterwards it is only read. Every function
-// throws StoreError.
+// the store's database. A seed writes the catalogue as a whole; afterwards products come and go one by one.
+// Every function throws StoreError.
 #pragma once
 
 #include <cstdint>
@@ -76,6 +76,14 @@ public:
     void AddGroup(const std::string& strGameID, const XSpecialProductListContent& row);
     void AddGroupProduct(const std::string& strGameID, const XSpecialProduct& row);
 
+    // Removes the product; what has been bought of it stays. Special groups go on naming it if it is to be
+    // added again.
+    enum class Groups { Forget, Keep };
+    void RemoveProduct(const ProductKey& key, Groups groups);
+    // The place of a product among those of the same display order; one that is added again can be given it.
+    std::int64_t GetPlace(const ProductKey& key);
+    void SetPlace(const ProductKey& key, std::int64_t nPlace);
+
     // ---- reading ----
     // Functions with a list argument append to it, in the order in which games show the rows.
     std::vector<std::string> GetGames();  // in the order of the seed
@@ -86,6 +94,8 @@ public:
     bool HasGroup(const std::string& strGameID, const std::string& strExposeCode);
     // Fills product, the number of sold pieces included. False if there is no such product.
     bool FindProduct(const ProductKey& key, Product& product);
+
+    int CountSold(const ProductKey& key);  // pieces in orders
 
     void GetMenu(const std::string& strGameID, const std::string& strNow,
                  Wirova::RecordVector<XMenuContents>& vecMenu);

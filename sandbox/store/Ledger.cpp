@@ -1,5 +1,7 @@
 #include "sandbox/store/Ledger.h"
 
+#include <cstring>
+
 namespace Sandbox {
 namespace {
 
@@ -51,6 +53,7 @@ struct Ledger::Statements {
     Statement coupon{db, "SELECT * FROM coupon WHERE strCouponUseID = ?"};
     Statement coupons{db, "SELECT * FROM coupon WHERE user = ? ORDER BY rowid"};
     Statement useCoupon{db, "UPDATE coupon SET order_seq = ? WHERE strCouponUseID = ?"};
+    Statement removeCoupon{db, "DELETE FROM coupon WHERE strCouponUseID = ?"};
     Statement removeCoupons{db, "DELETE FROM coupon WHERE user = ?"};
 
     Statement addOrder{db, "INSERT INTO shop_order VALUES (NULL, ?, ?, ?, ?, ?, ?, ?) RETURNING order_seq"};
@@ -68,6 +71,13 @@ struct Ledger::Statements {
     Statement setState{db,
                        "UPDATE storage SET state = ?, until = ?, use_server = ?, use_character = ?,"
                        " nRemainCount = CASE ?1 WHEN 2 THEN 0 ELSE nRemainCount END WHERE storage_seq = ?"};
+    Statement replaceEntry{
+        db,
+        "INSERT OR REPLACE" + InsertSql<XStorageInfo>("storage", kEntryOwn).substr(std::strlen("INSERT"))};
+    Statement removeEntry{db, "DELETE FROM storage WHERE storage_seq = ?"};
+    Statement removeEntries{db, "DELETE FROM storage WHERE owner = ?"};
+    Statement removeOrders{db, "DELETE FROM shop_order WHERE ?1 IN (buyer, receiver)"};
+    Statement removeWallet{db, "DELETE FROM wallet WHERE user = ?"};
     Statement release{db,
                       "UPDATE storage SET state = 0, until = 0, use_server = '', use_character = ''"
                       " WHERE state = 1 AND until < ?"};
@@ -122,6 +132,11 @@ Wallet Ledger::GetWallet(std::int64_t nUser)
 
 void Ledger::ChangeCoin(std::int64_t nUser, int nDifference) { m_sql->changeCoin.Run(nDifference, nUser); }
 
+void Ledger::SetWallet(std::int64_t nUser, const Wallet& wallet)
+{
+    m_sql->restoreWallet.Run(nUser, wallet.nRuvCoin, wallet.strPassWord);
+}
+
 // ---- coupons ----
 
 bool Ledger::AddCoupon(const Coupon& coupon)
@@ -146,6 +161,8 @@ void Ledger::UseCoupon(const std::string& strUseID, std::int64_t nOrderSeq)
 {
     m_sql->useCoupon.Run(nOrderSeq, strUseID);
 }
+
+void Ledger::RemoveCoupon(const std::string& strUseID) { m_sql->removeCoupon.Run(strUseID); }
 
 // ---- orders ----
 
@@ -254,6 +271,28 @@ int Ledger::ReleaseReservedBefore(std::time_t time)
     return m_db.Changes();
 }
 
+void Ledger::ReplaceEntry(const Entry& entry)
+{
+    m_sql->replaceEntry.Run(entry.row.nStorageSeq, entry.nOwner, entry.strGameID,
+                            static_cast<int>(entry.state), entry.nUntil, entry.strUseServerID,
+                            entry.strUseCharacterID, entry.row);
+}
+
+void Ledger::RemoveEntry(std::int64_t nStorageSeq) { m_sql->removeEntry.Run(nStorageSeq); }
+
+int Ledger::RemoveEntriesOf(std::int64_t nOwner)
+{
+    m_sql->removeEntries.Run(nOwner);
+    return m_db.Changes();
+}
+
+void Ledger::RemoveAllOf(std::int64_t nUser)
+{
+    for (Statement* const pRemove :
+         {&m_sql->removeCoupons, &m_sql->removeEntries, &m_sql->removeOrders, &m_sql->removeWallet})
+        pRemove->Run(nUser);
+}
+
 // ---- reset ----
 
 void Ledger::UndoAll()
@@ -266,7 +305,7 @@ void Ledger::UndoAll()
 
 void Ledger::RestoreWallet(std::int64_t nUser, const Wallet& wallet)
 {
-    m_sql->restoreWallet.Run(nUser, wallet.nRuvCoin, wallet.strPassWord);
+    SetWallet(nUser, wallet);
     m_sql->removeCoupons.Run(nUser);
 }
 

@@ -77,12 +77,14 @@ public:
     bool OpenWallet(std::int64_t nUser, const Wallet& wallet);  // false, and no change, if the user has one
     Wallet GetWallet(std::int64_t nUser);
     void ChangeCoin(std::int64_t nUser, int nDifference);
+    void SetWallet(std::int64_t nUser, const Wallet& wallet);
 
     // ---- coupons ----
     bool AddCoupon(const Coupon& coupon);  // false, and no change, if the use id is taken
     bool FindCoupon(const std::string& strUseID, Coupon& coupon);
     std::list<Coupon> GetCoupons(std::int64_t nUser);
-    void UseCoupon(const std::string& strUseID, std::int64_t nOrderSeq);
+    void UseCoupon(const std::string& strUseID, std::int64_t nOrderSeq);  // 0: the coupon is unused again
+    void RemoveCoupon(const std::string& strUseID);
 
     // ---- orders ----
     std::int64_t AddOrder(const Order& order);  // returns the new order's number
@@ -105,6 +107,12 @@ public:
                  const std::string& strCharacterID);
     void SetState(std::int64_t nStorageSeq, EntryState state);  // ends a reservation
     int ReleaseReservedBefore(std::time_t time);                // returns how many entries wait again
+    void ReplaceEntry(const Entry& entry);  // the one of that number; it keeps its number alone
+    void RemoveEntry(std::int64_t nStorageSeq);
+    int RemoveEntriesOf(std::int64_t nOwner);  // returns how many there were
+
+    // Removes what the user owns and has bought, and the orders whose receiver the user is.
+    void RemoveAllOf(std::int64_t nUser);
 
     // ---- reset ----
     // Removes all orders and entries. What was paid for them is given back, and all coupons count as unused.

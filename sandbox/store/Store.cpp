@@ -126,6 +126,7 @@ struct Store::Statements {
                           " crm_code = ?, end_date = ?, term_seconds = ?, free = ?, pc_cafe = ?, result = ?,"
                           " result_text = ? WHERE user_id = ? RETURNING id"};
     Statement removeOthers{db, "DELETE FROM other_billing WHERE user = ?"};
+    Statement removeUser{db, "DELETE FROM user WHERE id = ?"};
     Statement addOther{db, "INSERT INTO other_billing VALUES (?, ?, ?, ?, ?, ?)"};
     Statement userByID{db, SELECT_USER "user_id = ?"};
     Statement userByNo{db, SELECT_USER "user_no = ?"};
@@ -149,6 +150,8 @@ struct Store::Statements {
                           "UPDATE session SET connector = ?, by_number = ?, user_ip = ?, confirmed = 1,"
                           " moving_since = 0 WHERE seq_no = ?"};
     Statement setMoving{db, "UPDATE session SET moving_since = ? WHERE seq_no = ?"};
+    Statement removeSessionOf{db, "DELETE FROM session WHERE user = ?"};
+    Statement setEndDate{db, "UPDATE session SET end_date = ? WHERE seq_no = ?"};
     Statement removeSession{db, "DELETE FROM session WHERE seq_no = ?"};
     Statement removeSessions{db, "DELETE FROM session WHERE connector = ?"};
     Statement sessionBySeqNo{db, SELECT_SESSION "seq_no = ?"};
@@ -210,6 +213,14 @@ void Store::RestoreUser(const User& user)
                                user.strResultText, user.strUserID);
     m_sql->removeOthers.Run(nUser);
     AddOthers(nUser, user);
+}
+
+void Store::RemoveUser(std::int64_t nUser)
+{
+    m_ledger.RemoveAllOf(nUser);
+    m_sql->removeSessionOf.Run(nUser);
+    m_sql->removeOthers.Run(nUser);
+    m_sql->removeUser.Run(nUser);
 }
 
 User Store::UserOf(const Statement& row)
@@ -315,6 +326,11 @@ void Store::MoveSession(const Session& session)
 }
 
 void Store::SetMoving(std::int64_t nSeqNo, std::time_t since) { m_sql->setMoving.Run(since, nSeqNo); }
+
+void Store::SetEndDate(std::int64_t nSeqNo, const std::string& strEndDate)
+{
+    m_sql->setEndDate.Run(strEndDate, nSeqNo);
+}
 
 void Store::RemoveSession(std::int64_t nSeqNo) { m_sql->removeSession.Run(nSeqNo); }
 

@@ -80,6 +80,7 @@ public:
     std::vector<Billing> GetOtherBillings(std::int64_t nUser);
     std::vector<User> GetUsers(std::int64_t nLimit);  // the first ones, without the other billings
     void RestoreUser(const User& user);               // adds the user or overwrites the one of that user id
+    void RemoveUser(std::int64_t nUser);              // with the session and what the ledger has of the user
     // Takes one minute off and returns the minutes that remain. A user without minutes keeps 0.
     std::int64_t TakeMinute(std::int64_t nUser);
 
@@ -101,6 +102,7 @@ public:
     // argument, and the session counts as confirmed.
     void MoveSession(const Session& session);
     void SetMoving(std::int64_t nSeqNo, std::time_t since);
+    void SetEndDate(std::int64_t nSeqNo, const std::string& strEndDate);
     void RemoveSession(std::int64_t nSeqNo);
     std::optional<Session> FindSession(std::int64_t nSeqNo);
     std::optional<Session> FindSessionOf(std::int64_t nUser);

@@ -25,6 +25,29 @@ void WithField(IMessage& msg, std::string_view strName, const With& with)
     });
 }
 
+constexpr std::size_t kMaxRecords = 100;  // of a list, whose users are looked at
+
+// Collects the users of one message; called once for each field.
+struct UserCollector {
+    std::vector<std::string>& vecUsers;
+
+    void operator()(const char* pszName, const std::string& strValue) const
+    {
+        const std::string_view strName = pszName;
+        if (!strValue.empty() && (strName.ends_with("UserID") || strName.ends_with("UserNo")))
+            vecUsers.push_back(strValue);
+    }
+    void operator()(const char*, Wirova::RecordList& list) const
+    {
+        for (std::size_t i = 0; i < list.size() && i < kMaxRecords; ++i)
+            Wirova::VisitMessage(list[i], *this);
+    }
+    template <class Other>
+    void operator()(const char*, const Other&) const
+    {
+    }
+};
+
 }  // namespace
 
 const ClassInfo* FindClassByName(std::string_view strName)
@@ -81,6 +104,13 @@ bool SetRefused(IMessage& msg, int nResult, const std::string& strText)
     for (const char* const pszName : {"strErrorMsg", "strMessage"})
         WithField<std::string>(msg, pszName, [&](std::string& v) { v = strText; });
     return bHasResult;
+}
+
+std::vector<std::string> UsersNamedBy(const IMessage& msg)
+{
+    std::vector<std::string> vecUsers;
+    Wirova::VisitMessage(const_cast<IMessage&>(msg), UserCollector{vecUsers});
+    return vecUsers;
 }
 
 void EchoFields(const IMessage& req, IMessage& ans)

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "wirova/messages/MessageCatalog.h"
 
@@ -21,6 +22,8 @@ void SetReqID(Wirova::IMessage& msg, Wirova::int32 nReqID);  // does nothing for
 // Makes an answer a refusal: sets nResult or nState or bSuccess, and strErrorMsg or strMessage, whichever its
 // class has. False if the class has no field for a result.
 bool SetRefused(Wirova::IMessage& msg, int nResult, const std::string& strText);
+// The user ids and numbers that the message has, those of its first records included.
+std::vector<std::string> UsersNamedBy(const Wirova::IMessage& msg);
 // Copies the fields that an answer repeats of its request: Req ID, user id, user number and address.
 void EchoFields(const Wirova::IMessage& req, Wirova::IMessage& ans);
 

@@ -1,5 +1,6 @@
 #include "sandbox/wire/MessageLog.h"
 
+#include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/MessageJson.h"
 #include "wirova/messages/BaseMessages.h"
 #include "wirova/messages/MessageCatalog.h"
@@ -32,10 +33,24 @@ void MessageLog::Record(const std::string& strConnector, Direction direction, co
         m_console.Note(strLine +
                        Cut(Wirova::DescribeMessage(msg), m_console.IsVerbose() ? kMaxVerboseLine : kMaxLine));
     }
+    std::vector<std::string> vecUsers = UsersOf(strConnector, direction, msg);
+    if (const auto nReqID = GetReqID(msg); nReqID && direction == Direction::FromConnector)
+        m_asked = {strConnector, *nReqID, vecUsers};
     if (m_messages.size() == kMaxMessages)
         m_messages.pop_front();
     m_messages.push_back({++m_nCount, std::chrono::system_clock::now(), strConnector, direction,
-                          msg.GetMsgName(), FieldsToText(msg, kRingLimits), std::move(vecFaults)});
+                          msg.GetMsgName(), FieldsToText(msg, kRingLimits), std::move(vecFaults),
+                          std::move(vecUsers)});
+}
+
+std::vector<std::string> MessageLog::UsersOf(const std::string& strConnector, Direction direction,
+                                             const Wirova::IMessage& msg) const
+{
+    std::vector<std::string> vecUsers = UsersNamedBy(msg);
+    if (direction == Direction::ToConnector && m_asked.strConnector == strConnector &&
+        GetReqID(msg) == m_asked.nReqID)
+        vecUsers.insert(vecUsers.end(), m_asked.vecUsers.begin(), m_asked.vecUsers.end());
+    return vecUsers;
 }
 
 }  // namespace Sandbox

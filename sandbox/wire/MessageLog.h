@@ -23,6 +23,7 @@ struct LoggedMessage {
     const char* pszClass;
     std::string strFields;               // a JSON object of at most about kMaxFields bytes, secrets blanked
     std::vector<std::string> vecFaults;  // the faults that have hit it, "2 delay"
+    std::vector<std::string> vecUsers;   // of MessageLog::UsersOf
 };
 
 // Belongs to the server's thread.
@@ -36,13 +37,25 @@ public:
     // Heartbeats reach the console only when it is verbose.
     void Record(const std::string& strConnector, Direction direction, const Wirova::IMessage& msg,
                 std::vector<std::string> vecFaults = {});
+    // The ids and numbers of the users that the message is about: those that the message names and, for an
+    // answer to the request that was recorded last, those that the request names.
+    std::vector<std::string> UsersOf(const std::string& strConnector, Direction direction,
+                                     const Wirova::IMessage& msg) const;
     const std::deque<LoggedMessage>& GetMessages() const { return m_messages; }  // oldest first
     std::uint64_t GetCount() const { return m_nCount; }                          // of all ever recorded
     void Clear() { m_messages.clear(); }  // numbers are not given again
 
 private:
     const Console& m_console;
+    // The request that was recorded last.
+    struct Asked {
+        std::string strConnector;
+        Wirova::int32 nReqID = 0;
+        std::vector<std::string> vecUsers;
+    };
+
     std::uint64_t m_nCount = 0;
+    Asked m_asked;
     std::deque<LoggedMessage> m_messages;
 };
 

@@ -9,7 +9,10 @@ namespace Sandbox {
 
 void Traffic::Send(Link& link, Wirova::IMessage& msg)
 {
-    const Mishap mishap = m_faults.Take(msg.GetMsgID(), link.GetName());
+    std::vector<std::string> vecUsers;
+    if (m_faults.AsksForUsers())
+        vecUsers = m_log.UsersOf(link.GetName(), Direction::ToConnector, msg);
+    const Mishap mishap = m_faults.Take(msg.GetMsgID(), link.GetName(), vecUsers);
     if (mishap.refused)
         SetRefused(msg, mishap.refused->nResult, mishap.refused->strText);
     if (mishap.nReqID)
@@ -29,13 +32,29 @@ void Traffic::Send(Link& link, Wirova::IMessage& msg)
     link.Post(std::move(strFrame), delivery);
 }
 
+// The users that a body names; the body keeps its bytes. Throws ProtocolError.
+std::vector<std::string> Traffic::UsersOf(const Wirova::ClassInfo& info, Wirova::Stream* body)
+{
+    std::vector<char> vecBytes(static_cast<std::size_t>(Strova::GetLength(body)));
+    const StreamPtr copy = MakeStream();
+    const auto nSize = static_cast<int>(vecBytes.size());
+    if (Strova::Peek(body, vecBytes.data(), nSize) != nSize ||
+        Strova::Write(copy.get(), vecBytes.data(), nSize) != nSize)
+        throw std::bad_alloc();
+    const auto msg = info.pfnMake();
+    LoadBody(*msg, copy.get());
+    return UsersNamedBy(*msg);
+}
+
 void Traffic::Receive(Link& link, Wirova::Stream* body, const Serve& serve)
 {
     const Wirova::int32 nMsgID = PeekMsgID(body);
     const Wirova::ClassInfo* const pClass = Wirova::FindClass(nMsgID);
     if (pClass == nullptr || !ComesFromConnector(*pClass))
         return serve(body, {});  // faults cannot be ordered for such a message
-    const Mishap mishap = m_faults.Take(nMsgID, link.GetName());
+    const Mishap mishap =
+        m_faults.Take(nMsgID, link.GetName(),
+                      m_faults.AsksForUsers() ? UsersOf(*pClass, body) : std::vector<std::string>());
     if (mishap.bDrop || mishap.refused) {
         const auto msg = pClass->pfnMake();
         LoadBody(*msg, body);

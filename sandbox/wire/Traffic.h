@@ -34,6 +34,7 @@ public:
     void Receive(Link& link, Wirova::Stream* body, const Serve& serve);
 
 private:
+    static std::vector<std::string> UsersOf(const Wirova::ClassInfo& info, Wirova::Stream* body);
     void ServeLater(Link& link, Wirova::Stream* body, const Mishap& mishap, const Serve& serve);
     void Refuse(Link& link, Wirova::IMessage& req, const Mishap::Refused& refused);
 

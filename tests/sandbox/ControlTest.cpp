@@ -40,7 +40,7 @@ TEST_F(ControlTest, ShowsConnectorsAndUsers)
     EXPECT_EQ(users[2]["userId"], "carol");
     EXPECT_EQ(users[2]["otherBillings"].size(), 2u);
     EXPECT_TRUE(users[2]["session"].is_null());
-    EXPECT_TRUE(Contains(m_sandbox.Get("/").strBody, "POST /trigger/query-character"));
+    EXPECT_TRUE(Contains(m_sandbox.Get("/routes").strBody, "/trigger/query-character"));
 }
 
 TEST_F(ControlTest, MessagesAreDecodedAndFiltered)

@@ -110,7 +110,7 @@ TEST_F(FaultTest, WhatMakesNoSenseIsRefused)
     m_sandbox.ExpectRefused(
         "/fault",
         {{"{}", 400, "'class': is missing"},
-         {R"({"class": "XInventory", "kind": "drop"})", 400, "there is no message"},
+         {R"({"class": "XInventory", "kind": "drop"})", 400, "there is no such one"},
          {R"({"class": "XS2C_CheckInAns", "kind": "explode"})", 400, "'kind': delay, drop"},
          {R"({"class": "XS2C_CheckInAns", "kind": "delay"})", 400, "'ms': is missing"},
          {R"({"class": "XS2C_CheckInAns", "kind": "split", "bytes": 0})", 400, "'bytes': a whole"},

@@ -113,7 +113,7 @@ TEST_F(TriggerTest, WhatCannotBeDoneIsSaid)
          {R"({"eventCode": 1, "user": "dave"})", 409, "The connector gone/s/w has no link."},
          {R"({"eventCode": 1, "connector": "g/s/x"})", 404, "There is no connector 'g/s/x'."},
          {R"({"user": "erin"})", 400, "'eventCode': is missing"},
-         {R"({"user": "erin", "eventCode": 1, "reqId": 5})", 400, "'reqId': is given"},
+         {R"({"user": "erin", "eventCode": 1, "reqId": 5})", 400, "'reqId': is not a known key"},
          {R"({"user": "erin", "eventCode": 1, "timeoutMs": 5})", 400, "'timeoutMs': is not a known key"},
          {"{", 400, "not JSON"}});
     m_sandbox.ExpectRefused("/trigger/save-inventory",

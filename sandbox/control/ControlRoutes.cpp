@@ -1,0 +1,154 @@
+// The table of the routes: what each takes and does. GET /routes and GET /openapi.json show it.
+#include <climits>
+
+#include "sandbox/control/Control.h"
+#include "sandbox/seed/SeedArguments.h"
+#include "sandbox/wire/AnyMessage.h"
+
+namespace Sandbox {
+namespace {
+
+constexpr int kMaxName = 64;  // bytes
+constexpr int kMaxRows = 100'000;
+// Entries that one request may add: while they are added, no connector is served.
+constexpr int kMaxFilled = 10'000;
+
+Argument TheUser() { return Argument::Text("user", kMaxName, "a user id").Required(); }
+Argument OneUser() { return Argument::Text("user", kMaxName, "only this user's, by user id"); }
+Argument Game() { return Argument::Text("gameId", kMaxGameID, "the first shop's, unless given"); }
+Argument ProductID() { return Argument::Text("productId", 20, "").Required(); }
+Argument CouponUseID() { return Argument::Text("couponUseId", 20, "").Required(); }
+Argument StorageSeq() { return Argument::Number("storageSeq", 1, INT_MAX, "number of the entry"); }
+
+Argument Limit(int nMax, int nDefault)
+{
+    return Argument::Number("limit", 1, nMax, "rows at most").Default(std::to_string(nDefault));
+}
+
+}  // namespace
+
+std::vector<Control::Route> Control::RoutesToLook()
+{
+    std::vector<std::string> vecClasses;
+    for (const Wirova::ClassInfo& info : Wirova::AllClasses()) {
+        if (!info.bRecord)
+            vecClasses.emplace_back(info.pszName);
+    }
+    const Arguments filter = {
+        Argument::Text("user", kMaxName, "a user id or number that the message is about"),
+        Argument::Text("class", kMaxName, "a message class").OneOf(vecClasses),
+        Argument::Text("connector", kMaxName, "GID/SID/WID, or a peer's address before its registration")};
+    return {
+        {"GET", "/routes", "What there is, and what it takes", {}, &Control::Routes},
+        {"GET", "/connectors", "Who is linked, and who is remembered", {}, &Control::Connectors},
+        {"GET",
+         "/users",
+         "Users, their billing and their sessions",
+         {OneUser(), Limit(kMaxRows, 1000)},
+         &Control::Users},
+        {"GET", "/messages", "The last messages, decoded",
+         filter + Arguments{Limit(static_cast<int>(MessageLog::kMaxMessages), 50),
+                            Argument::Number("since", 0, INT64_MAX, "only numbers above, the first ones")},
+         &Control::Messages},
+        {"GET",
+         "/shop",
+         "What is sold, as a seed file has it",
+         {Argument::Text("game", kMaxGameID, "only the shop of this game")},
+         &Control::Shops},
+        {"GET", "/orders", "Orders, the last first", {OneUser(), Limit(kMaxRows, 100)}, &Control::Orders},
+        {"GET",
+         "/storage",
+         "A user's storage box, whatever state its entries are in",
+         {TheUser(), Limit(kMaxRows, 100)},
+         &Control::Storage},
+    };
+}
+
+std::vector<Control::Route> Control::RoutesToChange()
+{
+    const Arguments userChange = ForChange(Without(UserArguments(), {"userId", "fillStorage", "coupons"}));
+    const Arguments couponChange =
+        ForChange(Without(CouponArguments(), {"couponUseId"})) +
+        Arguments{ForChange({Argument::Flag("used", "false: the coupon can be used again")}).front()};
+    const Arguments productChange = ForChange(Without(ProductArguments(), {"productId"}));
+    return {
+        {"POST", "/users", "Make a user", UserArguments(), &Control::MakeUser},
+        {"PATCH", "/users", "Change a user", Arguments{TheUser()} + userChange, &Control::ChangeUser},
+        {"DELETE", "/users", "Remove a user with all that is the user's", {TheUser()}, &Control::RemoveUser},
+        {"POST",
+         "/users/stop",
+         "End a user's term and minutes now, and tell the game",
+         {TheUser()},
+         &Control::StopUser},
+        {"POST",
+         "/balance",
+         "Set or change a user's Ruv coin",
+         {TheUser(), Argument::Number("ruvCoin", 0, INT_MAX, "the new balance"),
+          Argument::Number("change", -INT_MAX, INT_MAX, "what is added, in place of a new balance")},
+         &Control::ChangeBalance},
+        {"POST", "/coupons", "Give a user a coupon", Arguments{TheUser()} + CouponArguments(),
+         &Control::MakeCoupon},
+        {"PATCH", "/coupons", "Change a coupon", Arguments{CouponUseID()} + couponChange,
+         &Control::ChangeCoupon},
+        {"DELETE", "/coupons", "Remove a coupon", {CouponUseID()}, &Control::RemoveCoupon},
+        {"POST", "/products", "Put a product into a shop", Arguments{Game()} + ProductArguments(),
+         &Control::MakeProduct},
+        {"PATCH", "/products", "Change a product", Arguments{Game(), ProductID()} + productChange,
+         &Control::ChangeProduct},
+        {"DELETE", "/products", "Take a product off a shop", {Game(), ProductID()}, &Control::RemoveProduct},
+        {"POST",
+         "/storage",
+         "Put made-up entries into a storage box",
+         {TheUser(), Argument::Number("entries", 1, kMaxFilled, "").Required(), Game()},
+         &Control::FillStorage},
+        {"DELETE", "/storage", "Empty a storage box", {TheUser()}, &Control::EmptyStorage},
+        {"POST", "/storage/entry", "Put an entry into a storage box",
+         Arguments{TheUser(), Game(), Argument::Text("itemId", 20, "").Required()} +
+             Without(EntryArguments(), {"itemId"}),
+         &Control::MakeEntry},
+        {"PATCH", "/storage/entry", "Change an entry of a storage box",
+         Arguments{StorageSeq().Required(),
+                   Argument::Text("state", 20, "").OneOf({"waiting", "used", "deleted"})} +
+             EntryArguments(),
+         &Control::ChangeEntry},
+        {"DELETE",
+         "/storage/entry",
+         "Remove an entry of a storage box",
+         {StorageSeq().Required()},
+         &Control::RemoveEntry},
+        {"POST", "/reset", "No faults, no messages, users as seeded, nobody checked in", {}, &Control::Reset},
+    };
+}
+
+std::vector<Control::Route> Control::RoutesToProvoke()
+{
+    std::vector<Route> vecRoutes = {
+        {"GET", "/fault", "The faults that are waiting to happen", {}, &Control::ListFaults},
+        {"POST", "/fault", "Order a fault for messages", Faults::Describe(), &Control::AddFault},
+        {"DELETE",
+         "/fault",
+         "Remove one fault or all",
+         {Argument::Number("id", 1, INT_MAX, "of the fault; all, unless given")},
+         &Control::RemoveFaults},
+    };
+    for (const Triggers::Trigger& trigger : Triggers::GetAll()) {
+        vecRoutes.push_back({"POST", "/trigger/" + trigger.strName, trigger.strHelp, trigger.arguments,
+                             [&trigger](Control& control, const Json& given, const Respond& respond) {
+                                 control.m_.triggers.Fire(trigger, given, respond);
+                             }});
+    }
+    return vecRoutes;
+}
+
+const std::vector<Control::Route>& Control::GetRoutes()
+{
+    static const std::vector<Route> kRoutes = [] {
+        std::vector<Route> vecAll;
+        for (const auto& vecSome : {RoutesToLook(), RoutesToChange(), RoutesToProvoke()})
+            vecAll.insert(vecAll.end(), vecSome.begin(), vecSome.end());
+        return vecAll;
+    }();
+    return kRoutes;
+}
+
+}  // namespace Sandbox
