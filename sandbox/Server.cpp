@@ -92,15 +92,15 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
       m_console(console),
       m_io(std::make_unique<Io>()),
       m_seed(ReadSeed(options)),
-      m_pStore(OpenStore(options, m_seed, clock)),
-      m_registry(*m_pStore, clock),
+      m_pStore(OpenStore(options, m_seed, m_clock)),
+      m_registry(*m_pStore, m_clock),
       m_log(console),
       m_timers(m_io->context),
       m_traffic(m_log, m_faults, m_timers, options.answerDelay),
       m_requests(m_traffic, m_timers),
-      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, clock, options.bSaveOnPurchase),
+      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, m_clock, options.bSaveOnPurchase),
       m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
-      m_control({*m_pStore, m_registry, m_log, m_faults, m_triggers, m_service, console, clock, m_seed}),
+      m_control({*m_pStore, m_registry, m_log, m_faults, m_triggers, m_service, console, m_clock, m_seed}),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_io->acceptor, options);

@@ -79,7 +79,7 @@ private:
     void OnFrame(Link& link, Wirova::Stream* body) override;
     void OnClosed(Link& link, const std::string& strWhy) override;
 
-    const IClock& m_clock;
+    MovableClock m_clock;
     const Console& m_console;
     std::unique_ptr<Io> m_io;
     const Seed m_seed;

@@ -30,7 +30,7 @@ public:
         Triggers& triggers;
         Service& service;
         const Console& console;
-        const IClock& clock;
+        MovableClock& clock;
         const Seed& seed;  // what POST /reset restores
     };
     explicit Control(const Parts& parts) : m_(parts) {}
@@ -82,6 +82,8 @@ private:
     void ChangeEntry(const Json& given, const Respond& respond);
     void RemoveEntry(const Json& given, const Respond& respond);
     void Reset(const Json& given, const Respond& respond);
+    void ShowClock(const Json& given, const Respond& respond);
+    void AdvanceClock(const Json& given, const Respond& respond);
 
     void ListFaults(const Json& given, const Respond& respond);
     void AddFault(const Json& given, const Respond& respond);

@@ -13,6 +13,8 @@ constexpr int kMaxRows = 100'000;
 // Entries that one request may add: while they are added, no connector is served.
 constexpr int kMaxFilled = 10'000;
 
+constexpr int kMaxAdvance = 366 * 24 * 60 * 60;  // seconds of one request
+
 Argument TheUser() { return Argument::Text("user", kMaxName, "a user id").Required(); }
 Argument OneUser() { return Argument::Text("user", kMaxName, "only this user's, by user id"); }
 Argument Game() { return Argument::Text("gameId", kMaxGameID, "the first shop's, unless given"); }
@@ -40,6 +42,7 @@ std::vector<Control::Route> Control::RoutesToLook()
         Argument::Text("connector", kMaxName, "GID/SID/WID, or a peer's address before its registration")};
     return {
         {"GET", "/routes", "What there is, and what it takes", {}, &Control::Routes},
+        {"GET", "/clock", "The time that the rules go by", {}, &Control::ShowClock},
         {"GET", "/connectors", "Who is linked, and who is remembered", {}, &Control::Connectors},
         {"GET",
          "/users",
@@ -116,6 +119,12 @@ std::vector<Control::Route> Control::RoutesToChange()
          "Remove an entry of a storage box",
          {StorageSeq().Required()},
          &Control::RemoveEntry},
+        {"POST",
+         "/clock",
+         "Advance the time that the rules go by",
+         {Argument::Number("seconds", 1, kMaxAdvance, "by so many seconds"),
+          Argument::Date("to", "to this time, YYYYMMDDhhmmss, in place of seconds")},
+         &Control::AdvanceClock},
         {"POST", "/reset", "No faults, no messages, users as seeded, nobody checked in", {}, &Control::Reset},
     };
 }

@@ -28,7 +28,8 @@ namespace Sandbox {
 
 class Service {
 public:
-    // Time limits. Those in seconds run on the calendar, those in milliseconds on the clock.
+    // Time limits. Those in seconds run on the calendar, those in milliseconds on the clock. The one of the
+    // registration and the silence of a link run on the clock of the sockets.
     static constexpr std::time_t kMoveSeconds = 60;  // from UserMoveTo until UserMoveFrom
     static constexpr std::int64_t kAwayMilliseconds =
         300'000;  // a connector without a link is forgotten then

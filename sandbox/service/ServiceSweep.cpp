@@ -7,7 +7,7 @@ namespace Sandbox {
 
 std::optional<std::string> Service::ReasonToClose(const Link& link) const
 {
-    const std::int64_t msNow = m_clock.Milliseconds();
+    const std::int64_t msNow = m_clock.SocketMilliseconds();
     const Connector* const pConnector = m_registry.FindByLink(link);
     if (pConnector == nullptr) {
         if (msNow - link.GetStartTime() <= kRegisterMilliseconds)

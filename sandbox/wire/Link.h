@@ -36,6 +36,14 @@ public:
 
     virtual ~Link() = default;
 
+    // What an outage does to the link. A frozen link neither reads nor writes, and goes on where it was once
+    // it is not frozen any more; a rate above 0 lets so many bytes a second through in each direction.
+    virtual void SetPace(bool, std::size_t) {}
+    virtual bool IsFrozen() const { return false; }
+    // Closes the link for the service, while the peer sees it open: what comes is thrown away.
+    virtual void Abandon(const std::string& strWhy) { Close(strWhy); }
+    virtual void Release() {}  // ends an abandoned link for the peer too
+
     // Queues bytes that leave after the delay. Bytes of the same delay keep their order, and nothing comes
     // between the pieces of one call. Closes the link if the peer leaves more than kMaxQueuedBytes waiting.
     virtual void Post(std::string strBytes, const Delivery& delivery) = 0;
@@ -49,7 +57,7 @@ public:
     const std::string& GetName() const { return m_strName; }
     void SetName(const std::string& strName) { m_strName = strName; }
 
-    std::int64_t GetStartTime() const { return m_msStarted; }  // of IClock::Milliseconds
+    std::int64_t GetStartTime() const { return m_msStarted; }  // of IClock::SocketMilliseconds
     std::int64_t GetLastHeard() const { return m_msHeard; }    // when bytes came in last
 
     // Reading pauses while this much waits to be written, so that a peer that does not read is not served on.

@@ -20,7 +20,7 @@ std::string AddressOf(const asio::ip::tcp::socket& socket)
 }  // namespace
 
 TcpLink::TcpLink(asio::ip::tcp::socket socket, IOwner& owner, const IClock& clock)
-    : Link(AddressOf(socket), clock.Milliseconds()),
+    : Link(AddressOf(socket), clock.SocketMilliseconds()),
       m_socket(std::move(socket)),
       m_timer(m_socket.get_executor()),
       m_owner(owner),
@@ -74,7 +74,7 @@ void TcpLink::OnRead(const asio::error_code& error, int nRead)
     }
     if (error)
         return Close(error.message());
-    m_msHeard = m_clock.Milliseconds();
+    m_msHeard = m_clock.SocketMilliseconds();
     if (Strova::Write(m_input.get(), m_arrInput.data(), nRead) != nRead)
         return Close("out of memory");
     TakeFrames();

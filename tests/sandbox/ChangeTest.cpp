@@ -89,6 +89,30 @@ TEST_F(ChangeTest, CouponsProductsAndBoxes)
     EXPECT_EQ(m_sandbox.Get("/storage?user=dave").json["storage"].size(), 0u);
 }
 
+// The link stays open all the while, although its connector has been silent for hours.
+TEST_F(ChangeTest, AllRulesFollowTheClock)
+{
+    m_client.CheckIn("expires-in-20s");
+    m_client.CheckIn("alice");
+    m_client.Move("To", "alice");
+    const std::string strEntry =
+        m_client.Ask("SearchStorage strUserID=dave cSearchType=I strSearchValue=FILLED-1", "nStorageSeq");
+    const std::string strUse = " strUserID=dave strServerID=s strCharacterID=c ";
+    m_client.Ask("RequestUseStorage" + strUse +
+                 "vecStorageUse={strItemID=FILLED-1 nStorageSeq=" + strEntry.substr(1) + "}");
+    EXPECT_EQ(m_client.Box("dave"), 24u);
+    Do(R"(POST /clock {"seconds": 50})");
+    EXPECT_EQ(m_sandbox.Sessions(), "expires-in-20s on g/s/w, alice on g/s/w moving");
+    EXPECT_EQ(Do(R"(POST /clock {"seconds": 450})")["aheadSeconds"], 500);
+    EXPECT_EQ(m_sandbox.Sessions(), "");
+    EXPECT_EQ(Pick(*m_client.Receive<XS2C_BillingEventNotice>(), "strUserID nEventCode"), "expires-in-20s,2");
+    EXPECT_EQ(m_client.Box("dave"), 25u);
+    Do(R"(POST /clock {"to": "20980101000000"})");
+    EXPECT_TRUE(Contains(m_client.CheckIn("alice")->strEndDate, "20980131"));
+    EXPECT_EQ(Send(R"(POST /clock {"to": "20970101000000"})").nStatus, 409);
+    EXPECT_EQ(Send(R"(POST /clock {"seconds": 1, "to": "20980101000001"})").nStatus, 400);
+}
+
 TEST_F(ChangeTest, MistakesChangeNothing)
 {
     const auto users = m_sandbox.Get("/users").json, shop = m_sandbox.Get("/shop").json;
