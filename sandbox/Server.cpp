@@ -3,14 +3,10 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
 #include <asio/post.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
 #include <csignal>
-#include <optional>
 
+#include "sandbox/ServerIo.h"
 #include "sandbox/wire/TcpLink.h"
 
 namespace Sandbox {
@@ -78,15 +74,6 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
 
 }  // namespace
 
-// Everything of Asio, which only this file has to compile.
-struct Server::Io {
-    asio::io_context context{1};
-    asio::ip::tcp::acceptor acceptor{context};
-    asio::steady_timer acceptTimer{context};
-    asio::steady_timer sweepTimer{context};
-    std::optional<asio::signal_set> signals;
-};
-
 Server::Server(const Options& options, const IClock& clock, const Console& console)
     : m_clock(clock),
       m_console(console),
@@ -96,16 +83,21 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
       m_registry(*m_pStore, m_clock),
       m_log(console),
       m_timers(m_io->context),
+      m_outages(m_timers),
       m_traffic(m_log, m_faults, m_timers, options.answerDelay),
       m_requests(m_traffic, m_timers),
-      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, m_clock, options.bSaveOnPurchase),
+      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, m_clock,
+                options.bSaveOnPurchase),
       m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
-      m_control({*m_pStore, m_registry, m_log, m_faults, m_triggers, m_service, console, m_clock, m_seed}),
+      m_control({*m_pStore, m_registry, m_log, m_faults, m_outages, m_triggers, m_service, console, m_clock,
+                 m_seed}),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_io->acceptor, options);
-    const auto endpoint = m_io->acceptor.local_endpoint();
+    const auto endpoint = m_io->endpoint = m_io->acceptor.local_endpoint();
     m_nPort = endpoint.port();
+    m_outages.SetHost({[this](const Outage& outage) { BeginOutage(outage); },
+                       [this](const Outage& outage) { EndOutage(outage); }});
     m_console.Say("Listening on " + endpoint.address().to_string() + " port " + std::to_string(m_nPort));
     if (options.bHttp)
         StartHttp(options);
@@ -149,6 +141,8 @@ void Server::CloseAll()
         m_io->signals->cancel(ignored);
     if (m_pHttp != nullptr)
         m_pHttp->Stop();
+    while (!m_mapAbandoned.empty())
+        ReleaseAbandoned(m_mapAbandoned.begin()->first);
     while (!m_setLinks.empty())
         (*m_setLinks.begin())->Close("the sandbox ends");
 }
@@ -171,7 +165,7 @@ void Server::StartHttp(const Options& options)
 void Server::Accept()
 {
     m_io->acceptor.async_accept([this](asio::error_code error, asio::ip::tcp::socket socket) {
-        if (m_bStopped)
+        if (m_bStopped || m_bRefusing)
             return;
         if (error) {  // out of file descriptors, or the peer has gone already
             m_io->acceptTimer.expires_after(kAcceptPause);
@@ -181,13 +175,14 @@ void Server::Accept()
             });
             return;
         }
-        if (m_setLinks.size() < m_nMaxLinks) {
+        if (m_setLinks.size() + CountAbandoned() < m_nMaxLinks) {
             m_bFullShown = false;
             Link::IOwner& owner = *this;
             const auto link = std::make_shared<TcpLink>(std::move(socket), owner, m_clock);
             m_setLinks.insert(link);
             m_console.Note(link->GetName() + ": connected");
             link->Start();
+            ApplyOutages();
         } else if (!m_bFullShown) {
             m_bFullShown = true;
             m_console.Say("Connections are refused: there are " + std::to_string(m_nMaxLinks) + " already");
@@ -213,9 +208,11 @@ void Server::ScheduleSweep()
 
 void Server::Sweep()
 {
+    ApplyOutages();
     const auto setLinks = m_setLinks;  // a copy, because Close removes the link from the set
     for (const auto& link : setLinks) {
-        if (const auto strWhy = m_service.ReasonToClose(*link))
+        const auto strWhy = m_service.ReasonToClose(*link);
+        if (strWhy && !link->IsFrozen())
             link->Close(*strWhy);
     }
     try {

@@ -3,9 +3,11 @@
 
 #include <functional>
 #include <future>
+#include <map>
 #include <memory>
 #include <set>
 #include <type_traits>
+#include <vector>
 
 #include "sandbox/Options.h"
 #include "sandbox/base/Clock.h"
@@ -22,6 +24,7 @@
 #include "sandbox/wire/Faults.h"
 #include "sandbox/wire/Link.h"
 #include "sandbox/wire/MessageLog.h"
+#include "sandbox/wire/Outages.h"
 #include "sandbox/wire/Traffic.h"
 
 namespace Sandbox {
@@ -75,6 +78,13 @@ private:
     void ScheduleSweep();
     void Sweep();
     void CloseAll();
+    void BeginOutage(const Outage& outage);
+    void EndOutage(const Outage& outage);
+    void ApplyOutages();
+    void ReleaseAbandoned(int nOutage);
+    std::size_t CountAbandoned() const;
+    void StopListening();
+    void ListenAgain();
     void StartHttp(const Options& options);
     void OnFrame(Link& link, Wirova::Stream* body) override;
     void OnClosed(Link& link, const std::string& strWhy) override;
@@ -88,6 +98,7 @@ private:
     MessageLog m_log;
     Faults m_faults;
     Timers m_timers;
+    Outages m_outages;
     Traffic m_traffic;
     GameRequests m_requests;
     Service m_service;
@@ -95,9 +106,12 @@ private:
     Control m_control;
 
     std::set<std::shared_ptr<Link>> m_setLinks;
+    // By outage: links that are closed here and look open to their peers.
+    std::map<int, std::vector<std::shared_ptr<Link>>> m_mapAbandoned;
     std::size_t m_nMaxLinks;
     bool m_bFullShown = false;  // refusing connections has been shown since there was room last
     unsigned short m_nPort = 0;
+    bool m_bRefusing = false;  // an outage refuses connections
     bool m_bStopped = false;
     std::unique_ptr<HttpServer> m_pHttp;  // the last member, so that its threads end before the other pieces
 };

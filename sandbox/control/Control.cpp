@@ -70,6 +70,7 @@ void Control::Reset(const Json&, const Respond& respond)
     Restore(m_.store, m_.seed, m_.clock.Now());
     transaction.Commit();
     m_.faults.RemoveAll();
+    m_.outages.RemoveAll();
     m_.log.Clear();
     respond(JsonReply(200, {{"users", m_.seed.listUsers.size()}}));
 }
@@ -99,6 +100,27 @@ void Control::RemoveFaults(const Json& given, const Respond& respond)
         return respond(JsonReply(200, {{"removed", m_.faults.RemoveAll()}}));
     if (!m_.faults.Remove(given["id"]))
         throw HttpError(404, "There is no fault " + std::to_string(given["id"].get<int>()) + ".");
+    respond(JsonReply(200, {{"removed", 1}}));
+}
+
+void Control::ListOutages(const Json&, const Respond& respond)
+{
+    respond(JsonReply(200, {{"outages", m_.outages.List()}}));
+}
+
+void Control::AddOutage(const Json& given, const Respond& respond)
+{
+    const Json outage = m_.outages.Add(given, m_nLastFault + 1);
+    ++m_nLastFault;
+    respond(JsonReply(200, outage));
+}
+
+void Control::RemoveOutages(const Json& given, const Respond& respond)
+{
+    if (!given.contains("id"))
+        return respond(JsonReply(200, {{"removed", m_.outages.RemoveAll()}}));
+    if (!m_.outages.Remove(given["id"]))
+        throw HttpError(404, "There is no outage " + std::to_string(given["id"].get<int>()) + ".");
     respond(JsonReply(200, {{"removed", 1}}));
 }
 

@@ -16,6 +16,7 @@
 #include "sandbox/store/Store.h"
 #include "sandbox/wire/Faults.h"
 #include "sandbox/wire/MessageLog.h"
+#include "sandbox/wire/Outages.h"
 
 namespace Sandbox {
 
@@ -27,6 +28,7 @@ public:
         ConnectorRegistry& registry;
         MessageLog& log;
         Faults& faults;
+        Outages& outages;
         Triggers& triggers;
         Service& service;
         const Console& console;
@@ -88,6 +90,9 @@ private:
     void ListFaults(const Json& given, const Respond& respond);
     void AddFault(const Json& given, const Respond& respond);
     void RemoveFaults(const Json& given, const Respond& respond);
+    void ListOutages(const Json& given, const Respond& respond);
+    void AddOutage(const Json& given, const Respond& respond);
+    void RemoveOutages(const Json& given, const Respond& respond);
 
     // Those named Require throw HttpError 404 for what is not there.
     User RequireUser(const std::string& strUser);
@@ -103,7 +108,7 @@ private:
     Json OrderToJson(const Order& order);
 
     const Parts m_;
-    int m_nLastFault = 0;  // id of the fault that was ordered last
+    int m_nLastFault = 0;  // id of the fault or outage that was ordered last
 };
 
 }  // namespace Sandbox

@@ -125,7 +125,11 @@ std::vector<Control::Route> Control::RoutesToChange()
          {Argument::Number("seconds", 1, kMaxAdvance, "by so many seconds"),
           Argument::Date("to", "to this time, YYYYMMDDhhmmss, in place of seconds")},
          &Control::AdvanceClock},
-        {"POST", "/reset", "No faults, no messages, users as seeded, nobody checked in", {}, &Control::Reset},
+        {"POST",
+         "/reset",
+         "No faults, outages and messages, users as seeded, nobody checked in",
+         {},
+         &Control::Reset},
     };
 }
 
@@ -139,6 +143,14 @@ std::vector<Control::Route> Control::RoutesToProvoke()
          "Remove one fault or all",
          {Argument::Number("id", 1, INT_MAX, "of the fault; all, unless given")},
          &Control::RemoveFaults},
+        {"GET", "/outage", "The outages that go on", {}, &Control::ListOutages},
+        {"POST", "/outage", "Begin an outage of links or connections", Outages::Describe(),
+         &Control::AddOutage},
+        {"DELETE",
+         "/outage",
+         "End one outage or all",
+         {Argument::Number("id", 1, INT_MAX, "of the outage; all, unless given")},
+         &Control::RemoveOutages},
     };
     for (const Triggers::Trigger& trigger : Triggers::GetAll()) {
         vecRoutes.push_back({"POST", "/trigger/" + trigger.strName, trigger.strHelp, trigger.arguments,

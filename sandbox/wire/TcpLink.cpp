@@ -25,6 +25,7 @@ TcpLink::TcpLink(asio::ip::tcp::socket socket, IOwner& owner, const IClock& cloc
       m_timer(m_socket.get_executor()),
       m_owner(owner),
       m_clock(clock),
+      m_readTimer(m_socket.get_executor()),
       m_input(MakeStream()),
       m_holdTimer(m_socket.get_executor())
 {
@@ -43,13 +44,71 @@ void TcpLink::Close(const std::string& strWhy)
         return;
     m_bOpen = false;
     const auto self = shared_from_this();  // the owner may drop the last other reference in OnClosed
+    StopIo();
+    Release();
+    m_owner.OnClosed(*this, strWhy);
+}
+
+void TcpLink::StopIo()
+{
+    m_timer.cancel();
+    m_readTimer.cancel();
+    m_holdTimer.cancel();
+    m_mapQueue.clear();
+}
+
+void TcpLink::Release()
+{
     asio::error_code ignored;
     m_socket.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
     m_socket.close(ignored);
-    m_timer.cancel();
-    m_holdTimer.cancel();
-    m_mapQueue.clear();
+}
+
+// A read that is under way ends first; Discard takes over what comes behind it.
+void TcpLink::Abandon(const std::string& strWhy)
+{
+    if (!m_bOpen)
+        return;
+    m_bOpen = false;
+    const auto self = shared_from_this();
+    StopIo();
+    asio::error_code ignored;
+    m_socket.cancel(ignored);
+    Discard();
     m_owner.OnClosed(*this, strWhy);
+}
+
+void TcpLink::Discard()
+{
+    m_socket.async_read_some(asio::buffer(m_arrDiscarded),
+                             [this, self = shared_from_this()](asio::error_code error, std::size_t) {
+                                 if (!error)
+                                     Discard();
+                             });
+}
+
+void TcpLink::SetPace(bool bFrozen, std::size_t nBytesPerSecond)
+{
+    m_nBytesPerSecond = nBytesPerSecond;
+    if (m_bFrozen == bFrozen)
+        return;
+    m_bFrozen = bFrozen;
+    if (m_bFrozen || !m_bOpen)
+        return;
+    m_msHeard = m_clock.SocketMilliseconds();
+    TakeFrames();
+    Write();
+}
+
+// A slow link moves in steps of a tenth of a second.
+std::size_t TcpLink::GetStep(std::size_t nMost) const
+{
+    return m_nBytesPerSecond == 0 ? nMost : std::min(nMost, std::max<std::size_t>(m_nBytesPerSecond / 10, 1));
+}
+
+std::chrono::milliseconds TcpLink::GetPause(std::size_t nBytes) const
+{
+    return std::chrono::milliseconds(m_nBytesPerSecond == 0 ? 0 : nBytes * 1000 / m_nBytesPerSecond);
 }
 
 void TcpLink::Read()
@@ -58,12 +117,24 @@ void TcpLink::Read()
         return;
     m_bReading = true;
     const auto self = shared_from_this();
-    m_socket.async_read_some(asio::buffer(m_arrInput),
+    m_socket.async_read_some(asio::buffer(m_arrInput.data(), GetStep(m_arrInput.size())),
                              [this, self](asio::error_code error, std::size_t nRead) {
                                  m_bReading = false;
                                  if (m_bOpen)
                                      OnRead(error, static_cast<int>(nRead));
                              });
+}
+
+// On a slow link the next read waits until the link would have carried these bytes.
+void TcpLink::ReadAfter(std::size_t nRead)
+{
+    m_bReading = true;
+    m_readTimer.expires_after(GetPause(nRead));
+    m_readTimer.async_wait([this, self = shared_from_this()](asio::error_code cancelled) {
+        m_bReading = false;
+        if (!cancelled)
+            Read();
+    });
 }
 
 void TcpLink::OnRead(const asio::error_code& error, int nRead)
@@ -77,6 +148,8 @@ void TcpLink::OnRead(const asio::error_code& error, int nRead)
     m_msHeard = m_clock.SocketMilliseconds();
     if (Strova::Write(m_input.get(), m_arrInput.data(), nRead) != nRead)
         return Close("out of memory");
+    if (m_nBytesPerSecond != 0)
+        ReadAfter(static_cast<std::size_t>(nRead));
     TakeFrames();
 }
 
@@ -128,7 +201,7 @@ void TcpLink::Enqueue(std::string strBytes, const Delivery& delivery)
 
 void TcpLink::Write()
 {
-    if (!m_bOpen || m_bWriting || m_mapQueue.empty())
+    if (!m_bOpen || m_bWriting || m_bFrozen || m_mapQueue.empty())
         return;
     const Due now = std::chrono::steady_clock::now();
     if (m_mapQueue.begin()->first > now) {
@@ -164,6 +237,7 @@ void TcpLink::WriteNextPiece()
     std::size_t nBytes = m_writing.strBytes.size() - m_nWritten;
     if (m_writing.nPiece != 0 && ++m_nPieces < kMaxPieces)
         nBytes = std::min(nBytes, m_writing.nPiece);
+    nBytes = GetStep(nBytes);
     asio::async_write(m_socket, asio::buffer(m_writing.strBytes.data() + m_nWritten, nBytes),
                       [this, self = shared_from_this(), nBytes](asio::error_code error, std::size_t) {
                           if (!m_bOpen)
@@ -171,12 +245,14 @@ void TcpLink::WriteNextPiece()
                           if (error)
                               return Close(error.message());
                           m_nWritten += nBytes;
-                          if (m_nWritten == m_writing.strBytes.size())
+                          const bool bWhole = m_nWritten == m_writing.strBytes.size();
+                          const auto pause = GetPause(nBytes);
+                          if (bWhole && pause.count() == 0)
                               return OnWritten();
-                          m_timer.expires_after(kPiecePause);
-                          m_timer.async_wait([this, self](asio::error_code cancelled) {
+                          m_timer.expires_after(std::max(pause, bWhole ? pause : kPiecePause));
+                          m_timer.async_wait([this, self, bWhole](asio::error_code cancelled) {
                               if (!cancelled && m_bOpen)
-                                  WriteNextPiece();
+                                  bWhole ? OnWritten() : WriteNextPiece();
                           });
                       });
 }

@@ -20,6 +20,10 @@ public:
     void Start();  // begins to read
     void Post(std::string strBytes, const Delivery& delivery) override;
     void Close(const std::string& strWhy) override;
+    void SetPace(bool bFrozen, std::size_t nBytesPerSecond) override;
+    bool IsFrozen() const override { return m_bFrozen; }
+    void Abandon(const std::string& strWhy) override;
+    void Release() override;
 
     // A frame is cut into this many pieces at most; the last piece is whatever is left then.
     static constexpr std::size_t kMaxPieces = 256;
@@ -37,7 +41,13 @@ private:
     void Read();
     void OnRead(const asio::error_code& error, int nRead);
     void TakeFrames();
-    bool IsPaused() const { return m_nQueuedBytes >= kPauseAt; }
+    bool IsPaused() const { return m_bFrozen || m_nQueuedBytes >= kPauseAt; }
+    void ReadAfter(std::size_t nRead);
+    void Discard();
+    // The most bytes of one read or write, and the pause behind so many of them.
+    std::size_t GetStep(std::size_t nMost) const;
+    std::chrono::milliseconds GetPause(std::size_t nBytes) const;
+    void StopIo();
     void Enqueue(std::string strBytes, const Delivery& delivery);
     void ReleaseHeld();
     void Write();
@@ -52,8 +62,14 @@ private:
     IOwner& m_owner;
     const IClock& m_clock;
 
+    // Of outages.
+    bool m_bFrozen = false;
+    std::size_t m_nBytesPerSecond = 0;  // 0: as fast as it goes
+    asio::steady_timer m_readTimer;     // the pause behind a read of a slow link
+
     bool m_bReading = false;
     std::array<char, 16 * 1024> m_arrInput;
+    std::array<char, 1024> m_arrDiscarded;  // of a link that is abandoned
     StreamPtr m_input;  // bytes that are not a whole frame yet, or that came in during a pause
 
     bool m_bWriting = false;

@@ -105,6 +105,65 @@ TEST_F(FaultTest, CountProbabilityAndConnectorLimitIt)
     EXPECT_EQ(Refusals(client, 32), strSeries) << "the same seed, the same series";
 }
 
+// A purchase's answer names no user: the one of its request counts, and a user is known by both names.
+TEST_F(FaultTest, UserAndAllClassesAndRemovalOfOne)
+{
+    Client client(m_sandbox.Port(), "g");
+    Order(R"({"class": "XS2C_PurchaseProductAns", "kind": "refuse", "code": 5, "count": 0, "user": "dave"})");
+    Order(R"({"class": "*", "kind": "refuse", "code": 6, "count": 0, "user": "bob"})");
+    EXPECT_EQ(client.Buy("alice", "POTION"), "0,10");
+    EXPECT_EQ(client.Ask("PurchaseProduct strUserNo=10004 strProductID=POTION nCount=1", "nState"), "5");
+    EXPECT_EQ(client.Ask("CheckIn strUserID=bob", "nResult"), "6");
+    EXPECT_EQ(client.Ask("QueryRuvcoin strUserNo=10002", "nState"), "6");
+    EXPECT_EQ(client.CheckIn("dave")->nResult, 0);
+    const auto remove = [&] { return Http(m_sandbox.HttpPort(), "DELETE", "/fault?id=2").nStatus; };
+    EXPECT_EQ(remove(), 200);
+    EXPECT_EQ(remove(), 404);
+    EXPECT_EQ(client.CheckIn("bob")->nResult, 0);
+    EXPECT_EQ(m_sandbox.Get("/fault").json["faults"][0]["hits"], 1);
+}
+
+TEST_F(FaultTest, OutagesOfLinksAndConnections)
+{
+    auto pClient = std::make_unique<Client>(m_sandbox.Port(), "g");
+    Client other(m_sandbox.Port(), "other");
+    const auto begin = [&](const std::string& strKind, const std::string& strMore = "") {
+        return m_sandbox.Post("/outage", R"({"kind": ")" + strKind + '"' + strMore + "}").json["id"];
+    };
+    const auto end = [&] { return Http(m_sandbox.HttpPort(), "DELETE", "/outage").json["removed"]; };
+    const auto linked = [&] { return m_sandbox.Get("/connectors").json["connectors"][0]["linked"]; };
+
+    begin("freeze", R"(, "connector": "g/s/w")");
+    pClient->Send(*MakeRequest("CheckIn strUserID=alice"));
+    other.CheckIn("bob");
+    m_sandbox.Advance(3'000'001);
+    EXPECT_EQ(m_sandbox.Sessions(), "bob on other/s/w") << "and a frozen link is not silent";
+    EXPECT_EQ(end(), 1);
+    pClient->Receive<XS2C_CheckInAns>();
+
+    begin("half-open", R"(, "connector": "g/s/w")");
+    EXPECT_EQ(linked(), false);
+    EXPECT_TRUE(pClient->SendBytes(Sandbox::FrameOf(*MakeRequest("CheckOut strUserID=alice"))));
+    end();
+    EXPECT_EQ(pClient->ReadUntilClosed(), "");
+
+    begin("refuse");
+    EXPECT_ANY_THROW(Client(m_sandbox.Port()));
+    end();
+    pClient = std::make_unique<Client>(m_sandbox.Port(), "g");
+    EXPECT_TRUE(Contains(m_sandbox.Sessions(), "alice on g/s/w")) << "not reached by the checkout";
+    begin("slow", R"(, "bytesPerSecond": 1000)");
+    const auto start = std::chrono::steady_clock::now();
+    pClient->Ask("QueryProductDetail strProductID=SWORD");
+    EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
+    end();
+    begin("cut");
+    EXPECT_EQ(pClient->ReadUntilClosed(), "");
+    EXPECT_EQ(end(), 0);
+    m_sandbox.ExpectRefused("/outage", {{R"({"kind": "slow"})", 400, "'bytesPerSecond': is for"},
+                                        {R"({"kind": "refuse", "connector": "a/b/c"})", 400, "'connector'"}});
+}
+
 TEST_F(FaultTest, WhatMakesNoSenseIsRefused)
 {
     m_sandbox.ExpectRefused(
