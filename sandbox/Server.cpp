@@ -89,8 +89,8 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
       m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, m_clock,
                 options.bSaveOnPurchase),
       m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
-      m_control({*m_pStore, m_registry, m_log, m_faults, m_outages, m_triggers, m_service, console, m_clock,
-                 m_seed}),
+      m_control({*m_pStore, m_registry, m_log, m_faults, m_outages, m_triggers, m_service, m_feed, console,
+                 m_clock, m_seed}),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_io->acceptor, options);
@@ -99,6 +99,7 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
     m_outages.SetHost({[this](const Outage& outage) { BeginOutage(outage); },
                        [this](const Outage& outage) { EndOutage(outage); }});
     m_console.Say("Listening on " + endpoint.address().to_string() + " port " + std::to_string(m_nPort));
+    m_log.SetListener([this](const LoggedMessage& message) { m_feed.Publish(message); });
     if (options.bHttp)
         StartHttp(options);
     if (!endpoint.address().is_loopback())

@@ -103,6 +103,7 @@ private:
     GameRequests m_requests;
     Service m_service;
     Triggers m_triggers;
+    MessageFeed m_feed;
     Control m_control;
 
     std::set<std::shared_ptr<Link>> m_setLinks;

@@ -24,6 +24,7 @@ void Control::Handle(const HttpRequest& request, const Respond& respond)
 
 void Control::Dispatch(const HttpRequest& request, const Respond& respond)
 {
+    ++m_nRequests;
     bool bKnown = false;
     for (const Route& route : GetRoutes()) {
         if (request.strPath != route.strPath)

@@ -9,6 +9,7 @@
 
 #include "sandbox/base/Arguments.h"
 #include "sandbox/control/HttpExchange.h"
+#include "sandbox/control/MessageFeed.h"
 #include "sandbox/control/Triggers.h"
 #include "sandbox/seed/Seed.h"
 #include "sandbox/service/ConnectorRegistry.h"
@@ -31,11 +32,12 @@ public:
         Outages& outages;
         Triggers& triggers;
         Service& service;
+        MessageFeed& feed;
         const Console& console;
         MovableClock& clock;
         const Seed& seed;  // what POST /reset restores
     };
-    explicit Control(const Parts& parts) : m_(parts) {}
+    explicit Control(const Parts& parts) : m_(parts), m_msStarted(parts.clock.SocketMilliseconds()) {}
 
     // Responds in any case: what is wrong with the request becomes an error reply. Does not throw.
     void Handle(const HttpRequest& request, const Respond& respond);
@@ -60,9 +62,13 @@ private:
     void Dispatch(const HttpRequest& request, const Respond& respond);
 
     void Routes(const Json& given, const Respond& respond);
+    void OpenApi(const Json& given, const Respond& respond);
+    void Health(const Json& given, const Respond& respond);
+    void Metrics(const Json& given, const Respond& respond);
     void Connectors(const Json& given, const Respond& respond);
     void Users(const Json& given, const Respond& respond);
     void Messages(const Json& given, const Respond& respond);
+    void Events(const Json& given, const Respond& respond);
     void Shops(const Json& given, const Respond& respond);
     void Orders(const Json& given, const Respond& respond);
     void Storage(const Json& given, const Respond& respond);
@@ -108,7 +114,9 @@ private:
     Json OrderToJson(const Order& order);
 
     const Parts m_;
-    int m_nLastFault = 0;  // id of the fault or outage that was ordered last
+    const std::int64_t m_msStarted;  // of the clock of the sockets
+    std::uint64_t m_nRequests = 0;   // since the start
+    int m_nLastFault = 0;            // id of the fault or outage that was ordered last
 };
 
 }  // namespace Sandbox

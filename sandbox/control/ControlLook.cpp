@@ -2,27 +2,9 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "sandbox/base/DateText.h"
 #include "sandbox/control/Control.h"
 
 namespace Sandbox {
-namespace {
-
-Json MessageToJson(const LoggedMessage& message)
-{
-    Json json = {{"number", message.nNumber},
-                 {"time", FormatTimestamp(message.time)},
-                 {"connector", message.strConnector},
-                 {"direction", message.direction == Direction::FromConnector ? "in" : "out"},
-                 {"class", message.pszClass},
-                 {"fields", Json::parse(message.strFields)}};
-    if (!message.vecFaults.empty())
-        json["faults"] = message.vecFaults;
-    return json;
-}
-
-}  // namespace
-
 void Control::Connectors(const Json&, const Respond& respond)
 {
     Json list = Json::array();
@@ -77,23 +59,37 @@ Json Control::UserToJson(const User& user)
     return json;
 }
 
+namespace {
+
+MessageFilter FilterOf(const Json& given)
+{
+    return {given.value("user", ""), given.value("class", ""), given.value("connector", "")};
+}
+
+}  // namespace
+
+void Control::Events(const Json& given, const Respond& respond)
+{
+    auto pEvents = m_.feed.Subscribe(FilterOf(given));
+    if (pEvents == nullptr)
+        throw HttpError(503,
+                        std::to_string(MessageFeed::kMaxReaders) + " readers follow the stream already.");
+    HttpReply reply{200, "", "text/event-stream"};
+    reply.pEvents = std::move(pEvents);
+    respond(std::move(reply));
+}
+
 // With "since" the oldest messages behind that number are shown, so that a reader who asks again and again
 // misses none. Without it the last ones are shown.
 void Control::Messages(const Json& given, const Respond& respond)
 {
     const std::size_t nLimit = given["limit"];
     const std::uint64_t nSince = given.value("since", std::uint64_t{0});
-    const std::string strUser = given.value("user", ""), strClass = given.value("class", ""),
-                      strConnector = given.value("connector", "");
+    const MessageFilter filter = FilterOf(given);
     std::vector<Json> vecFound;
     const auto collect = [&](const LoggedMessage& message) {
-        if (vecFound.size() == nLimit || message.nNumber <= nSince ||
-            (!strClass.empty() && strClass != message.pszClass) ||
-            (!strConnector.empty() && strConnector != message.strConnector))
-            return;
-        const auto& vecUsers = message.vecUsers;
-        if (strUser.empty() || std::find(vecUsers.begin(), vecUsers.end(), strUser) != vecUsers.end())
-            vecFound.push_back(MessageToJson(message));
+        if (vecFound.size() < nLimit && message.nNumber > nSince && filter.Takes(message))
+            vecFound.push_back(Json::parse(MessageText(message)));
     };
     const auto& messages = m_.log.GetMessages();
     if (given.contains("since")) {

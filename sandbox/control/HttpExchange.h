@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -10,6 +11,8 @@
 #include "sandbox/base/Json.h"
 
 namespace Sandbox {
+
+class EventQueue;
 
 struct HttpRequest {
     std::string strMethod;
@@ -22,6 +25,7 @@ struct HttpReply {
     int nStatus = 200;
     std::string strBody;
     const char* pszType = "application/json";
+    std::shared_ptr<EventQueue> pEvents{};  // unless null, what it gives follows until it is closed
 };
 
 HttpReply JsonReply(int nStatus, const Json& json);

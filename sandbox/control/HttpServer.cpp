@@ -29,6 +29,7 @@ using namespace std::chrono_literals;
 constexpr auto kReadTime = 10'000ms;        // for a whole request to arrive
 constexpr std::size_t kMaxHead = 64 << 10;  // bytes before the body
 constexpr auto kAnswerTime = 75s;           // more than the longest "timeoutMs" of a trigger
+constexpr auto kKeepAlive = 5s;             // of a stream in which nothing comes
 constexpr auto kStopGrace = 500ms;          // for the last replies to leave
 constexpr auto kAcceptPause = 100ms;        // after a failed accept, as when descriptors have run out
 
@@ -249,6 +250,30 @@ HttpReply HttpServer::Impl::Answer(HttpRequest request)
     return reply;
 }
 
+// Sends what the queue gives until the reader leaves or the sandbox ends.
+void HttpServer::Impl::Stream(std::shared_ptr<EventQueue> pEvents, httplib::Response& res)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_bStopping)
+            pEvents->Close();
+        m_setStreams.insert(pEvents);
+    }
+    res.set_chunked_content_provider(
+        "text/event-stream",
+        [pEvents](std::size_t, httplib::DataSink& sink) {
+            const std::string strText = pEvents->Take(kKeepAlive);
+            if (strText.empty())
+                return false;
+            return sink.write(strText.data(), strText.size());
+        },
+        [this, pEvents](bool) {
+            pEvents->Close();
+            const std::lock_guard lock(m_mutex);
+            m_setStreams.erase(pEvents);
+        });
+}
+
 void HttpServer::Impl::Stop()
 {
     if (m_vecThreads.empty())
@@ -258,6 +283,8 @@ void HttpServer::Impl::Stop()
         m_bStopping = true;
         for (const auto& pTicket : m_setTickets)
             pTicket->Give(ErrorReply(503, "The sandbox ends."));
+        for (const auto& pEvents : m_setStreams)
+            pEvents->Close();
         for (const int fd : m_setSockets)
             shutdown(fd, SHUT_RD);
         m_closed.wait_for(lock, kStopGrace, [this] { return m_setSockets.empty(); });

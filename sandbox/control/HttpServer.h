@@ -1,6 +1,6 @@
 // Carries the HTTP interface: reads requests on threads of its own, hands each to an answerer, and waits for
-// the reply for a bounded time. Meant for people and scripts on this machine; requests of browser pages are
-// refused.
+// the reply for a bounded time. Meant for people and scripts on this machine; of browser pages only its own
+// is served.
 #pragma once
 
 #include <functional>
@@ -13,7 +13,7 @@ namespace Sandbox {
 
 class HttpServer {
 public:
-    static constexpr std::size_t kMaxConnections = 16;  // at a time; further ones wait to be accepted
+    static constexpr std::size_t kMaxConnections = 24;  // at a time; further ones wait to be accepted
     static constexpr std::size_t kMaxBody = 1u << 20;   // bytes
 
     // Called on the interface's threads. Answers by calling respond, on any thread, at once or later.

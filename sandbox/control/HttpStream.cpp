@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kWriteTime = 5s;  // for a whole reply
+constexpr auto kWriteTime = 5s;  // for a head, a body, or a part of a stream
 constexpr auto kLingerTime = 500ms;
 constexpr std::size_t kMaxLingered = 4u << 20;  // bytes
 

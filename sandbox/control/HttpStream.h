@@ -11,8 +11,8 @@ namespace Sandbox {
 
 class HttpStream {
 public:
-    // The caller keeps and closes the socket. Reading fails after nMaxBytes or after readTime; writing fails
-    // five seconds after its first byte.
+    // The caller keeps and closes the socket. Reading fails after nMaxBytes or after readTime; a write fails
+    // after five seconds.
     HttpStream(int fd, std::size_t nMaxBytes, std::chrono::milliseconds readTime);
 
     // The bytes that have come, at least one; valid until the next call. Empty at the end and after a
@@ -32,7 +32,6 @@ private:
     const int m_fd;
     std::size_t m_nLeft;  // bytes that may still be read
     const Clock::time_point m_readDeadline;
-    Clock::time_point m_writeDeadline{};
     std::array<char, 4096> m_arrBuffer;
 };
 

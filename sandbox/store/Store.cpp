@@ -138,6 +138,10 @@ struct Store::Statements {
                          "UPDATE user SET remain_minutes = max(remain_minutes - 1, 0) WHERE id = ?"
                          " RETURNING remain_minutes"};
 
+    Statement counts{db,
+                     "SELECT (SELECT count(*) FROM user), (SELECT count(*) FROM session),"
+                     " (SELECT count(*) FROM shop_order)"};
+
     Statement connectors{db, "SELECT id, gid, sid, wid FROM connector"};
     Statement addConnector{db,
                            "INSERT INTO connector VALUES (NULL, ?, ?, ?)"
@@ -272,6 +276,16 @@ std::int64_t Store::TakeMinute(std::int64_t nUser)
     std::int64_t nRemain = 0;
     m_sql->takeMinute.ForEach([&](const Statement& row) { nRemain = row.Int(0); }, nUser);
     return nRemain;
+}
+
+Store::Counts Store::Count()
+{
+    Counts counts;
+    m_sql->counts.ForEach([&](const Statement& row) {
+        counts = {static_cast<std::uint64_t>(row.Int(0)), static_cast<std::uint64_t>(row.Int(1)),
+                  static_cast<std::uint64_t>(row.Int(2))};
+    });
+    return counts;
 }
 
 std::vector<Store::ConnectorRow> Store::GetConnectors()

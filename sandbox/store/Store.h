@@ -84,6 +84,11 @@ public:
     // Takes one minute off and returns the minutes that remain. A user without minutes keeps 0.
     std::int64_t TakeMinute(std::int64_t nUser);
 
+    struct Counts {
+        std::uint64_t nUsers = 0, nSessions = 0, nOrders = 0;
+    };
+    Counts Count();
+
     // ---- connectors ----
     struct ConnectorRow {
         std::int64_t nID;

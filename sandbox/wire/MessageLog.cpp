@@ -38,9 +38,12 @@ void MessageLog::Record(const std::string& strConnector, Direction direction, co
         m_asked = {strConnector, *nReqID, vecUsers};
     if (m_messages.size() == kMaxMessages)
         m_messages.pop_front();
+    ++m_mapCounts[{msg.GetMsgID(), direction}];
     m_messages.push_back({++m_nCount, std::chrono::system_clock::now(), strConnector, direction,
                           msg.GetMsgName(), FieldsToText(msg, kRingLimits), std::move(vecFaults),
                           std::move(vecUsers)});
+    if (m_listener)
+        m_listener(m_messages.back());
 }
 
 std::vector<std::string> MessageLog::UsersOf(const std::string& strConnector, Direction direction,

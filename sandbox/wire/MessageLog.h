@@ -5,7 +5,10 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sandbox/base/Console.h"
@@ -42,8 +45,18 @@ public:
     std::vector<std::string> UsersOf(const std::string& strConnector, Direction direction,
                                      const Wirova::IMessage& msg) const;
     const std::deque<LoggedMessage>& GetMessages() const { return m_messages; }  // oldest first
-    std::uint64_t GetCount() const { return m_nCount; }                          // of all ever recorded
-    void Clear() { m_messages.clear(); }  // numbers are not given again
+    // How many of each class and direction there have been.
+    const std::map<std::pair<Wirova::int32, Direction>, std::uint64_t>& GetCounts() const
+    {
+        return m_mapCounts;
+    }
+    // Who gets every message that is recorded from now on. Must not throw.
+    void SetListener(std::function<void(const LoggedMessage& message)> listener)
+    {
+        m_listener = std::move(listener);
+    }
+    std::uint64_t GetCount() const { return m_nCount; }  // of all ever recorded
+    void Clear() { m_messages.clear(); }                 // numbers are not given again
 
 private:
     const Console& m_console;
@@ -56,6 +69,8 @@ private:
 
     std::uint64_t m_nCount = 0;
     Asked m_asked;
+    std::map<std::pair<Wirova::int32, Direction>, std::uint64_t> m_mapCounts;
+    std::function<void(const LoggedMessage& message)> m_listener;
     std::deque<LoggedMessage> m_messages;
 };
 

@@ -160,7 +160,7 @@ TEST_F(ProgramTest, SaysWhyItDoesNotStart)
 
 TEST_F(ProgramTest, MoreConnectionsThanFilesAreNotTheEnd)
 {
-    Start("", "ulimit -n 56;");
+    Start("", "ulimit -n 64;");
     const unsigned short nPort = Port();
     {
         std::vector<std::unique_ptr<Client>> vecClients;
