@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/Printable.h"
+#include "sandbox/control/Page.h"
 
 namespace Sandbox {
 
@@ -25,6 +26,10 @@ void Control::Handle(const HttpRequest& request, const Respond& respond)
 void Control::Dispatch(const HttpRequest& request, const Respond& respond)
 {
     ++m_nRequests;
+    for (const PageFile& file : GetPageFiles()) {
+        if (request.strMethod == "GET" && request.strPath == file.strPath)
+            return respond({200, std::string(file.strText), file.pszType, nullptr});
+    }
     bool bKnown = false;
     for (const Route& route : GetRoutes()) {
         if (request.strPath != route.strPath)

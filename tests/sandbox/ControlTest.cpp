@@ -64,6 +64,50 @@ TEST_F(ControlTest, MessagesAreDecodedAndFiltered)
     EXPECT_TRUE(Contains(message["fields"].dump(), R"("cFree":"N","nBillType":1,)"));
 }
 
+// A reader that is too slow loses messages, and what it gets afterwards says how many.
+TEST_F(ControlTest, TheStreamIsFilteredAndBounded)
+{
+    asio::io_context context;
+    asio::ip::tcp::socket slow(context);
+    slow.connect({asio::ip::address_v4::loopback(), m_sandbox.HttpPort()});
+    asio::write(slow,
+                asio::buffer(std::string("GET /events?user=alice HTTP/1.1\r\nHost: localhost\r\n\r\n")));
+    std::string strRead;
+    const auto readUntil = [&](const std::string& strText) {
+        asio::read_until(slow, asio::dynamic_buffer(strRead), strText);
+    };
+    readUntil("text/event-stream");
+    m_client.CheckIn("bob");
+    m_client.CheckIn("alice");
+    readUntil(R"("class":"XS2C_CheckInAns","users":["alice")");
+    EXPECT_FALSE(Contains(strRead, "bob"));
+    Sandbox::EventQueue queue;
+    for (std::size_t i = 0; i < Sandbox::EventQueue::kMaxEvents + 7; ++i)
+        queue.Push("{}");
+    EXPECT_TRUE(Contains(queue.Take({}), "event: lost\ndata: {\"lost\": 7}\n\n"));
+    queue.Push(std::string(Sandbox::EventQueue::kMaxBytes + 1, 'x'));
+    EXPECT_TRUE(Contains(queue.Take({}), "{\"lost\": 1}"));
+    EXPECT_TRUE(
+        Contains(m_sandbox.Get("/metrics").strBody, "{class=\"XC2S_CheckInReq\",direction=\"in\"} 2\n"));
+    EXPECT_EQ(m_sandbox.Get("/health").json["status"], "ok");
+}
+
+// The description is whole: what it says of an argument, OpenAPI says too.
+TEST_F(ControlTest, RoutesAreDescribedOnceForAll)
+{
+    const auto paths = m_sandbox.Get("/openapi.json").json["paths"];
+    for (const auto& route : m_sandbox.Get("/routes").json["routes"]) {
+        std::string strMethod = route["method"];
+        std::transform(strMethod.begin(), strMethod.end(), strMethod.begin(), ::tolower);
+        const auto operation = paths[route["path"].get<std::string>()][strMethod];
+        const auto nArguments =
+            operation.contains("requestBody")
+                ? operation["requestBody"]["content"]["application/json"]["schema"]["properties"].size()
+                : operation.value("parameters", Sandbox::Json::array()).size();
+        EXPECT_EQ(nArguments, route["arguments"].size()) << route["path"];
+    }
+}
+
 TEST_F(ControlTest, SecretsAndSizesStayOutOfTheLog)
 {
     m_client.Buy("alice", "SWORD", "strPassWD=open-sesame");
@@ -143,12 +187,17 @@ TEST_F(ControlTest, WhatIsAskedWronglyOrByAPageIsRefused)
         {"POST /reset", 403, "Host: localhost.rebound.example"},
         {"POST /reset", 403, "Host: ["},
         {"POST /reset", 403, "Origin: http://localhost"},
+        {"POST /reset", 200, "Origin: http://127.0.0.1:PORT"},
+        {"POST /reset", 403, "Sec-Fetch-Site: cross-site"},
         {"POST /reset", 415, "Content-Encoding: gzip"},
     };
     for (const auto& [strCase, nStatus, pszHeader] : kCases) {
         const std::size_t nBlank = strCase.find(' ');
+        std::string strHeader = pszHeader;
+        if (const std::size_t nPort = strHeader.find("PORT"); nPort != std::string::npos)
+            strHeader.replace(nPort, 4, std::to_string(m_sandbox.HttpPort()));
         const auto answer = Http(m_sandbox.HttpPort(), strCase.substr(0, nBlank), strCase.substr(nBlank + 1),
-                                 nBlank == 4 ? "{}" : "", pszHeader);
+                                 nBlank == 4 ? "{}" : "", strHeader);
         EXPECT_EQ(answer.nStatus, nStatus) << strCase << pszHeader;
         EXPECT_EQ(answer.json.is_object() && answer.json.contains("error"), nStatus != 200) << answer.strBody;
     }
