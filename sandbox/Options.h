@@ -1,4 +1,4 @@
-// The command line; docs/sandbox.md explains every option.
+// The command line; docs/sandbox-program.md explains every option.
 #pragma once
 
 #include <chrono>
