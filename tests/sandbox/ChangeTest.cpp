@@ -124,24 +124,17 @@ TEST_F(ChangeTest, MistakesChangeNothing)
          409, "'ALICE-10' of 'x' belongs to somebody"},
         {R"(PATCH /users {"user": "alice", "userNo": "10002"})", 409, "'10002' belongs to 'bob'"},
         {R"(PATCH /users {"user": "alice", "userId": "b"})", 400, "'userId': is not a known key"},
-        {R"(PATCH /users {"user": "alice", "billType": 9})", 400, "'billType': a whole number from 1 to 3"},
-        {"PATCH /users {}", 400, "'user': is missing"},
         {"DELETE /users?user=nobody", 404, "no user 'nobody'"},
         {"DELETE /users?user=alice&user=bob", 400, "given twice"},
         {R"(POST /balance?user=alice {"ruvCoin": 1})", 400, "belong into the body"},
-        {R"(POST /balance {"user": "alice"})", 400, "either 'ruvCoin' or 'change'"},
         {R"(POST /balance {"user": "alice", "change": -5001})", 409, "has 5000 Ruv coin"},
         {R"(PATCH /coupons {"couponUseId": "ALICE-10", "discountRate": 0})", 400, "above 0 is expected"},
-        {R"(PATCH /products {"productId": "SWORD", "branchId": "X"})", 400, "no branch 'X'"},
         {R"(PATCH /products {"productId": "SWORD", "children": []})", 400, "'children': one at least"},
-        {R"(DELETE /products?productId=SWORD&gameId=X)", 404, "no shop of the game 'X'"},
-        {R"(PATCH /storage/entry {"storageSeq": 9999, "state": "used"})", 404, "no entry 9999"},
         {R"(PATCH /storage/entry {"storageSeq": 1, "state": "lost"})", 400, "waiting, used or deleted"},
     };
     for (const auto& [pszRequest, nStatus, pszError] : kCases) {
-        const HttpAnswer answer = Send(pszRequest);
-        EXPECT_EQ(answer.nStatus, nStatus) << pszRequest;
-        EXPECT_TRUE(Contains(answer.strBody, pszError)) << pszRequest;
+        EXPECT_EQ(Send(pszRequest).nStatus, nStatus) << pszRequest;
+        EXPECT_TRUE(Contains(Send(pszRequest).strBody, pszError)) << pszRequest;
     }
     EXPECT_EQ(m_sandbox.Get("/users").json, users);
     EXPECT_EQ(m_sandbox.Get("/shop").json, shop);
