@@ -10,7 +10,8 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
 {
     CLI::App app{
         "A stand-in for the Velkar billing service, for people without the real one.\n"
-        "It speaks the connector's protocol without any authentication: keep it on this machine."};
+        "It speaks the connector's protocol without any authentication: keep it on this machine.\n"
+        "The commands \"follow\" and \"trigger\" ask a sandbox that runs already; both have a --help."};
     app.set_version_flag("--version", std::string("velkar-sandbox ") + kVersion);
 
     int nDelay = static_cast<int>(options.answerDelay.count());

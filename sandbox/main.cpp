@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "sandbox/Commands.h"
 #include "sandbox/Server.h"
 
 namespace {
@@ -33,6 +34,8 @@ void RemovePortFile(const std::string& strPath)
 int main(int argc, char** argv)
 {
     using namespace Sandbox;
+    if (const auto exitCode = RunCommand(argc, argv))
+        return *exitCode;
     Options options;
     if (const auto exitCode = ParseCommandLine(argc, argv, options))
         return *exitCode;

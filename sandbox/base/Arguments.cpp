@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/DateText.h"
+#include "sandbox/base/Printable.h"
 
 namespace Sandbox {
 namespace {
@@ -40,7 +41,7 @@ void CheckText(JsonObject& object, const Argument& argument)
         object.Fail(argument.strName, "14 digits, YYYYMMDDhhmmss, of a day that exists are expected");
     const auto& vecChoices = argument.vecChoices;
     if (!vecChoices.empty() && std::find(vecChoices.begin(), vecChoices.end(), strText) == vecChoices.end()) {
-        object.Fail(argument.strName, vecChoices.size() > 12 ? "there is no such one: '" + strText + "'"
+        object.Fail(argument.strName, vecChoices.size() > 12 ? "there is no such one: " + Quoted(strText)
                                                              : Listed(vecChoices) + " is expected");
     }
 }

@@ -55,7 +55,8 @@ private:
     };
     static const std::vector<Route>& GetRoutes();
     static std::vector<Route> RoutesToLook();
-    static std::vector<Route> RoutesToChange();
+    static std::vector<Route> RoutesToChangeUsers();
+    static std::vector<Route> RoutesToChangeGoods();
     static std::vector<Route> RoutesToProvoke();
 
     // Finds the route and runs it. Throws HttpError if there is none, and JsonError.

@@ -71,13 +71,12 @@ std::vector<Control::Route> Control::RoutesToLook()
     };
 }
 
-std::vector<Control::Route> Control::RoutesToChange()
+std::vector<Control::Route> Control::RoutesToChangeUsers()
 {
     const Arguments userChange = ForChange(Without(UserArguments(), {"userId", "fillStorage", "coupons"}));
     const Arguments couponChange =
         ForChange(Without(CouponArguments(), {"couponUseId"})) +
         Arguments{ForChange({Argument::Flag("used", "false: the coupon can be used again")}).front()};
-    const Arguments productChange = ForChange(Without(ProductArguments(), {"productId"}));
     return {
         {"POST", "/users", "Make a user", UserArguments(), &Control::MakeUser},
         {"PATCH", "/users", "Change a user", Arguments{TheUser()} + userChange, &Control::ChangeUser},
@@ -98,6 +97,13 @@ std::vector<Control::Route> Control::RoutesToChange()
         {"PATCH", "/coupons", "Change a coupon", Arguments{CouponUseID()} + couponChange,
          &Control::ChangeCoupon},
         {"DELETE", "/coupons", "Remove a coupon", {CouponUseID()}, &Control::RemoveCoupon},
+    };
+}
+
+std::vector<Control::Route> Control::RoutesToChangeGoods()
+{
+    const Arguments productChange = ForChange(Without(ProductArguments(), {"productId"}));
+    return {
         {"POST", "/products", "Put a product into a shop", Arguments{Game()} + ProductArguments(),
          &Control::MakeProduct},
         {"PATCH", "/products", "Change a product", Arguments{Game(), ProductID()} + productChange,
@@ -169,7 +175,8 @@ const std::vector<Control::Route>& Control::GetRoutes()
 {
     static const std::vector<Route> kRoutes = [] {
         std::vector<Route> vecAll;
-        for (const auto& vecSome : {RoutesToLook(), RoutesToChange(), RoutesToProvoke()})
+        for (const auto& vecSome :
+             {RoutesToLook(), RoutesToChangeUsers(), RoutesToChangeGoods(), RoutesToProvoke()})
             vecAll.insert(vecAll.end(), vecSome.begin(), vecSome.end());
         return vecAll;
     }();

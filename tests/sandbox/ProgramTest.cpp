@@ -85,6 +85,26 @@ TEST_F(ProgramTest, ServesUntilItIsToldToEnd)
     EXPECT_FALSE(Says("XC2S_CheckOutReq"));
 }
 
+// A client of a sandbox in this process, which waits until that one has shown what it should.
+TEST_F(ProgramTest, CommandsAskARunningSandbox)
+{
+    RunningSandbox sandbox;
+    const std::string strPort = " --http-port " + std::to_string(sandbox.HttpPort());
+    Client client(sandbox.Port(), "game");
+    client.CheckIn("alice");
+    Run("trigger billing-event user=alice eventCode=1 'param=\"7\"'" + strPort);
+    EXPECT_EQ(Pick(*client.Receive<XS2C_BillingEventNotice>(), "nEventCode strParam"), "1,7");
+    EXPECT_EQ(End(0), 0);
+    Run("trigger billing-event user=nobody eventCode=1" + strPort);
+    EXPECT_EQ(End(0), 1);
+    EXPECT_TRUE(Says("There is no user 'nobody'."));
+    Run("follow --user bob" + strPort);
+    for (int i = 0; i < 4000 && !Says("game/s/w <- XC2S_CheckInReq {"); ++i, usleep(5000))
+        client.CheckIn(i % 2 == 0 ? "bob" : "alice");
+    EXPECT_TRUE(Says("game/s/w <- XC2S_CheckInReq {"));
+    EXPECT_FALSE(Says("alice"));
+}
+
 // However it ends, each order has its entries and its price has been taken once.
 TEST_F(ProgramTest, PurchasesAreWholeAfterAKill)
 {
