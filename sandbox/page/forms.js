@@ -82,7 +82,8 @@ function followKind(form) {
 }
 
 function formOf(route, done) {
-  const first = route.arguments.filter((argument, i) => argument.required || i < kManyFields);
+  const first = route.arguments.filter((argument, i) =>
+    argument.required || i < kManyFields || argument.name === 'children');  // without one there is no product
   const more = route.arguments.filter((argument) => !first.includes(argument));
   const answer = el('output', {tabindex: -1});
   const form = el('form', {'aria-label': route.help},

@@ -149,7 +149,7 @@ def take_pictures(browser, url, folder):
         (pathlib.Path(folder) / f"sandbox-{view}-{width}-{scheme}.png").write_bytes(png)
 
 
-with tempfile.TemporaryDirectory() as place:
+with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as place:
     folder, browser = pathlib.Path(place), None
     sandbox = subprocess.Popen([sys.argv[1], "--quiet", "--port=0", "--http-port=0", f"--port-file={folder}/port",
                                 f"--http-port-file={folder}/http"], stdout=subprocess.DEVNULL)
