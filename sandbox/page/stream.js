@@ -4,6 +4,7 @@ import {ask, el, tree} from './dom.js';
 const kMaxRows = 500;
 const kHistory = 100;  // messages that are there at the beginning
 const kDrawEvery = 100;  // milliseconds
+const kIdleShare = 4;    // a slow machine draws so much less often that this many parts of the time stay free
 
 const rows = document.getElementById('rows');
 const note = document.getElementById('stream-note');
@@ -15,7 +16,7 @@ let source = null;
 let waiting = [];  // the newest messages that are not drawn yet
 let first = Infinity;  // number of the first message that the stream has brought
 let skipTo = 0;        // messages up to this number are there already
-let seen = 0, lost = 0, lastDrawn = 0, scheduled = false, paused = false;
+let seen = 0, lost = 0, pauseUntil = 0, scheduled = false, paused = false;
 
 function schedule() {
   if (scheduled || paused) return;
@@ -23,16 +24,21 @@ function schedule() {
   requestAnimationFrame(draw);
 }
 
-function draw(now) {
-  if (now - lastDrawn < kDrawEvery) return void requestAnimationFrame(draw);
+function draw() {
+  const begun = performance.now();
+  if (begun < pauseUntil) return void setTimeout(() => requestAnimationFrame(draw), pauseUntil - begun);
   scheduled = false;
-  lastDrawn = now;
   const fresh = document.createDocumentFragment();
-  for (const text of waiting.reverse()) fresh.append(row(JSON.parse(text)));
+  for (const text of waiting.slice(-kMaxRows).reverse()) fresh.append(row(JSON.parse(text)));
   waiting = [];
   rows.prepend(fresh);
   while (rows.childElementCount > kMaxRows) rows.lastElementChild.remove();
   showCount();
+  // The frame is laid out and painted before this runs, so its whole cost is known.
+  pauseUntil = begun + kDrawEvery;
+  requestAnimationFrame(() => {
+    pauseUntil = begun + Math.max(kDrawEvery, (performance.now() - begun) * kIdleShare);
+  });
 }
 
 function showCount() {
