@@ -1,8 +1,8 @@
 #include "sandbox/Commands.h"
 
-#include <httplib.h>
-
 #include <CLI/CLI.hpp>
+#include <asio/ip/tcp.hpp>
+#include <chrono>
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -17,7 +17,7 @@ namespace Sandbox {
 namespace {
 
 constexpr int kCannotAsk = 1;
-constexpr time_t kAnswerSeconds = 80;  // more than a trigger waits for its game
+constexpr std::chrono::seconds kAnswerTime{80};  // more than a trigger waits for its game
 
 int Fail(const std::string& strText)
 {
@@ -69,25 +69,74 @@ private:
     std::string m_strRest;
 };
 
-int Follow(httplib::Client& client, const std::string& strAddress, const httplib::Params& filter)
+// One request to a sandbox, and what it says until it closes the connection.
+class Asked {
+public:
+    Asked(const std::string& strHost, int nPort, const std::string& strHead, const std::string& strBody)
+    {
+        m_stream.expires_after(kAnswerTime);
+        m_stream.connect(strHost, std::to_string(nPort));
+        m_stream << strHead << " HTTP/1.1\r\nHost: " << strHost << ':' << nPort
+                 << "\r\nConnection: close\r\nContent-Length: " << strBody.size() << "\r\n\r\n"
+                 << strBody << std::flush;
+        std::string strVersion, strLine;
+        m_stream >> strVersion >> m_nStatus;
+        while (std::getline(m_stream, strLine) && strLine != "\r") {
+        }
+    }
+    int GetStatus() const { return m_nStatus; }  // 0: there is no sandbox
+    // The next bytes of the body; empty at its end, and if nothing comes for a long time.
+    std::string Read()
+    {
+        m_stream.expires_after(kAnswerTime);
+        if (m_stream.peek() == std::char_traits<char>::eof())
+            return "";
+        std::string strBytes(static_cast<std::size_t>(m_stream.rdbuf()->in_avail()), '\0');
+        m_stream.read(strBytes.data(), static_cast<std::streamsize>(strBytes.size()));
+        return strBytes;
+    }
+    std::string ReadAll()
+    {
+        std::string strAll;
+        for (std::string strBytes = Read(); !strBytes.empty(); strBytes = Read())
+            strAll += strBytes;
+        return strAll;
+    }
+
+private:
+    asio::ip::tcp::iostream m_stream;
+    int m_nStatus = 0;
+};
+
+// Any bytes in an argument behind a path.
+std::string Encoded(const std::string& strText)
 {
-    client.set_read_timeout(kAnswerSeconds);
+    std::string strCode;
+    for (const char c : strText) {
+        char szByte[4];
+        std::snprintf(szByte, sizeof(szByte), "%%%02X",
+                      static_cast<unsigned int>(static_cast<unsigned char>(c)));
+        strCode += szByte;
+    }
+    return strCode;
+}
+
+int Follow(const std::string& strHost, int nPort, const std::map<std::string, std::string>& mapFilter)
+{
+    std::string strQuery;
+    for (const auto& [strKey, strValue] : mapFilter) {
+        if (!strValue.empty())
+            strQuery += (strQuery.empty() ? '?' : '&') + strKey + '=' + Encoded(strValue);
+    }
+    Asked asked(strHost, nPort, "GET /events" + strQuery, "");
+    if (asked.GetStatus() == 0)
+        return Fail("There is no sandbox at " + AddressOf(strHost, nPort) + '.');
+    if (asked.GetStatus() != 200)
+        return Fail(asked.ReadAll());
     EventReader reader;
-    int nStatus = 0;
-    std::string strError;
-    const auto result = client.Get(
-        httplib::append_query_params("/events", filter), httplib::Headers(),
-        [&](const httplib::Response& response) {
-            nStatus = response.status;
-            return true;
-        },
-        [&](const char* pBytes, std::size_t nSize) {
-            nStatus == 200 ? reader.Add(pBytes, nSize) : void(strError.append(pBytes, nSize));
-            return true;
-        });
-    if (nStatus == 0)
-        return Fail("There is no sandbox at " + strAddress + '.');
-    return nStatus == 200 ? Fail("The stream has ended.") : Fail(strError);
+    for (std::string strBytes = asked.Read(); !strBytes.empty(); strBytes = asked.Read())
+        reader.Add(strBytes.data(), strBytes.size());
+    return Fail("The stream has ended.");
 }
 
 // "count=3" is a number, "name=abc" and "name=\"3\"" are texts: what is JSON is taken as such.
@@ -105,15 +154,13 @@ Json ArgumentsOf(const std::vector<std::string>& vecPairs)
     return arguments;
 }
 
-int Trigger(httplib::Client& client, const std::string& strAddress, const std::string& strName,
-            const Json& arguments)
+int Trigger(const std::string& strHost, int nPort, const std::string& strName, const Json& arguments)
 {
-    client.set_read_timeout(kAnswerSeconds);
-    const auto result = client.Post("/trigger/" + strName, DumpJson(arguments), "application/json");
-    if (!result)
-        return Fail("There is no sandbox at " + strAddress + '.');
-    std::fputs(result->body.c_str(), result->status == 200 ? stdout : stderr);
-    return result->status == 200 ? kEnded : kCannotAsk;
+    Asked asked(strHost, nPort, "POST /trigger/" + strName, DumpJson(arguments));
+    if (asked.GetStatus() == 0)
+        return Fail("There is no sandbox at " + AddressOf(strHost, nPort) + '.');
+    std::fputs(asked.ReadAll().c_str(), asked.GetStatus() == 200 ? stdout : stderr);
+    return asked.GetStatus() == 200 ? kEnded : kCannotAsk;
 }
 
 }  // namespace
@@ -141,16 +188,9 @@ std::optional<int> RunCommand(int argc, const char* const* argv)
     }
     try {
         app.parse(argc - 1, argv + 1);
-        httplib::Client client(strHost, nPort);
-        const std::string strAddress = AddressOf(strHost, nPort);
         if (strCommand == "trigger")
-            return Trigger(client, strAddress, strName, ArgumentsOf(vecPairs));
-        httplib::Params filter;
-        for (const auto& [strKey, strValue] : mapFilter) {
-            if (!strValue.empty())
-                filter.emplace(strKey, strValue);
-        }
-        return Follow(client, strAddress, filter);
+            return Trigger(strHost, nPort, strName, ArgumentsOf(vecPairs));
+        return Follow(strHost, nPort, mapFilter);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? kEnded : kBadCommandLine;
     }

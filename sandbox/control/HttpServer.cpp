@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "sandbox/base/StartError.h"
+#include "sandbox/control/EventQueue.h"
 #include "sandbox/control/HttpReader.h"
 
 namespace Sandbox {
@@ -75,13 +76,24 @@ std::optional<asio::ip::address> ParseAddress(const std::string& strHost)
     return error ? std::nullopt : std::optional(address);
 }
 
-// A reply to HEAD has no body.
+// A page of the sandbox runs its own scripts and no others, and no other page can frame or read it.
+constexpr char kSecurity[] =
+    "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self';"
+    " img-src 'self' data:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'\r\n"
+    "X-Content-Type-Options: nosniff\r\nCross-Origin-Resource-Policy: same-origin\r\n"
+    "Referrer-Policy: no-referrer\r\nCache-Control: no-store\r\n";
+
+// A reply to HEAD has no body. A stream has no length: its end is that of the connection.
 bool Write(HttpStream& stream, const HttpReply& reply, bool bHead)
 {
-    const std::string strHead =
-        "HTTP/1.1 " + std::to_string(reply.nStatus) + ' ' +
-        http_status_str(static_cast<http_status>(reply.nStatus)) + "\r\nContent-Type: " + reply.pszType +
-        "\r\nContent-Length: " + std::to_string(reply.strBody.size()) + "\r\nConnection: close\r\n\r\n";
+    std::string strHead = "HTTP/1.1 " + std::to_string(reply.nStatus) + ' ' +
+                          http_status_str(static_cast<http_status>(reply.nStatus)) + "\r\n" + kSecurity;
+    if (reply.pEvents != nullptr)
+        strHead += "Content-Type: text/event-stream\r\n";
+    else
+        strHead += std::string("Content-Type: ") + reply.pszType +
+                   "\r\nContent-Length: " + std::to_string(reply.strBody.size()) + "\r\n";
+    strHead += "Connection: close\r\n\r\n";
     return stream.Write(bHead ? strHead : strHead + reply.strBody);
 }
 
@@ -111,6 +123,7 @@ private:
     std::optional<HttpReply> Object(const HttpIncoming& incoming) const;
     bool IsOwnHost(const std::string& strHost) const;
     HttpReply Answer(HttpRequest request);
+    bool Stream(EventQueue& events, HttpStream& stream, bool bWanted);
 
     Answerer m_answerer;
     int m_nListener = -1;
@@ -118,6 +131,7 @@ private:
     bool m_bStopping = false;
     std::set<int> m_setSockets;
     std::set<std::shared_ptr<Ticket>> m_setTickets;
+    std::set<EventQueue*> m_setStreams;
     std::condition_variable m_closed;  // notified when a connection has ended
     // Each accepts a connection and serves it. While all are busy, further connections wait in the system's
     // queue.
@@ -199,7 +213,11 @@ void HttpServer::Impl::ServeConnection(int fd)
     const bool bHead = incoming.request.strMethod == "HEAD";
     if (bHead)
         incoming.request.strMethod = "GET";
-    if (Write(stream, refusal ? *refusal : Answer(std::move(incoming.request)), bHead))
+    const HttpReply reply = refusal ? *refusal : Answer(std::move(incoming.request));
+    bool bWritten = Write(stream, reply, bHead);
+    if (reply.pEvents != nullptr)
+        bWritten = Stream(*reply.pEvents, stream, bWritten && !bHead);
+    if (bWritten)
         stream.Linger();
     {
         const std::lock_guard lock(m_mutex);
@@ -210,13 +228,21 @@ void HttpServer::Impl::ServeConnection(int fd)
 }
 
 // A page in a browser can send requests to this port, also under a host name that its owner has pointed at
-// this machine. The headers Origin and Host give such requests away.
+// this machine. The headers Origin, Host and Sec-Fetch-Site give such requests away. A link on another page
+// may lead to the sandbox's own page.
 std::optional<HttpReply> HttpServer::Impl::Object(const HttpIncoming& incoming) const
 {
-    if (incoming.mapHeaders.contains("origin"))
-        return ErrorReply(403, "Pages in a browser may not ask.");
-    if (incoming.mapHeaders.count("host") != 1 || !IsOwnHost(HostOf(Header(incoming, "host"))))
+    const std::string strHost = Header(incoming, "host");
+    if (incoming.mapHeaders.count("host") != 1 || !IsOwnHost(HostOf(strHost)))
         return ErrorReply(403, "The Host header names another machine.");
+    const std::string strSite = Header(incoming, "sec-fetch-site");
+    const bool bOwnSite =
+        strSite.empty() || strSite == "same-origin" || strSite == "none" ||
+        (incoming.request.strMethod == "GET" && Header(incoming, "sec-fetch-dest") == "document");
+    const bool bOwnOrigin =
+        !incoming.mapHeaders.contains("origin") || Header(incoming, "origin") == "http://" + strHost;
+    if (!bOwnSite || !bOwnOrigin)
+        return ErrorReply(403, "Other pages in a browser may not ask.");
     if (incoming.mapHeaders.contains("transfer-encoding"))
         return ErrorReply(411, "The body needs a Content-Length.");
     if (incoming.mapHeaders.contains("content-encoding"))
@@ -250,28 +276,26 @@ HttpReply HttpServer::Impl::Answer(HttpRequest request)
     return reply;
 }
 
-// Sends what the queue gives until the reader leaves or the sandbox ends.
-void HttpServer::Impl::Stream(std::shared_ptr<EventQueue> pEvents, httplib::Response& res)
+// Sends what the queue gives until the reader leaves or the sandbox ends. Closes the queue in any case.
+bool HttpServer::Impl::Stream(EventQueue& events, HttpStream& stream, bool bWanted)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_bStopping)
-            pEvents->Close();
-        m_setStreams.insert(pEvents);
+        if (m_bStopping || !bWanted)
+            events.Close();
+        m_setStreams.insert(&events);
     }
-    res.set_chunked_content_provider(
-        "text/event-stream",
-        [pEvents](std::size_t, httplib::DataSink& sink) {
-            const std::string strText = pEvents->Take(kKeepAlive);
-            if (strText.empty())
-                return false;
-            return sink.write(strText.data(), strText.size());
-        },
-        [this, pEvents](bool) {
-            pEvents->Close();
-            const std::lock_guard lock(m_mutex);
-            m_setStreams.erase(pEvents);
-        });
+    bool bWritten = true;
+    while (bWritten) {
+        const std::string strText = events.Take(kKeepAlive);
+        if (strText.empty())
+            break;
+        bWritten = stream.Write(strText);
+    }
+    events.Close();
+    const std::lock_guard lock(m_mutex);
+    m_setStreams.erase(&events);
+    return bWritten;
 }
 
 void HttpServer::Impl::Stop()
@@ -283,7 +307,7 @@ void HttpServer::Impl::Stop()
         m_bStopping = true;
         for (const auto& pTicket : m_setTickets)
             pTicket->Give(ErrorReply(503, "The sandbox ends."));
-        for (const auto& pEvents : m_setStreams)
+        for (EventQueue* const pEvents : m_setStreams)
             pEvents->Close();
         for (const int fd : m_setSockets)
             shutdown(fd, SHUT_RD);

@@ -46,10 +46,9 @@ std::string_view HttpStream::Read()
 
 bool HttpStream::Write(std::string_view strBytes)
 {
-    if (m_writeDeadline == Clock::time_point{})
-        m_writeDeadline = Clock::now() + kWriteTime;
+    const auto deadline = Clock::now() + kWriteTime;
     while (!strBytes.empty()) {
-        if (!Poll(POLLOUT, m_writeDeadline))
+        if (!Poll(POLLOUT, deadline))
             return false;
         const ssize_t n = send(m_fd, strBytes.data(), strBytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0 && errno != EAGAIN && errno != EINTR)

@@ -12,7 +12,8 @@ internal static class Layout
                 continue;
             Console.WriteLine(type.Name + " " + Marshal.SizeOf(type));
             foreach (FieldInfo field in type.GetFields(BindingFlags.Instance | BindingFlags.Public | BindingFlags.NonPublic)) {
-                string name = field.Name.EndsWith("Bytes") ? field.Name.Remove(field.Name.Length - 5) : field.Name;
+                string name = field.IsPrivate && field.Name.EndsWith("Bytes")
+                    ? field.Name.Remove(field.Name.Length - 5) : field.Name;
                 Console.WriteLine(type.Name + "." + name + " " + Marshal.OffsetOf(type, field.Name));
             }
         }
