@@ -14,8 +14,8 @@ constexpr const char* kTables[] = {
 
 // Columns: the game, those of Product, those of the record, and the pieces sold by orders.
 constexpr char kSelectProduct[] =
-    "SELECT p.*, (SELECT coalesce(sum(count), 0) FROM shop_order o WHERE o.game = p.game AND"
-    " o.product = p.strProductID) FROM shop_product p WHERE ";
+    "SELECT p.*, coalesce((SELECT count FROM shop_sold s WHERE s.game = p.game AND"
+    " s.product = p.strProductID), 0) FROM shop_product p WHERE ";
 constexpr int kProductOwn = 7;  // columns in front of those of the record
 
 // Whether a product belongs to a ProductSearch: ?1 game, ?2 branch, ?3 type, ?4 value, ?5 now.
@@ -58,7 +58,7 @@ struct Catalogue::Statements {
 
     Statement place{db, "SELECT rowid FROM shop_product WHERE game = ? AND strProductID = ?"};
     Statement setPlace{db, "UPDATE shop_product SET rowid = ? WHERE game = ? AND strProductID = ?"};
-    Statement sold{db, "SELECT coalesce(sum(count), 0) FROM shop_order WHERE game = ? AND product = ?"};
+    Statement sold{db, "SELECT coalesce(sum(count), 0) FROM shop_sold WHERE game = ? AND product = ?"};
 
     Statement games{db, "SELECT game FROM shop_game ORDER BY id"};
     Statement hasGame{db, "SELECT 1 FROM shop_game WHERE game = ?"};

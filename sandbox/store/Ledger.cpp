@@ -111,6 +111,19 @@ std::string Ledger::Schema()
            "CREATE INDEX storage_reserved ON storage (until) WHERE state = 1;";
 }
 
+std::string Ledger::SoldSchema()
+{
+    return "CREATE TABLE shop_sold (game TEXT NOT NULL, product TEXT NOT NULL, count INTEGER NOT NULL,"
+           " PRIMARY KEY (game, product)) WITHOUT ROWID;"
+           "CREATE TRIGGER shop_order_added AFTER INSERT ON shop_order BEGIN"
+           " INSERT INTO shop_sold VALUES (new.game, new.product, new.count)"
+           " ON CONFLICT DO UPDATE SET count = count + new.count; END;"
+           "CREATE TRIGGER shop_order_removed AFTER DELETE ON shop_order BEGIN"
+           " UPDATE shop_sold SET count = count - old.count WHERE game = old.game AND product = old.product; "
+           "END;"
+           "INSERT INTO shop_sold SELECT game, product, sum(count) FROM shop_order GROUP BY game, product;";
+}
+
 // ---- balances ----
 
 bool Ledger::OpenWallet(std::int64_t nUser, const Wallet& wallet)

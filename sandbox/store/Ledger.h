@@ -72,6 +72,9 @@ public:
     ~Ledger();
 
     static std::string Schema();  // SQL that makes the tables in a new database
+    // Likewise the table of what has been sold, which follows the orders by itself; counts those that are
+    // there.
+    static std::string SoldSchema();
 
     // ---- balances ----
     bool OpenWallet(std::int64_t nUser, const Wallet& wallet);  // false, and no change, if the user has one

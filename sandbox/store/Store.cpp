@@ -6,7 +6,7 @@ namespace Sandbox {
 namespace {
 
 constexpr int kApplicationID = 0x56534258;  // marks a database file as a sandbox's
-constexpr int kSchemaVersion = 2;           // 1 had no shop
+constexpr int kSchemaVersion = 3;           // 1 had no shop, 2 counted what is sold order by order
 
 constexpr char kSchema[] = R"(
 CREATE TABLE user (
@@ -91,7 +91,9 @@ Database& Prepare(Database& db, std::time_t now)
         db.Execute(kSchema);
         Statement(db, "INSERT INTO counter VALUES (?)").Run(FirstSeqNo(now));
     }
-    db.Execute(Catalogue::Schema() + Ledger::Schema());
+    if (bNew || nVersion == 1)
+        db.Execute(Catalogue::Schema() + Ledger::Schema());
+    db.Execute(Ledger::SoldSchema());
     db.Execute("PRAGMA application_id = " + std::to_string(kApplicationID) +
                "; PRAGMA user_version = " + std::to_string(kSchemaVersion));
     transaction.Commit();

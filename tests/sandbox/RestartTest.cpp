@@ -76,7 +76,7 @@ TEST_F(RestartTest, OlderFilesGetAShop)
         Sandbox::Database db(m_strDb);
         for (const std::string strTable :
              {"game", "menu", "branch_in", "product", "child", "condition", "option", "discount",
-              "product_tag", "tag", "group", "group_product", "order"})
+              "product_tag", "tag", "group", "group_product", "order", "sold"})
             db.Execute("DROP TABLE shop_" + strTable);
         db.Execute("DROP TABLE wallet; DROP TABLE coupon; DROP TABLE storage");
         db.Execute("PRAGMA user_version = 1");
@@ -84,6 +84,22 @@ TEST_F(RestartTest, OlderFilesGetAShop)
     Started started(m_strDb);
     EXPECT_EQ(started.sandbox.Sessions(), "alice on g/s/w");
     EXPECT_EQ(started.client.Buy("alice", "SWORD"), "0,1100");
+}
+
+// Files of the time when what is sold was counted order by order.
+TEST_F(RestartTest, OlderFilesKeepWhatWasSold)
+{
+    EXPECT_EQ(Started(m_strDb).client.Buy("alice", "SWORD"), "0,1100");
+    {
+        Sandbox::Database db(m_strDb);
+        db.Execute(
+            "DROP TRIGGER shop_order_added; DROP TRIGGER shop_order_removed; DROP TABLE shop_sold;"
+            "PRAGMA user_version = 2");
+    }
+    Started started(m_strDb);
+    EXPECT_EQ(started.client.Buy("alice", "SWORD"), "0,1100");
+    EXPECT_EQ(started.client.Ask("QueryProductList strBranchID=WEAPONS nRow=9 nPage=1", "nTotalSellingCount"),
+              "|2");
 }
 
 TEST_F(RestartTest, FilesThatCannotServeAreRefusedAndLeftAlone)
