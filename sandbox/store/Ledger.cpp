@@ -108,7 +108,8 @@ std::string Ledger::Schema()
                " use_server TEXT NOT NULL, use_character TEXT NOT NULL, ") +
            "CREATE INDEX storage_owner ON storage (owner, game, state);"
            "CREATE INDEX storage_order ON storage (nOrderSeq);"
-           "CREATE INDEX storage_reserved ON storage (until) WHERE state = 1;";
+           "CREATE INDEX storage_reserved ON storage (until) WHERE state = 1;" +
+           SoldSchema();
 }
 
 std::string Ledger::SoldSchema()

@@ -91,9 +91,7 @@ Database& Prepare(Database& db, std::time_t now)
         db.Execute(kSchema);
         Statement(db, "INSERT INTO counter VALUES (?)").Run(FirstSeqNo(now));
     }
-    if (bNew || nVersion == 1)
-        db.Execute(Catalogue::Schema() + Ledger::Schema());
-    db.Execute(Ledger::SoldSchema());
+    db.Execute(bNew || nVersion == 1 ? Catalogue::Schema() + Ledger::Schema() : Ledger::SoldSchema());
     db.Execute("PRAGMA application_id = " + std::to_string(kApplicationID) +
                "; PRAGMA user_version = " + std::to_string(kSchemaVersion));
     transaction.Commit();
