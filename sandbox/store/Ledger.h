@@ -72,8 +72,7 @@ public:
     ~Ledger();
 
     static std::string Schema();  // SQL that makes the tables in a new database
-    // Likewise the table of what has been sold, which follows the orders by itself; counts those that are
-    // there.
+    // The part of it that counts what has been sold; the orders that are there are counted at once.
     static std::string SoldSchema();
 
     // ---- balances ----
