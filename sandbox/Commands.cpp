@@ -1,15 +1,15 @@
 #include "sandbox/Commands.h"
 
 #include <CLI/CLI.hpp>
-#include <asio/ip/tcp.hpp>
-#include <chrono>
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "sandbox/Asked.h"
 #include "sandbox/Options.h"
+#include "sandbox/Scenario.h"
 #include "sandbox/base/Json.h"
 #include "sandbox/base/Printable.h"
 
@@ -17,7 +17,6 @@ namespace Sandbox {
 namespace {
 
 constexpr int kCannotAsk = 1;
-constexpr std::chrono::seconds kAnswerTime{80};  // more than a trigger waits for its game
 
 int Fail(const std::string& strText)
 {
@@ -69,58 +68,6 @@ private:
     std::string m_strRest;
 };
 
-// One request to a sandbox, and what it says until it closes the connection.
-class Asked {
-public:
-    Asked(const std::string& strHost, int nPort, const std::string& strHead, const std::string& strBody)
-    {
-        m_stream.expires_after(kAnswerTime);
-        m_stream.connect(strHost, std::to_string(nPort));
-        m_stream << strHead << " HTTP/1.1\r\nHost: " << strHost << ':' << nPort
-                 << "\r\nConnection: close\r\nContent-Length: " << strBody.size() << "\r\n\r\n"
-                 << strBody << std::flush;
-        std::string strVersion, strLine;
-        m_stream >> strVersion >> m_nStatus;
-        while (std::getline(m_stream, strLine) && strLine != "\r") {
-        }
-    }
-    int GetStatus() const { return m_nStatus; }  // 0: there is no sandbox
-    // The next bytes of the body; empty at its end, and if nothing comes for a long time.
-    std::string Read()
-    {
-        m_stream.expires_after(kAnswerTime);
-        if (m_stream.peek() == std::char_traits<char>::eof())
-            return "";
-        std::string strBytes(static_cast<std::size_t>(m_stream.rdbuf()->in_avail()), '\0');
-        m_stream.read(strBytes.data(), static_cast<std::streamsize>(strBytes.size()));
-        return strBytes;
-    }
-    std::string ReadAll()
-    {
-        std::string strAll;
-        for (std::string strBytes = Read(); !strBytes.empty(); strBytes = Read())
-            strAll += strBytes;
-        return strAll;
-    }
-
-private:
-    asio::ip::tcp::iostream m_stream;
-    int m_nStatus = 0;
-};
-
-// Any bytes in an argument behind a path.
-std::string Encoded(const std::string& strText)
-{
-    std::string strCode;
-    for (const char c : strText) {
-        char szByte[4];
-        std::snprintf(szByte, sizeof(szByte), "%%%02X",
-                      static_cast<unsigned int>(static_cast<unsigned char>(c)));
-        strCode += szByte;
-    }
-    return strCode;
-}
-
 int Follow(const std::string& strHost, int nPort, const std::map<std::string, std::string>& mapFilter)
 {
     std::string strQuery;
@@ -168,6 +115,8 @@ int Trigger(const std::string& strHost, int nPort, const std::string& strName, c
 std::optional<int> RunCommand(int argc, const char* const* argv)
 {
     const std::string strCommand = argc > 1 ? argv[1] : "";
+    if (strCommand == "run")
+        return RunScenarioCommand(argc - 1, argv + 1);
     if (strCommand != "follow" && strCommand != "trigger")
         return std::nullopt;
     CLI::App app{strCommand == "follow" ? "Shows the messages of a running sandbox as they pass."

@@ -1,5 +1,5 @@
-// The commands that ask a sandbox which runs already: "velkar-sandbox follow" and "velkar-sandbox trigger".
-// They are clients of its HTTP interface.
+// The commands of the program: "velkar-sandbox run", and those that ask a sandbox which runs already,
+// "velkar-sandbox follow" and "velkar-sandbox trigger". They are clients of its HTTP interface.
 #pragma once
 
 #include <optional>
