@@ -66,6 +66,12 @@ function(velkar_split_debug target)
     VERBATIM)
 endfunction()
 
+# velkar_tool(target): a program beside the library; quick to compile rather than the last in speed, as the libraries of
+# headers that these use take long to optimise.
+function(velkar_tool target)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+endfunction()
+
 # velkar_one_file(target): the program carries the C++ runtime and runs on other distributions too; Linux.
 function(velkar_one_file target)
   velkar_split_debug(${target})
