@@ -48,13 +48,11 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
         COMPONENT development)
 
 # ---- the programs beside the library ----
-if(TARGET velkar-sandbox)
-  install(TARGETS velkar-sandbox velkar-load RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
-endif()
-
-if(TARGET velkar-check)
-  install(TARGETS velkar-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
-endif()
+foreach(target velkar-sandbox velkar-load velkar-check)
+  if(TARGET ${target})
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
+  endif()
+endforeach()
 
 # ---- debug symbols: on Linux under the build id, where gdb looks for them; on Windows beside the DLL ----
 if(VELKAR_SPLIT_DEBUG AND CMAKE_BUILD_TYPE STREQUAL Release)
