@@ -79,7 +79,7 @@ private:
     std::size_t TakeCreditOnThread(unsigned int nReader);
     std::size_t TakeCredit() REQUIRES(m_mutex);
     bool AddPending(const char* pBytes, std::size_t nCount) REQUIRES(m_mutex);
-    bool BeginCallback(Transport& transport);
+    bool BeginCallback(bool& bWatch) REQUIRES(m_mutex);
     bool EndCallback(unsigned int nReader, bool& bAgain);
     void PostReceived();
     void RunReceived();

@@ -141,16 +141,22 @@ bool _THandle::ReadOnce(Transport& transport, std::vector<char>& vecRead, unsign
         nCount = transport.ReadNow(vecRead.data(), nSize);
     } catch (const std::exception&) {  // out of memory
     }
+    // In one hold of the lock: another thread that delivers could take what has been added for its own.
     bool bAdded = false;
+    bool bBegin = false;
+    bool bWatch = false;
     if (nCount != 0) {
         const MutexLock lock(m_mutex);
         bAdded = AddPending(vecRead.data(), nCount);
+        bBegin = bAdded && BeginCallback(bWatch);
     }
     if (!bAdded) {
         transport.PostLose();
         return false;
     }
-    if (!BeginCallback(transport))
+    if (bWatch)
+        transport.PostWatch();
+    if (!bBegin)
         return true;
     for (bool bAgain = true; bAgain;) {
         m_connector.RunCallback(Connector::Event::Received, this);
@@ -160,25 +166,19 @@ bool _THandle::ReadOnce(Transport& transport, std::vector<char>& vecRead, unsign
     return true;
 }
 
-// False if the callback cannot run yet or another thread runs it.
-bool _THandle::BeginCallback(Transport& transport)
+// False if the callback cannot run yet or another thread runs it. bWatch: the watch has to begin.
+bool _THandle::BeginCallback(bool& bWatch)
 {
-    bool bWatch = false;
-    {
-        const MutexLock lock(m_mutex);
-        if (m_bLost || !m_bConnectedReturned || m_bDelivering)
-            return false;
-        m_bDelivering = true;
-        m_bReaderCalls = true;
-        ++m_nCalls;
-        bWatch = !m_bWatching;
-        if (bWatch) {
-            m_bWatching = true;
-            m_nCallsSeen = m_nCalls;
-        }
+    if (m_bLost || !m_bConnectedReturned || m_bDelivering)
+        return false;
+    m_bDelivering = true;
+    m_bReaderCalls = true;
+    ++m_nCalls;
+    bWatch = !m_bWatching;
+    if (bWatch) {
+        m_bWatching = true;
+        m_nCallsSeen = m_nCalls;
     }
-    if (bWatch)
-        transport.PostWatch();
     return true;
 }
 

@@ -1,10 +1,12 @@
 // GetConnectorStatus of the library file, and the names of its threads.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
 #include "tests/life/Library.h"
+#include "tests/platform/Waiting.h"
 #include "tests/support/Files.h"
 
 // As a game that knows so many bytes of the record: those behind them stay, and those that the library does
@@ -31,15 +33,21 @@ inline void ExpectState(const Library& library, int nState, int nSize)
         Die("status of " + std::to_string(nSize) + " bytes: " + std::to_string(record.status.nLinkState));
 }
 
+// A thread takes its name when it begins to run, which may be behind the start.
 inline void ExpectThreads()
 {
 #ifdef __linux__
     std::string strNames;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
-        strNames += Support::ReadFile(entry.path() / "comm");
-    for (const char* pszName : {"comm\n", "charge\n", "reload\n", "log\n", "pool-0\n", "pool-1\n"}) {
-        if (strNames.find(std::string("velkar-") + pszName) == std::string::npos)
-            Die("no thread " + std::string(pszName) + " among\n" + strNames);
-    }
+    const bool bAll = Eventually([&] {
+        strNames.clear();
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
+            strNames += Support::ReadFile(entry.path() / "comm");
+        const auto names = {"comm\n", "charge\n", "reload\n", "log\n", "pool-0\n", "pool-1\n"};
+        return std::ranges::all_of(names, [&](const char* pszName) {
+            return strNames.find(std::string("velkar-") + pszName) != std::string::npos;
+        });
+    });
+    if (!bAll)
+        Die("the threads have the names\n" + strNames);
 #endif
 }
