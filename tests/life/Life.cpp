@@ -234,8 +234,13 @@ void Missing(const Library& library)
         WriteFile(Directory() / "another", "change");
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
-    const std::string strLog = ReadFile(Directory() / "life.log"), strLine = "GetFileAttributesEx() failed.";
-    if (strLog.find(strLine) == std::string::npos || strLog.find(strLine) != strLog.rfind(strLine))
+    const std::string strLine = "GetFileAttributesEx() failed.";
+    std::string strLog;
+    const bool bSaid = Eventually([&] {
+        strLog = ReadFile(Directory() / "life.log");
+        return strLog.find(strLine) != std::string::npos;
+    });
+    if (!bSaid || strLog.find(strLine) != strLog.rfind(strLine))
         Die("not one line:\n" + strLog.substr(0, 2000));
     WriteFile(Directory() / kSettingsFile, TextWith(8, "Back"));
     ExpectName(library, 8, "Back");
