@@ -17,7 +17,7 @@ using Wirova::int32;
 using Wirova::int64;
 using Wirova::RecordList;
 
-constexpr std::int64_t kMaxText = 1 << 20;  // bytes of a text that comes as an argument
+constexpr std::int64_t kMaxArgumentText = 1 << 20;  // bytes of a text that comes as an argument
 constexpr std::size_t kFieldBytes = 64;  // of a message's bound, for each field and element beside its text
 
 bool IsSecret(std::string_view strField) { return strField == "strPassWD"; }
@@ -174,14 +174,14 @@ private:
     static Argument Of(int64&) { return Argument::Number("", INT64_MIN, INT64_MAX, ""); }
     static Argument Of(char&) { return {.strName = "", .type = Argument::Type::Char}; }
     static Argument Of(boolean&) { return {.strName = "", .type = Argument::Type::WireFlag}; }
-    static Argument Of(std::string&) { return Argument::Text("", kMaxText, ""); }
+    static Argument Of(std::string&) { return Argument::Text("", kMaxArgumentText, ""); }
     static Argument Of(std::vector<int32>&)
     {
         return {.strName = "", .type = Argument::Type::Numbers, .nMin = INT32_MIN, .nMax = INT32_MAX};
     }
     static Argument Of(std::vector<std::string>&)
     {
-        return {.strName = "", .type = Argument::Type::Texts, .nMax = kMaxText};
+        return {.strName = "", .type = Argument::Type::Texts, .nMax = kMaxArgumentText};
     }
     static Argument Of(RecordList& list)
     {

@@ -7,7 +7,7 @@
 namespace Sandbox {
 namespace {
 
-constexpr int kMaxName = 64;                  // bytes of a connector
+constexpr int kMaxConnectorName = 64;         // bytes of a connector
 constexpr std::int64_t kMaxRate = 100 << 20;  // bytes a second
 constexpr std::int64_t kMaxSeconds = 24 * 60 * 60;
 
@@ -29,12 +29,12 @@ Json ToJson(const Outage& outage)
 
 Arguments Outages::Describe()
 {
-    return {Argument::Text("kind", kMaxName,
+    return {Argument::Text("kind", kMaxConnectorName,
                            "refuse connections; freeze links, cut them, make them slow or half-open")
                 .Required()
                 .OneOf({std::begin(kKinds), std::end(kKinds)}),
             Argument::Number("bytesPerSecond", 1, kMaxRate, "in each direction").OnlyFor({"slow"}),
-            Argument::Text("connector", kMaxName, "GID/SID/WID: only its link")
+            Argument::Text("connector", kMaxConnectorName, "GID/SID/WID: only its link")
                 .OnlyFor({"freeze", "cut", "slow", "half-open"}),
             Argument::Number("seconds", 0, kMaxSeconds, "ends by itself then; 0: when it is removed")
                 .Default("0")
