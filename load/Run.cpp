@@ -117,7 +117,8 @@ bool Run::IsPhaseOver() const
                        return pServer->GetOpen() == 0;
                    });
         case Phase::Leaving:
-            return time > kLeaveTime || (CountWaiting() == 0 && CountIn() == 0);
+            return time > kLeaveTime || std::ranges::none_of(m_vecServers, &GameServer::IsUp) ||
+                   (CountWaiting() == 0 && CountIn() == 0);
         case Phase::Over:
             break;
     }
