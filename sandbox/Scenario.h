@@ -1,5 +1,5 @@
-// "velkar-sandbox run scenario.json": starts a sandbox, plays the steps of a file against the game server that
-// connects, and reports. docs/scenarios.md describes the file.
+// "velkar-sandbox run scenario.json": starts a sandbox, plays the steps of a file against the game server
+// that connects, and reports. docs/scenarios.md describes the file.
 #pragma once
 
 namespace Sandbox {
