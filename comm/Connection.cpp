@@ -147,7 +147,7 @@ void CCommHandler::OnReceived(Netrova::Connector::_THandle*, Netrova::Link::_THa
     }
     bool bGoOn = false;
     {
-        const WakeBatch wakes;
+        const WakeBatch wakes(pLink);
         bGoOn = HandleFrames(self.m_table, pStream, pLink);
     }
     Netrova::Link::UnlockReadStream(pLink);

@@ -5,20 +5,28 @@
 #include <cstddef>
 
 #include "platform/Kernova.h"
+#include "platform/Netrova.h"
 
-// For the length of a received callback. A caller that is woken while the handler holds its locks runs into
-// them and sleeps again, so the handlers only note whom to wake. The notes are carried out when everything
-// that was received has been handled, and earlier before the thread calls the game or waits: before CallGame,
-// before a send and before the hold of a connect answer.
+// For the length of a link's received callback. A caller that is woken while the handler holds its locks runs
+// into them and sleeps again, so the handlers only note whom to wake. The notes are carried out when
+// everything that was received has been handled, and earlier before the thread calls the game or waits:
+// before CallGame, before a send and before the hold of a connect answer. As a caller often sends its next
+// request right away, what several of them send leaves together.
 class WakeBatch {
 public:
     using Event = Kernova::Threading::ManualResetEvent;
 
-    WakeBatch() { s_pCurrent = this; }
+    // The link must outlive the batch.
+    explicit WakeBatch(Netrova::Link::_THandle* pLink) : m_pLink(pLink) { s_pCurrent = this; }
     ~WakeBatch()
     {
-        Wake();
         s_pCurrent = nullptr;
+        const bool bGather = m_nCount >= kSeveral;
+        if (bGather)
+            Netrova::Link::BeginGathering(m_pLink, m_nCount);
+        Wake();
+        if (bGather)
+            Netrova::Link::EndGathering(m_pLink);
     }
     WakeBatch(const WakeBatch&) = delete;
     WakeBatch& operator=(const WakeBatch&) = delete;
@@ -53,7 +61,11 @@ private:
         m_nCount = 0;
     }
 
+    // One caller has nobody to share a system call with.
+    static constexpr std::size_t kSeveral = 2;
+
     static inline thread_local WakeBatch* s_pCurrent = nullptr;
-    std::array<Event::Sleepers, 64> m_arrSleepers;
+    Netrova::Link::_THandle* const m_pLink;
+    std::array<Event::Sleepers, 256> m_arrSleepers;
     std::size_t m_nCount = 0;
 };

@@ -24,6 +24,14 @@ int Release(_THandle*);  // the count afterwards
 // for the answer. Any other block may leave at once. Blocks leave in the order in which they may.
 int Send(_THandle*, Kernova::MemoryPool::_XMemory* const);
 
+// Around the waking of callers who may all send again at once, on one thread: between the two calls, blocks
+// that may leave are kept until so many senders have come, so that they leave together. EndGathering lets the
+// callers run who share this thread's processor, and then everything leaves that has come. Where that has
+// taken long, because others want the processor too, both calls do nothing for a while. A second
+// BeginGathering on the link takes the place of the first, and one EndGathering ends both.
+void BeginGathering(_THandle*, std::size_t senders);
+void EndGathering(_THandle*);
+
 // Whether every block that was accepted has been handed to the operating system whole.
 bool HasSentAll(_THandle*);
 

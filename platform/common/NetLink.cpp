@@ -3,6 +3,7 @@
 #include <climits>
 #include <exception>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include "platform/Assertion.h"
@@ -82,6 +83,14 @@ int _THandle::Send(Kernova::MemoryPool::_XMemory& memory)
     if (nResult > 0 && !bHold)
         m_queue.Flush(m_queue.BeginWriting());
     return nResult;
+}
+
+// Where every caller has a processor of its own, the yield returns at once, and the callers write themselves.
+void _THandle::EndGathering()
+{
+    if (m_queue.IsGathering())
+        std::this_thread::yield();
+    m_queue.Flush(m_queue.EndGathering());
 }
 
 Strova::_THandle* _THandle::LockReadStream()

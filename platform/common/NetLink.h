@@ -31,6 +31,8 @@ struct _THandle : public std::enable_shared_from_this<_THandle> {
     int AddRef();
     int Release();
     int Send(Kernova::MemoryPool::_XMemory& memory);
+    void BeginGathering(std::size_t nSenders) { m_queue.BeginGathering(nSenders); }
+    void EndGathering();
     bool HasSentAll() { return m_queue.HasSentAll(); }
     int Recv(int nSize);
     Strova::_THandle* LockReadStream();

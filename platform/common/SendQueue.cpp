@@ -25,7 +25,29 @@ std::atomic<std::size_t> g_nQueued{0};
 // So often a sender writes what others have queued meanwhile; then the pool goes on.
 constexpr int kMostRounds = 32;
 
+// What a gathering and each of its senders may take on a processor of their own.
+constexpr std::chrono::microseconds kGatheringTime{500};
+constexpr std::chrono::microseconds kSenderTime{20};
+
 }  // namespace
+
+bool GatheringPace::Begin(std::size_t nSenders, Clock::time_point now)
+{
+    m_limit = now + kGatheringTime + nSenders * kSenderTime;
+    return now >= m_restsUntil;
+}
+
+void GatheringPace::End(Clock::time_point now)
+{
+    if (now > m_limit) {
+        m_restsUntil = now + m_rest;
+        m_rest = std::min(m_rest * 2, kLongestRest);
+        m_nGood = 0;
+    } else if (++m_nGood == kMany) {
+        m_rest = std::max(m_rest / 2, kShortestRest);
+        m_nGood = 0;
+    }
+}
 
 std::size_t Link::GetQueuedBytes() { return g_nQueued.load(std::memory_order_relaxed); }
 
@@ -116,6 +138,30 @@ Transport* SendQueue::Release()
     if (m_vecHeld.empty())
         return nullptr;
     AppendHeld();
+    if (m_nExpected != 0 && --m_nExpected != 0)
+        return nullptr;
+    return BeginWritingLocked();
+}
+
+void SendQueue::BeginGathering(std::size_t nSenders)
+{
+    const MutexLock lock(m_mutex);
+    m_bGathering = m_pace.Begin(nSenders, GatheringPace::Clock::now());
+    m_nExpected = m_bGathering ? nSenders : 0;
+}
+
+bool SendQueue::IsGathering()
+{
+    const MutexLock lock(m_mutex);
+    return m_nExpected != 0;
+}
+
+Transport* SendQueue::EndGathering()
+{
+    const MutexLock lock(m_mutex);
+    if (std::exchange(m_bGathering, false))
+        m_pace.End(GatheringPace::Clock::now());
+    m_nExpected = 0;
     return BeginWritingLocked();
 }
 

@@ -151,6 +151,10 @@ int Send(_THandle* pLink, Kernova::MemoryPool::_XMemory* const pMemory)
     return MustFail(Op::LinkSend) ? -1 : pLink->Send(*pMemory);
 }
 
+void BeginGathering(_THandle* pLink, std::size_t senders) { pLink->BeginGathering(senders); }
+
+void EndGathering(_THandle* pLink) { pLink->EndGathering(); }
+
 bool HasSentAll(_THandle* pLink) { return pLink->HasSentAll(); }
 
 int Recv(_THandle* pLink, int size) { return pLink->Recv(size); }

@@ -1,5 +1,6 @@
 // The way out of a link: order, bounds, and what a closing link still writes.
 #include "platform/common/NetTransport.h"
+#include "platform/common/SendQueue.h"
 #include "tests/platform_real/Loopback.h"
 
 using namespace Loopback;
@@ -79,6 +80,61 @@ TEST_F(Linked, WhatTheHolderOfTheListSendsLeavesWhenTheListIsGivenBack)
         EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
         EXPECT_EQ("more", m_peer.Read(4));
     }
+}
+
+TEST_F(Linked, WhatIsGatheredLeavesWithTheLastSenderWithTheEndOrWithTheLink)
+{
+    const auto sendHeld = [&](const char* pszText) {
+        ASSERT_NE(nullptr, Connector::LockActiveLinks(m_client.Get()));
+        EXPECT_GT(Send(m_pLink, pszText), 0);
+        EXPECT_TRUE(Connector::UnlockActiveLinks(m_client.Get()));
+    };
+    const auto nothingLeaves = [&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        EXPECT_FALSE(m_peer.HasUnread());
+    };
+    Link::BeginGathering(m_pLink, 2);
+    sendHeld("one,");
+    nothingLeaves();
+    sendHeld("two,");
+    EXPECT_EQ("one,two,", m_peer.Read(8));
+    sendHeld("more");
+    EXPECT_EQ("more", m_peer.Read(4));
+
+    Link::BeginGathering(m_pLink, 3);
+    sendHeld("one of three");
+    nothingLeaves();
+    Link::EndGathering(m_pLink);
+    EXPECT_EQ("one of three", m_peer.Read(12));
+
+    std::this_thread::sleep_for(std::chrono::milliseconds(15));  // gathering rests, as that has taken long
+    Link::BeginGathering(m_pLink, 3);
+    sendHeld("last");
+    nothingLeaves();
+    EXPECT_TRUE(Link::Close(m_pLink));
+    EXPECT_EQ("last", m_peer.ReadToTheEnd());
+    Link::EndGathering(m_pLink);
+}
+
+// The processor that the gathering gives away comes back late on a busy machine.
+TEST(GatheringPace, RestsLongerEachTimeThatItHasTakenLong)
+{
+    using std::chrono::milliseconds;
+    Netrova::GatheringPace pace;
+    auto now = Netrova::GatheringPace::Clock::now();
+    const auto takeLongAndRest = [&](milliseconds rest) {
+        ASSERT_TRUE(pace.Begin(8, now));
+        pace.End(now += milliseconds(2));
+        EXPECT_FALSE(pace.Begin(8, now + rest - milliseconds(1)));
+        now += rest;
+    };
+    for (const int nRest : {10, 20, 40})
+        takeLongAndRest(milliseconds(nRest));
+    for (int n = 0; n < 1000; ++n) {
+        ASSERT_TRUE(pace.Begin(8, now));
+        pace.End(now);
+    }
+    takeLongAndRest(milliseconds(40));
 }
 
 TEST_F(Linked, CloseWritesWhatIsHeld)
