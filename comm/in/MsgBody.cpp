@@ -33,7 +33,7 @@ bool MsgBody::LoadText(std::string& str)
     const Wirova::int32 nKept = std::min(nSize, kMaxText);
     str.resize(static_cast<std::size_t>(nKept));
     return Strova::Read(m_pStream, str.data(), nKept) == nKept &&
-           Strova::RemoveLeft(m_pStream, nSize - nKept) == nSize - nKept;
+           (nKept == nSize || Strova::RemoveLeft(m_pStream, nSize - nKept) == nSize - nKept);
 }
 
 bool MsgBody::LoadRows(RowPlan plan, std::size_t nRecordSize, CPackedBytes& list)

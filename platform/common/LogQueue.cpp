@@ -111,7 +111,7 @@ std::size_t LogQueue::GetLost()
     return m_nLost;
 }
 
-bool LogQueue::IsUrgent() const { return m_bEnd || m_bFlush || m_nWaiting > m_nLength / 2; }
+bool LogQueue::IsUrgent() const { return m_bEnd || m_bFlush || m_nWaiting > std::min(kMany, m_nLength / 2); }
 
 void LogQueue::Grow()
 {

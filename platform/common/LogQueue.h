@@ -20,9 +20,10 @@ namespace Logova {
 
 // A writer copies its line into a ring and goes on; when the ring is full the oldest line goes. The queue's
 // thread is woken by the first line after a pause, and while lines keep coming looks again every kPause by
-// itself, so a stream of lines wakes nobody. A line that has to be flushed at once and a ring that is half
-// full wake it early. Only that thread touches the files: it flushes them too, and closes them at the end. It
-// owns the queue together with the service, so that a service may end while a write hangs.
+// itself, so a stream of lines wakes nobody. A line that has to be flushed at once and kMany waiting lines,
+// or a ring that is half full, wake it early. Only that thread touches the files: it flushes them too, and
+// closes them at the end. It owns the queue together with the service, so that a service may end while a
+// write hangs.
 class LogQueue {
 public:
     // nLength: lines that may wait. flushInterval: how long a line may stay unflushed. complain(text) is told
@@ -75,7 +76,8 @@ private:
 
     static constexpr std::chrono::seconds kEnd{2};
     static constexpr std::chrono::milliseconds kPause{5};
-    static constexpr std::size_t kBatch = 64;           // lines taken off at a time
+    static constexpr std::size_t kMany = 256;  // waiting lines that still fit into a processor's cache
+    static constexpr std::size_t kBatch = 64;  // lines taken off at a time
     static constexpr std::size_t kKeptText = 1u << 10;  // memory that a line keeps
 
     const std::size_t m_nLength;

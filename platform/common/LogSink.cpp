@@ -1,11 +1,15 @@
 #include "platform/common/LogSink.h"
 
 #include <spdlog/details/file_helper.h>
+#include <spdlog/details/fmt_helper.h>
 #include <spdlog/details/os.h>
 #include <spdlog/pattern_formatter.h>
 
 #include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <memory>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -13,6 +17,7 @@
 
 namespace Logova {
 
+namespace fmt_helper = spdlog::details::fmt_helper;
 namespace os = spdlog::details::os;
 
 namespace {
@@ -20,21 +25,45 @@ namespace {
 // Lines go to the system in pieces of this size, or when they are flushed.
 constexpr std::size_t kFileBuffer = 64u << 10;
 
-class LevelFlag final : public spdlog::custom_flag_formatter {
+// What stands before a line's text: local time, level, thread. Date and time are made once for all lines of a
+// second.
+class HeadFlag final : public spdlog::custom_flag_formatter {
 public:
     void format(const spdlog::details::log_msg& msg, const std::tm&, spdlog::memory_buf_t& out) override
     {
-        const std::string_view name = GetLevelName(static_cast<Level>(msg.source.line));
-        out.append(name.data(), name.data() + name.size());
+        using std::chrono::milliseconds;
+        const std::time_t second = spdlog::log_clock::to_time_t(msg.time);
+        if (m_nTime == 0 || second != m_second) {
+            const std::tm time = os::localtime(second);
+            m_nTime = std::strftime(m_szTime, sizeof m_szTime, "%Y-%m-%d %H:%M:%S.", &time);
+            m_second = second;
+        }
+        Put({m_szTime, m_nTime}, out);
+        const auto fraction = fmt_helper::time_fraction<milliseconds>(msg.time);
+        fmt_helper::pad3(static_cast<unsigned int>(fraction.count()), out);
+        Put(" [", out);
+        Put(GetLevelName(static_cast<Level>(msg.source.line)), out);
+        Put("] [", out);
+        fmt_helper::append_int(msg.thread_id, out);
+        Put("] ", out);
     }
-    std::unique_ptr<custom_flag_formatter> clone() const override { return std::make_unique<LevelFlag>(); }
+    std::unique_ptr<custom_flag_formatter> clone() const override { return std::make_unique<HeadFlag>(); }
+
+private:
+    static void Put(std::string_view text, spdlog::memory_buf_t& out)
+    {
+        fmt_helper::append_string_view({text.data(), text.size()}, out);
+    }
+
+    std::time_t m_second = 0;
+    char m_szTime[sizeof "+1234567890-12-31 23:59:60."]{};
+    std::size_t m_nTime = 0;
 };
 
-// Local time, level, thread, text.
 std::unique_ptr<spdlog::formatter> MakeFormatter()
 {
     auto pFormatter = std::make_unique<spdlog::pattern_formatter>();
-    pFormatter->add_flag<LevelFlag>('*').set_pattern("%Y-%m-%d %H:%M:%S.%e [%*] [%t] %v");
+    pFormatter->add_flag<HeadFlag>('*').set_pattern("%*%v");
     return pFormatter;
 }
 
@@ -163,12 +192,14 @@ void RotatingSink::HandOver()
 
 void RotatingSink::Append(const spdlog::details::log_msg& msg)
 {
-    spdlog::memory_buf_t line;
-    formatter_->format(msg, line);
-    if (m_bRegular && m_nSize > 0 && m_nSize + line.size() > m_nMaxSize &&
+    if (m_line.capacity() > kFileBuffer)
+        m_line = spdlog::memory_buf_t();
+    m_line.clear();
+    formatter_->format(msg, m_line);
+    if (m_bRegular && m_nSize > 0 && m_nSize + m_line.size() > m_nMaxSize &&
         std::chrono::steady_clock::now() >= m_nextRotation)
         Rotate();
-    Put({line.data(), line.size()});
+    Put({m_line.data(), m_line.size()});
 }
 
 void RotatingSink::Flush()

@@ -49,8 +49,9 @@ private:
     const std::size_t m_nMaxFiles;
     // Under the mutex of the base.
     LogFile m_file;
-    std::string m_strBuffer;  // what has not been handed to the system yet
-    bool m_bRegular = false;  // only a regular file is rotated
+    spdlog::memory_buf_t m_line;  // the one that is being written; keeps its memory
+    std::string m_strBuffer;      // what has not been handed to the system yet
+    bool m_bRegular = false;      // only a regular file is rotated
     // Whether this process rotates the file. Of several processes one does; the others open the file anew at
     // the first flush after that.
     bool m_bOwned = false;

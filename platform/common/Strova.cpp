@@ -21,17 +21,22 @@ struct _THandle {
 
 namespace {
 
+bool IsValid(const _THandle* pStream, const void* data, int size)
+{
+    return pStream != nullptr && size >= 0 && (data != nullptr || size == 0);
+}
+
 // How many of `size` bytes are there to be taken.
 std::size_t Available(const _THandle* pStream, int size)
 {
     return std::min(static_cast<std::size_t>(size), pStream->GetReadable());
 }
 
-void DropFront(_THandle& stream, std::size_t nCount)
+// So many bytes before the end are being taken off.
+void MoveToEnd(_THandle& stream, std::size_t nCount)
 {
     if (stream.m_nToEnd != _THandle::kNoEnd)
         stream.m_nToEnd -= nCount;
-    stream.m_memory.DropFront(nCount);
 }
 
 }  // namespace
@@ -56,7 +61,7 @@ int GetLength(_THandle* pStream) { return pStream == nullptr ? 0 : static_cast<i
 
 int Write(_THandle* pStream, const void* data, int size)
 {
-    if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
+    if (!IsValid(pStream, data, size))
         return Platova::FailWith(std::errc::invalid_argument);
     auto& memory = pStream->m_memory;
     if (memory.GetLength() + static_cast<std::size_t>(size) > static_cast<std::size_t>(INT_MAX))
@@ -71,7 +76,7 @@ int Write(_THandle* pStream, const void* data, int size)
 
 int Peek(_THandle* pStream, void* data, int size)
 {
-    if (pStream == nullptr || size < 0 || (data == nullptr && size > 0))
+    if (!IsValid(pStream, data, size))
         return Platova::FailWith(std::errc::invalid_argument);
     const std::size_t nCount = Available(pStream, size);
     if (nCount != 0)
@@ -81,10 +86,14 @@ int Peek(_THandle* pStream, void* data, int size)
 
 int Read(_THandle* pStream, void* data, int size)
 {
-    const int nCount = Peek(pStream, data, size);
-    if (nCount > 0)
-        DropFront(*pStream, static_cast<std::size_t>(nCount));
-    return nCount;
+    if (!IsValid(pStream, data, size))
+        return Platova::FailWith(std::errc::invalid_argument);
+    const std::size_t nCount = Available(pStream, size);
+    if (nCount != 0) {
+        MoveToEnd(*pStream, nCount);
+        pStream->m_memory.TakeFront(static_cast<char*>(data), nCount);
+    }
+    return static_cast<int>(nCount);
 }
 
 int RemoveLeft(_THandle* pStream, int size)
@@ -92,7 +101,8 @@ int RemoveLeft(_THandle* pStream, int size)
     if (pStream == nullptr || size < 0)
         return Platova::FailWith(std::errc::invalid_argument);
     const std::size_t nCount = Available(pStream, size);
-    DropFront(*pStream, nCount);
+    MoveToEnd(*pStream, nCount);
+    pStream->m_memory.DropFront(nCount);
     return static_cast<int>(nCount);
 }
 

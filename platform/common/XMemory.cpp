@@ -16,6 +16,11 @@ constexpr std::size_t kBlockBytes = 64u << 10;
 
 void _XMemory::Append(const char* pBytes, std::size_t nCount)
 {
+    if (m_nFront == 0 && nCount <= m_vecBytes.capacity() - m_vecBytes.size()) {
+        m_vecBytes.insert(m_vecBytes.end(), pBytes, pBytes + nCount);
+        m_nLength += nCount;
+        return;
+    }
     // The front is closed up only once it is the larger part, so that every byte moves at most once.
     if (m_vecOlder.empty() && m_nFront > m_vecBytes.size() / 2) {
         m_vecBytes.erase(m_vecBytes.begin(), m_vecBytes.begin() + static_cast<std::ptrdiff_t>(m_nFront));

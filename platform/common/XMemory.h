@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "platform/Kernova.h"
@@ -16,6 +18,22 @@ struct Kernova::MemoryPool::_XMemory {
     void CopyFront(char* pTo, std::size_t nCount) const;
     // Takes nCount bytes off the front, which are there.
     void DropFront(std::size_t nCount);
+    // Copies nCount bytes of the front, which are there, and takes them off.
+    void TakeFront(char* pTo, std::size_t nCount)
+    {
+        if (!m_vecOlder.empty() || nCount >= m_nLength) {
+            CopyFront(pTo, nCount);
+            DropFront(nCount);
+            return;
+        }
+        const char* const pFront = m_vecBytes.data() + m_nFront;
+        if (nCount == sizeof(std::int32_t))  // most fields of a message
+            std::memcpy(pTo, pFront, sizeof(std::int32_t));
+        else
+            std::memcpy(pTo, pFront, nCount);
+        m_nFront += nCount;
+        m_nLength -= nCount;
+    }
     // All bytes in one block, which the caller may take. Throws std::bad_alloc, and then nothing has changed.
     std::vector<char>& Join();
     // Exchanges the bytes of an empty stream with those.
