@@ -56,10 +56,11 @@ void CChargeGen::Run()
 {
     Host::NameThread("velkar-charge");
     Log::Info("[Charge Gen] Charge gen thread start.");
-    // A stop that ends the wait still lets one pass run, if the link stands. bLast makes sure that it is one
-    // pass only, because Terminated() becomes true some time after the stop flag.
+    // A stop that ends the wait still lets one pass run, if the link stands: also one that comes before this
+    // thread has reached its first wait, so the end of the loop asks. bLast makes sure that it is one pass
+    // only, because Terminated() becomes true some time after the stop flag.
     bool bLast = false;
-    while (!Terminated() && !bLast) {
+    do {
         // The cycle is read afresh at each turn, so a reloaded CHARGE_CYCLE counts from the next wait on.
         m_wake.Wait(CycleMilliseconds(ConfigReader().GetChargeCycle()));
         ResetUnlessStopping(m_wake, m_bStop);
@@ -68,5 +69,5 @@ void CChargeGen::Run()
             continue;
         Log::Info("[Charge Gen] Try to send a 'XC2S_ChargeReq' msg");
         RunPass();
-    }
+    } while (!Terminated() && !bLast);
 }
