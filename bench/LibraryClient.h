@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "VelkarConnector.h"
 #include "bench/AtOnceService.h"
@@ -53,11 +54,15 @@ inline Result RunLibrary(const char* pszLevel, int nCallers, unsigned short nPor
 {
     IsCounting() = bCounting;
     StartLibrary(nPort, pszLevel);
-    std::atomic<long> nFailed{0};
-    const Result result = Measure(nCallers, nMilliseconds, [&nFailed](int nCaller, long n) {
-        _USER_REQ req{};
-        std::snprintf(req.szUserID, sizeof(req.szUserID), "user%d", nCaller);
+    std::vector<_USER_REQ> vecUsers(static_cast<std::size_t>(nCallers));
+    int nUser = 0;
+    for (_USER_REQ& req : vecUsers) {
+        std::snprintf(req.szUserID, sizeof(req.szUserID), "user%d", nUser++);
         std::snprintf(req.szUserIP, sizeof(req.szUserIP), "10.0.0.1");
+    }
+    std::atomic<long> nFailed{0};
+    const Result result = Measure(nCallers, nMilliseconds, [&](int nCaller, long n) {
+        const _USER_REQ& req = vecUsers[static_cast<std::size_t>(nCaller)];
         if (n % 2 == 0) {
             _CHECKIN_RES res;
             Checkin(&req, &res);

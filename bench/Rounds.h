@@ -14,9 +14,9 @@
 namespace Bench {
 
 struct Result {
-    double dRate = 0;      // requests a second
-    double dSwitches = 0;  // of the client's process, a request
-    long nOvertaken = 0;   // answers that came before their caller waited
+    double dRate = 0;     // requests a second
+    Usage usage;          // of the client's process, a request
+    long nOvertaken = 0;  // answers that came before their caller waited
     long nRequests = 0;
 };
 
@@ -39,17 +39,20 @@ inline Result Measure(int nCallers, int nMilliseconds, const std::function<bool(
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(nMilliseconds / 5));
     bCounting = true;
-    const long nBefore = ContextSwitches();
+    const Usage before = GetUsage();
     const auto begin = std::chrono::steady_clock::now();
     std::this_thread::sleep_for(std::chrono::milliseconds(nMilliseconds));
     bCounting = false;
     const double dSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    const long nSwitches = ContextSwitches() - nBefore;
+    const Usage after = GetUsage();
     bEnd = true;
     for (std::thread& caller : vecCallers)
         caller.join();
     const auto dRequests = static_cast<double>(nRequests.load());
-    return {dRequests / dSeconds, static_cast<double>(nSwitches) / dRequests, nOvertaken.load(),
+    return {dRequests / dSeconds,
+            {(after.dSwitches - before.dSwitches) / dRequests,
+             (after.dMicroseconds - before.dMicroseconds) / dRequests},
+            nOvertaken.load(),
             nRequests.load()};
 }
 
@@ -66,14 +69,16 @@ inline constexpr Row kRows[] = {{"1 caller, one core", 1, true},
 
 // What the rounds of one client have given.
 struct Series {
-    std::vector<double> vecRates, vecSwitches, vecRatios;  // ratios to the yardstick's rate of the same round
+    std::vector<double> vecRates, vecSwitches, vecMicroseconds,
+        vecRatios;  // ratios to the yardstick's rate of the same round
     long nOvertaken = 0;
     long nRequests = 0;
 
     void Add(const Result& result, const Result& yardstick)
     {
         vecRates.push_back(result.dRate);
-        vecSwitches.push_back(result.dSwitches);
+        vecSwitches.push_back(result.usage.dSwitches);
+        vecMicroseconds.push_back(result.usage.dMicroseconds);
         vecRatios.push_back(result.dRate / yardstick.dRate);
         nOvertaken += result.nOvertaken;
         nRequests += result.nRequests;

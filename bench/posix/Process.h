@@ -12,15 +12,19 @@
 #include <type_traits>
 
 #include "bench/Fail.h"
+#include "bench/Usage.h"
 
 namespace Bench {
 
-// Of the whole process, voluntary or not, since its start.
-inline long ContextSwitches()
+inline Usage GetUsage()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_nvcsw + usage.ru_nivcsw;
+    const auto microseconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+    };
+    return {static_cast<double>(usage.ru_nvcsw + usage.ru_nivcsw),
+            microseconds(usage.ru_utime) + microseconds(usage.ru_stime)};
 }
 
 // A process that runs the body and ends with the process that started it, or earlier. The body is handed the

@@ -1,5 +1,5 @@
 // Windows cannot divide a process: clients and services are threads of one process there. Rows for one core
-// are for whoever starts the program on one core, and context switches are not counted.
+// are for whoever starts the program on one core, and what they use is not counted.
 #pragma once
 
 #include <condition_variable>
@@ -9,9 +9,11 @@
 #include <optional>
 #include <thread>
 
+#include "bench/Usage.h"
+
 namespace Bench {
 
-inline long ContextSwitches() { return 0; }
+inline Usage GetUsage() { return {}; }
 
 // A thread that runs the body, and goes on for as long as the body does. The body is handed the function that
 // gives the starter one value.
