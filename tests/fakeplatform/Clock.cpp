@@ -42,8 +42,8 @@ struct Clock {
 
 Support::Guarded<Clock>& TheClock() { return Immortal<Clock>(); }
 
-// In a play with EndWaits, where steps follow one another at once.
-constexpr std::chrono::microseconds kLookAgainSoon{300}, kShortestWait{100};
+// In a play with EndWaits.
+constexpr std::chrono::microseconds kShortestWait{100};
 
 // How long a wait until then, of that length, sleeps before it looks again; nothing once it is over.
 std::optional<nanoseconds> NextSleep(nanoseconds end, std::chrono::milliseconds length, bool bHasSlept)

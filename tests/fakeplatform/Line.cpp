@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 #include <utility>
 
 #include "platform/common/NetConnectCall.h"
@@ -15,7 +16,12 @@ using Lines = std::map<const Netrova::Link::_THandle*, std::shared_ptr<Line>>;
 
 Support::Guarded<Lines>& TheLines() { return Immortal<Lines>(); }
 
-thread_local std::shared_ptr<Line> t_pDialled;  // from Dial to the link that the same thread makes of it
+// From Dial to the link that the same thread makes of it. No thread_local: mingw destroys one only after it
+// has freed its memory.
+Support::Guarded<std::map<std::thread::id, std::shared_ptr<Line>>>& TheDialled()
+{
+    return Immortal<std::map<std::thread::id, std::shared_ptr<Line>>>();
+}
 
 std::atomic<long> g_nArrive{-1};  // of the write that breaks off; -1: none does
 
@@ -120,6 +126,12 @@ void Line::FlushLocked()
     }
 }
 
+bool Line::IsWriting()
+{
+    const std::lock_guard lock(mutex);
+    return pLink != nullptr && !pLink->GetSendQueue().IsEmpty();
+}
+
 void Line::ReceivedReturned()
 {
     const std::lock_guard lock(mutex);
@@ -158,8 +170,9 @@ std::error_code Dial(const std::shared_ptr<ConnectCall>&, asio::io_context&,
         const auto inbox = pInbox->Lock();
         if (inbox->bAccept && !inbox->bEnd) {
             const int nConnection = ++inbox->nLastConnection;
-            Fake::t_pDialled = std::make_shared<Fake::Line>(pInbox, nConnection);
-            inbox->mapLines[nConnection] = Fake::t_pDialled;
+            const auto pLine = std::make_shared<Fake::Line>(pInbox, nConnection);
+            Fake::TheDialled()->insert_or_assign(std::this_thread::get_id(), pLine);
+            inbox->mapLines[nConnection] = pLine;
             inbox->Post([nConnection](Fake::Sink& sink) { sink.OnOpen(nConnection); });
             return {};
         }
@@ -175,7 +188,8 @@ Transport::Transport(asio::io_context& context, Socket, std::shared_ptr<Link::_T
       m_pLink(std::move(pLink))
 {
     Fake::Count("links", 1);
-    std::exchange(Fake::t_pDialled, nullptr)->Attach(m_pLink, context);
+    const auto dialled = Fake::TheDialled()->extract(std::this_thread::get_id());
+    dialled.mapped()->Attach(m_pLink, context);
 }
 
 // A sender may come behind the disconnected callback.

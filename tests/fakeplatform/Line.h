@@ -52,6 +52,7 @@ struct Line : std::enable_shared_from_this<Line> {
     void Write(const Netrova::Blocks& vecBlocks);  // to the peer, at once
     void Flush();                                  // likewise, what the link has queued
     void ReceivedReturned();
+    bool IsWriting();  // whether something that was sent has not reached the peer yet
 
     // ---- the peer's side ----
     void OnPeerBytes(const std::string& strBytes);

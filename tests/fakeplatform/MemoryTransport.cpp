@@ -1,5 +1,7 @@
 #include "tests/fakeplatform/MemoryTransport.h"
 
+#include <algorithm>
+
 #include "tests/fakeplatform/Parts.h"
 
 namespace Fake {
@@ -97,8 +99,18 @@ void MemoryTransport::HoldReading(bool bHold)
     inbox->cond.notify_all();
 }
 
+// A send may have returned while another sender is still writing its block.
+bool MemoryTransport::IsWriting()
+{
+    const auto mapLines = (*m_pInbox)->mapLines;
+    return std::any_of(mapLines.begin(), mapLines.end(),
+                       [](const auto& line) { return line.second->IsWriting(); });
+}
+
 void MemoryTransport::Settle()
 {
+    while (IsWriting())
+        std::this_thread::sleep_for(kLookAgainSoon);
     auto inbox = m_pInbox->Lock();
     inbox->cond.wait(inbox.lock, [&] {
         return inbox->bEnd || inbox->bHoldReading || (inbox->deqEvents.empty() && !inbox->bTelling);

@@ -27,10 +27,11 @@ public:
     void Accept(bool bAccept) override;
     void HoldReading(bool bHold) override;
     void Settle() override;
-    void WaitForSilence() override { Settle(); }  // a send is known as soon as it has returned
+    void WaitForSilence() override { Settle(); }
 
 private:
     void Run(Sink& sink);
+    bool IsWriting();
 
     const std::shared_ptr<Inbox> m_pInbox = std::make_shared<Inbox>();
     unsigned short m_nPort;

@@ -18,6 +18,8 @@ void Violation(const std::string& strText);
 
 // Waits that have begun look again so often, so that a change of the clock reaches them.
 inline constexpr std::chrono::milliseconds kLookAgain{10};
+// Where steps follow one another at once.
+inline constexpr std::chrono::microseconds kLookAgainSoon{300};
 
 // The library's clock, from any beginning.
 std::chrono::nanoseconds Now();
