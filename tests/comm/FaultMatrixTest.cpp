@@ -334,6 +334,8 @@ TEST_F(FaultMatrixTest, ADayWithoutTheServiceLosesNoCheckoutAndDoublesNone)
     }
     Service().Up();
     EndWaits(kReconnectCycle);
+    while (FailedCheckOutVector().GetSentCount() == 0)  // longer than an Expect waits, on a busy machine
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const auto list = Service().Expect<XC2S_FailedCheckOutReq>();
     EndWaits(kHeartbeatCycle);
     while (FailedCheckOutVector().GetCount() + FailedCheckOutVector().GetSentCount() != 0)

@@ -101,7 +101,7 @@ TEST_F(SessionCallsTest, ACheckoutThatCannotBeSentIsKept)
     Service().SayYes();
     for (const Op op : {Op::LockActiveLinks, Op::GetLink, Op::StreamCreate, Op::StreamWrite, Op::LinkSend}) {
         Game().Checkin("abc");
-        Fail(op);
+        FailBehindHeartbeat(op);
         EXPECT_STREQ(Game().Checkout("abc").szError, "Failed to send a 'XC2S_CheckOutReq' msg.");
         EXPECT_FALSE(IsIn("abc"));
         EXPECT_EQ(FailedCheckOutVector().GetCount(), 1u);

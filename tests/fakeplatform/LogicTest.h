@@ -40,13 +40,14 @@ protected:
         if (HasFailure())
             std::fprintf(stderr, "---- log ----\n%s-------------\n", Fake::Journal::Text().c_str());
     }
-    // The next sends fail, and not the heartbeat that follows every start.
-    static void FailSend(int nTimes = 1)
+    // What fails is the test's own, and not the heartbeat that follows every start.
+    static void FailBehindHeartbeat(Fake::Op op, int nTimes = 1)
     {
         EXPECT_TRUE(
             Fake::Journal::WaitFor(Fake::Journal::Level::Debug, "Success to send a 'XC2S_Heartbeat' msg."));
-        Fake::Fail(Fake::Op::LinkSend, nTimes);
+        Fake::Fail(op, nTimes);
     }
+    static void FailSend(int nTimes = 1) { FailBehindHeartbeat(Fake::Op::LinkSend, nTimes); }
     // Of the platform's things, once the service has noticed the end of the link.
     testing::AssertionResult NothingIsLeft()
     {

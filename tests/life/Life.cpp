@@ -194,11 +194,16 @@ std::string NameOf(const Library& library, int nProductID)
     return pfnName(nProductID);
 }
 
-// Ends the library as well.
-void ExpectName(const Library& library, int nProductID, const std::string& strName)
+void AwaitName(const Library& library, int nProductID, const std::string& strName)
 {
     if (!Eventually([&] { return NameOf(library, nProductID) == strName; }))
         Die("the file with " + strName + " is not in force");
+}
+
+// Ends the library as well.
+void ExpectName(const Library& library, int nProductID, const std::string& strName)
+{
+    AwaitName(library, nProductID, strName);
     library.pfnUninit();
 }
 
@@ -226,9 +231,11 @@ void Unseen(const Library& library)
 }
 
 // Each change in the directory makes the library look, and on Windows its own line in the log is such a
-// change.
+// change. A file that is gone before the library first looks for a change has another line.
 void Missing(const Library& library)
 {
+    WriteFile(Directory() / kSettingsFile, TextWith(9, "There"));
+    AwaitName(library, 9, "There");
     fs::remove(Directory() / kSettingsFile);
     for (int n = 0; n < 20; ++n) {
         WriteFile(Directory() / "another", "change");

@@ -162,15 +162,18 @@ void ServiceScript::WaitUntil(const std::string& strWhat, const std::function<bo
     throw std::runtime_error(strText);
 }
 
-void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&)>& accept)
+void ServiceScript::Take(int nMsgID, const std::function<bool(const std::string&)>& accept, int nConnection)
 {
+    bool bLost = false;
     WaitUntil(Wirova::MessageName(nMsgID), [&](State& state) {
         for (ReceivedFrame& frame : state.vecReceived) {
             if (frame.nMsgID == nMsgID && !frame.bTaken && accept(frame.strBody))
                 return frame.bTaken = true;
         }
-        return false;
+        return bLost = nConnection != 0 && !state.mapUnread.contains(nConnection);
     });
+    if (bLost)
+        throw std::logic_error("The connection of the request has ended");
 }
 
 void ServiceScript::ExpectNothing()

@@ -141,11 +141,17 @@ public:
         Assign(msg, strFields);
         Send(msg);
     }
+    // Throws std::logic_error if the connection ends before the answer has come.
     template <class Request>
     std::unique_ptr<AnswerTo<Request>> Ask(const Request& req)
     {
-        Send(req);
-        return Expect<AnswerTo<Request>>();
+        const int nConnection = NewestConnection();
+        m_pTransport->Send(nConnection, FrameOf(req));
+        auto pAnswer = std::make_unique<AnswerTo<Request>>();
+        Take(
+            AnswerTo<Request>::kMsgID,
+            [&](const std::string& strBody) { return LoadBody(strBody, *pAnswer); }, nConnection);
+        return pAnswer;
     }
 
     // ---- registration ----
@@ -220,7 +226,8 @@ private:
     }
     // How often each registration is answered, and what with.
     void SetRegistration(int nAnswers, const std::string& strFields = {});
-    void Take(int nMsgID, const std::function<bool(const std::string&)>& accept);
+    // Throws std::logic_error if that connection ends before; 0: any may.
+    void Take(int nMsgID, const std::function<bool(const std::string&)>& accept, int nConnection = 0);
     std::vector<ReceivedFrame> Received()
     {
         Settle();

@@ -49,6 +49,10 @@ protected:
         ASSERT_TRUE(this->Game().Start());
         for (int n = 0; n < kCallers; ++n)
             m_callers[n].end = this->Game().Later([this, n] { PlayCaller(m_callers[n], UserOf(n)); });
+        const struct EndOfCallers {  // also when the service has waited in vain
+            ~EndOfCallers() { bOver = true; }
+            std::atomic<bool>& bOver;
+        } endOfCallers{m_bOver};
         int nSqualls = 0;
         for (; std::chrono::steady_clock::now() < end && !this->HasFailure(); ++nSqualls) {
             pace(false);
