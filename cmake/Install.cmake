@@ -16,7 +16,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/include/VelkarConnector.h ${PROJECT_SOURCE_D
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/bindings DESTINATION ${share} COMPONENT development)
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/VelkarConnector.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-  if(TARGET velkar_import_library)
+  if(TARGET VelkarConnector_import_library)
     install(FILES ${PROJECT_BINARY_DIR}/VelkarConnector.lib DESTINATION ${CMAKE_INSTALL_LIBDIR}
             COMPONENT development)
   endif()
@@ -33,7 +33,8 @@ install(FILES ${PROJECT_BINARY_DIR}/package/VelkarConnectorConfig.cmake
               ${PROJECT_BINARY_DIR}/package/VelkarConnectorConfigVersion.cmake
         DESTINATION ${package} COMPONENT development)
 file(RELATIVE_PATH up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/velkar-connector.pc.in ${PROJECT_BINARY_DIR}/package/velkar-connector.pc
+set(name VelkarConnector)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/velkar.pc.in ${PROJECT_BINARY_DIR}/package/velkar-connector.pc
                @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/velkar-connector.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)
@@ -47,7 +48,24 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${doc} COMPONENT develo
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${doc}
         COMPONENT development)
 
-# ---- the programs beside the library ----
+# ---- the sandbox: for test programs, and as a program; the programs beside it ----
+if(TARGET VelkarSandbox)
+  install(TARGETS VelkarSandbox EXPORT VelkarSandboxTargets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sandbox
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sandbox
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/sandbox/capi/VelkarSandbox.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+          COMPONENT sandbox)
+  install(EXPORT VelkarSandboxTargets NAMESPACE VelkarConnector:: DESTINATION ${package} COMPONENT sandbox)
+  set(name VelkarSandbox)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/velkar.pc.in ${PROJECT_BINARY_DIR}/package/velkar-sandbox.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/package/velkar-sandbox.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT sandbox)
+  if(TARGET VelkarSandbox_import_library)
+    install(FILES ${PROJECT_BINARY_DIR}/VelkarSandbox.lib DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sandbox)
+  endif()
+endif()
 foreach(target velkar-sandbox velkar-load velkar-check)
   if(TARGET ${target})
     install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT sandbox)
@@ -60,7 +78,7 @@ if(VELKAR_SPLIT_DEBUG AND CMAKE_BUILD_TYPE STREQUAL Release)
     install(FILES $<TARGET_FILE:VelkarConnector>.debug DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug
             EXCLUDE_FROM_ALL)
   else()
-    foreach(target VelkarConnector velkar-sandbox velkar-load velkar-check)
+    foreach(target VelkarConnector VelkarSandbox velkar-sandbox velkar-load velkar-check)
       if(TARGET ${target})
         install(CODE "set(file $<TARGET_FILE:${target}>)
 set(readelf ${CMAKE_READELF})

@@ -72,9 +72,12 @@ function(velkar_tool target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
 endfunction()
 
-# velkar_one_file(target): the program carries the C++ runtime and runs on other distributions too; Linux.
+# velkar_one_file(target): the program carries the C++ runtime and runs on other systems too.
 function(velkar_one_file target)
   velkar_split_debug(${target})
+  if(WIN32)
+    return()
+  endif()
   target_link_options(${target} PRIVATE -pie)
   if(NOT VELKAR_SANITIZE)
     # The unwinder is the system's, as a bundled one would ask for a newer glibc.

@@ -38,6 +38,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Header, packages for CMake and pkg-
 set(CPACK_DEBIAN_SANDBOX_PACKAGE_NAME velkar-sandbox)
 set(CPACK_DEBIAN_SANDBOX_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_SANDBOX_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.0)")
+set(CPACK_DEBIAN_SANDBOX_PACKAGE_SUGGESTS libpq5)  # for --db postgresql://
 set(CPACK_COMPONENT_SANDBOX_DESCRIPTION "A stand-in for the service, to build and test a game server without it.")
 set(CPACK_DEBIAN_DEBUG_PACKAGE_NAME ${library}-dbgsym)
 set(CPACK_DEBIAN_DEBUG_PACKAGE_SECTION debug)

@@ -187,11 +187,12 @@ void Run::OnSecond()
     const auto nSecond = static_cast<std::size_t>((m_lastSecond - m_score.start) / std::chrono::seconds(1));
     const Second now = nSecond <= m_score.vecSeconds.size() ? m_score.vecSeconds[nSecond - 1] : Second{};
     const CallScore sum = m_score.Sum();
-    m_pfnSay(Format("%4zu s %9llu/s   p50 %s   p99 %s   waiting %zu   refused %llu   late %llu   lost %llu",
-                    nSecond, static_cast<unsigned long long>(now.nAnswered),
+    m_pfnSay(Format("%4llu s %9llu/s   p50 %s   p99 %s   waiting %llu   refused %llu   late %llu   lost %llu",
+                    static_cast<unsigned long long>(nSecond), static_cast<unsigned long long>(now.nAnswered),
                     TimeText(now.times.Percentile(0.5)).c_str(), TimeText(now.times.Percentile(0.99)).c_str(),
-                    CountWaiting(), static_cast<unsigned long long>(sum.nRefused),
-                    static_cast<unsigned long long>(sum.nLate), static_cast<unsigned long long>(sum.nLost)));
+                    static_cast<unsigned long long>(CountWaiting()),
+                    static_cast<unsigned long long>(sum.nRefused), static_cast<unsigned long long>(sum.nLate),
+                    static_cast<unsigned long long>(sum.nLost)));
 }
 
 // ---- what is done in them ----

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "load/Users.h"
+#include "sandbox/base/Files.h"
 
 namespace Load {
 namespace {
@@ -19,7 +20,7 @@ const char* const kShop = R"json("shops": [{
 
 void WriteSeed(const std::string& strPath, int nUsers)
 {
-    std::ofstream file(strPath, std::ios::trunc);
+    std::ofstream file(Sandbox::PathOf(strPath), std::ios::trunc);
     file << "{" << kShop << ",\n\"users\": [";
     for (int n = 0; n < nUsers; ++n) {
         file << (n == 0 ? "\n" : ",\n") << R"({"userId": ")" << UserID(n) << R"(", "userNo": ")" << UserNo(n)

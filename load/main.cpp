@@ -4,18 +4,22 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <vector>
 
 #include "load/Report.h"
 #include "load/Run.h"
 #include "load/Seed.h"
+#include "platform/Program.h"
+#include "sandbox/base/Files.h"
 
 namespace {
 
 using namespace Load;
+using Sandbox::PathOf;
 
 Json ReadJson(const std::string& strPath)
 {
-    std::ifstream file(strPath);
+    std::ifstream file(PathOf(strPath));
     if (!file)
         throw std::runtime_error("The mix '" + strPath + "' cannot be read.");
     return Json::parse(file);
@@ -25,7 +29,7 @@ void WriteFile(const std::string& strPath, const std::string& strText)
 {
     if (strPath.empty())
         return;
-    std::ofstream file(strPath, std::ios::trunc);
+    std::ofstream file(PathOf(strPath), std::ios::trunc);
     file << strText;
     file.close();
     if (!file)
@@ -38,14 +42,16 @@ int Play(const Options& options)
     std::ofstream log;
     Run::Note pfnNote;
     if (!options.strLog.empty()) {
-        log.open(options.strLog, std::ios::trunc);
+        log.open(PathOf(options.strLog), std::ios::trunc);
         pfnNote = [&log](const Call& call, const User& user, const char* pszOutcome) {
             log << call.GetName() << ' ' << UserID(user.nNumber) << ' ' << pszOutcome << '\n';
         };
     }
-    Run run(
-        options, mix, [](const std::string& strLine) { std::printf("%s\n", strLine.c_str()); },
-        std::move(pfnNote));
+    const auto say = [](const std::string& strLine) {
+        std::printf("%s\n", strLine.c_str());
+        std::fflush(stdout);  // not every system has line buffers
+    };
+    Run run(options, mix, say, std::move(pfnNote));
     const Score& score = run.Execute();
     std::printf("%s", TableOf(options, mix, score).c_str());
     if (log.is_open() && !log.flush())
@@ -62,9 +68,10 @@ int Play(const Options& options)
 int main(int argc, char** argv)
 {
     Options options;
-    if (const auto exitCode = ParseCommandLine(argc, argv, options))
+    const std::vector<const char*> vecArguments = Host::BeginProgram(argc, argv);
+    if (const auto exitCode =
+            ParseCommandLine(static_cast<int>(vecArguments.size()), vecArguments.data(), options))
         return *exitCode;
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {
         if (options.bPrintMix)
             return std::fputs(kDefaultMix, stdout) < 0 ? kFailed : kDone;

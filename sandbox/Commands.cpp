@@ -1,6 +1,7 @@
 #include "sandbox/Commands.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -9,6 +10,7 @@
 
 #include "sandbox/Asked.h"
 #include "sandbox/Options.h"
+#include "sandbox/Replay.h"
 #include "sandbox/Scenario.h"
 #include "sandbox/base/Json.h"
 #include "sandbox/base/Printable.h"
@@ -17,11 +19,20 @@ namespace Sandbox {
 namespace {
 
 constexpr int kCannotAsk = 1;
+// Of "coverage", which has something else to say with 1.
+constexpr int kMissing = 1;
+constexpr int kCannotAskForCoverage = 2;
 
 int Fail(const std::string& strText)
 {
     std::fprintf(stderr, "velkar-sandbox: %s\n", strText.c_str());
     return kCannotAsk;
+}
+
+int FailToAsk(const std::string& strText)
+{
+    Fail(strText);
+    return kCannotAskForCoverage;
 }
 
 std::string AddressOf(const std::string& strHost, int nPort) { return strHost + ':' + std::to_string(nPort); }
@@ -68,14 +79,19 @@ private:
     std::string m_strRest;
 };
 
-int Follow(const std::string& strHost, int nPort, const std::map<std::string, std::string>& mapFilter)
+std::string QueryOf(const std::map<std::string, std::string>& mapFilter)
 {
     std::string strQuery;
     for (const auto& [strKey, strValue] : mapFilter) {
         if (!strValue.empty())
             strQuery += (strQuery.empty() ? '?' : '&') + strKey + '=' + Encoded(strValue);
     }
-    Asked asked(strHost, nPort, "GET /events" + strQuery, "");
+    return strQuery;
+}
+
+int Follow(const std::string& strHost, int nPort, const std::map<std::string, std::string>& mapFilter)
+{
+    Asked asked(strHost, nPort, "GET /events" + QueryOf(mapFilter), "");
     if (asked.GetStatus() == 0)
         return Fail("There is no sandbox at " + AddressOf(strHost, nPort) + '.');
     if (asked.GetStatus() != 200)
@@ -110,6 +126,35 @@ int Trigger(const std::string& strHost, int nPort, const std::string& strName, c
     return asked.GetStatus() == 200 ? kEnded : kCannotAsk;
 }
 
+// What game servers have met, group by group, and what to do for the rest.
+int ShowCoverage(const std::string& strHost, int nPort, const std::map<std::string, std::string>& mapFilter)
+{
+    Asked asked(strHost, nPort, "GET /coverage" + QueryOf(mapFilter), "");
+    if (asked.GetStatus() == 0)
+        return FailToAsk("There is no sandbox at " + AddressOf(strHost, nPort) + '.');
+    const std::string strAnswer = asked.ReadAll();
+    const Json json = Json::parse(strAnswer, nullptr, false);
+    if (asked.GetStatus() != 200 || !json.is_object())
+        return FailToAsk(strAnswer);
+    std::vector<std::pair<std::string, std::vector<Json>>> vecGroups;
+    for (const Json& item : json["coverage"]) {
+        if (vecGroups.empty() || vecGroups.back().first != item["group"])
+            vecGroups.push_back({item["group"], {}});
+        vecGroups.back().second.push_back(item);
+    }
+    for (const auto& [strGroup, vecItems] : vecGroups) {
+        const auto nMet = std::ranges::count_if(vecItems, [](const Json& item) { return item["met"] != 0; });
+        std::printf("%-11s %d of %zu\n", strGroup.c_str(), static_cast<int>(nMet), vecItems.size());
+        for (const Json& item : vecItems) {
+            if (item["met"] == 0)
+                std::printf("   missing  %s\n            %s\n", item["what"].get<std::string>().c_str(),
+                            item["next"].get<std::string>().c_str());
+        }
+    }
+    std::printf("%d of %d are missing\n", json["missing"].get<int>(), json["items"].get<int>());
+    return json["missing"] == 0 ? kEnded : kMissing;
+}
+
 }  // namespace
 
 std::optional<int> RunCommand(int argc, const char* const* argv)
@@ -117,11 +162,16 @@ std::optional<int> RunCommand(int argc, const char* const* argv)
     const std::string strCommand = argc > 1 ? argv[1] : "";
     if (strCommand == "run")
         return RunScenarioCommand(argc - 1, argv + 1);
-    if (strCommand != "follow" && strCommand != "trigger")
+    if (strCommand == "replay")
+        return RunReplayCommand(argc - 1, argv + 1);
+    const std::map<std::string, const char*> kAsking = {
+        {"follow", "Shows the messages of a running sandbox as they pass."},
+        {"trigger", "Has a running sandbox send something to a game."},
+        {"coverage", "Shows what game servers have met of what they should; 1 while something is missing."}};
+    const auto itAsking = kAsking.find(strCommand);
+    if (itAsking == kAsking.end())
         return std::nullopt;
-    CLI::App app{strCommand == "follow" ? "Shows the messages of a running sandbox as they pass."
-                                        : "Has a running sandbox send something to a game.",
-                 "velkar-sandbox " + strCommand};
+    CLI::App app{itAsking->second, "velkar-sandbox " + strCommand};
     std::string strHost = "127.0.0.1", strName;
     int nPort = Options().nHttpPort;
     std::vector<std::string> vecPairs;
@@ -131,6 +181,9 @@ std::optional<int> RunCommand(int argc, const char* const* argv)
     if (strCommand == "follow") {
         for (const char* const pszName : {"user", "class", "connector"})
             app.add_option(std::string("--") + pszName, mapFilter[pszName], "Only messages of this one");
+    } else if (strCommand == "coverage") {
+        app.add_option("--connector", mapFilter["connector"], "Only what this one has met");
+        app.add_option("--group", mapFilter["group"], "Only this group: calls, refusals, unanswered, ...");
     } else {
         app.add_option("name", strName, "The trigger, as GET /routes lists it")->required();
         app.add_option("arguments", vecPairs, "key=value, each");
@@ -139,6 +192,8 @@ std::optional<int> RunCommand(int argc, const char* const* argv)
         app.parse(argc - 1, argv + 1);
         if (strCommand == "trigger")
             return Trigger(strHost, nPort, strName, ArgumentsOf(vecPairs));
+        if (strCommand == "coverage")
+            return ShowCoverage(strHost, nPort, mapFilter);
         return Follow(strHost, nPort, mapFilter);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? kEnded : kBadCommandLine;

@@ -11,15 +11,21 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, Options& 
     CLI::App app{
         "A stand-in for the Velkar billing service, for people without the real one.\n"
         "It speaks the connector's protocol without any authentication: keep it on this machine.\n"
-        "The commands \"follow\" and \"trigger\" ask a sandbox that runs already; both have a --help."};
+        "The commands \"follow\", \"trigger\" and \"coverage\" ask a sandbox that runs already, \"run\" and "
+        "\"replay\" "
+        "start one; each has a --help."};
     app.set_version_flag("--version", std::string("velkar-sandbox ") + kVersion);
 
     int nDelay = static_cast<int>(options.answerDelay.count());
     app.add_option("--host", options.strHost, "Address to listen on")->capture_default_str();
     app.add_option("--port", options.nPort, "TCP port; 0 takes a free one and prints it")
         ->capture_default_str();
-    app.add_option("--db", options.strDb,
-                   "SQLite file that keeps users and sessions; in memory if not given");
+    auto* const pDb = app.add_option(
+        "--db", options.strDb,
+        "SQLite file, or postgresql://..., that keeps users and sessions; in memory if not given");
+    app.add_option("--record", options.strRecord,
+                   "File that gets what passes, for \"replay\"; begins with the seed, so not with --db")
+        ->excludes(pDb);
     app.add_option("--seed", options.strSeed, "Users and shops to start with: demo, none, or a JSON file")
         ->capture_default_str();
     app.add_flag("--save-on-purchase", options.bSaveOnPurchase,

@@ -12,8 +12,9 @@ namespace Sandbox {
 struct Options {
     std::string strHost = "127.0.0.1";
     unsigned short nPort = 12000;  // 0: any free one
-    std::string strDb{};           // empty: in memory
-    std::string strSeed = "demo";  // or "none", or a JSON file
+    std::string strDb{};           // a file, or a URL of PostgreSQL; empty: in memory
+    std::string strSeed = "demo";  // or "none", or a JSON file, or its text
+    std::string strRecord{};       // file for a recording; empty: none
     std::chrono::milliseconds answerDelay{0};
     Verbosity verbosity = Verbosity::Normal;
     std::string strPortFile{};  // empty: none

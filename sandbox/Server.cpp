@@ -1,12 +1,17 @@
 #include "sandbox/Server.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <asio/post.hpp>
 #include <csignal>
+#include <fstream>
+#include <nlohmann/json.hpp>
 
+#include "platform/Program.h"
+#include "platform/common/SocketOptions.h"
 #include "sandbox/ServerIo.h"
+#include "sandbox/base/Files.h"
+#include "sandbox/base/Version.h"
+#include "sandbox/store/Postgres.h"
 #include "sandbox/wire/TcpLink.h"
 
 namespace Sandbox {
@@ -20,11 +25,8 @@ constexpr std::chrono::milliseconds kAcceptPause{100};  // after an accept that 
 // take.
 std::size_t GetMaxLinks()
 {
-    constexpr rlim_t kOthers = 24 + HttpServer::kMaxConnections;
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= Server::kMaxLinks + kOthers)
-        return Server::kMaxLinks;
-    return static_cast<std::size_t>(std::max<rlim_t>(limit.rlim_cur, kOthers + 1) - kOthers);
+    constexpr std::size_t kOthers = 24 + HttpServer::kMaxConnections;
+    return std::min(Server::kMaxLinks, std::max(Host::GetMaxOpenFiles(), kOthers + 1) - kOthers);
 }
 
 Seed ReadSeed(const Options& options)
@@ -36,14 +38,38 @@ Seed ReadSeed(const Options& options)
     }
 }
 
-std::unique_ptr<Store> OpenStore(const Options& options, const Seed& seed, const IClock& clock)
+// The first line of a recording has all that a sandbox needs to start as this one.
+Json HeadOf(const Options& options)
+{
+    if (options.strRecord.empty())
+        return {};
+    Json head = {{"recording", Recorder::kVersion},
+                 {"version", kVersion},
+                 {"saveOnPurchase", options.bSaveOnPurchase},
+                 {"answerDelay", options.answerDelay.count()},
+                 {"seed", options.strSeed}};
+    if (options.strSeed != "demo" && options.strSeed != "none") {
+        std::ifstream file(PathOf(options.strSeed));
+        head["seedText"] = Json::parse(file, nullptr, false);
+    }
+    return head;
+}
+
+// The URL of a database may hold a pass word, so it is not shown.
+std::unique_ptr<Store> OpenStore(const Options& options, const Seed& seed, MovableClock& clock,
+                                 const std::function<void()>& wake)
 {
     try {
-        auto pStore = std::make_unique<Store>(options.strDb, clock.Now());
+        auto pStore = std::make_unique<Store>(options.strDb, clock.Now(), wake);
         Plant(*pStore, seed, clock.Now());
+        if (Studio* const pStudio = pStore->GetStudio())
+            clock.Advance(pStudio->GetAhead());
         return pStore;
     } catch (const StoreError& e) {
-        throw StartError("The database " + (options.strDb.empty() ? "in memory" : "'" + options.strDb + "'") +
+        throw StartError("The database " +
+                         (options.strDb.empty()       ? "in memory"
+                          : IsPostgres(options.strDb) ? "in PostgreSQL"
+                                                      : "'" + options.strDb + "'") +
                          " cannot be used: " + e.what());
     } catch (const SeedError& e) {
         throw StartError(e.what());
@@ -63,7 +89,7 @@ void Listen(asio::ip::tcp::acceptor& acceptor, const Options& options)
         });
         const asio::ip::tcp::endpoint endpoint = older != found.end() ? *older : *found.begin();
         acceptor.open(endpoint.protocol());
-        acceptor.set_option(asio::ip::tcp::acceptor::reuse_address(true));
+        Netrova::SetListenOptions(static_cast<std::uintptr_t>(acceptor.native_handle()));
         acceptor.bind(endpoint);
         acceptor.listen();
     } catch (const asio::system_error& e) {
@@ -79,18 +105,20 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
       m_console(console),
       m_io(std::make_unique<Io>()),
       m_seed(ReadSeed(options)),
-      m_pStore(OpenStore(options, m_seed, m_clock)),
+      m_pStore(OpenStore(options, m_seed, m_clock, [this] { Post([this] { TakeLetters(); }); })),
       m_registry(*m_pStore, m_clock),
       m_log(console),
       m_timers(m_io->context),
       m_outages(m_timers),
       m_traffic(m_log, m_faults, m_timers, options.answerDelay),
       m_requests(m_traffic, m_timers),
-      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_log, console, m_clock,
+      m_courier(*m_pStore, m_registry, m_traffic, m_requests, m_timers, console),
+      m_service(*m_pStore, m_registry, m_traffic, m_requests, m_courier, m_log, console, m_clock,
                 options.bSaveOnPurchase),
-      m_triggers(*m_pStore, m_registry, m_traffic, m_requests),
-      m_control({*m_pStore, m_registry, m_log, m_faults, m_outages, m_triggers, m_service, m_feed, console,
-                 m_clock, m_seed}),
+      m_triggers(*m_pStore, m_registry, m_courier),
+      m_recorder(options.strRecord, HeadOf(options), console),
+      m_control({*m_pStore, m_registry, m_log, m_faults, m_outages, m_triggers, m_service, m_courier, m_feed,
+                 m_coverage, m_recorder, console, m_clock, m_seed}),
       m_nMaxLinks(GetMaxLinks())
 {
     Listen(m_io->acceptor, options);
@@ -99,7 +127,17 @@ Server::Server(const Options& options, const IClock& clock, const Console& conso
     m_outages.SetHost({[this](const Outage& outage) { BeginOutage(outage); },
                        [this](const Outage& outage) { EndOutage(outage); }});
     m_console.Say("Listening on " + endpoint.address().to_string() + " port " + std::to_string(m_nPort));
-    m_log.SetListener([this](const LoggedMessage& message) { m_feed.Publish(message); });
+    m_log.SetListener([this](const LoggedMessage& message, const Wirova::IMessage& msg) {
+        m_feed.Publish(message);
+        m_recorder.OnMessage(message);
+        m_coverage.OnMessage(message, msg);
+        if (m_listener)
+            m_listener(message);
+    });
+    m_traffic.SetListener(
+        [this](const std::string& strConnector, Wirova::int32 nMsgID, const Mishap& mishap) {
+            m_coverage.OnMishap(strConnector, nMsgID, mishap);
+        });
     if (options.bHttp)
         StartHttp(options);
     if (!endpoint.address().is_loopback())
@@ -148,16 +186,20 @@ void Server::CloseAll()
         (*m_setLinks.begin())->Close("the sandbox ends");
 }
 
+void Server::Handle(HttpRequest request, Respond respond)
+{
+    Post([this, request = std::move(request), respond = std::move(respond)] {
+        m_control.Handle(request, respond);
+    });
+}
+
 // The HTTP interface has threads of its own. They hand every request to the server's thread, which is the
 // only one that touches the pieces.
 void Server::StartHttp(const Options& options)
 {
     m_pHttp = std::make_unique<HttpServer>(
-        options.strHttpHost, options.nHttpPort, [this](HttpRequest request, Respond respond) {
-            Post([this, request = std::move(request), respond = std::move(respond)] {
-                m_control.Handle(request, respond);
-            });
-        });
+        options.strHttpHost, options.nHttpPort,
+        [this](HttpRequest request, Respond respond) { Handle(std::move(request), std::move(respond)); });
     m_console.Say("HTTP on " + m_pHttp->GetHost() + " port " + std::to_string(m_pHttp->GetPort()));
     if (!m_pHttp->IsLoopback())
         m_console.Say("Other machines can reach the HTTP interface too, and do there whatever they like.");
@@ -218,6 +260,21 @@ void Server::Sweep()
     }
     try {
         m_service.Sweep();
+        if (!m_strFailure.empty())
+            m_console.Say("The database answers again.");
+        m_strFailure.clear();
+    } catch (const StoreError& e) {
+        if (m_strFailure != e.what())
+            m_console.Say(std::string("The database has failed: ") + e.what());
+        m_strFailure = e.what();
+    }
+}
+
+void Server::TakeLetters()
+{
+    try {
+        if (!m_bStopped)
+            m_courier.TakeLetters();
     } catch (const StoreError& e) {
         m_console.Say(std::string("The database has failed: ") + e.what());
     }
@@ -229,6 +286,8 @@ void Server::OnClosed(Link& link, const std::string& strWhy)
 {
     m_console.Say(link.GetName() + ": closed: " + strWhy);
     m_requests.OnClosed(link);
+    m_coverage.OnClosed(link.GetName(), m_bRefusing);
+    m_recorder.OnClosed(link.GetName(), strWhy);
     m_registry.Detach(link);
     m_setLinks.erase(link.shared_from_this());
 }

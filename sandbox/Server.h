@@ -18,6 +18,7 @@
 #include "sandbox/control/HttpServer.h"
 #include "sandbox/seed/Seed.h"
 #include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/Coverage.h"
 #include "sandbox/service/GameRequests.h"
 #include "sandbox/service/Service.h"
 #include "sandbox/store/Store.h"
@@ -53,6 +54,16 @@ public:
         Invoke([this] { Sweep(); });
     }
 
+    // Does what a route of the HTTP interface does, on the thread of Run. Any thread. The reply is given
+    // there, at once or later.
+    void Handle(HttpRequest request, Respond respond);
+
+    // Who gets every message that passes, on the thread of Run; to be called before Run. Must not throw.
+    void SetListener(std::function<void(const LoggedMessage& message)> listener)
+    {
+        m_listener = std::move(listener);
+    }
+
     // Runs work() on the thread of Run, waits for it and returns its result. From any other thread, while
     // Run runs.
     template <class Work>
@@ -77,6 +88,7 @@ private:
     void Accept();
     void ScheduleSweep();
     void Sweep();
+    void TakeLetters();
     void CloseAll();
     void BeginOutage(const Outage& outage);
     void EndOutage(const Outage& outage);
@@ -101,11 +113,15 @@ private:
     Outages m_outages;
     Traffic m_traffic;
     GameRequests m_requests;
+    Courier m_courier;
     Service m_service;
     Triggers m_triggers;
     MessageFeed m_feed;
+    Coverage m_coverage;
+    Recorder m_recorder;
     Control m_control;
 
+    std::function<void(const LoggedMessage& message)> m_listener;
     std::set<std::shared_ptr<Link>> m_setLinks;
     // By outage: links that are closed here and look open to their peers.
     std::map<int, std::vector<std::shared_ptr<Link>>> m_mapAbandoned;
@@ -113,6 +129,7 @@ private:
     bool m_bFullShown = false;  // refusing connections has been shown since there was room last
     unsigned short m_nPort = 0;
     bool m_bRefusing = false;  // an outage refuses connections
+    std::string m_strFailure;  // of the database in the last sweep; empty: none
     bool m_bStopped = false;
     std::unique_ptr<HttpServer> m_pHttp;  // the last member, so that its threads end before the other pieces
 };

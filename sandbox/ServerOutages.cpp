@@ -1,4 +1,5 @@
 // What the server does about the outages that are ordered: it owns the links and accepts connections.
+#include "platform/common/SocketOptions.h"
 #include "sandbox/Server.h"
 #include "sandbox/ServerIo.h"
 
@@ -6,10 +7,13 @@ namespace Sandbox {
 
 void Server::BeginOutage(const Outage& outage)
 {
+    if (outage.kind == Outage::Kind::Refuse)
+        m_coverage.OnOutage("", outage.kind);
     const auto setLinks = m_setLinks;  // a copy, because closing a link removes it from the set
     for (const auto& link : setLinks) {
         if (!outage.strConnector.empty() && outage.strConnector != link->GetName())
             continue;
+        m_coverage.OnOutage(link->GetName(), outage.kind);
         if (outage.kind == Outage::Kind::Cut) {
             link->Close("cut by an outage");
         } else if (outage.kind == Outage::Kind::HalfOpen) {
@@ -67,7 +71,8 @@ void Server::ListenAgain()
     asio::error_code error;
     auto& acceptor = m_io->acceptor;
     acceptor.open(m_io->endpoint.protocol(), error);
-    acceptor.set_option(asio::ip::tcp::acceptor::reuse_address(true), error);
+    if (!error)
+        Netrova::SetListenOptions(static_cast<std::uintptr_t>(acceptor.native_handle()));
     acceptor.bind(m_io->endpoint, error);
     if (!error)
         acceptor.listen(asio::socket_base::max_listen_connections, error);

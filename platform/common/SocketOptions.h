@@ -18,4 +18,8 @@ inline constexpr int kDeadPeer = kKeepAliveIdle + kKeepAliveInterval * kKeepAliv
 // connection without it still works.
 void SetLinkOptions(std::uintptr_t nSocket);
 
+// Prepares a TCP socket that is going to listen: nobody else can listen on its port at the same time, and a
+// program that has just ended does not keep the port from its successor.
+void SetListenOptions(std::uintptr_t nSocket);
+
 }  // namespace Netrova

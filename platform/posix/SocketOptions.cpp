@@ -21,4 +21,11 @@ void SetLinkOptions(std::uintptr_t nSocket)
     set(IPPROTO_TCP, TCP_USER_TIMEOUT, kDeadPeer * 1000);
 }
 
+void SetListenOptions(std::uintptr_t nSocket)
+{
+    const int nHandle = static_cast<int>(nSocket), nOn = 1;
+    fcntl(nHandle, F_SETFD, FD_CLOEXEC);
+    setsockopt(nHandle, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof(nOn));
+}
+
 }  // namespace Netrova

@@ -22,4 +22,13 @@ void SetLinkOptions(std::uintptr_t nSocket)
     setsockopt(socket, IPPROTO_TCP, kTcpMaxRt, reinterpret_cast<const char*>(&nSeconds), sizeof(nSeconds));
 }
 
+// SO_REUSEADDR would let another process take the port as well.
+void SetListenOptions(std::uintptr_t nSocket)
+{
+    const BOOL bOn = TRUE;
+    SetHandleInformation(reinterpret_cast<HANDLE>(nSocket), HANDLE_FLAG_INHERIT, 0);
+    setsockopt(static_cast<SOCKET>(nSocket), SOL_SOCKET, SO_EXCLUSIVEADDRUSE,
+               reinterpret_cast<const char*>(&bOn), sizeof(bOn));
+}
+
 }  // namespace Netrova

@@ -1,23 +1,18 @@
 #include "sandbox/base/Console.h"
 
-#include <chrono>
 #include <cstdio>
-#include <ctime>
+
+#include "platform/Host.h"
 
 namespace Sandbox {
 namespace {
 
 std::string TimeOfDay()
 {
-    using namespace std::chrono;
-    const auto now = system_clock::now();
-    const std::time_t seconds = system_clock::to_time_t(now);
-    const auto nMillisecond = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm tm{};
-    localtime_r(&seconds, &tm);
-    char szTime[32];
-    std::snprintf(szTime, sizeof(szTime), "%02d:%02d:%02d.%03d ", tm.tm_hour, tm.tm_min, tm.tm_sec,
-                  static_cast<int>(nMillisecond));
+    const Host::LocalTime now = Host::GetLocalTime();
+    char szTime[64];
+    std::snprintf(szTime, sizeof(szTime), "%02d:%02d:%02d.%03d ", now.nHour, now.nMinute, now.nSecond,
+                  now.nMillisecond);
     return szTime;
 }
 

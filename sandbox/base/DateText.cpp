@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/Program.h"
+
 namespace Sandbox {
 
 std::string FormatDate(std::time_t time)
 {
-    std::tm tm{};
-    localtime_r(&time, &tm);
+    const std::tm tm = Host::LocalCalendar(time);
     char szDate[16];
     return {szDate, std::strftime(szDate, sizeof(szDate), "%Y%m%d%H%M%S", &tm)};
 }
@@ -16,13 +17,14 @@ std::string FormatDate(std::time_t time)
 std::string FormatTimestamp(std::chrono::system_clock::time_point time)
 {
     using namespace std::chrono;
-    const std::time_t seconds = system_clock::to_time_t(time);
-    const auto nMillisecond = duration_cast<milliseconds>(time.time_since_epoch()).count() % 1000;
-    std::tm tm{};
-    gmtime_r(&seconds, &tm);
-    char szDay[32], szAll[48];
-    std::strftime(szDay, sizeof(szDay), "%Y-%m-%dT%H:%M:%S", &tm);
-    std::snprintf(szAll, sizeof(szAll), "%s.%03dZ", szDay, static_cast<int>(nMillisecond));
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(floor<milliseconds>(time - day));
+    char szAll[96];
+    std::snprintf(szAll, sizeof(szAll), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned int>(date.month()), static_cast<unsigned int>(date.day()),
+                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
     return szAll;
 }
 

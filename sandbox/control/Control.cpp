@@ -1,5 +1,6 @@
 #include "sandbox/control/Control.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/Printable.h"
@@ -7,10 +8,17 @@
 
 namespace Sandbox {
 
-void Control::Handle(const HttpRequest& request, const Respond& respond)
+void Control::Handle(const HttpRequest& request, const Respond& answer)
 {
+    Respond respond = answer;
+    if (const int nRecorded = m_.recorder.OnRequest(request); nRecorded != 0) {
+        respond = [this, nRecorded, answer](HttpReply reply) {
+            m_.recorder.OnAnswered(nRecorded, reply.nStatus);
+            answer(std::move(reply));
+        };
+    }
     try {
-        Dispatch(request, respond);
+        TryAgain([&] { Dispatch(request, respond); });
     } catch (const HttpError& e) {
         respond(ErrorReply(e.GetStatus(), e.what()));
     } catch (const JsonError& e) {
@@ -71,14 +79,33 @@ std::string Control::RequireGame(const Json& given)
 
 void Control::Reset(const Json&, const Respond& respond)
 {
-    Transaction transaction = m_.store.Begin();
+    Transaction transaction = m_.store.Begin(Access::Change);
+    m_.store.HoldAll();
     m_.store.RemoveAllSessions();
     Restore(m_.store, m_.seed, m_.clock.Now());
+    m_.courier.TellOthers(Letter::Reset, 0);
     transaction.Commit();
+    ForgetOrders();
+    respond(JsonReply(200, {{"users", m_.seed.listUsers.size()}}));
+}
+
+// What is left of a reset besides the database.
+void Control::ForgetOrders()
+{
     m_.faults.RemoveAll();
     m_.outages.RemoveAll();
     m_.log.Clear();
-    respond(JsonReply(200, {{"users", m_.seed.listUsers.size()}}));
+}
+
+// What another sandbox of the studio has been told to do to all of them.
+void Control::OnLetter(const Letter& letter)
+{
+    if (letter.nKind == Letter::Reset) {
+        m_.console.Note("Reset by another sandbox.");
+        ForgetOrders();
+    } else if (letter.nKind == Letter::Clock) {
+        m_.clock.Advance(std::max<std::int64_t>(letter.nValue - m_.clock.GetAhead(), 0));
+    }
 }
 
 void Control::ListFaults(const Json&, const Respond& respond)

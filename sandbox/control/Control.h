@@ -10,9 +10,11 @@
 #include "sandbox/base/Arguments.h"
 #include "sandbox/control/HttpExchange.h"
 #include "sandbox/control/MessageFeed.h"
+#include "sandbox/control/Recorder.h"
 #include "sandbox/control/Triggers.h"
 #include "sandbox/seed/Seed.h"
 #include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/Coverage.h"
 #include "sandbox/service/Service.h"
 #include "sandbox/store/Store.h"
 #include "sandbox/wire/Faults.h"
@@ -32,15 +34,21 @@ public:
         Outages& outages;
         Triggers& triggers;
         Service& service;
+        Courier& courier;
         MessageFeed& feed;
+        Coverage& coverage;
+        Recorder& recorder;
         const Console& console;
         MovableClock& clock;
         const Seed& seed;  // what POST /reset restores
     };
-    explicit Control(const Parts& parts) : m_(parts), m_msStarted(parts.clock.SocketMilliseconds()) {}
+    explicit Control(const Parts& parts) : m_(parts), m_msStarted(parts.clock.SocketMilliseconds())
+    {
+        m_.courier.SetListener([this](const Letter& letter) { OnLetter(letter); });
+    }
 
     // Responds in any case: what is wrong with the request becomes an error reply. Does not throw.
-    void Handle(const HttpRequest& request, const Respond& respond);
+    void Handle(const HttpRequest& request, const Respond& answer);
 
 private:
     // given has been checked by the route's description and has its defaults.
@@ -66,6 +74,8 @@ private:
     void OpenApi(const Json& given, const Respond& respond);
     void Health(const Json& given, const Respond& respond);
     void Metrics(const Json& given, const Respond& respond);
+    void ShowCoverage(const Json& given, const Respond& respond);
+    void ResetCoverage(const Json& given, const Respond& respond);
     void Connectors(const Json& given, const Respond& respond);
     void Users(const Json& given, const Respond& respond);
     void Messages(const Json& given, const Respond& respond);
@@ -85,6 +95,11 @@ private:
     void MakeProduct(const Json& given, const Respond& respond);
     void ChangeProduct(const Json& given, const Respond& respond);
     void RemoveProduct(const Json& given, const Respond& respond);
+    void MakeShop(const Json& given, const Respond& respond);
+    void RemoveShop(const Json& given, const Respond& respond);
+    void MakeBranch(const Json& given, const Respond& respond);
+    void ChangeBranch(const Json& given, const Respond& respond);
+    void RemoveBranch(const Json& given, const Respond& respond);
     void FillStorage(const Json& given, const Respond& respond);
     void EmptyStorage(const Json& given, const Respond& respond);
     void MakeEntry(const Json& given, const Respond& respond);
@@ -101,6 +116,9 @@ private:
     void AddOutage(const Json& given, const Respond& respond);
     void RemoveOutages(const Json& given, const Respond& respond);
 
+    void ForgetOrders();
+    void OnLetter(const Letter& letter);
+
     // Those named Require throw HttpError 404 for what is not there.
     User RequireUser(const std::string& strUser);
     std::string RequireGame(const Json& given);  // "gameId", or the first shop's game
@@ -109,6 +127,9 @@ private:
     Entry& RequireEntry(const Json& given, Entry& entry);
     void RequireFreeNo(const std::string& strUserNo, const std::string& strUserID);  // 409
     void GiveCoupon(const Coupon& coupon);                                           // 409
+
+    void EditShops(const std::function<void(Json& shops)>& edit);
+    void EditMenu(const Json& given, const Respond& respond, const std::function<void(Json& shop)>& edit);
 
     Json UserToJson(const User& user);
     Json WalletToJson(const User& user);

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sandbox/base/DateText.h"
+#include "sandbox/base/Printable.h"
 #include "sandbox/base/Version.h"
 #include "sandbox/control/Control.h"
 #include "wirova/messages/MessageCatalog.h"
@@ -69,15 +70,18 @@ void Control::Health(const Json&, const Respond& respond)
 {
     m_.store.GetUsers(1);  // throws if the database does not answer
     const auto& connectors = m_.registry.GetConnectors();
-    respond(JsonReply(200, {{"status", "ok"},
-                            {"version", kVersion},
-                            {"uptimeSeconds", (m_.clock.SocketMilliseconds() - m_msStarted) / 1000},
-                            {"connectors", connectors.size()},
-                            {"linked", CountLinked(connectors)},
-                            {"now", FormatDate(m_.clock.Now())},
-                            {"aheadSeconds", m_.clock.GetAhead()},
-                            {"faults", m_.faults.GetCount()},
-                            {"outages", m_.outages.GetCount()}}));
+    Json health = {{"status", "ok"},
+                   {"version", kVersion},
+                   {"uptimeSeconds", (m_.clock.SocketMilliseconds() - m_msStarted) / 1000},
+                   {"connectors", connectors.size()},
+                   {"linked", CountLinked(connectors)},
+                   {"now", FormatDate(m_.clock.Now())},
+                   {"aheadSeconds", m_.clock.GetAhead()},
+                   {"faults", m_.faults.GetCount()},
+                   {"outages", m_.outages.GetCount()}};
+    if (Studio* const pStudio = m_.store.GetStudio())
+        health.update({{"sandbox", pStudio->GetID()}, {"sandboxes", pStudio->Count()}});
+    respond(JsonReply(200, health));
 }
 
 void Control::Metrics(const Json&, const Respond& respond)
@@ -106,6 +110,17 @@ void Control::Metrics(const Json&, const Respond& respond)
     single("http_requests_total", "counter", "Requests of the HTTP interface.", m_nRequests);
     single("event_readers", "gauge", "Readers of the live stream.", m_.feed.GetReaders());
     single("events_lost_total", "counter", "Events that slow readers have lost.", m_.feed.GetLost());
+    for (const bool bMissing : {false, true}) {
+        head(bMissing ? "coverage_missing" : "coverage_items", "gauge",
+             bMissing ? "What no game server has met yet, by group."
+                      : "What game servers should meet, by group.");
+        for (const std::string& strGroup : CoverageGroups()) {
+            const Coverage::Count count = m_.coverage.CountOf(strGroup);
+            strText += std::string("velkar_sandbox_coverage_") + (bMissing ? "missing" : "items") +
+                       "{group=\"" + strGroup + "\"} " +
+                       std::to_string(count.nItems - (bMissing ? count.nMet : 0)) + '\n';
+        }
+    }
     head("messages_total", "counter", "Messages of the protocol.");
     for (const auto& [key, nCount] : m_.log.GetCounts()) {
         strText += "velkar_sandbox_messages_total{class=\"" + std::string(Wirova::MessageName(key.first)) +
@@ -113,6 +128,22 @@ void Control::Metrics(const Json&, const Respond& respond)
                    std::to_string(nCount) + '\n';
     }
     respond({200, strText, "text/plain; version=0.0.4", nullptr});
+}
+
+void Control::ShowCoverage(const Json& given, const Respond& respond)
+{
+    Json json;
+    const std::string strConnector = given.value("connector", "");
+    if (!m_.coverage.ToJson(strConnector, given.value("group", ""), json))
+        throw HttpError(404, "No connector " + Quoted(strConnector) + " has registered.");
+    respond(JsonReply(200, json));
+}
+
+void Control::ResetCoverage(const Json&, const Respond& respond)
+{
+    const std::size_t nMet = m_.coverage.CountOf("").nMet;
+    m_.coverage.Reset();
+    respond(JsonReply(200, {{"removed", nMet}}));
 }
 
 // ---- the clock ----
@@ -146,6 +177,10 @@ void Control::AdvanceClock(const Json& given, const Respond& respond)
     for (; nLeft > 0; nLeft -= nStep) {
         m_.clock.Advance(std::min(nStep, nLeft));
         m_.service.Sweep();
+    }
+    if (Studio* const pStudio = m_.store.GetStudio()) {
+        pStudio->SetAhead(m_.clock.GetAhead());
+        m_.courier.TellOthers(Letter::Clock, m_.clock.GetAhead());
     }
     ShowClock(given, respond);
 }

@@ -23,12 +23,13 @@ ProductKey Control::RequireProduct(const Json& given)
 
 void Control::MakeProduct(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
+    m_.store.GetCatalogue().Hold();
     Catalogue& catalogue = m_.store.GetCatalogue();
     const ProductKey key{RequireGame(given), given["productId"]};
     Product product;
     if (catalogue.FindProduct(key, product))
         throw HttpError(409, "There is a product " + Quoted(key.strProductID) + " already.");
-    Transaction transaction = m_.store.Begin();
     LoadProduct(catalogue, key.strGameID, given);
     transaction.Commit();
     respond(JsonReply(200, ProductToJson(catalogue, key)));
@@ -38,6 +39,8 @@ void Control::MakeProduct(const Json& given, const Respond& respond)
 // worked out of the orders again, so that those are not counted twice.
 void Control::ChangeProduct(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
+    m_.store.GetCatalogue().Hold();
     Catalogue& catalogue = m_.store.GetCatalogue();
     const ProductKey key = RequireProduct(given);
     Json changed = ProductToJson(catalogue, key);
@@ -45,7 +48,6 @@ void Control::ChangeProduct(const Json& given, const Respond& respond)
     changed.update(given);
     changed.erase("gameId");
     const Json checked = CheckArguments(changed, ProductArguments());
-    Transaction transaction = m_.store.Begin();
     const std::int64_t nPlace = catalogue.GetPlace(key);
     catalogue.RemoveProduct(key, Catalogue::Groups::Keep);
     LoadProduct(catalogue, key.strGameID, checked);
@@ -56,8 +58,9 @@ void Control::ChangeProduct(const Json& given, const Respond& respond)
 
 void Control::RemoveProduct(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
+    m_.store.GetCatalogue().Hold();
     const ProductKey key = RequireProduct(given);
-    Transaction transaction = m_.store.Begin();
     m_.store.GetCatalogue().RemoveProduct(key, Catalogue::Groups::Forget);
     transaction.Commit();
     respond(JsonReply(200, {{"removed", key.strProductID}}));
@@ -95,9 +98,9 @@ void Control::Storage(const Json& given, const Respond& respond)
 
 void Control::FillStorage(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     const User user = RequireUser(given["user"]);
     const std::string strGameID = RequireGame(given);
-    Transaction transaction = m_.store.Begin();
     FillBox(m_.store, user, strGameID, given["entries"], m_.clock.Now());
     transaction.Commit();
     respond(JsonReply(200, {{"user", user.strUserID}, {"gameId", strGameID}, {"entries", given["entries"]}}));
@@ -105,8 +108,8 @@ void Control::FillStorage(const Json& given, const Respond& respond)
 
 void Control::EmptyStorage(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     const User user = RequireUser(given["user"]);
-    Transaction transaction = m_.store.Begin();
     const int nRemoved = m_.store.GetLedger().RemoveEntriesOf(user.nID);
     transaction.Commit();
     respond(JsonReply(200, {{"removed", nRemoved}}));
@@ -114,6 +117,7 @@ void Control::EmptyStorage(const Json& given, const Respond& respond)
 
 void Control::MakeEntry(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     const User user = RequireUser(given["user"]);
     Entry entry;
     entry.nOwner = user.nID;
@@ -128,7 +132,6 @@ void Control::MakeEntry(const Json& given, const Respond& respond)
     row.strUserID = user.strUserID;
     row.strUserNo = user.strUserNo;
     row.nRemainCount = row.nCount;
-    Transaction transaction = m_.store.Begin();
     row.nStorageSeq = static_cast<int>(m_.store.GetLedger().AddEntry(entry));
     transaction.Commit();
     respond(JsonReply(200, EntryToJson(entry)));
@@ -137,13 +140,17 @@ void Control::MakeEntry(const Json& given, const Respond& respond)
 Entry& Control::RequireEntry(const Json& given, Entry& entry)
 {
     const int nStorageSeq = given["storageSeq"];
-    if (!m_.store.GetLedger().FindEntry(nStorageSeq, entry))
+    Ledger& ledger = m_.store.GetLedger();
+    // Looked up again once its owner is kept.
+    if (!ledger.FindEntry(nStorageSeq, entry) || !m_.store.GetUser(entry.nOwner) ||
+        !ledger.FindEntry(nStorageSeq, entry))
         throw HttpError(404, "There is no entry " + std::to_string(nStorageSeq) + ".");
     return entry;
 }
 
 void Control::ChangeEntry(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     Entry entry;
     ReadRecord(RequireEntry(given, entry).row, given);
     const std::string strState = given.value("state", "");
@@ -154,7 +161,6 @@ void Control::ChangeEntry(const Json& given, const Respond& respond)
         entry.strUseCharacterID.clear();
     }
     entry.row.nRemainCount = entry.state == EntryState::Used ? 0 : entry.row.nCount;
-    Transaction transaction = m_.store.Begin();
     m_.store.GetLedger().ReplaceEntry(entry);
     transaction.Commit();
     respond(JsonReply(200, EntryToJson(entry)));
@@ -162,9 +168,9 @@ void Control::ChangeEntry(const Json& given, const Respond& respond)
 
 void Control::RemoveEntry(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     Entry entry;
     RequireEntry(given, entry);
-    Transaction transaction = m_.store.Begin();
     m_.store.GetLedger().RemoveEntry(entry.row.nStorageSeq);
     transaction.Commit();
     respond(JsonReply(200, {{"removed", entry.row.nStorageSeq}}));

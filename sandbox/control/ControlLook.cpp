@@ -7,15 +7,18 @@
 namespace Sandbox {
 void Control::Connectors(const Json&, const Respond& respond)
 {
+    m_.registry.Refresh();
     Json list = Json::array();
     for (const auto& [identity, connector] : m_.registry.GetConnectors()) {
         list.push_back({{"connector", identity.GetName()},
                         {"gid", identity.strGID},
                         {"sid", identity.strSID},
                         {"wid", identity.strWID},
-                        {"linked", connector.pLink != nullptr},
+                        {"linked", connector.pLink != nullptr || connector.nSandbox != 0},
                         {"heartbeatMs", connector.msCycle},
                         {"users", m_.store.GetSessions(connector.nID).size()}});
+        if (m_.store.GetStudio() != nullptr)
+            list.back()["sandbox"] = connector.nSandbox != 0 ? Json(connector.nSandbox) : Json();
     }
     respond(JsonReply(200, {{"connectors", list}}));
 }

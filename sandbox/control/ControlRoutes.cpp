@@ -19,6 +19,7 @@ Argument TheUser() { return Argument::Text("user", kMaxName, "a user id").Requir
 Argument OneUser() { return Argument::Text("user", kMaxName, "only this user's, by user id"); }
 Argument Game() { return Argument::Text("gameId", kMaxGameID, "the first shop's, unless given"); }
 Argument ProductID() { return Argument::Text("productId", 20, "").Required(); }
+Argument BranchID() { return Argument::Text("branchId", 20, "").Required(); }
 Argument CouponUseID() { return Argument::Text("couponUseId", 20, "").Required(); }
 Argument StorageSeq() { return Argument::Number("storageSeq", 1, INT_MAX, "number of the entry"); }
 
@@ -57,6 +58,12 @@ std::vector<Control::Route> Control::RoutesToLook()
         {"GET", "/health", "Whether the sandbox can do its work", {}, &Control::Health},
         {"GET", "/metrics", "Figures, as Prometheus reads them", {}, &Control::Metrics},
         {"GET", "/openapi.json", "The routes, as OpenAPI has them", {}, &Control::OpenApi},
+        {"GET",
+         "/coverage",
+         "What game servers have met of what they should, and how to get to the rest",
+         {Argument::Text("connector", kMaxName, "GID/SID/WID: only what this one has met"),
+          Argument::Text("group", kMaxName, "").OneOf(CoverageGroups())},
+         &Control::ShowCoverage},
         {"GET",
          "/shop",
          "What is sold, as a seed file has it",
@@ -103,11 +110,27 @@ std::vector<Control::Route> Control::RoutesToChangeUsers()
 std::vector<Control::Route> Control::RoutesToChangeGoods()
 {
     const Arguments productChange = ForChange(Without(ProductArguments(), {"productId"}));
+    const Arguments branchChange = ForChange(Without(BranchArguments(), {"branchId"}));
     return {
         {"POST", "/products", "Put a product into a shop", Arguments{Game()} + ProductArguments(),
          &Control::MakeProduct},
         {"PATCH", "/products", "Change a product", Arguments{Game(), ProductID()} + productChange,
          &Control::ChangeProduct},
+        {"POST", "/shop", "Open a shop", ShopArguments(), &Control::MakeShop},
+        {"DELETE",
+         "/shop",
+         "Close a shop; what has been bought of it stays",
+         {Argument::Text("gameId", kMaxGameID, "").Required()},
+         &Control::RemoveShop},
+        {"POST", "/menu", "Put a branch into the menu of a shop", Arguments{Game()} + BranchArguments(),
+         &Control::MakeBranch},
+        {"PATCH", "/menu", "Change a branch of a menu", Arguments{Game(), BranchID()} + branchChange,
+         &Control::ChangeBranch},
+        {"DELETE",
+         "/menu",
+         "Remove a branch that has nothing below it",
+         {Game(), BranchID()},
+         &Control::RemoveBranch},
         {"DELETE", "/products", "Take a product off a shop", {Game(), ProductID()}, &Control::RemoveProduct},
         {"POST",
          "/storage",
@@ -135,6 +158,7 @@ std::vector<Control::Route> Control::RoutesToChangeGoods()
          {Argument::Number("seconds", 1, kMaxAdvance, "by so many seconds"),
           Argument::Date("to", "to this time, YYYYMMDDhhmmss, in place of seconds")},
          &Control::AdvanceClock},
+        {"DELETE", "/coverage", "Forget what game servers have met", {}, &Control::ResetCoverage},
         {"POST",
          "/reset",
          "No faults, outages and messages, users as seeded, nobody checked in",

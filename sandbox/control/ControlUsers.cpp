@@ -1,4 +1,5 @@
-// The routes that change users and what they own. Each is one transaction.
+// The routes that change users and what they own. Each is one transaction, which begins before anything is
+// looked up: what has been looked up stays then as it is.
 #include <climits>
 #include <nlohmann/json.hpp>
 
@@ -27,6 +28,7 @@ void Control::GiveCoupon(const Coupon& coupon)
 
 void Control::MakeUser(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     SeedUser seeded;
     ReadSeedUser(given, "", seeded);
     const std::string& strUserID = seeded.user.strUserID;
@@ -35,7 +37,6 @@ void Control::MakeUser(const Json& given, const Respond& respond)
     RequireFreeNo(seeded.user.strUserNo, strUserID);
     if (seeded.nFillStorage > 0)
         RequireGame(Json::object());
-    Transaction transaction = m_.store.Begin();
     try {
         PlantUser(m_.store, seeded, "This user", m_.clock.Now());
     } catch (const SeedError& e) {
@@ -48,6 +49,7 @@ void Control::MakeUser(const Json& given, const Respond& respond)
 // The user as a seed would have the user, with what the request changes of it.
 void Control::ChangeUser(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     const User user = RequireUser(given["user"]);
     Json changed = SeedOf(m_.store, user);
     changed.update(given);
@@ -55,7 +57,6 @@ void Control::ChangeUser(const Json& given, const Respond& respond)
     SeedUser seeded;
     ReadSeedUser(CheckArguments(changed, UserArguments()), "", seeded);
     RequireFreeNo(seeded.user.strUserNo, user.strUserID);
-    Transaction transaction = m_.store.Begin();
     m_.store.RestoreUser(seeded.user);
     m_.store.GetLedger().SetWallet(user.nID, seeded.wallet);
     transaction.Commit();
@@ -65,14 +66,14 @@ void Control::ChangeUser(const Json& given, const Respond& respond)
 void Control::RemoveUser(const Json& given, const Respond& respond)
 {
     const User user = RequireUser(given["user"]);
-    m_.service.RemoveUser(user);
+    m_.service.RemoveUser(user.strUserID);
     respond(JsonReply(200, {{"removed", user.strUserID}}));
 }
 
 void Control::StopUser(const Json& given, const Respond& respond)
 {
     const User user = RequireUser(given["user"]);
-    m_.service.StopTerm(user);
+    m_.service.StopTerm(user.strUserID);
     respond(JsonReply(200, UserToJson(RequireUser(user.strUserID))));
 }
 
@@ -80,6 +81,7 @@ void Control::ChangeBalance(const Json& given, const Respond& respond)
 {
     if (given.contains("ruvCoin") == given.contains("change"))
         throw JsonError("either 'ruvCoin' or 'change' is expected");
+    Transaction transaction = m_.store.Begin(Access::Change);
     const User user = RequireUser(given["user"]);
     Wallet wallet = m_.store.GetLedger().GetWallet(user.nID);
     const std::int64_t nCoin =
@@ -89,7 +91,6 @@ void Control::ChangeBalance(const Json& given, const Respond& respond)
                                  " Ruv coin; a balance of " + std::to_string(nCoin) + " is not possible.");
     }
     wallet.nRuvCoin = static_cast<int>(nCoin);
-    Transaction transaction = m_.store.Begin();
     m_.store.GetLedger().SetWallet(user.nID, wallet);
     transaction.Commit();
     respond(JsonReply(200, {{"user", user.strUserID}, {"ruvCoin", wallet.nRuvCoin}}));
@@ -111,17 +112,20 @@ Json CouponToJson(const Coupon& coupon)
 Coupon& Control::RequireCoupon(const Json& given, Coupon& coupon)
 {
     const std::string strUseID = given["couponUseId"];
-    if (!m_.store.GetLedger().FindCoupon(strUseID, coupon))
+    Ledger& ledger = m_.store.GetLedger();
+    // Looked up again once its owner is kept.
+    if (!ledger.FindCoupon(strUseID, coupon) || !m_.store.GetUser(coupon.nUser) ||
+        !ledger.FindCoupon(strUseID, coupon))
         throw HttpError(404, "There is no coupon " + Quoted(strUseID) + ".");
     return coupon;
 }
 
 void Control::MakeCoupon(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     Coupon coupon;
     ReadCoupon(given, "", coupon);
     coupon.nUser = RequireUser(given["user"]).nID;
-    Transaction transaction = m_.store.Begin();
     GiveCoupon(coupon);
     transaction.Commit();
     respond(JsonReply(200, CouponToJson(coupon)));
@@ -129,6 +133,7 @@ void Control::MakeCoupon(const Json& given, const Respond& respond)
 
 void Control::ChangeCoupon(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     Coupon old, coupon;
     Json changed = CouponToJson(RequireCoupon(given, old));
     changed.update(given);
@@ -141,7 +146,6 @@ void Control::ChangeCoupon(const Json& given, const Respond& respond)
             throw HttpError(409, "Only a purchase can use a coupon.");
         coupon.nOrderSeq = given["used"] ? old.nOrderSeq : 0;
     }
-    Transaction transaction = m_.store.Begin();
     m_.store.GetLedger().RemoveCoupon(coupon.row.strCouponUseID);
     GiveCoupon(coupon);
     transaction.Commit();
@@ -150,9 +154,9 @@ void Control::ChangeCoupon(const Json& given, const Respond& respond)
 
 void Control::RemoveCoupon(const Json& given, const Respond& respond)
 {
+    Transaction transaction = m_.store.Begin(Access::Change);
     Coupon coupon;
     RequireCoupon(given, coupon);
-    Transaction transaction = m_.store.Begin();
     m_.store.GetLedger().RemoveCoupon(coupon.row.strCouponUseID);
     transaction.Commit();
     respond(JsonReply(200, {{"removed", coupon.row.strCouponUseID}}));

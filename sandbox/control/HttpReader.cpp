@@ -53,22 +53,6 @@ std::string Decode(std::string_view strText, bool bArgument)
     return strPlain;
 }
 
-void SplitTarget(std::string_view strTarget, HttpRequest& request)
-{
-    strTarget = strTarget.substr(0, strTarget.find('#'));
-    const std::size_t nQuery = std::min(strTarget.find('?'), strTarget.size());
-    request.strPath = Decode(strTarget.substr(0, nQuery), false);
-    for (strTarget.remove_prefix(nQuery); !strTarget.empty();) {
-        strTarget.remove_prefix(1);
-        const std::string_view strPair = strTarget.substr(0, strTarget.find('&'));
-        const std::size_t nEquals = std::min(strPair.find('='), strPair.size());
-        if (!strPair.empty())
-            request.mapQuery.emplace(Decode(strPair.substr(0, nEquals), true),
-                                     Decode(strPair.substr(std::min(nEquals + 1, strPair.size())), true));
-        strTarget.remove_prefix(strPair.size());
-    }
-}
-
 // The functions that http_parser calls. A result that is not 0 ends the parsing.
 int OnUrl(http_parser* pParser, const char* pText, std::size_t nSize)
 {
@@ -121,6 +105,22 @@ int OnMessageComplete(http_parser* pParser)
 }
 
 }  // namespace
+
+void SplitTarget(std::string_view strTarget, HttpRequest& request)
+{
+    strTarget = strTarget.substr(0, strTarget.find('#'));
+    const std::size_t nQuery = std::min(strTarget.find('?'), strTarget.size());
+    request.strPath = Decode(strTarget.substr(0, nQuery), false);
+    for (strTarget.remove_prefix(nQuery); !strTarget.empty();) {
+        strTarget.remove_prefix(1);
+        const std::string_view strPair = strTarget.substr(0, strTarget.find('&'));
+        const std::size_t nEquals = std::min(strPair.find('='), strPair.size());
+        if (!strPair.empty())
+            request.mapQuery.emplace(Decode(strPair.substr(0, nEquals), true),
+                                     Decode(strPair.substr(std::min(nEquals + 1, strPair.size())), true));
+        strTarget.remove_prefix(strPair.size());
+    }
+}
 
 std::optional<HttpReply> ReadRequest(HttpStream& stream, std::size_t nMaxBody, const Objection& object,
                                      HttpIncoming& incoming)

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "sandbox/control/HttpExchange.h"
 #include "sandbox/control/HttpStream.h"
@@ -15,6 +16,9 @@ struct HttpIncoming {
     HttpRequest request;
     std::multimap<std::string, std::string> mapHeaders;  // names in small letters
 };
+
+// "/orders?user=alice" as path and query.
+void SplitTarget(std::string_view strTarget, HttpRequest& request);
 
 // Looks at a request whose body has not been read yet. Its reply, if it has one, refuses the request.
 using Objection = std::function<std::optional<HttpReply>(const HttpIncoming& incoming)>;

@@ -1,23 +1,21 @@
 #include "sandbox/control/HttpServer.h"
 
 #include <http_parser.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <asio/ip/address.hpp>
-#include <cerrno>
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <thread>
 #include <vector>
 
+#include "platform/common/SocketOptions.h"
 #include "sandbox/base/StartError.h"
 #include "sandbox/control/EventQueue.h"
 #include "sandbox/control/HttpReader.h"
@@ -33,6 +31,8 @@ constexpr auto kAnswerTime = 75s;           // more than the longest "timeoutMs"
 constexpr auto kKeepAlive = 5s;             // of a stream in which nothing comes
 constexpr auto kStopGrace = 500ms;          // for the last replies to leave
 constexpr auto kAcceptPause = 100ms;        // after a failed accept, as when descriptors have run out
+
+using asio::ip::tcp;
 
 // Where a thread of the interface waits for a reply that another thread gives. The first reply counts.
 class Ticket {
@@ -118,7 +118,8 @@ public:
 private:
     void Listen(unsigned short nPort);
     void Accept();
-    void ServeConnection(int fd);
+    std::optional<tcp::socket> AcceptOne();
+    void ServeConnection(tcp::socket socket);
     // The refusal of a request that may not be served, whatever it asks for; nothing if it may.
     std::optional<HttpReply> Object(const HttpIncoming& incoming) const;
     bool IsOwnHost(const std::string& strHost) const;
@@ -126,87 +127,97 @@ private:
     bool Stream(EventQueue& events, HttpStream& stream, bool bWanted);
 
     Answerer m_answerer;
-    int m_nListener = -1;
+    asio::io_context m_context{1};  // moves all bytes, on a thread of its own
+    asio::executor_work_guard<asio::io_context::executor_type> m_work{m_context.get_executor()};
+    tcp::acceptor m_acceptor{m_context};  // touched on the context's thread once that runs
     std::mutex m_mutex;
     bool m_bStopping = false;
-    std::set<int> m_setSockets;
+    std::set<HttpStream*> m_setConnections;
     std::set<std::shared_ptr<Ticket>> m_setTickets;
     std::set<EventQueue*> m_setStreams;
     std::condition_variable m_closed;  // notified when a connection has ended
     // Each accepts a connection and serves it. While all are busy, further connections wait in the system's
     // queue.
     std::vector<std::thread> m_vecThreads;
+    std::thread m_contextThread;
 };
 
 HttpServer::Impl::Impl(const std::string& strHost, unsigned short nPort, Answerer answerer)
     : m_strHost(strHost), m_answerer(std::move(answerer))
 {
     Listen(nPort);
-    while (m_vecThreads.size() < HttpServer::kMaxConnections)
-        m_vecThreads.emplace_back([this] { Accept(); });
+    m_contextThread = std::thread([this] { m_context.run(); });
+    try {
+        while (m_vecThreads.size() < HttpServer::kMaxConnections)
+            m_vecThreads.emplace_back([this] { Accept(); });
+    } catch (...) {
+        Stop();
+        throw;
+    }
 }
 
 // Listens on the first of the host's addresses that can be had.
 void HttpServer::Impl::Listen(unsigned short nPort)
 {
-    addrinfo hints{};
-    hints.ai_flags = AI_PASSIVE;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* pAll = nullptr;
-    std::string strError = "no such address";
-    if (getaddrinfo(m_strHost.c_str(), std::to_string(nPort).c_str(), &hints, &pAll) != 0)
-        pAll = nullptr;
-    for (const addrinfo* p = pAll; p != nullptr && m_nListener < 0; p = p->ai_next) {
-        const int fd = socket(p->ai_family, p->ai_socktype | SOCK_CLOEXEC, p->ai_protocol);
-        const int nOn = 1;
-        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &nOn, sizeof(nOn));
-        sockaddr_storage bound{};
-        socklen_t nSize = sizeof(bound);
-        auto* const pBound = reinterpret_cast<sockaddr*>(&bound);
-        if (bind(fd, p->ai_addr, p->ai_addrlen) == 0 && listen(fd, SOMAXCONN) == 0 &&
-            getsockname(fd, pBound, &nSize) == 0) {
-            m_nListener = fd;
-            m_nPort = ntohs(bound.ss_family == AF_INET6 ? reinterpret_cast<sockaddr_in6*>(&bound)->sin6_port
-                                                        : reinterpret_cast<sockaddr_in*>(&bound)->sin_port);
-        } else {
-            strError = std::strerror(errno);
-            close(fd);
-        }
+    asio::error_code error;
+    const auto found =
+        tcp::resolver(m_context).resolve(m_strHost, std::to_string(nPort), tcp::resolver::passive, error);
+    for (const auto& entry : found) {
+        m_acceptor.close(error);
+        m_acceptor.open(entry.endpoint().protocol(), error);
+        if (!error)
+            Netrova::SetListenOptions(static_cast<std::uintptr_t>(m_acceptor.native_handle()));
+        if (!error)
+            m_acceptor.bind(entry.endpoint(), error);
+        if (!error)
+            m_acceptor.listen(tcp::acceptor::max_listen_connections, error);
+        if (!error)
+            m_nPort = m_acceptor.local_endpoint(error).port();
+        if (!error)
+            return;
     }
-    if (pAll != nullptr)
-        freeaddrinfo(pAll);
-    if (m_nListener < 0) {
-        throw StartError("Cannot listen for HTTP on " + m_strHost + ':' + std::to_string(nPort) + ": " +
-                         strError + " (--http-port takes another port, --no-http none)");
-    }
+    throw StartError("Cannot listen for HTTP on " + m_strHost + ':' + std::to_string(nPort) + ": " +
+                     error.message() + " (--http-port takes another port, --no-http none)");
+}
+
+// Nothing if the accept has failed or the interface stops.
+std::optional<tcp::socket> HttpServer::Impl::AcceptOne()
+{
+    const auto pAccepted = std::make_shared<std::promise<std::optional<tcp::socket>>>();
+    auto accepted = pAccepted->get_future();
+    asio::post(m_context, [this, pAccepted] {
+        m_acceptor.async_accept([pAccepted](asio::error_code error, tcp::socket socket) {
+            pAccepted->set_value(error ? std::nullopt : std::optional(std::move(socket)));
+        });
+    });
+    return accepted.get();
 }
 
 void HttpServer::Impl::Accept()
 {
     for (;;) {
-        const int fd = accept4(m_nListener, nullptr, nullptr, SOCK_CLOEXEC);
+        std::optional<tcp::socket> socket = AcceptOne();
         {
             const std::lock_guard lock(m_mutex);
-            if (m_bStopping) {
-                if (fd >= 0)
-                    close(fd);
+            if (m_bStopping)
                 return;
-            }
-            if (fd >= 0)
-                m_setSockets.insert(fd);
         }
-        if (fd >= 0)
-            ServeConnection(fd);
+        if (socket)
+            ServeConnection(std::move(*socket));
         else
             std::this_thread::sleep_for(kAcceptPause);
     }
 }
 
-void HttpServer::Impl::ServeConnection(int fd)
+void HttpServer::Impl::ServeConnection(tcp::socket socket)
 {
-    const int nOn = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof(nOn));
-    HttpStream stream(fd, kMaxHead + kMaxBody, kReadTime);
+    HttpStream stream(std::move(socket), kMaxHead + kMaxBody, kReadTime);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_setConnections.insert(&stream);
+        if (m_bStopping)
+            stream.EndReading();
+    }
     HttpIncoming incoming;
     const auto refusal = ReadRequest(
         stream, kMaxBody, [this](const HttpIncoming& all) { return Object(all); }, incoming);
@@ -221,8 +232,7 @@ void HttpServer::Impl::ServeConnection(int fd)
         stream.Linger();
     {
         const std::lock_guard lock(m_mutex);
-        m_setSockets.erase(fd);
-        close(fd);
+        m_setConnections.erase(&stream);
     }
     m_closed.notify_all();
 }
@@ -300,7 +310,7 @@ bool HttpServer::Impl::Stream(EventQueue& events, HttpStream& stream, bool bWant
 
 void HttpServer::Impl::Stop()
 {
-    if (m_vecThreads.empty())
+    if (!m_contextThread.joinable())
         return;
     {
         std::unique_lock lock(m_mutex);
@@ -309,17 +319,22 @@ void HttpServer::Impl::Stop()
             pTicket->Give(ErrorReply(503, "The sandbox ends."));
         for (EventQueue* const pEvents : m_setStreams)
             pEvents->Close();
-        for (const int fd : m_setSockets)
-            shutdown(fd, SHUT_RD);
-        m_closed.wait_for(lock, kStopGrace, [this] { return m_setSockets.empty(); });
-        for (const int fd : m_setSockets)
-            shutdown(fd, SHUT_RDWR);
+        for (HttpStream* const pStream : m_setConnections)
+            pStream->EndReading();
+        m_closed.wait_for(lock, kStopGrace, [this] { return m_setConnections.empty(); });
+        for (HttpStream* const pStream : m_setConnections)
+            pStream->EndAll();
     }
-    shutdown(m_nListener, SHUT_RDWR);  // wakes the threads that accept
+    // Wakes the threads that accept.
+    asio::post(m_context, [this] {
+        asio::error_code ignored;
+        m_acceptor.close(ignored);
+    });
     for (std::thread& thread : m_vecThreads)
         thread.join();
     m_vecThreads.clear();
-    close(m_nListener);
+    m_work.reset();
+    m_contextThread.join();
 }
 
 HttpServer::HttpServer(const std::string& strHost, unsigned short nPort, Answerer answerer)

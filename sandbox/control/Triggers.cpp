@@ -32,9 +32,9 @@ void SetText(IMessage& msg, std::string_view strField, const std::string& strVal
     });
 }
 
-Json Shown(const Link& link, const IMessage& msg)
+Json Shown(const std::string& strConnector, const IMessage& msg)
 {
-    return {{"connector", link.GetName()},
+    return {{"connector", strConnector},
             {"class", msg.GetMsgName()},
             {"fields", FieldsToJson(msg, kAnswerLimits)}};
 }
@@ -85,33 +85,30 @@ const std::vector<Triggers::Trigger>& Triggers::GetAll()
 
 void Triggers::Fire(const Trigger& trigger, const Json& given, Respond respond)
 {
-    const ClassInfo& info = *Wirova::FindClass(trigger.nMsgID);
-    const ClassInfo* const pAnswer = AnswerOf(info);
-    const auto msg = info.pfnMake();
+    const auto msg = Wirova::FindClass(trigger.nMsgID)->pfnMake();
     const std::chrono::milliseconds timeout(given.value("timeoutMs", kTimeout));
     const Target target = FindTarget(given, *msg);
     const Connector& connector = target.connector;
+    const std::string strName = connector.identity.GetName();
     SetText(*msg, "strGameID", connector.identity.strGID);
     SetText(*msg, "strServerID", connector.identity.strSID);
     JsonObject object(given, "");
     FieldsFromJson(*msg, object, Naming::Argument);
-    if (connector.pLink == nullptr)
-        throw HttpError(409, "The connector " + connector.identity.GetName() + " has no link.");
+    const auto respondNoLink = [=] {
+        respond(ErrorReply(409, "The connector " + strName + " has no link."));
+    };
+    if (!m_courier.Reaches(connector.nID))
+        return respondNoLink();
 
     EndIfForced(*msg, target);
-    Link& link = *connector.pLink;
-    if (pAnswer != nullptr) {
-        return m_requests.Ask(
-            link, *msg, timeout,
-            [&link, respond](const IMessage* ans, GameRequests::Failure failure, const std::string& strWhy) {
-                const int nStatus = failure == GameRequests::Failure::Timeout ? 504 : 502;
-                respond(ans != nullptr ? JsonReply(200, Shown(link, *ans)) : ErrorReply(nStatus, strWhy));
-            });
-    }
-    m_requests.GiveReqID(*msg);
-    const Json sent = Shown(link, *msg);
-    m_traffic.Send(link, *msg);
-    respond(JsonReply(200, sent));
+    m_courier.Ask(connector.nID, *msg, timeout,
+                  [=](const IMessage* pAnswer, GameRequests::Failure failure, const std::string& strWhy) {
+                      if (failure == GameRequests::Failure::NoLink)
+                          return respondNoLink();
+                      const int nStatus = failure == GameRequests::Failure::Timeout ? 504 : 502;
+                      respond(pAnswer != nullptr ? JsonReply(200, Shown(strName, *pAnswer))
+                                                 : ErrorReply(nStatus, strWhy));
+                  });
 }
 
 // The connector that the body names, or that the user whom it names plays on. Fills that user into the
@@ -122,6 +119,7 @@ Triggers::Target Triggers::FindTarget(const Json& given, IMessage& msg)
     if (strUser.empty() == strConnector.empty())
         throw JsonError("either 'user' or 'connector' is expected");
     if (!strConnector.empty()) {
+        m_registry.Refresh();
         for (auto& [identity, connector] : m_registry.GetConnectors()) {
             if (identity.GetName() == strConnector)
                 return {connector, std::nullopt};
@@ -148,7 +146,7 @@ void Triggers::EndIfForced(const IMessage& msg, const Target& target)
     const auto* const pEvent = dynamic_cast<const XS2C_BillingEventNotice*>(&msg);
     if (pEvent == nullptr || pEvent->nEventCode != kForceCheckout || !target.session)
         return;
-    Transaction transaction = m_store.Begin();
+    Transaction transaction = m_store.Begin(Access::Change);
     m_store.RemoveSession(target.session->nSeqNo);
     transaction.Commit();
 }

@@ -9,16 +9,15 @@
 #include "sandbox/base/Arguments.h"
 #include "sandbox/control/HttpExchange.h"
 #include "sandbox/service/ConnectorRegistry.h"
-#include "sandbox/service/GameRequests.h"
+#include "sandbox/service/Courier.h"
 #include "sandbox/store/Store.h"
-#include "sandbox/wire/Traffic.h"
 
 namespace Sandbox {
 
 class Triggers {
 public:
-    Triggers(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests)
-        : m_store(store), m_registry(registry), m_traffic(traffic), m_requests(requests)
+    Triggers(Store& store, ConnectorRegistry& registry, Courier& courier)
+        : m_store(store), m_registry(registry), m_courier(courier)
     {
     }
 
@@ -42,8 +41,7 @@ private:
 
     Store& m_store;
     ConnectorRegistry& m_registry;
-    Traffic& m_traffic;
-    GameRequests& m_requests;
+    Courier& m_courier;
 };
 
 // One path below /trigger/. All but the help follows from the message's class.

@@ -1,11 +1,12 @@
 // The page: chooses the view by the address, and asks again every two seconds while somebody looks.
+import {coverage} from './coverage.js';
 import {ask, el} from './dom.js';
 import {actions, loadRoutes} from './forms.js';
 import * as stream from './stream.js';
 import {orders, overview, shop} from './views.js';
 
 const kEvery = 2000;  // milliseconds
-const kViews = {overview, shop, orders, actions};
+const kViews = {overview, shop, orders, actions, coverage};
 
 const main = document.getElementById('main');
 const state = document.getElementById('state');

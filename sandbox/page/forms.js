@@ -12,7 +12,7 @@ export async function loadRoutes() {
 function groupOf(route) {
   if (route.path.startsWith('/trigger/')) return 'Triggers';
   if (route.path === '/fault' || route.path === '/outage') return 'Faults and outages';
-  if (route.path === '/clock' || route.path === '/reset') return 'Sandbox';
+  if (['/clock', '/reset', '/coverage'].includes(route.path)) return 'Sandbox';
   return 'Data';
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sandbox/base/DateText.h"
+#include "sandbox/base/Files.h"
 
 namespace Sandbox {
 namespace {
@@ -51,7 +52,9 @@ Seed GetSeed(const std::string& strSeed)
         return {};
     if (strSeed == "demo")
         return ParseSeed(kDemoSeed, "the demo's seed");
-    std::ifstream file(strSeed, std::ios::binary);
+    if (strSeed.starts_with('{'))
+        return ParseSeed(strSeed, "the seed");
+    std::ifstream file(PathOf(strSeed), std::ios::binary);
     if (!file)
         throw SeedError("seed: cannot open '" + strSeed + "'");
     std::ostringstream text;
@@ -61,7 +64,9 @@ Seed GetSeed(const std::string& strSeed)
 
 void Plant(Store& store, const Seed& seed, std::time_t now)
 {
-    Transaction transaction = store.Begin();
+    Transaction transaction = store.Begin(Access::Change);
+    if (!store.Enter(now))
+        return transaction.Commit();
     if (seed.pShops != nullptr)
         LoadShops(store.GetCatalogue(), *seed.pShops, seed.strName + " shops");
     const bool bNoShop = store.GetCatalogue().GetGames().empty();

@@ -29,15 +29,15 @@ struct Seed {
     std::shared_ptr<const Json> pShops;  // null: the database keeps the shops that it has
 };
 
-// "demo", "none", or the path of a JSON file. Throws SeedError.
+// "demo", "none", the path of a JSON file, or a text that begins with a brace. Throws SeedError.
 Seed GetSeed(const std::string& strSeed);
 // The seed in a text; strName begins the error texts. Throws SeedError.
 Seed ParseSeed(const std::string& strJson, const std::string& strName);
 extern const char* const kDemoSeed;  // the text of seed "demo"
 
 // Brings a seed into the store at the start, all of it or nothing. Adds users whom the store does not know;
-// known users keep what they have. Shops of the seed replace all shops of the store. Throws SeedError,
-// StoreError.
+// known users keep what they have. Shops of the seed replace all shops of the store. A sandbox that
+// joins others on their database brings nothing. Throws SeedError, StoreError.
 void Plant(Store& store, const Seed& seed, std::time_t now);
 // Adds a user, with what the user owns, to the store. A user who is there already keeps everything. Throws
 // SeedError, StoreError. REQUIRES: a transaction is open.

@@ -82,13 +82,18 @@ Arguments MakeProduct()
                Tags()};
 }
 
-Arguments MakeShop()
+Arguments MakeBranch()
 {
     XMenuContents menu;
+    return DescribeRecord(menu, {"branchId"}, kMenuWorkedOut);
+}
+
+Arguments MakeShop()
+{
     XSpecialProductListContent group;
     XSpecialProduct grouped;
     return {Argument::Text("gameId", kMaxGameID, "").Required(),
-            Argument::Objects("menu", DescribeRecord(menu, {"branchId"}, kMenuWorkedOut), ""),
+            Argument::Objects("menu", BranchArguments(), ""),
             Argument::Objects("products", ProductArguments(), ""), Tags(),
             Argument::Objects(
                 "specialGroups",
@@ -143,6 +148,18 @@ const Arguments& EntryArguments()
     return kArguments;
 }
 
+const Arguments& BranchArguments()
+{
+    static const Arguments kArguments = MakeBranch();
+    return kArguments;
+}
+
+const Arguments& ShopArguments()
+{
+    static const Arguments kArguments = MakeShop();
+    return kArguments;
+}
+
 const Arguments& ProductArguments()
 {
     static const Arguments kArguments = MakeProduct();
@@ -157,8 +174,9 @@ const Arguments& UserArguments()
 
 const Arguments& SeedArguments()
 {
-    static const Arguments kArguments = {Argument::Objects("users", UserArguments(), ""),
-                                         ForChange({Argument::Objects("shops", MakeShop(), "")}).front()};
+    static const Arguments kArguments = {
+        Argument::Objects("users", UserArguments(), ""),
+        ForChange({Argument::Objects("shops", ShopArguments(), "")}).front()};
     return kArguments;
 }
 

@@ -13,6 +13,8 @@ const Arguments& SeedArguments();     // of a whole file
 const Arguments& UserArguments();     // of one of its users
 const Arguments& CouponArguments();   // of a coupon of a user
 const Arguments& ProductArguments();  // of a product of a shop
+const Arguments& ShopArguments();     // of a shop
+const Arguments& BranchArguments();   // of a branch of its menu
 const Arguments& EntryArguments();    // of an entry of a storage box
 
 // Keys of records whose values the sandbox works out.

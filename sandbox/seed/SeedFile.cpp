@@ -5,6 +5,7 @@
 #include "sandbox/seed/Seed.h"
 #include "sandbox/seed/SeedArguments.h"
 #include "sandbox/seed/SeedRecords.h"
+#include "sandbox/store/Sqlite.h"
 
 namespace Sandbox {
 namespace {
@@ -113,8 +114,8 @@ Seed ParseSeed(const std::string& strJson, const std::string& strName)
         });
         if (const Json* const pShops = root.Find("shops")) {
             // Tried in a database in memory, so that mistakes are found before the store's own is touched.
-            Database db("");
-            db.Execute(Catalogue::Schema() + Ledger::Schema());
+            SqliteDatabase db("");
+            db.Execute(Catalogue::Schema() + Ledger::Schema() + Ledger::SoldSchema());
             Catalogue catalogue(db);
             LoadShops(catalogue, *pShops, strName + " shops");
             seed.pShops = std::make_shared<const Json>(*pShops);

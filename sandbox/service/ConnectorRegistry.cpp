@@ -1,5 +1,7 @@
 #include "sandbox/service/ConnectorRegistry.h"
 
+#include <set>
+
 #include "sandbox/base/Printable.h"
 
 namespace Sandbox {
@@ -17,7 +19,8 @@ ConnectorRegistry::ConnectorRegistry(Store& store, const IClock& clock) : m_stor
 
 Connector* ConnectorRegistry::FindOrAdd(const Identity& identity)
 {
-    if (!m_mapConnectors.contains(identity) && m_mapConnectors.size() >= kMaxConnectors)
+    const std::size_t nMost = m_store.GetStudio() != nullptr ? 10 * kMaxConnectors : kMaxConnectors;
+    if (!m_mapConnectors.contains(identity) && m_mapConnectors.size() >= nMost)
         return nullptr;
     // The store is asked each time: if a transaction was rolled back, the row is missing there, and this call
     // adds it again.
@@ -32,6 +35,45 @@ Connector* ConnectorRegistry::FindOrAdd(const Identity& identity)
 }
 
 Connector* ConnectorRegistry::Find(std::int64_t nID)
+{
+    if (Connector* const pConnector = FindKnown(nID))
+        return pConnector;
+    Refresh();
+    return FindKnown(nID);
+}
+
+Link* ConnectorRegistry::FindLink(std::int64_t nID)
+{
+    const Connector* const pConnector = FindKnown(nID);
+    return pConnector != nullptr && pConnector->pLink != nullptr && pConnector->pLink->IsOpen()
+               ? pConnector->pLink
+               : nullptr;
+}
+
+void ConnectorRegistry::CloseReplaced(std::int64_t nID)
+{
+    if (Link* const pLink = FindLink(nID))
+        pLink->Close("replaced by a new link of the same connector at another sandbox");
+}
+
+void ConnectorRegistry::Refresh()
+{
+    if (m_store.GetStudio() == nullptr)
+        return;
+    std::set<Identity> setKnown;
+    for (const Store::ConnectorRow& row : m_store.GetConnectors()) {
+        const auto it = setKnown.insert({row.strGID, row.strSID, row.strWID}).first;
+        Connector& connector = m_mapConnectors[*it];
+        connector.nID = row.nID;
+        connector.identity = *it;
+        connector.nSandbox = row.nSandbox;
+    }
+    std::erase_if(m_mapConnectors, [&](const auto& item) {
+        return item.second.pLink == nullptr && !setKnown.contains(item.first);
+    });
+}
+
+Connector* ConnectorRegistry::FindKnown(std::int64_t nID)
 {
     for (auto& [identity, connector] : m_mapConnectors) {
         if (connector.nID == nID)

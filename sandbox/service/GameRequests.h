@@ -17,7 +17,7 @@ public:
     GameRequests(Traffic& traffic, Timers& timers) : m_traffic(traffic), m_timers(timers) {}
 
     // Why a request has no answer.
-    enum class Failure { None, Timeout, LinkClosed };
+    enum class Failure { None, Timeout, LinkClosed, NoLink };
     // Gets the game's answer or, with null, the failure and a text for people. Must not throw.
     using Heard =
         std::function<void(const Wirova::IMessage* pAnswer, Failure failure, const std::string& strWhy)>;

@@ -17,14 +17,13 @@ constexpr char kRegisterFirst[] = "This connector is not registered.";
 }  // namespace
 
 // The row of a request that is answered, whatever happens in its handler.
-template <class Req, class Ans, void (Service::*Handler)(Service::Call&, const Req&, Ans&)>
-struct Service::RowOf<Handler> {
+template <class Req, class Ans, void (Service::*Handler)(Service::Call&, const Req&, Ans&), Access access>
+struct Service::RowOf<Handler, access> {
     static void Run(Service& service, Call& call, Wirova::Stream* body)
     {
         Req req;
         service.Receive(call, req, body);
         Ans ans;
-        EchoFields(req, ans);
         const auto refuse = [&](int nResult, const char* pszText) {
             call.vecAnswered.clear();
             ans.Clear();
@@ -35,9 +34,16 @@ struct Service::RowOf<Handler> {
             refuse(kNotRegistered, kRegisterFirst);
         } else {
             try {
-                service.Commit(call, [&] { (service.*Handler)(call, req, ans); });
+                service.Commit(call, access, [&] {
+                    ans.Clear();
+                    EchoFields(req, ans);
+                    (service.*Handler)(call, req, ans);
+                });
             } catch (const Refusal& refusal) {
                 refuse(refusal.GetResult(), refusal.what());
+            } catch (const StoreUnknown& e) {
+                // Success and refusal may both be wrong, so the game gets no answer, which tells it the same.
+                return service.ShowFailure(e);
             } catch (const StoreError& e) {
                 service.ShowFailure(e);
                 refuse(kStoreFailed, "The sandbox's database has failed.");
@@ -55,8 +61,8 @@ struct Service::RowOf<Handler> {
 };
 
 // The row of a message that is not answered; a failure is shown on the console.
-template <class Req, void (Service::*Handler)(Service::Call&, const Req&)>
-struct Service::RowOf<Handler> {
+template <class Req, void (Service::*Handler)(Service::Call&, const Req&), Access access>
+struct Service::RowOf<Handler, access> {
     static void Run(Service& service, Call& call, Wirova::Stream* body)
     {
         Req req;
@@ -67,7 +73,7 @@ struct Service::RowOf<Handler> {
             return;
         }
         try {
-            service.Commit(call, [&] { (service.*Handler)(call, req); });
+            service.Commit(call, access, [&] { (service.*Handler)(call, req); });
         } catch (const StoreError& e) {
             service.ShowFailure(e);
         }
@@ -76,28 +82,28 @@ struct Service::RowOf<Handler> {
 };
 
 const Service::Row Service::kRows[] = {
-    RowOf<&Service::Heartbeat>::kRow,
+    RowOf<&Service::Heartbeat, Access::Look>::kRow,
     RowOf<&Service::VelkarConnect>::kRow,
     RowOf<&Service::FailedCheckOut>::kRow,
     RowOf<&Service::UserListSync>::kRow,
     RowOf<&Service::CheckIn>::kRow,
     RowOf<&Service::CheckInEx>::kRow,
     RowOf<&Service::CheckOut>::kRow,
-    RowOf<&Service::QueryBillingInfo>::kRow,
-    RowOf<&Service::QueryBillingInfoEx>::kRow,
+    RowOf<&Service::QueryBillingInfo, Access::Look>::kRow,
+    RowOf<&Service::QueryBillingInfoEx, Access::Look>::kRow,
     RowOf<&Service::UserMoveTo>::kRow,
     RowOf<&Service::UserMoveFrom>::kRow,
     RowOf<&Service::Charge>::kRow,
-    RowOf<&Service::QueryMenuList>::kRow,
-    RowOf<&Service::QueryProductList>::kRow,
-    RowOf<&Service::QueryProductDetail>::kRow,
-    RowOf<&Service::QueryDiscount>::kRow,
-    RowOf<&Service::QueryCoupont>::kRow,
-    RowOf<&Service::QueryTag>::kRow,
-    RowOf<&Service::QuerySpecialProductList>::kRow,
-    RowOf<&Service::QuerySpecialProduct>::kRow,
-    RowOf<&Service::QueryRuvcoin>::kRow,
-    RowOf<&Service::SearchStorage>::kRow,
+    RowOf<&Service::QueryMenuList, Access::Look>::kRow,
+    RowOf<&Service::QueryProductList, Access::Look>::kRow,
+    RowOf<&Service::QueryProductDetail, Access::Look>::kRow,
+    RowOf<&Service::QueryDiscount, Access::Look>::kRow,
+    RowOf<&Service::QueryCoupont, Access::Look>::kRow,
+    RowOf<&Service::QueryTag, Access::Look>::kRow,
+    RowOf<&Service::QuerySpecialProductList, Access::Look>::kRow,
+    RowOf<&Service::QuerySpecialProduct, Access::Look>::kRow,
+    RowOf<&Service::QueryRuvcoin, Access::Look>::kRow,
+    RowOf<&Service::SearchStorage, Access::Look>::kRow,
     RowOf<&Service::ConfirmReadStorage>::kRow,
     RowOf<&Service::RequestUseStorage>::kRow,
     RowOf<&Service::ConfirmUseStorage>::kRow,
@@ -106,11 +112,13 @@ const Service::Row Service::kRows[] = {
 };
 
 Service::Service(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests,
-                 MessageLog& log, const Console& console, const IClock& clock, bool bSaveOnPurchase)
+                 Courier& courier, MessageLog& log, const Console& console, const IClock& clock,
+                 bool bSaveOnPurchase)
     : m_store(store),
       m_registry(registry),
       m_traffic(traffic),
       m_requests(requests),
+      m_courier(courier),
       m_log(log),
       m_console(console),
       m_clock(clock),
@@ -147,11 +155,15 @@ void Service::Receive(Call& call, Req& req, Wirova::Stream* body)
 }
 
 template <class Work>
-void Service::Commit(Call& call, const Work& work)
+void Service::Commit(Call& call, Access access, const Work& work)
 {
-    Transaction transaction = m_store.Begin();
-    work();
-    transaction.Commit();
+    TryAgain([&] {
+        call.vecAfter.clear();
+        call.vecAnswered.clear();
+        Transaction transaction = m_store.Begin(access);
+        work();
+        transaction.Commit();
+    });
     for (const auto& after : call.vecAfter)
         after();
 }

@@ -17,6 +17,7 @@
 #include "sandbox/base/Console.h"
 #include "sandbox/base/Printable.h"
 #include "sandbox/service/ConnectorRegistry.h"
+#include "sandbox/service/Courier.h"
 #include "sandbox/service/GameRequests.h"
 #include "sandbox/service/Refusal.h"
 #include "sandbox/store/Store.h"
@@ -45,7 +46,8 @@ public:
     // With bSaveOnPurchase the game is asked to save every purchase; otherwise only those whose product asks
     // for it. The other arguments must outlive the service.
     Service(Store& store, ConnectorRegistry& registry, Traffic& traffic, GameRequests& requests,
-            MessageLog& log, const Console& console, const IClock& clock, bool bSaveOnPurchase);
+            Courier& courier, MessageLog& log, const Console& console, const IClock& clock,
+            bool bSaveOnPurchase);
 
     // One frame that is being served.
     struct Call {
@@ -65,22 +67,26 @@ public:
     std::optional<std::string> ReasonToClose(const Link& link) const;
     // Ends what has run out: users that no list has confirmed, users without time, moves, reservations, and
     // connectors that stay away. Throws StoreError and has changed nothing then.
-    void Sweep();
+    void Sweep()
+    {
+        TryAgain([this] { SweepOnce(); });
+    }
 
     // What an operator orders; nothing is done if StoreError is thrown. The term and the minutes of the user
     // end now, and the game of a user who is checked in is told that the time is over.
-    void StopTerm(User user);
+    void StopTerm(const std::string& strUserID);
     // The user goes, with all that belongs to the user. The game of a user who is checked in is told of a
     // forced checkout.
-    void RemoveUser(const User& user);
+    void RemoveUser(const std::string& strUserID);
 
 private:
     struct Row {
         Wirova::int32 nMsgID;
         void (*run)(Service& service, Call& call, Wirova::Stream* body);
     };
-    template <auto Handler>
-    struct RowOf;  // makes the row of a handler; its signature tells the message classes
+    // Makes the row of a handler; its signature tells the message classes.
+    template <auto Handler, Access access = Access::Change>
+    struct RowOf;
     static const Row kRows[];
     void Serve(Link& link, Wirova::Stream* body, const std::vector<std::string>& vecFaults);
 
@@ -123,8 +129,9 @@ private:
     // Steps of serving a frame, the same for all handlers.
     template <class Req>
     void Receive(Call& call, Req& req, Wirova::Stream* body);
+    // Runs the work in a transaction, and begins again if another sandbox has got in its way.
     template <class Work>
-    void Commit(Call& call, const Work& work);
+    void Commit(Call& call, Access access, const Work& work);
     void OtherMessage(Call& call, Wirova::int32 nMsgID, Wirova::Stream* body);
 
     // Pieces of the session rules. Those named Require throw Refusal.
@@ -147,9 +154,11 @@ private:
     enum class Synced { Confirmed, Restored };
     Synced SyncUser(const Call& call, const UserKey& key, const XCheckOutInfo& info);
     void ChargeUser(Call& call, const XChargeInfo& info, int nProductID);
-    void Notify(Link& link, const Session& session, int nEventCode, int nSpecificCode,
-                const std::string& strParam);
-    void NotifyForced(const Session& session);  // does nothing while the session's connector is away
+    void Notify(const Session& session, int nEventCode, int nSpecificCode, const std::string& strParam);
+    void NotifyForced(const Session& session);
+    void SweepOnce();
+    struct Swept;
+    void SweepStudio(Swept& swept);
     // Removes sessions whose time has been over for kOverdueMilliseconds. The caller tells their connectors,
     // once the removal is committed.
     std::vector<Session> RemoveOverdue();
@@ -164,7 +173,6 @@ private:
     void EndReservations(const Req& req, EntryState state);
     // What follows a purchase, once its answer is on its way.
     struct Delivered;
-    Link* LinkOf(const Session& session);  // null while the session's connector is away
     void NotifyStorage(const Delivered& delivered);
     void AskToSave(const std::shared_ptr<Delivered>& pDelivered);
     void OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswer, const std::string& strWhy);
@@ -182,6 +190,7 @@ private:
     ConnectorRegistry& m_registry;
     Traffic& m_traffic;
     GameRequests& m_requests;
+    Courier& m_courier;
     MessageLog& m_log;
     const Console& m_console;
     const IClock& m_clock;
@@ -189,6 +198,7 @@ private:
     Ledger& m_ledger;
     const bool m_bSaveOnPurchase;
     std::map<std::int64_t, std::int64_t> m_mapOverdue;  // Seq No of a session without time, and since when
+    std::chrono::steady_clock::time_point m_studioLooked{};  // when SweepStudio looked at the other sandboxes
 };
 
 template <class Records, class Each>

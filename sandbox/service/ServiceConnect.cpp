@@ -36,9 +36,14 @@ void Service::VelkarConnect(Call& call, const XC2S_VelkarConnectReq& req, XS2C_V
     ans.strMessage = "Accepted.";
 
     const std::int64_t msCycle = std::max<std::int64_t>(req.nHeartbeatCycle, 1) * 1000;
+    Studio* const pStudio = m_store.GetStudio();
+    const std::int64_t nBefore = pStudio != nullptr ? pStudio->Claim(pConnector->nID) : 0;
+    if (nBefore != 0 && nBefore != pStudio->GetID())
+        pStudio->Post({.nTo = nBefore, .nKind = Letter::Replaced, .nConnector = pConnector->nID});
     // Only once the store has taken the registration does the link become the connector's.
     call.vecAfter.push_back([this, &link = call.link, pConnector, msCycle] {
         pConnector->msCycle = msCycle;
+        pConnector->bClaimed = true;
         pConnector->msConfirmBy = m_clock.Milliseconds() + kConfirmCycles * msCycle;
         if (Link* const pReplaced = m_registry.Attach(*pConnector, link))
             pReplaced->Close("replaced by a new link of the same connector");

@@ -21,14 +21,19 @@ void Service::PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS
 {
     RequireGame(req.strGameID);
     auto pDelivered = std::make_shared<Delivered>();
+    // Of two users the first one by name is kept first, so that two gifts that cross do not wait for each
+    // other.
+    const UserKey receiverKey =
+        req.strRecvUserID.empty() ? UserKey{req.strRecvUserNo, true} : UserKey{req.strRecvUserID, false};
+    if (!receiverKey.strText.empty() && receiverKey.strText < KeyOf(req).strText)
+        m_store.FindUser(receiverKey);
     const User& buyer = pDelivered->buyer = RequireUser(KeyOf(req));
     User& receiver = pDelivered->receiver = buyer;
-    if (!req.strRecvUserID.empty() || !req.strRecvUserNo.empty()) {
-        const UserKey key =
-            req.strRecvUserID.empty() ? UserKey{req.strRecvUserNo, true} : UserKey{req.strRecvUserID, false};
-        const auto found = m_store.FindUser(key);
+    if (!receiverKey.strText.empty()) {
+        const auto found = m_store.FindUser(receiverKey);
         if (!found)
-            throw Refusal(kUnknownReceiver, "There is no user " + Quoted(key.strText) + " to receive it.");
+            throw Refusal(kUnknownReceiver,
+                          "There is no user " + Quoted(receiverKey.strText) + " to receive it.");
         receiver = *found;
     }
     const Sale& sale = pDelivered->sale = Cashier(m_store, m_clock).Sell(req, buyer, receiver);
@@ -38,7 +43,8 @@ void Service::PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS
     const auto session = m_store.FindSessionOf(receiver.nID);
     const bool bGift = receiver.nID != buyer.nID;
     const bool bSave = sale.bSave || m_bSaveOnPurchase;
-    if (!session || session->nMovingSince != 0 || LinkOf(*session) == nullptr || !(bGift || bSave))
+    if (!session || session->nMovingSince != 0 || !m_courier.Reaches(session->nConnector) ||
+        !(bGift || bSave))
         return;
     pDelivered->session = *session;
     pDelivered->req.strGameID = req.strGameID;
@@ -56,19 +62,8 @@ void Service::PurchaseProduct(Call& call, const XC2S_PurchaseProductReq& req, XS
     }
 }
 
-Link* Service::LinkOf(const Session& session)
-{
-    const Connector* const pConnector = m_registry.Find(session.nConnector);
-    return pConnector != nullptr && pConnector->pLink != nullptr && pConnector->pLink->IsOpen()
-               ? pConnector->pLink
-               : nullptr;
-}
-
 void Service::NotifyStorage(const Delivered& delivered)
 {
-    Link* const pLink = LinkOf(delivered.session);
-    if (pLink == nullptr)
-        return;
     XS2C_NotifyStorageInfo notice;
     notice.strGameID = delivered.req.strGameID;
     notice.strServerID = delivered.sale.strServerID;
@@ -76,15 +71,12 @@ void Service::NotifyStorage(const Delivered& delivered)
         delivered.session.bByNumber ? delivered.session.strUserNo : delivered.session.strUserID;
     notice.strCharacterID = delivered.sale.strCharacterID;
     notice.nItemCnt = static_cast<int>(delivered.sale.vecEntries.size());
-    m_traffic.Send(*pLink, notice);
+    m_courier.Send(delivered.session.nConnector, notice);
 }
 
 void Service::AskToSave(const std::shared_ptr<Delivered>& pDelivered)
 {
     const auto& [shown, sale, buyer, receiver, session] = *pDelivered;
-    Link* const pLink = LinkOf(session);
-    if (pLink == nullptr)
-        return OnSaved(*pDelivered, nullptr, "The connector has no link.");
     XS2C_SaveInventoryReq req;
     req.strGameID = shown.strGameID;
     req.nOrderSeq = sale.nOrderSeq;
@@ -113,9 +105,9 @@ void Service::AskToSave(const std::shared_ptr<Delivered>& pDelivered)
         item.strOptionCode = entry.row.strOptionCode;
         item.strOptionValue = entry.row.strOptionValue;
     }
-    m_requests.Ask(*pLink, req, kSavePatience,
-                   [this, pDelivered](const Wirova::IMessage* pAnswer, GameRequests::Failure,
-                                      const std::string& strWhy) { OnSaved(*pDelivered, pAnswer, strWhy); });
+    m_courier.Ask(session.nConnector, req, kSavePatience,
+                  [this, pDelivered](const Wirova::IMessage* pAnswer, GameRequests::Failure,
+                                     const std::string& strWhy) { OnSaved(*pDelivered, pAnswer, strWhy); });
 }
 
 // If the game has saved the items, their entries are used up. If it has not, or has not answered, the entries
@@ -125,13 +117,16 @@ void Service::OnSaved(const Delivered& delivered, const Wirova::IMessage* pAnswe
     const auto* const pSaved = dynamic_cast<const XC2S_SaveInventoryAns*>(pAnswer);
     const bool bSaved = pSaved != nullptr && pSaved->nState == 0;
     try {
-        Transaction transaction = m_store.Begin();
-        for (const std::int64_t nSeq : delivered.sale.vecEntries) {
-            Entry entry;
-            if (m_ledger.FindEntry(nSeq, entry) && entry.state == EntryState::Reserved)
-                m_ledger.SetState(nSeq, bSaved ? EntryState::Used : EntryState::Waiting);
-        }
-        transaction.Commit();
+        TryAgain([&] {
+            Transaction transaction = m_store.Begin(Access::Change);
+            m_store.GetUser(delivered.receiver.nID);
+            for (const std::int64_t nSeq : delivered.sale.vecEntries) {
+                Entry entry;
+                if (m_ledger.FindEntry(nSeq, entry) && entry.state == EntryState::Reserved)
+                    m_ledger.SetState(nSeq, bSaved ? EntryState::Used : EntryState::Waiting);
+            }
+            transaction.Commit();
+        });
     } catch (const StoreError& e) {
         return ShowFailure(e);
     }

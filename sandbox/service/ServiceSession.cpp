@@ -261,7 +261,7 @@ void Service::Charge(Call& call, const XC2S_ChargeReq& req, XS2C_ChargeAns&)
 // the user out.
 void Service::ChargeUser(Call& call, const XChargeInfo& info, int nProductID)
 {
-    const Session session = RequireSession(call, KeyOf(info), info.strSeqNo);
+    Session session = RequireSession(call, KeyOf(info), info.strSeqNo);
     const User user = RequireUser({session.strUserID, false});
     if (user.billing.nProductID != nProductID || !HasMinutes(user.billing.nBillType))
         throw Refusal(kNotCheckedIn, Quoted(user.strUserID) + " is not charged for this product.");
@@ -271,20 +271,19 @@ void Service::ChargeUser(Call& call, const XChargeInfo& info, int nProductID)
         call.vecAfter.push_back([this, session] { NotifyForced(session); });
         throw Refusal(kNoMinutes, Quoted(user.strUserID) + " has no minutes left.");
     }
+    session.nConnector = call.pConnector->nID;  // it gets the notices, even if the session is on the move
     const auto nRemain = static_cast<int>(std::min<std::int64_t>(m_store.TakeMinute(user.nID), INT_MAX));
     if (nRemain == 0) {
-        call.vecAfter.push_back([this, &link = call.link, session] {
-            Notify(link, session, kBillingExpire, 0, "The minutes are used up.");
-        });
+        call.vecAfter.push_back(
+            [this, session] { Notify(session, kBillingExpire, 0, "The minutes are used up."); });
     } else if (std::find(std::begin(kWarnAt), std::end(kWarnAt), nRemain) != std::end(kWarnAt)) {
-        call.vecAfter.push_back([this, &link = call.link, session, nRemain] {
-            Notify(link, session, kWarning, nRemain, "Minutes left: " + std::to_string(nRemain));
+        call.vecAfter.push_back([this, session, nRemain] {
+            Notify(session, kWarning, nRemain, "Minutes left: " + std::to_string(nRemain));
         });
     }
 }
 
-void Service::Notify(Link& link, const Session& session, int nEventCode, int nSpecificCode,
-                     const std::string& strParam)
+void Service::Notify(const Session& session, int nEventCode, int nSpecificCode, const std::string& strParam)
 {
     XS2C_BillingEventNotice notice;
     (session.bByNumber ? notice.strUserNo : notice.strUserID) =
@@ -293,14 +292,12 @@ void Service::Notify(Link& link, const Session& session, int nEventCode, int nSp
     notice.nEventCode = nEventCode;
     notice.nSpecificCode = nSpecificCode;
     notice.strParam = strParam;
-    m_traffic.Send(link, notice);
+    m_courier.Send(session.nConnector, notice);
 }
 
 void Service::NotifyForced(const Session& session)
 {
-    const Connector* const pConnector = m_registry.Find(session.nConnector);
-    if (pConnector != nullptr && pConnector->pLink != nullptr)
-        Notify(*pConnector->pLink, session, kForceCheckout, 0, "The time is over.");
+    Notify(session, kForceCheckout, 0, "The time is over.");
 }
 
 }  // namespace Sandbox

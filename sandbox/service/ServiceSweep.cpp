@@ -4,6 +4,11 @@
 #include "sandbox/service/Service.h"
 
 namespace Sandbox {
+namespace {
+
+constexpr std::chrono::seconds kLookAtStudio{2};  // how often the other sandboxes are looked at
+
+}  // namespace
 
 std::optional<std::string> Service::ReasonToClose(const Link& link) const
 {
@@ -20,21 +25,34 @@ std::optional<std::string> Service::ReasonToClose(const Link& link) const
            std::to_string(pConnector->msCycle / 1000) + " s";
 }
 
-void Service::Sweep()
+// What a sweep leaves to be done once its changes are committed.
+struct Service::Swept {
+    std::vector<Connector*> vecConfirmed, vecGone, vecClaimed, vecReleased;
+    std::vector<std::int64_t> vecReplaced;
+};
+
+void Service::SweepOnce()
 {
     const std::int64_t msNow = m_clock.Milliseconds();
-    Transaction transaction = m_store.Begin();
-    std::vector<Connector*> vecConfirmed, vecGone;
+    Studio* const pStudio = m_store.GetStudio();
+    Swept swept;
+    Transaction transaction = m_store.Begin(Access::Change);
+    if (pStudio != nullptr)
+        SweepStudio(swept);
     for (auto& [identity, connector] : m_registry.GetConnectors()) {
         if (connector.msConfirmBy && msNow > *connector.msConfirmBy) {
-            ShowCheckedOut(m_store.RemoveUnconfirmed(connector.nID),
-                           "nobody has confirmed it after the registration");
-            vecConfirmed.push_back(&connector);
+            // A connector that has registered at another sandbox since then is confirmed there.
+            if (pStudio == nullptr || pStudio->Owns(connector.nID)) {
+                ShowCheckedOut(m_store.RemoveUnconfirmed(connector.nID),
+                               "nobody has confirmed it after the registration");
+            }
+            swept.vecConfirmed.push_back(&connector);
         }
-        if (connector.pLink == nullptr && msNow - connector.msAwaySince > kAwayMilliseconds) {
+        if (pStudio == nullptr && connector.pLink == nullptr &&
+            msNow - connector.msAwaySince > kAwayMilliseconds) {
             ShowCheckedOut(m_store.GetSessions(connector.nID), "its connector stays away");
             m_store.RemoveConnector(connector.nID);
-            vecGone.push_back(&connector);
+            swept.vecGone.push_back(&connector);
         }
     }
     const std::vector<Session> vecOverdue = RemoveOverdue();
@@ -46,14 +64,55 @@ void Service::Sweep()
         m_console.Note("storage: " + std::to_string(nReleased) +
                        " reserved entries wait again, nobody ended it");
     // The registry has no part in the transaction, so it is changed only now, when nothing can fail any more.
-    for (Connector* const pConnector : vecConfirmed)
+    for (Connector* const pConnector : swept.vecConfirmed)
         pConnector->msConfirmBy.reset();
-    for (const Connector* const pConnector : vecGone) {
+    for (Connector* const pConnector : swept.vecClaimed)
+        pConnector->bClaimed = true;
+    for (Connector* const pConnector : swept.vecReleased)
+        pConnector->bClaimed = false;
+    for (const Connector* const pConnector : swept.vecGone) {
         m_console.Note(pConnector->identity.GetName() + ": is forgotten");
         m_registry.Remove(*pConnector);
     }
+    for (const std::int64_t nConnector : swept.vecReplaced)
+        m_registry.CloseReplaced(nConnector);
     for (const Session& session : vecOverdue)
         NotifyForced(session);
+}
+
+// Brings what the database says of the links of this sandbox to what they are, and does for all connectors of
+// the studio what a single sandbox does for its own.
+void Service::SweepStudio(Swept& swept)
+{
+    Studio& studio = *m_store.GetStudio();
+    const std::time_t now = m_clock.Now();
+    const auto steady = std::chrono::steady_clock::now();
+    if (steady - m_studioLooked > kLookAtStudio) {
+        m_studioLooked = steady;
+        const bool bMissed = studio.EnterAgain();
+        studio.Clean(now);
+        m_registry.Refresh();
+        for (auto& [identity, connector] : m_registry.GetConnectors())
+            connector.bClaimed &= !bMissed;
+    }
+    for (auto& [identity, connector] : m_registry.GetConnectors()) {
+        if (connector.pLink != nullptr && !connector.bClaimed) {
+            if (studio.ClaimFree(connector.nID))
+                swept.vecClaimed.push_back(&connector);
+            else
+                swept.vecReplaced.push_back(connector.nID);
+        } else if (connector.pLink == nullptr && connector.bClaimed) {
+            studio.Release(connector.nID, now - (m_clock.Milliseconds() - connector.msAwaySince) / 1000);
+            swept.vecReleased.push_back(&connector);
+        }
+    }
+    for (const std::int64_t nConnector : studio.GetAwayBefore(now - kAwayMilliseconds / 1000)) {
+        Connector* const pConnector = m_registry.Find(nConnector);
+        ShowCheckedOut(m_store.GetSessions(nConnector), "its connector stays away");
+        m_store.RemoveConnector(nConnector);
+        if (pConnector != nullptr && pConnector->pLink == nullptr)
+            swept.vecGone.push_back(pConnector);
+    }
 }
 
 void Service::ShowCheckedOut(const std::vector<Session>& vecSessions, const char* pszWhy)
@@ -76,8 +135,8 @@ std::vector<Session> Service::RemoveOverdue()
             mapStill.emplace(session.nSeqNo, msSince);
             continue;
         }
-        m_store.RemoveSession(session.nSeqNo);
-        vecRemoved.push_back(session);
+        if (m_store.RemoveSession(session.nSeqNo))  // unless another sandbox has been quicker
+            vecRemoved.push_back(session);
     }
     m_mapOverdue = std::move(mapStill);
     ShowCheckedOut(vecRemoved, "its time is over, and its connector has not checked it out");

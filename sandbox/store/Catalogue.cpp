@@ -12,10 +12,14 @@ constexpr const char* kTables[] = {
     "shop_group_product", "shop_group", "shop_tag",     "shop_product_tag", "shop_discount", "shop_option",
     "shop_condition",     "shop_child", "shop_product", "shop_branch_in",   "shop_menu",     "shop_game"};
 
-// Columns: the game, those of Product, those of the record, and the pieces sold by orders.
-constexpr char kSelectProduct[] =
-    "SELECT p.*, coalesce((SELECT count FROM shop_sold s WHERE s.game = p.game AND"
-    " s.product = p.strProductID), 0) FROM shop_product p WHERE ";
+// Columns: the pieces sold by orders, the game, those of Product, and those of the record. A studio counts
+// the pieces in several parts.
+std::string SelectProduct(const Database& db)
+{
+    return std::string("SELECT coalesce((SELECT ") + (db.IsShared() ? "sum(count)" : "count") +
+           " FROM shop_sold s WHERE s.game = p.game AND s.product = p.strProductID), 0), p.*"
+           " FROM shop_product p WHERE ";
+}
 constexpr int kProductOwn = 7;  // columns in front of those of the record
 
 // Whether a product belongs to a ProductSearch: ?1 game, ?2 branch, ?3 type, ?4 value, ?5 now.
@@ -30,18 +34,18 @@ constexpr char kIsFound[] =
 
 void ReadProduct(const Statement& row, XProductListContents& product)
 {
-    const int nSold = row.Record(kProductOwn, product);
+    row.Record(1 + kProductOwn, product);
     product.nTotalSellingCount =
-        static_cast<int>(std::min<std::int64_t>(product.nTotalSellingCount + row.Int(nSold), INT32_MAX));
+        static_cast<int>(std::min<std::int64_t>(product.nTotalSellingCount + row.Int(0), INT32_MAX));
 }
 
 }  // namespace
 
 struct Catalogue::Statements {
-    explicit Statements(const Database& database) : db(database) {}
-    const Database& db;
+    explicit Statements(Database& database) : db(database) {}
+    Database& db;
 
-    Statement addGame{db, "INSERT INTO shop_game VALUES (NULL, ?)"};
+    Statement addGame{db, "INSERT INTO shop_game (game) VALUES (?)"};
     Statement addBranch{db, InsertSql<XMenuContents>("shop_menu", 1)};
     Statement addBelow{db,
                        "INSERT INTO shop_branch_in SELECT game, branch, ?3 FROM shop_branch_in"
@@ -64,17 +68,16 @@ struct Catalogue::Statements {
     Statement hasGame{db, "SELECT 1 FROM shop_game WHERE game = ?"};
     Statement depth{db, "SELECT nBranchDepth FROM shop_menu WHERE game = ? AND strBranchID = ?"};
     Statement hasGroup{db, "SELECT 1 FROM shop_group WHERE game = ? AND strExposeCode = ?"};
-    Statement product{db, std::string(kSelectProduct) + "game = ? AND strProductID = ?"};
+    Statement product{db, SelectProduct(db) + "game = ? AND strProductID = ?"};
     Statement productIDs{db, "SELECT strProductID FROM shop_product WHERE game = ? ORDER BY rowid"};
-    Statement menu{
-        db,
-        "SELECT m.*, (SELECT count(*) FROM shop_product p WHERE p.game = m.game AND p.strBranchID IN"
-        " (SELECT below FROM shop_branch_in b WHERE b.game = m.game AND b.branch = m.strBranchID)"
-        " AND strStartDate <= ?2 AND strEndDate >= ?2) FROM shop_menu m WHERE game = ?1"
-        " ORDER BY nBranchDepth, nSortOrder, rowid"};
+    Statement menu{db,
+                   "SELECT (SELECT count(*) FROM shop_product p WHERE p.game = m.game AND p.strBranchID IN"
+                   " (SELECT below FROM shop_branch_in b WHERE b.game = m.game AND b.branch = m.strBranchID)"
+                   " AND strStartDate <= ?2 AND strEndDate >= ?2), m.* FROM shop_menu m WHERE game = ?1"
+                   " ORDER BY nBranchDepth, nSortOrder, rowid"};
     Statement count{db, std::string("SELECT count(*) FROM shop_product WHERE ") + kIsFound};
-    Statement products{
-        db, std::string(kSelectProduct) + kIsFound + " ORDER BY nDisplayOrder, rowid LIMIT ?6 OFFSET ?7"};
+    Statement products{db,
+                       SelectProduct(db) + kIsFound + " ORDER BY nDisplayOrder, rowid LIMIT ?6 OFFSET ?7"};
     Statement children{db, "SELECT * FROM shop_child WHERE game = ? AND product = ? ORDER BY rowid"};
     Statement conditions{db, "SELECT * FROM shop_condition WHERE game = ? AND product = ? ORDER BY rowid"};
     Statement options{db, "SELECT * FROM shop_option WHERE game = ? AND product = ? ORDER BY rowid"};
@@ -129,8 +132,16 @@ std::string Catalogue::Schema()
 
 // ---- writing ----
 
+// Whoever has read a product in a transaction holds back this lock until that transaction ends.
+void Catalogue::Hold()
+{
+    if (m_sql->db.IsShared())
+        m_sql->db.Execute("LOCK TABLE shop_product IN ACCESS EXCLUSIVE MODE");
+}
+
 void Catalogue::Clear()
 {
+    Hold();
     for (const char* const pszTable : kTables)
         Statement(m_sql->db, std::string("DELETE FROM ") + pszTable).Run();
 }
@@ -270,12 +281,12 @@ bool Catalogue::FindProduct(const ProductKey& key, Product& product)
 {
     return m_sql->product.ForEach(
                [&](const Statement& row) {
-                   product.strDetailDesc = row.Text(1);
-                   product.strMovieURL = row.Text(2);
-                   product.strDirection = row.Text(3);
-                   product.cCouponUse = static_cast<char>(row.Int(4));
-                   product.cDiscount = static_cast<char>(row.Int(5));
-                   product.bSave = row.Int(6) != 0;
+                   product.strDetailDesc = row.Text(2);
+                   product.strMovieURL = row.Text(3);
+                   product.strDirection = row.Text(4);
+                   product.cCouponUse = static_cast<char>(row.Int(5));
+                   product.cDiscount = static_cast<char>(row.Int(6));
+                   product.bSave = row.Int(7) != 0;
                    ReadProduct(row, product.row);
                },
                key.strGameID, key.strProductID) > 0;
@@ -295,8 +306,8 @@ void Catalogue::GetMenu(const std::string& strGameID, const std::string& strNow,
     m_sql->menu.ForEach(
         [&](const Statement& row) {
             XMenuContents& menu = vecMenu.Add();
-            const int nCount = row.Record(1, menu);
-            menu.nProductCount = static_cast<int>(row.Int(nCount));
+            row.Record(2, menu);
+            menu.nProductCount = static_cast<int>(row.Int(0));
         },
         strGameID, strNow);
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "sandbox/store/Sqlite.h"
+#include "sandbox/store/Database.h"
 #include "wirova/messages/ShopMessages.h"
 
 namespace Sandbox {
@@ -63,6 +63,9 @@ public:
     static std::string Schema();  // SQL that makes the tables in a new database
 
     // ---- writing ----
+    // Nobody reads products until the transaction ends, and no purchase is under way that has read one. To be
+    // called before anything is changed; Clear calls it.
+    void Hold();
     void Clear();
     void AddGame(const std::string& strGameID);
     void AddBranch(const std::string& strGameID, const XMenuContents& row);

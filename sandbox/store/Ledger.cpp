@@ -1,6 +1,6 @@
 #include "sandbox/store/Ledger.h"
 
-#include <cstring>
+#include <cstdlib>
 
 namespace Sandbox {
 namespace {
@@ -8,13 +8,13 @@ namespace {
 constexpr int kEntryOwn = 7;  // columns in front of those of the record
 
 // Whether a waiting entry belongs to a BoxSearch: ?1 owner, ?2 game, ?3 server, ?4 character, ?5 type, ?6
-// value.
+// value, ?7 the number that the value begins with.
 constexpr char kIsListed[] =
     "owner = ?1 AND game = ?2 AND state = 0 AND (?3 = '' OR strServerID IN ('', ?3))"
     " AND (?4 = '' OR strCharacterID IN ('', ?4)) AND CASE ?5"
     " WHEN 'N' THEN instr(lower(strItemName), lower(?6)) > 0"
     " WHEN 'I' THEN strItemID = ?6"
-    " WHEN 'O' THEN nOrderSeq = CAST(?6 AS INTEGER)"
+    " WHEN 'O' THEN nOrderSeq = ?7"
     " WHEN 'U' THEN bRead = 0"
     " ELSE true END";
 
@@ -41,13 +41,15 @@ void ReadCoupon(const Statement& row, Coupon& coupon)
 }  // namespace
 
 struct Ledger::Statements {
-    explicit Statements(const Database& database) : db(database) {}
-    const Database& db;
+    explicit Statements(Database& database) : db(database) {}
+    Database& db;
 
     Statement openWallet{db, "INSERT INTO wallet VALUES (?, ?, ?) ON CONFLICT (user) DO NOTHING"};
     Statement wallet{db, "SELECT ruv_coin, pass_word FROM wallet WHERE user = ?"};
     Statement changeCoin{db, "UPDATE wallet SET ruv_coin = ruv_coin + ? WHERE user = ?"};
-    Statement restoreWallet{db, "INSERT OR REPLACE INTO wallet VALUES (?, ?, ?)"};
+    Statement restoreWallet{db,
+                            "INSERT INTO wallet VALUES (?, ?, ?) ON CONFLICT (user) DO UPDATE"
+                            " SET ruv_coin = excluded.ruv_coin, pass_word = excluded.pass_word"};
 
     Statement addCoupon{db, InsertSql<XCouponInfo>("coupon", 3) + " ON CONFLICT (strCouponUseID) DO NOTHING"};
     Statement coupon{db, "SELECT * FROM coupon WHERE strCouponUseID = ?"};
@@ -56,31 +58,36 @@ struct Ledger::Statements {
     Statement removeCoupon{db, "DELETE FROM coupon WHERE strCouponUseID = ?"};
     Statement removeCoupons{db, "DELETE FROM coupon WHERE user = ?"};
 
-    Statement addOrder{db, "INSERT INTO shop_order VALUES (NULL, ?, ?, ?, ?, ?, ?, ?) RETURNING order_seq"};
+    Statement addOrder{db,
+                       "INSERT INTO shop_order (game, product, buyer, receiver, count, price, date)"
+                       " VALUES (?, ?, ?, ?, ?, ?, ?) RETURNING order_seq"};
     Statement hasOrder{db, "SELECT 1 FROM shop_order WHERE game = ? AND product = ? AND receiver = ?"};
     Statement orders{db, "SELECT * FROM shop_order ORDER BY order_seq DESC LIMIT ?"};
     Statement ordersOf{db, "SELECT * FROM shop_order WHERE buyer = ? ORDER BY order_seq DESC LIMIT ?"};
 
-    Statement addEntry{db, InsertSql<XStorageInfo>("storage", kEntryOwn) + " RETURNING storage_seq"};
+    Statement addEntry{db, InsertSql<XStorageInfo>("storage (owner, game, state, until, use_server,"
+                                                   " use_character, " +
+                                                       ListColumns<XStorageInfo>() + ")",
+                                                   kEntryOwn - 1) +
+                               " RETURNING storage_seq"};
     Statement entry{db, "SELECT * FROM storage WHERE storage_seq = ?"};
     Statement waiting{db, std::string("SELECT * FROM storage WHERE ") + kIsListed + " ORDER BY storage_seq"};
-    Statement countWaiting{db, std::string("SELECT count(*) FROM storage WHERE ") + kIsListed};
     Statement entries{db, "SELECT * FROM storage WHERE owner = ? ORDER BY storage_seq LIMIT ?"};
     Statement entriesOf{db, "SELECT storage_seq FROM storage WHERE nOrderSeq = ? ORDER BY storage_seq"};
     Statement setRead{db, "UPDATE storage SET bRead = 1 WHERE storage_seq = ?"};
-    Statement setState{db,
-                       "UPDATE storage SET state = ?, until = ?, use_server = ?, use_character = ?,"
-                       " nRemainCount = CASE ?1 WHEN 2 THEN 0 ELSE nRemainCount END WHERE storage_seq = ?"};
-    Statement replaceEntry{
+    Statement setState{
         db,
-        "INSERT OR REPLACE" + InsertSql<XStorageInfo>("storage", kEntryOwn).substr(std::strlen("INSERT"))};
+        "UPDATE storage SET state = ?, until = ?, use_server = ?, use_character = ?,"
+        " nRemainCount = CASE CAST(?1 AS INTEGER) WHEN 2 THEN 0 ELSE nRemainCount END WHERE storage_seq = ?"};
+    Statement replaceEntry{db, InsertSql<XStorageInfo>("storage", kEntryOwn)};
     Statement removeEntry{db, "DELETE FROM storage WHERE storage_seq = ?"};
     Statement removeEntries{db, "DELETE FROM storage WHERE owner = ?"};
     Statement removeOrders{db, "DELETE FROM shop_order WHERE ?1 IN (buyer, receiver)"};
     Statement removeWallet{db, "DELETE FROM wallet WHERE user = ?"};
     Statement release{db,
                       "UPDATE storage SET state = 0, until = 0, use_server = '', use_character = ''"
-                      " WHERE state = 1 AND until < ?"};
+                      " WHERE storage_seq IN (SELECT storage_seq FROM storage WHERE state = 1 AND until < ?"
+                      " SKIP)"};
 };
 
 Ledger::Ledger(Database& db) : m_db(db), m_sql(std::make_unique<Statements>(db)) {}
@@ -108,8 +115,7 @@ std::string Ledger::Schema()
                " use_server TEXT NOT NULL, use_character TEXT NOT NULL, ") +
            "CREATE INDEX storage_owner ON storage (owner, game, state);"
            "CREATE INDEX storage_order ON storage (nOrderSeq);"
-           "CREATE INDEX storage_reserved ON storage (until) WHERE state = 1;" +
-           SoldSchema();
+           "CREATE INDEX storage_reserved ON storage (until) WHERE state = 1;";
 }
 
 std::string Ledger::SoldSchema()
@@ -129,8 +135,7 @@ std::string Ledger::SoldSchema()
 
 bool Ledger::OpenWallet(std::int64_t nUser, const Wallet& wallet)
 {
-    m_sql->openWallet.Run(nUser, wallet.nRuvCoin, wallet.strPassWord);
-    return m_db.Changes() > 0;
+    return m_sql->openWallet.Run(nUser, wallet.nRuvCoin, wallet.strPassWord) > 0;
 }
 
 Wallet Ledger::GetWallet(std::int64_t nUser)
@@ -155,8 +160,7 @@ void Ledger::SetWallet(std::int64_t nUser, const Wallet& wallet)
 
 bool Ledger::AddCoupon(const Coupon& coupon)
 {
-    m_sql->addCoupon.Run(coupon.nUser, coupon.strProductID, coupon.nOrderSeq, coupon.row);
-    return m_db.Changes() > 0;
+    return m_sql->addCoupon.Run(coupon.nUser, coupon.strProductID, coupon.nOrderSeq, coupon.row) > 0;
 }
 
 bool Ledger::FindCoupon(const std::string& strUseID, Coupon& coupon)
@@ -214,8 +218,7 @@ std::vector<Order> Ledger::GetOrders(std::optional<std::int64_t> nBuyer, std::in
 std::int64_t Ledger::AddEntry(const Entry& entry)
 {
     std::int64_t nStorageSeq = 0;
-    // The first column is null: SQLite then gives the entry the next number.
-    m_sql->addEntry.ForEach([&](const Statement& row) { nStorageSeq = row.Int(0); }, nullptr, entry.nOwner,
+    m_sql->addEntry.ForEach([&](const Statement& row) { nStorageSeq = row.Int(0); }, entry.nOwner,
                             entry.strGameID, static_cast<int>(EntryState::Waiting), 0, "", "", entry.row);
     return nStorageSeq;
 }
@@ -234,16 +237,7 @@ void Ledger::ForEachWaiting(const BoxSearch& search, const std::function<void(co
             each(entry);
         },
         search.nOwner, search.strGameID, search.strServerID, search.strCharacterID,
-        std::string(1, search.cType), search.strValue);
-}
-
-int Ledger::CountWaiting(const BoxSearch& search)
-{
-    int nCount = 0;
-    m_sql->countWaiting.ForEach([&](const Statement& row) { nCount = static_cast<int>(row.Int(0)); },
-                                search.nOwner, search.strGameID, search.strServerID, search.strCharacterID,
-                                std::string(1, search.cType), search.strValue);
-    return nCount;
+        std::string(1, search.cType), search.strValue, std::atoll(search.strValue.c_str()));
 }
 
 void Ledger::ForEachEntry(std::int64_t nOwner, std::int64_t nLimit,
@@ -279,14 +273,11 @@ void Ledger::SetState(std::int64_t nStorageSeq, EntryState state)
     m_sql->setState.Run(static_cast<int>(state), 0, "", "", nStorageSeq);
 }
 
-int Ledger::ReleaseReservedBefore(std::time_t time)
-{
-    m_sql->release.Run(time);
-    return m_db.Changes();
-}
+int Ledger::ReleaseReservedBefore(std::time_t time) { return m_sql->release.Run(time); }
 
 void Ledger::ReplaceEntry(const Entry& entry)
 {
+    RemoveEntry(entry.row.nStorageSeq);
     m_sql->replaceEntry.Run(entry.row.nStorageSeq, entry.nOwner, entry.strGameID,
                             static_cast<int>(entry.state), entry.nUntil, entry.strUseServerID,
                             entry.strUseCharacterID, entry.row);
@@ -294,11 +285,7 @@ void Ledger::ReplaceEntry(const Entry& entry)
 
 void Ledger::RemoveEntry(std::int64_t nStorageSeq) { m_sql->removeEntry.Run(nStorageSeq); }
 
-int Ledger::RemoveEntriesOf(std::int64_t nOwner)
-{
-    m_sql->removeEntries.Run(nOwner);
-    return m_db.Changes();
-}
+int Ledger::RemoveEntriesOf(std::int64_t nOwner) { return m_sql->removeEntries.Run(nOwner); }
 
 void Ledger::RemoveAllOf(std::int64_t nUser)
 {
@@ -312,8 +299,9 @@ void Ledger::RemoveAllOf(std::int64_t nUser)
 void Ledger::UndoAll()
 {
     m_db.Execute(
-        "UPDATE wallet SET ruv_coin = min(2147483647, ruv_coin + (SELECT coalesce(sum(price), 0)"
-        " FROM shop_order WHERE buyer = wallet.user));"
+        "UPDATE wallet SET ruv_coin = ruv_coin + (SELECT coalesce(sum(price), 0)"
+        " FROM shop_order WHERE buyer = wallet.user);"
+        "UPDATE wallet SET ruv_coin = 2147483647 WHERE ruv_coin > 2147483647;"
         "UPDATE coupon SET order_seq = 0; DELETE FROM shop_order; DELETE FROM storage;");
 }
 

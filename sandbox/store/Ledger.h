@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "sandbox/store/Sqlite.h"
+#include "sandbox/store/Database.h"
 #include "wirova/messages/ShopMessages.h"
 #include "wirova/messages/StorageMessages.h"
 
@@ -72,7 +72,7 @@ public:
     ~Ledger();
 
     static std::string Schema();  // SQL that makes the tables in a new database
-    // The part of it that counts what has been sold; the orders that are there are counted at once.
+    // The table that counts what has been sold, in SQLite; the orders that are there are counted at once.
     static std::string SoldSchema();
 
     // ---- balances ----
@@ -99,7 +99,6 @@ public:
     bool FindEntry(std::int64_t nStorageSeq, Entry& entry);
     // Calls each(entry) for the waiting entries that the search finds, ordered by number.
     void ForEachWaiting(const BoxSearch& search, const std::function<void(const Entry& entry)>& each);
-    int CountWaiting(const BoxSearch& search);
     // Calls each(entry) for the owner's entries in any state, at most nLimit of them.
     void ForEachEntry(std::int64_t nOwner, std::int64_t nLimit,
                       const std::function<void(const Entry& entry)>& each);

@@ -61,6 +61,20 @@ std::string CreateSql(const std::string& strTable, const std::string& strOwn, co
     return "CREATE TABLE " + strTable + " (" + strOwn + strColumns + strRest + ");";
 }
 
+// The names of the record's columns, separated by commas.
+template <WireRecord Rec>
+std::string ListColumns()
+{
+    std::string strColumns;
+    const Rec rec;
+    Rec::ForEachField(rec, [&](const char* pszName, const auto&) {
+        strColumns += strColumns.empty() ? "" : ", ";
+        strColumns += pszName;
+        return true;
+    });
+    return strColumns;
+}
+
 // SQL that inserts a row of nOwn columns and a record.
 template <WireRecord Rec>
 std::string InsertSql(const std::string& strTable, int nOwn)

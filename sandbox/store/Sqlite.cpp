@@ -8,9 +8,67 @@ namespace {
     throw StoreError(db != nullptr ? sqlite3_errmsg(db) : "out of memory");
 }
 
+class SqlitePrepared final : public IPrepared {
+public:
+    SqlitePrepared(sqlite3* db, const std::string& strSql)
+    {
+        if (sqlite3_prepare_v3(db, strSql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &m_stmt, nullptr) !=
+            SQLITE_OK)
+            Fail(db);
+    }
+    ~SqlitePrepared() override { sqlite3_finalize(m_stmt); }
+    SqlitePrepared(const SqlitePrepared&) = delete;
+    SqlitePrepared& operator=(const SqlitePrepared&) = delete;
+
+    void Bind(int nIndex, std::int64_t nValue) override
+    {
+        if (sqlite3_bind_int64(m_stmt, nIndex, nValue) != SQLITE_OK)
+            Fail(sqlite3_db_handle(m_stmt));
+    }
+    void Bind(int nIndex, std::string_view strValue) override
+    {
+        if (sqlite3_bind_text64(m_stmt, nIndex, strValue.data(), strValue.size(), SQLITE_STATIC,
+                                SQLITE_UTF8) != SQLITE_OK)
+            Fail(sqlite3_db_handle(m_stmt));
+    }
+    bool Step() override
+    {
+        const int nResult = sqlite3_step(m_stmt);
+        if (nResult != SQLITE_ROW && nResult != SQLITE_DONE)
+            Fail(sqlite3_db_handle(m_stmt));
+        return nResult == SQLITE_ROW;
+    }
+    void Rewind() noexcept override
+    {
+        sqlite3_reset(m_stmt);
+        sqlite3_clear_bindings(m_stmt);
+    }
+    int Changes() const override { return sqlite3_changes(sqlite3_db_handle(m_stmt)); }
+    std::int64_t Int(int nColumn) const override { return sqlite3_column_int64(m_stmt, nColumn); }
+    std::string Text(int nColumn) const override
+    {
+        const auto* const pText = sqlite3_column_text(m_stmt, nColumn);
+        const auto nBytes = static_cast<std::size_t>(sqlite3_column_bytes(m_stmt, nColumn));
+        return pText != nullptr ? std::string(reinterpret_cast<const char*>(pText), nBytes) : std::string();
+    }
+
+private:
+    sqlite3_stmt* m_stmt = nullptr;
+};
+
+// The words of shared databases go.
+std::string Unshared(std::string strSql)
+{
+    for (const std::string strWord : {" HOLD", " SKIP"}) {
+        if (strSql.ends_with(strWord) || strSql.ends_with(strWord + ")"))
+            strSql.erase(strSql.rfind(strWord), strWord.size());
+    }
+    return strSql;
+}
+
 }  // namespace
 
-Database::Database(const std::string& strPath)
+SqliteDatabase::SqliteDatabase(const std::string& strPath)
 {
     sqlite3* db = nullptr;
     const int nResult = sqlite3_open_v2(strPath.empty() ? ":memory:" : strPath.c_str(), &db,
@@ -20,61 +78,22 @@ Database::Database(const std::string& strPath)
         Fail(db);
 }
 
-void Database::Execute(const std::string& strSql)
+std::unique_ptr<IPrepared> SqliteDatabase::Prepare(const std::string& strSql)
+{
+    return std::make_unique<SqlitePrepared>(m_db.get(), Unshared(strSql));
+}
+
+void SqliteDatabase::Execute(const std::string& strSql)
 {
     if (sqlite3_exec(m_db.get(), strSql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
         Fail(m_db.get());
 }
 
-Statement::Statement(const Database& db, const std::string& strSql)
+// After some failures SQLite has rolled back by itself. ROLLBACK fails then, which does no harm.
+void SqliteDatabase::RollBack() noexcept
 {
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v3(db.Handle(), strSql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) !=
-        SQLITE_OK)
-        Fail(db.Handle());
-    m_stmt.reset(stmt);
-}
-
-std::string Statement::Text(int nColumn) const
-{
-    const auto* const pText = sqlite3_column_text(m_stmt.get(), nColumn);
-    const auto nBytes = static_cast<std::size_t>(sqlite3_column_bytes(m_stmt.get(), nColumn));
-    return pText != nullptr ? std::string(reinterpret_cast<const char*>(pText), nBytes) : std::string();
-}
-
-void Statement::Bind(int nIndex, std::int64_t nValue)
-{
-    if (sqlite3_bind_int64(m_stmt.get(), nIndex, nValue) != SQLITE_OK)
-        Fail(sqlite3_db_handle(m_stmt.get()));
-}
-
-void Statement::Bind(int nIndex, std::string_view strValue)
-{
-    if (sqlite3_bind_text64(m_stmt.get(), nIndex, strValue.data(), strValue.size(), SQLITE_STATIC,
-                            SQLITE_UTF8) != SQLITE_OK)
-        Fail(sqlite3_db_handle(m_stmt.get()));
-}
-
-bool Statement::Step()
-{
-    const int nResult = sqlite3_step(m_stmt.get());
-    if (nResult != SQLITE_ROW && nResult != SQLITE_DONE)
-        Fail(sqlite3_db_handle(m_stmt.get()));
-    return nResult == SQLITE_ROW;
-}
-
-Transaction::Transaction(Database& db) : m_db(db) { m_db.Execute("BEGIN"); }
-
-Transaction::~Transaction()
-{
-    // After some failures SQLite has rolled back by itself. ROLLBACK fails then, which does no harm.
     if (m_bOpen)
-        sqlite3_exec(m_db.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
-void Transaction::Commit()
-{
-    m_db.Execute("COMMIT");
+        sqlite3_exec(m_db.get(), "ROLLBACK", nullptr, nullptr, nullptr);
     m_bOpen = false;
 }
 

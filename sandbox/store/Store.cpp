@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "sandbox/store/Postgres.h"
+#include "sandbox/store/Sqlite.h"
+
 namespace Sandbox {
 namespace {
 
@@ -69,7 +72,7 @@ std::int64_t GetNumber(Database& db, const char* pszSql)
 
 // Makes the tables that are missing. Throws StoreError for the database of another program or of a newer
 // sandbox, and has changed nothing in it then.
-Database& Prepare(Database& db, std::time_t now)
+void PrepareFile(Database& db, std::time_t now)
 {
     const bool bNew = GetNumber(db, "SELECT count(*) FROM sqlite_master") == 0;
     if (!bNew && GetNumber(db, "PRAGMA application_id") != kApplicationID)
@@ -85,17 +88,49 @@ Database& Prepare(Database& db, std::time_t now)
         "PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
         "PRAGMA foreign_keys = ON; BEGIN EXCLUSIVE; COMMIT");
     if (!bNew && nVersion == kSchemaVersion)
-        return db;
-    Transaction transaction(db);
+        return;
+    Transaction transaction(db, Access::Change);
     if (bNew) {
         db.Execute(kSchema);
         Statement(db, "INSERT INTO counter VALUES (?)").Run(FirstSeqNo(now));
     }
-    db.Execute(bNew || nVersion == 1 ? Catalogue::Schema() + Ledger::Schema() : Ledger::SoldSchema());
+    db.Execute((bNew || nVersion == 1 ? Catalogue::Schema() + Ledger::Schema() : "") + Ledger::SoldSchema());
     db.Execute("PRAGMA application_id = " + std::to_string(kApplicationID) +
                "; PRAGMA user_version = " + std::to_string(kSchemaVersion));
     transaction.Commit();
-    return db;
+}
+
+// The same for a database that several sandboxes share.
+void PrepareShared(Database& db, std::time_t now)
+{
+    Transaction transaction(db, Access::Change);
+    Studio::LockStart(db);
+    const char* const pszTables =
+        "SELECT count(*) FROM pg_class WHERE relnamespace = current_schema()::regnamespace AND relkind = 'r'";
+    if (GetNumber(db, pszTables) == 0) {
+        db.Execute(kSchema + Catalogue::Schema() + Ledger::Schema() + Studio::Schema());
+        Statement(db, "INSERT INTO studio VALUES (?, 0)").Run(kSchemaVersion);
+        Statement(db, "SELECT setval('seq_no', ?)").Run(FirstSeqNo(now));
+    } else if (GetNumber(db, (std::string(pszTables) + " AND relname IN ('studio', 'shop_sold')").c_str()) !=
+               2) {
+        throw StoreError("this database belongs to another program");
+    } else if (const std::int64_t nVersion = GetNumber(db, "SELECT version FROM studio");
+               nVersion != kSchemaVersion) {
+        throw StoreError("its tables are of version " + std::to_string(nVersion) +
+                         ", this program knows version " + std::to_string(kSchemaVersion));
+    }
+    transaction.Commit();
+}
+
+std::unique_ptr<Database> Open(const std::string& strDb, std::time_t now)
+{
+    std::unique_ptr<Database> pDb;
+    if (IsPostgres(strDb))
+        pDb = OpenPostgres(strDb);
+    else
+        pDb = std::make_unique<SqliteDatabase>(strDb);
+    pDb->IsShared() ? PrepareShared(*pDb, now) : PrepareFile(*pDb, now);
+    return pDb;
 }
 
 Billing BillingOf(const Statement& row, int nColumn)
@@ -107,19 +142,22 @@ Billing BillingOf(const Statement& row, int nColumn)
 #define SELECT_USER                                                                            \
     "SELECT id, user_id, user_no, bill_type, product_id, remain_minutes, crm_code, end_date, " \
     "term_seconds, free, pc_cafe, result, result_text FROM user WHERE "
+// The user stands first, because rows are kept in this order.
 #define SELECT_SESSION                                                                         \
     "SELECT seq_no, user, connector, user_id, user_no, by_number, user_ip, session.end_date, " \
-    "moving_since FROM session JOIN user ON user.id = session.user WHERE "
+    "moving_since FROM user JOIN session ON user.id = session.user WHERE "
 
 }  // namespace
 
 struct Store::Statements {
-    explicit Statements(const Database& database) : db(database) {}
-    const Database& db;
+    explicit Statements(Database& database) : db(database) {}
+    Database& db;
 
     Statement addUser{db,
-                      "INSERT INTO user VALUES (NULL, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"
-                      " ON CONFLICT (user_id) DO NOTHING"};
+                      "INSERT INTO user (user_id, user_no, bill_type, product_id, remain_minutes, crm_code,"
+                      " end_date, term_seconds, free, pc_cafe, result, result_text)"
+                      " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (user_id) DO NOTHING"
+                      " RETURNING id"};
     Statement users{db, SELECT_USER "true ORDER BY id LIMIT ?"};
     Statement restoreUser{db,
                           "UPDATE user SET user_no = ?, bill_type = ?, product_id = ?, remain_minutes = ?,"
@@ -128,27 +166,31 @@ struct Store::Statements {
     Statement removeOthers{db, "DELETE FROM other_billing WHERE user = ?"};
     Statement removeUser{db, "DELETE FROM user WHERE id = ?"};
     Statement addOther{db, "INSERT INTO other_billing VALUES (?, ?, ?, ?, ?, ?)"};
-    Statement userByID{db, SELECT_USER "user_id = ?"};
-    Statement userByNo{db, SELECT_USER "user_no = ?"};
-    Statement userByRow{db, SELECT_USER "id = ?"};
+    Statement userByID{db, SELECT_USER "user_id = ?"}, holdByID{db, SELECT_USER "user_id = ? HOLD"};
+    Statement userByNo{db, SELECT_USER "user_no = ?"}, holdByNo{db, SELECT_USER "user_no = ? HOLD"};
+    Statement userByRow{db, SELECT_USER "id = ?"}, holdByRow{db, SELECT_USER "id = ? HOLD"};
     Statement others{db,
                      "SELECT bill_type, product_id, remain_minutes, crm_code, end_date FROM other_billing"
                      " WHERE user = ? ORDER BY rowid"};
     Statement takeMinute{db,
-                         "UPDATE user SET remain_minutes = max(remain_minutes - 1, 0) WHERE id = ?"
-                         " RETURNING remain_minutes"};
+                         "UPDATE user SET remain_minutes = CASE WHEN remain_minutes > 0 THEN"
+                         " remain_minutes - 1 ELSE 0 END WHERE id = ? RETURNING remain_minutes"};
 
     Statement counts{db,
                      "SELECT (SELECT count(*) FROM user), (SELECT count(*) FROM session),"
                      " (SELECT count(*) FROM shop_order)"};
 
-    Statement connectors{db, "SELECT id, gid, sid, wid FROM connector"};
+    Statement connectors{db, std::string("SELECT id, gid, sid, wid, ") + (db.IsShared() ? "sandbox" : "0") +
+                                 " FROM connector"};
     Statement addConnector{db,
-                           "INSERT INTO connector VALUES (NULL, ?, ?, ?)"
-                           " ON CONFLICT (gid, sid, wid) DO UPDATE SET gid = gid RETURNING id"};
+                           "INSERT INTO connector (gid, sid, wid) VALUES (?, ?, ?)"
+                           " ON CONFLICT (gid, sid, wid) DO UPDATE SET gid = excluded.gid RETURNING id"};
     Statement removeConnector{db, "DELETE FROM connector WHERE id = ?"};
 
-    Statement takeSeqNo{db, "UPDATE counter SET last_seq_no = last_seq_no + 1 RETURNING last_seq_no"};
+    // Sandboxes that share a database do not wait for each other's checkins.
+    Statement takeSeqNo{db, db.IsShared()
+                                ? "SELECT nextval('seq_no')"
+                                : "UPDATE counter SET last_seq_no = last_seq_no + 1 RETURNING last_seq_no"};
     Statement addSession{db, "INSERT INTO session VALUES (?, ?, ?, ?, ?, ?, 1, 0)"};
     Statement moveSession{db,
                           "UPDATE session SET connector = ?, by_number = ?, user_ip = ?, confirmed = 1,"
@@ -158,13 +200,13 @@ struct Store::Statements {
     Statement setEndDate{db, "UPDATE session SET end_date = ? WHERE seq_no = ?"};
     Statement removeSession{db, "DELETE FROM session WHERE seq_no = ?"};
     Statement removeSessions{db, "DELETE FROM session WHERE connector = ?"};
-    Statement sessionBySeqNo{db, SELECT_SESSION "seq_no = ?"};
-    Statement sessionByUser{db, SELECT_SESSION "user = ?"};
+    Statement bySeqNo{db, SELECT_SESSION "seq_no = ?"}, holdBySeqNo{db, SELECT_SESSION "seq_no = ? HOLD"};
+    Statement byUser{db, SELECT_SESSION "user = ?"}, holdByUser{db, SELECT_SESSION "user = ? HOLD"};
     Statement sessions{db, SELECT_SESSION "connector = ? ORDER BY seq_no"};
     Statement unconfirmed{db, SELECT_SESSION
                           "connector = ? AND confirmed = 0 AND moving_since = 0"
-                          " ORDER BY seq_no"};
-    Statement movesBefore{db, SELECT_SESSION "moving_since > 0 AND moving_since < ? ORDER BY seq_no"};
+                          " ORDER BY seq_no HOLD"};
+    Statement movesBefore{db, SELECT_SESSION "moving_since > 0 AND moving_since < ? ORDER BY seq_no SKIP"};
     Statement removeAllSessions{db, "DELETE FROM session"};
     Statement overdue{db, SELECT_SESSION
                       "moving_since = 0 AND ((bill_type IN (2, 3) AND remain_minutes < 1) OR"
@@ -173,26 +215,42 @@ struct Store::Statements {
     Statement setUnconfirmed{db, "UPDATE session SET confirmed = 0 WHERE connector = ?"};
 };
 
-Store::Store(const std::string& strPath, std::time_t now)
-    : m_db(strPath),
-      m_sql(std::make_unique<Statements>(Prepare(m_db, now))),
-      m_catalogue(m_db),
-      m_ledger(m_db)
+Store::Store(const std::string& strDb, std::time_t now, const std::function<void()>& wake)
+    : m_pDb(Open(strDb, now)),
+      m_pStudio(m_pDb->IsShared() ? std::make_unique<Studio>(*m_pDb, wake) : nullptr),
+      m_sql(std::make_unique<Statements>(*m_pDb)),
+      m_catalogue(*m_pDb),
+      m_ledger(*m_pDb)
 {
 }
 
 Store::~Store() = default;
 
+void Store::HoldAll()
+{
+    if (m_pStudio != nullptr)
+        m_pDb->Execute("LOCK TABLE user IN EXCLUSIVE MODE");
+}
+
+bool Store::Enter(std::time_t now)
+{
+    if (m_pStudio == nullptr)
+        return true;
+    Studio::LockStart(*m_pDb);
+    return m_pStudio->Enter(now);
+}
+
 bool Store::AddUser(const User& user)
 {
     const Billing& billing = user.billing;
-    m_sql->addUser.Run(user.strUserID, user.strUserNo, billing.nBillType, billing.nProductID,
-                       billing.nRemainMinutes, billing.strCRMCode, billing.strEndDate, user.nTermSeconds,
-                       static_cast<unsigned char>(user.cFree), user.bPCCafe, user.nResult,
-                       user.strResultText);
-    if (m_db.Changes() == 0)
+    std::int64_t nUser = 0;
+    m_sql->addUser.ForEach([&](const Statement& row) { nUser = row.Int(0); }, user.strUserID, user.strUserNo,
+                           billing.nBillType, billing.nProductID, billing.nRemainMinutes, billing.strCRMCode,
+                           billing.strEndDate, user.nTermSeconds, static_cast<unsigned char>(user.cFree),
+                           user.bPCCafe, user.nResult, user.strResultText);
+    if (nUser == 0)
         return false;
-    AddOthers(m_db.LastInsertID(), user);
+    AddOthers(nUser, user);
     return true;
 }
 
@@ -242,19 +300,23 @@ User Store::UserOf(const Statement& row)
     return user;
 }
 
-std::optional<User> Store::FindUser(const UserKey& key)
+std::optional<User> Store::OneUser(Statement& select, Statement& hold, const auto& argument)
 {
     std::optional<User> found;
-    (key.bNumber ? m_sql->userByNo : m_sql->userByID)
-        .ForEach([&](const Statement& row) { found = UserOf(row); }, key.strText);
+    (m_pDb->IsChanging() ? hold : select)
+        .ForEach([&](const Statement& row) { found = UserOf(row); }, argument);
     return found;
+}
+
+std::optional<User> Store::FindUser(const UserKey& key)
+{
+    return key.bNumber ? OneUser(m_sql->userByNo, m_sql->holdByNo, key.strText)
+                       : OneUser(m_sql->userByID, m_sql->holdByID, key.strText);
 }
 
 std::optional<User> Store::GetUser(std::int64_t nUser)
 {
-    std::optional<User> found;
-    m_sql->userByRow.ForEach([&](const Statement& row) { found = UserOf(row); }, nUser);
-    return found;
+    return OneUser(m_sql->userByRow, m_sql->holdByRow, nUser);
 }
 
 std::vector<User> Store::GetUsers(std::int64_t nLimit)
@@ -292,7 +354,7 @@ std::vector<Store::ConnectorRow> Store::GetConnectors()
 {
     std::vector<ConnectorRow> vecRows;
     m_sql->connectors.ForEach([&](const Statement& row) {
-        vecRows.push_back({row.Int(0), row.Text(1), row.Text(2), row.Text(3)});
+        vecRows.push_back({row.Int(0), row.Text(1), row.Text(2), row.Text(3), row.Int(4)});
     });
     return vecRows;
 }
@@ -346,11 +408,17 @@ void Store::SetEndDate(std::int64_t nSeqNo, const std::string& strEndDate)
     m_sql->setEndDate.Run(strEndDate, nSeqNo);
 }
 
-void Store::RemoveSession(std::int64_t nSeqNo) { m_sql->removeSession.Run(nSeqNo); }
+bool Store::RemoveSession(std::int64_t nSeqNo) { return m_sql->removeSession.Run(nSeqNo) > 0; }
 
-std::optional<Session> Store::FindSession(std::int64_t nSeqNo) { return One(m_sql->sessionBySeqNo, nSeqNo); }
+std::optional<Session> Store::FindSession(std::int64_t nSeqNo)
+{
+    return OneSession(m_sql->bySeqNo, m_sql->holdBySeqNo, nSeqNo);
+}
 
-std::optional<Session> Store::FindSessionOf(std::int64_t nUser) { return One(m_sql->sessionByUser, nUser); }
+std::optional<Session> Store::FindSessionOf(std::int64_t nUser)
+{
+    return OneSession(m_sql->byUser, m_sql->holdByUser, nUser);
+}
 
 std::vector<Session> Store::GetSessions(std::int64_t nConnector) { return All(m_sql->sessions, nConnector); }
 
@@ -378,10 +446,11 @@ Session Store::SessionOf(const Statement& row)
             row.Int(5) != 0, row.Text(6), row.Text(7), row.Int(8)};
 }
 
-std::optional<Session> Store::One(Statement& select, std::int64_t nArgument)
+std::optional<Session> Store::OneSession(Statement& select, Statement& hold, std::int64_t nArgument)
 {
     std::optional<Session> found;
-    select.ForEach([&](const Statement& row) { found = SessionOf(row); }, nArgument);
+    (m_pDb->IsChanging() ? hold : select)
+        .ForEach([&](const Statement& row) { found = SessionOf(row); }, nArgument);
     return found;
 }
 

@@ -1,6 +1,10 @@
-// Everything that the sandbox remembers, in one SQLite database: users, connectors and sessions here, shops
-// in its Catalogue, what users own in its Ledger. Belongs to the server's thread. Every function throws
-// StoreError. Changes belong into a Transaction of Begin(); without Commit they are undone.
+// Everything that the sandbox remembers, in one database: users, connectors and sessions here, shops in its
+// Catalogue, what users own in its Ledger. Belongs to the server's thread. Every function throws StoreError.
+// Changes belong into a Transaction of Begin(Access::Change); without Commit they are undone.
+//
+// Other sandboxes may use the database too. Within such a transaction FindUser, GetUser, FindSession and
+// FindSessionOf keep the user for this sandbox until it ends: nobody else changes then what belongs to the
+// user. So what is looked up in the transaction holds until it ends, once its user has been looked up.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +14,9 @@
 #include <vector>
 
 #include "sandbox/store/Catalogue.h"
+#include "sandbox/store/Database.h"
 #include "sandbox/store/Ledger.h"
-#include "sandbox/store/Sqlite.h"
+#include "sandbox/store/Studio.h"
 
 namespace Sandbox {
 
@@ -61,14 +66,22 @@ struct UserKey {
 
 class Store {
 public:
-    // An empty path is a database in memory. The Seq Nos of a new database begin at a number that follows
-    // from now.
-    Store(const std::string& strPath, std::time_t now);
+    // An SQLite file, or in memory if strDb is empty, or the URL of a PostgreSQL database. The Seq Nos of a
+    // new database begin at a number that follows from now. wake is called, on another thread, when other
+    // sandboxes have sent letters.
+    Store(const std::string& strDb, std::time_t now, const std::function<void()>& wake = nullptr);
     ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
-    Transaction Begin() { return Transaction(m_db); }
+    Transaction Begin(Access access) { return Transaction(*m_pDb, access); }
+    // Keeps all users for this sandbox. To be called before anything else is looked up or changed.
+    void HoldAll();
+    // The other sandboxes on the same database; null if there can be none.
+    Studio* GetStudio() { return m_pStudio.get(); }
+    // Whether this sandbox is the first one on its database and brings the seed. To be called once, at the
+    // beginning of a transaction.
+    bool Enter(std::time_t now);
 
     Catalogue& GetCatalogue() { return m_catalogue; }
     Ledger& GetLedger() { return m_ledger; }
@@ -93,6 +106,7 @@ public:
     struct ConnectorRow {
         std::int64_t nID;
         std::string strGID, strSID, strWID;
+        std::int64_t nSandbox;  // the one that has its link; 0 if none has, or if there is no studio
     };
     std::vector<ConnectorRow> GetConnectors();
     std::int64_t FindOrAddConnector(const std::string& strGID, const std::string& strSID,
@@ -108,13 +122,13 @@ public:
     void MoveSession(const Session& session);
     void SetMoving(std::int64_t nSeqNo, std::time_t since);
     void SetEndDate(std::int64_t nSeqNo, const std::string& strEndDate);
-    void RemoveSession(std::int64_t nSeqNo);
+    bool RemoveSession(std::int64_t nSeqNo);  // false if there was none
     std::optional<Session> FindSession(std::int64_t nSeqNo);
     std::optional<Session> FindSessionOf(std::int64_t nUser);
     std::vector<Session> GetSessions(std::int64_t nConnector);  // by Seq No
     void Confirm(std::int64_t nSeqNo);                          // the connector's list has named the session
     void SetUnconfirmed(std::int64_t nConnector);
-    // Both return the sessions that they have removed.
+    // Both return the sessions that they have removed. The second one leaves out what others keep just now.
     std::vector<Session> RemoveUnconfirmed(std::int64_t nConnector);  // sessions on the move stay
     std::vector<Session> RemoveMovesBefore(std::time_t time);
     void RemoveAllSessions();
@@ -126,12 +140,14 @@ private:
     void AddOthers(std::int64_t nUser, const User& user);
     static User UserOf(const Statement& row);
     static Session SessionOf(const Statement& row);
-    std::optional<Session> One(Statement& select, std::int64_t nArgument);
+    std::optional<User> OneUser(Statement& select, Statement& hold, const auto& argument);
+    std::optional<Session> OneSession(Statement& select, Statement& hold, std::int64_t nArgument);
     template <class Arg>
     std::vector<Session> All(Statement& select, const Arg& argument);
     std::vector<Session> RemoveAll(Statement& select, std::int64_t nArgument);
 
-    Database m_db;  // the first member, so that the statements are destroyed before the database
+    std::unique_ptr<Database> m_pDb;  // the first member, so that the statements are destroyed before it
+    std::unique_ptr<Studio> m_pStudio;
     struct Statements;
     std::unique_ptr<Statements> m_sql;
     Catalogue m_catalogue;

@@ -83,11 +83,30 @@ const ClassInfo* AnswerOf(const ClassInfo& info)
     return nullptr;
 }
 
-std::optional<int32> GetReqID(const IMessage& msg)
+std::optional<int32> GetReqID(const IMessage& msg) { return GetNumber(msg, "nReqID"); }
+
+std::optional<int32> GetNumber(const IMessage& msg, std::string_view strField)
 {
-    std::optional<int32> nReqID;
-    WithField<int32>(const_cast<IMessage&>(msg), "nReqID", [&](const int32& v) { nReqID = v; });
-    return nReqID;
+    std::optional<int32> nNumber;
+    WithField<int32>(const_cast<IMessage&>(msg), strField, [&](const int32& v) { nNumber = v; });
+    return nNumber;
+}
+
+std::string GetText(const IMessage& msg, std::string_view strField)
+{
+    std::string strText;
+    WithField<std::string>(const_cast<IMessage&>(msg), strField, [&](const std::string& v) { strText = v; });
+    return strText;
+}
+
+std::optional<int> GetResult(const IMessage& msg)
+{
+    std::optional<int> nResult = GetNumber(msg, "nResult");
+    if (!nResult)
+        nResult = GetNumber(msg, "nState");
+    WithField<Wirova::boolean>(const_cast<IMessage&>(msg), "bSuccess",
+                               [&](const Wirova::boolean& v) { nResult = v.nByte == 1 ? 0 : 1; });
+    return nResult;
 }
 
 void SetReqID(IMessage& msg, int32 nReqID)

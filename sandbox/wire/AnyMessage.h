@@ -19,6 +19,11 @@ const Wirova::ClassInfo* AnswerOf(const Wirova::ClassInfo& info);
 
 std::optional<Wirova::int32> GetReqID(const Wirova::IMessage& msg);
 void SetReqID(Wirova::IMessage& msg, Wirova::int32 nReqID);  // does nothing for a class without Req ID
+// The field of that name; nothing, or an empty text, for a class without such a field.
+std::optional<Wirova::int32> GetNumber(const Wirova::IMessage& msg, std::string_view strField);
+std::string GetText(const Wirova::IMessage& msg, std::string_view strField);
+// nResult or nState, or 0 for a bSuccess of 1 and 1 for any other; nothing for a class without a result.
+std::optional<int> GetResult(const Wirova::IMessage& msg);
 // Makes an answer a refusal: sets nResult or nState or bSuccess, and strErrorMsg or strMessage, whichever its
 // class has. False if the class has no field for a result.
 bool SetRefused(Wirova::IMessage& msg, int nResult, const std::string& strText);

@@ -43,7 +43,7 @@ void MessageLog::Record(const std::string& strConnector, Direction direction, co
                           msg.GetMsgName(), FieldsToText(msg, kRingLimits), std::move(vecFaults),
                           std::move(vecUsers)});
     if (m_listener)
-        m_listener(m_messages.back());
+        m_listener(m_messages.back(), msg);
 }
 
 std::vector<std::string> MessageLog::UsersOf(const std::string& strConnector, Direction direction,

@@ -51,10 +51,8 @@ public:
         return m_mapCounts;
     }
     // Who gets every message that is recorded from now on. Must not throw.
-    void SetListener(std::function<void(const LoggedMessage& message)> listener)
-    {
-        m_listener = std::move(listener);
-    }
+    using Listener = std::function<void(const LoggedMessage& message, const Wirova::IMessage& msg)>;
+    void SetListener(Listener listener) { m_listener = std::move(listener); }
     std::uint64_t GetCount() const { return m_nCount; }  // of all ever recorded
     void Clear() { m_messages.clear(); }                 // numbers are not given again
 
@@ -70,7 +68,7 @@ private:
     std::uint64_t m_nCount = 0;
     Asked m_asked;
     std::map<std::pair<Wirova::int32, Direction>, std::uint64_t> m_mapCounts;
-    std::function<void(const LoggedMessage& message)> m_listener;
+    Listener m_listener;
     std::deque<LoggedMessage> m_messages;
 };
 

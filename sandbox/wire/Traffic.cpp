@@ -12,7 +12,7 @@ void Traffic::Send(Link& link, Wirova::IMessage& msg)
     std::vector<std::string> vecUsers;
     if (m_faults.AsksForUsers())
         vecUsers = m_log.UsersOf(link.GetName(), Direction::ToConnector, msg);
-    const Mishap mishap = m_faults.Take(msg.GetMsgID(), link.GetName(), vecUsers);
+    const Mishap mishap = TakeFaults(link, msg.GetMsgID(), vecUsers);
     if (mishap.refused)
         SetRefused(msg, mishap.refused->nResult, mishap.refused->strText);
     if (mishap.nReqID)
@@ -30,6 +30,14 @@ void Traffic::Send(Link& link, Wirova::IMessage& msg)
         delivery.hold = {};
     }
     link.Post(std::move(strFrame), delivery);
+}
+
+Mishap Traffic::TakeFaults(const Link& link, Wirova::int32 nMsgID, const std::vector<std::string>& vecUsers)
+{
+    Mishap mishap = m_faults.Take(nMsgID, link.GetName(), vecUsers);
+    if (!mishap.vecNames.empty() && m_listener)
+        m_listener(link.GetName(), nMsgID, mishap);
+    return mishap;
 }
 
 // The users that a body names; the body keeps its bytes. Throws ProtocolError.
@@ -52,9 +60,8 @@ void Traffic::Receive(Link& link, Wirova::Stream* body, const Serve& serve)
     const Wirova::ClassInfo* const pClass = Wirova::FindClass(nMsgID);
     if (pClass == nullptr || !ComesFromConnector(*pClass))
         return serve(body, {});  // faults cannot be ordered for such a message
-    const Mishap mishap =
-        m_faults.Take(nMsgID, link.GetName(),
-                      m_faults.AsksForUsers() ? UsersOf(*pClass, body) : std::vector<std::string>());
+    const Mishap mishap = TakeFaults(
+        link, nMsgID, m_faults.AsksForUsers() ? UsersOf(*pClass, body) : std::vector<std::string>());
     if (mishap.bDrop || mishap.refused) {
         const auto msg = pClass->pfnMake();
         LoadBody(*msg, body);

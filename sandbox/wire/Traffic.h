@@ -24,6 +24,11 @@ public:
     {
     }
 
+    // Who is told of every message that faults befall, before it is recorded. Must not throw.
+    using Listener =
+        std::function<void(const std::string& strConnector, Wirova::int32 nMsgID, const Mishap& mishap)>;
+    void SetListener(Listener listener) { m_listener = std::move(listener); }
+
     // Sends the message, unless a fault drops it. A fault may change msg.
     void Send(Link& link, Wirova::IMessage& msg);
 
@@ -35,6 +40,7 @@ public:
 
 private:
     static std::vector<std::string> UsersOf(const Wirova::ClassInfo& info, Wirova::Stream* body);
+    Mishap TakeFaults(const Link& link, Wirova::int32 nMsgID, const std::vector<std::string>& vecUsers);
     void ServeLater(Link& link, Wirova::Stream* body, const Mishap& mishap, const Serve& serve);
     void Refuse(Link& link, Wirova::IMessage& req, const Mishap::Refused& refused);
 
@@ -42,6 +48,7 @@ private:
     Faults& m_faults;
     Timers& m_timers;
     std::chrono::milliseconds m_answerDelay;
+    Listener m_listener;
     std::size_t m_nHeldBack = 0;  // bytes of delayed bodies
 };
 

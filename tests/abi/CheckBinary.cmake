@@ -1,7 +1,8 @@
-# cmake -DBINARY=... -DOBJDUMP=... -DREADELF=... [-DWINDOWS=1] [-DPROGRAM=1 | -DEXPORTS=...] [-DNEEDED=a,b]
+# cmake -DBINARY=... -DOBJDUMP=... -DREADELF=... [-DWINDOWS=1] [-DPROGRAM=1 | -DEXPORTS=... [-DPACKAGED=1]] [-DNEEDED=a,b]
 #       [-DVERSION=...] [-DHARDENED=1] -P CheckBinary.cmake
-# What leaves the library is the list of the public header and nothing else. What library and sandbox load is the
-# system's, and an old system's suffices. Both say which version they are, and are hardened.
+# What leaves a library is the list of its header and nothing else. What libraries and programs load is the system's,
+# and an old system's suffices. They say which version they are, and are hardened; what is PACKAGED has parts of other
+# packages, which are not made for all of control-flow protection.
 cmake_minimum_required(VERSION 3.25)
 set(newest_glibc 2.34)
 
@@ -95,6 +96,8 @@ elseif(HARDENED)
   expect("${notes}" "Build ID: ")
   if(PROGRAM)
     expect("${dynamic}" "FLAGS_1\\)[^\n]*PIE")
+  endif()
+  if(PROGRAM OR PACKAGED)
     expect("${notes}" "x86 feature: SHSTK")
   else()
     expect("${notes}" "x86 feature: IBT, SHSTK")

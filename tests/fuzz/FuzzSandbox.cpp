@@ -123,7 +123,8 @@ private:
     Timers m_timers{m_context};
     Traffic m_traffic{m_log, m_faults, m_timers, {}};
     GameRequests m_requests{m_traffic, m_timers};
-    Service m_service{m_store, m_registry, m_traffic, m_requests, m_log, m_console, m_clock, true};
+    Courier m_courier{m_store, m_registry, m_traffic, m_requests, m_timers, m_console};
+    Service m_service{m_store, m_registry, m_traffic, m_requests, m_courier, m_log, m_console, m_clock, true};
 };
 
 }  // namespace

@@ -114,6 +114,21 @@ def check_text(browser, url, game):
     assert browser.run("document.querySelectorAll('img').length + document.title") == "0velkar-sandbox"
 
 
+def check_coverage(browser, url):
+    """What a game server has met moves from missing to met while the tab is open, and the rest says what to do."""
+    browser.open(url, 1280, "light")
+    browser.run("location.hash = '#coverage'")
+    browser.wait_for("#coverage-groups", "pfnNotifyStorageInfo: items have arrived")
+    browser.wait_for("#coverage-groups", "trigger storage-info user=USER itemCnt=1")
+    browser.run("document.querySelector('#coverage-groups details:nth-child(2) summary').click()")
+    browser.run("document.querySelector('#coverage-groups details:nth-child(4) summary').focus()")
+    post(url + "/trigger/storage-info", {"user": "alice", "itemCnt": 1})
+    browser.wait("!document.querySelector('#coverage-groups').innerText.includes('pfnNotifyStorageInfo')")
+    assert browser.run("document.querySelector('#coverage-groups details:nth-child(2)').open")
+    assert browser.run("document.activeElement.innerText.startsWith('Callbacks')")
+    assert browser.run("document.documentElement.scrollWidth <= innerWidth")
+
+
 def check_load(browser, game):
     """1,000 messages a second for five seconds: a click is dealt with within half a second."""
     def send():
@@ -138,7 +153,7 @@ def check_load(browser, game):
 def take_pictures(browser, url, folder):
     post(url + "/fault", {"class": "*", "kind": "delay", "ms": 200, "count": 0, "probability": 0.1, "user": "bob"})
     for view, width, scheme in [("overview", 1280, "light"), ("actions", 1280, "dark"), ("orders", 400, "light"),
-                                ("messages", 400, "dark")]:
+                                ("messages", 400, "dark"), ("coverage", 1280, "dark")]:
         browser.open(url + "/#overview", width, scheme)
         browser.run(f"location.hash = '#{view}'")
         browser.wait("document.querySelector('#rows li')")
@@ -163,6 +178,7 @@ with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as place:
         if len(sys.argv) > 2:
             take_pictures(browser, url, sys.argv[2])
         check_text(browser, url, game)
+        check_coverage(browser, url)
         check_load(browser, game)
     finally:
         for process in [sandbox] + ([browser.process] if browser else []):

@@ -46,6 +46,51 @@ TEST_F(ChangeTest, UsersComeChangeAndGo)
     EXPECT_EQ(m_client.Box("zoe"), 2u);
 }
 
+TEST_F(ChangeTest, ShopsAndBranchesComeChangeAndGo)
+{
+    EXPECT_EQ(m_client.Buy("alice", "POTION"), "0,10");
+    const auto before = m_sandbox.Get("/shop").json;
+    const auto menu = [&] {
+        std::string strMenu;
+        const auto answer = m_client.Ask<XS2C_QueryMenuListAns>("QueryMenuList");
+        for (const XMenuContents* pBranch : answer->vecMenu)
+            strMenu += pBranch->strBranchName + ' ' + std::to_string(pBranch->nBranchDepth) + ' ';
+        return strMenu;
+    };
+    const std::string strMenu = menu();
+    Do(R"(POST /menu {"branchId": "HATS", "branchName": "Hats", "superBranchId": "GEAR", "sortOrder": 9})");
+    Do(R"(PATCH /products {"productId": "POTION", "branchId": "HATS"})");
+    EXPECT_TRUE(Contains(menu(), "Hats 2"));
+    const auto list =
+        m_client.Ask<XS2C_QueryProductListAns>("QueryProductList strBranchID=HATS nRow=9 nPage=1");
+    EXPECT_EQ(list->nListValue1, 1);
+    Do(R"(PATCH /menu {"branchId": "HATS", "branchName": "Caps"})");
+    EXPECT_TRUE(Contains(menu(), "Caps 2"));
+    const std::pair<const char*, int> kWrong[] = {
+        {R"(POST /menu {"branchId": "HATS"})", 409},
+        {R"(PATCH /menu {"branchId": "NONE", "branchName": "x"})", 404},
+        {R"(PATCH /menu {"branchId": "GEAR", "superBranchId": "HATS"})", 400},
+        {"DELETE /menu?branchId=HATS", 409},
+        {"DELETE /menu?branchId=NONE", 404},
+        {R"(POST /shop {"gameId": "DEMOGAME"})", 409},
+        {R"(POST /shop {"gameId": "G2", "products": [{"productId": "X"}]})", 400},
+        {"DELETE /shop?gameId=G2", 404},
+    };
+    for (const auto& [pszRequest, nStatus] : kWrong)
+        EXPECT_EQ(Send(pszRequest).nStatus, nStatus) << pszRequest;
+    Do(R"(PATCH /products {"productId": "POTION", "branchId": "SUPPLIES"})");
+    Do("DELETE /menu?branchId=HATS");
+    EXPECT_EQ(menu(), strMenu);
+    EXPECT_EQ(m_sandbox.Get("/shop").json, before) << "what has been sold included";
+
+    Do(R"(POST /shop {"gameId": "G2", "menu": [{"branchId": "ALL", "branchName": "All"}], "products": [{"productId": "X",
+        "productName": "Ex", "branchId": "ALL", "price": 3, "children": [{"childProductId": "I"}]}]})");
+    EXPECT_EQ(m_client.Buy("alice", "X", "strGameID=G2"), "0,3");
+    Do("DELETE /shop?gameId=G2");
+    EXPECT_EQ(m_client.Buy("alice", "X", "strGameID=G2"), "20,0");
+    EXPECT_EQ(m_sandbox.Get("/orders?user=alice").json["orders"].size(), 2u);
+}
+
 TEST_F(ChangeTest, AStoppedTermIsOverForGameAndService)
 {
     m_client.CheckIn("carol");

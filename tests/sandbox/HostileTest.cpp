@@ -74,6 +74,19 @@ TEST_F(HostileTest, OddButWholeFramesDoNot)
     EXPECT_EQ(client.Receive<XS2C_CheckInAns>()->strUserID, rough.strUserID) << "echoed byte for byte";
     EXPECT_FALSE(Contains(m_sandbox.Lines(), "\x1b")) << "no control characters to the terminal";
 
+    // Whatever a database takes for a text: NUL, characters too long, halved, halves of pairs, private, none.
+    XC2S_PurchaseProductReq gift;
+    static_cast<Wirova::IMessage&>(gift).Clear();
+    Assign(gift, std::string_view(
+                     "strGameID=DEMOGAME strUserID=alice strProductID=POTION strRecvUserID=erin nCount=1"
+                     " nLevel=30"));
+    gift.strGiftMessage =
+        std::string("\xC3\xA4\0\xC0\xAF\xED\xA0\x80\xF4\x8F\xBC\x80\xF4\x8F\xBF\xBF\xF4\x90\xFF\xE2\x82", 22);
+    client.Send(gift);
+    EXPECT_EQ(client.Receive<XS2C_PurchaseProductAns>()->nState, 0);
+    const auto box = client.Ask<XS2C_SearchStorageAns>("SearchStorage strUserID=erin");
+    EXPECT_EQ(box->vecStorage[0]->strGiftMessage, gift.strGiftMessage);
+
     client.Send(XS2C_CheckInAns());  // the wrong way round
     EXPECT_TRUE(m_sandbox.Shows("XS2C_CheckInAns is not served here"));
 }

@@ -98,11 +98,80 @@ TEST_F(ProgramTest, CommandsAskARunningSandbox)
     Run("trigger billing-event user=nobody eventCode=1" + strPort);
     EXPECT_EQ(End(0), 1);
     EXPECT_TRUE(Says("There is no user 'nobody'."));
+    Run("coverage --group callbacks" + strPort);
+    EXPECT_EQ(End(0), 1);
+    EXPECT_TRUE(Says("callbacks   1 of 15\n"));
+    EXPECT_TRUE(Says("missing  pfnBillingEvent: event 2"));
+    EXPECT_FALSE(Says("missing  pfnBillingEvent: event 1"));
+    Run("coverage --group none" + strPort);
+    EXPECT_EQ(End(0), 2);
     Run("follow --user bob" + strPort);
     for (int i = 0; i < 4000 && !Says("game/s/w <- XC2S_CheckInReq {"); ++i, usleep(5000))
         client.CheckIn(i % 2 == 0 ? "bob" : "alice");
     EXPECT_TRUE(Says("game/s/w <- XC2S_CheckInReq {"));
     EXPECT_FALSE(Says("alice"));
+}
+
+// The same run again; with a difference; and files that are none.
+TEST_F(ProgramTest, RecordedRunsAreReplayed)
+{
+    const std::string strFile = m_dir / "run.jsonl";
+    const auto play = [](unsigned short nPort, const std::string& strItem,
+                         const std::function<void()>& order) {
+        Client client(nPort, "game");
+        const std::string strSeqNo = client.CheckIn("alice")->strSeqNo;
+        order();
+        client.Receive<XS2C_BillingEventNotice>();
+        client.Send(*MakeRequest(Purchase("alice", strItem)));  // the answer is dropped
+        client.Heartbeat();
+        EXPECT_TRUE(client.CheckOut("alice", strSeqNo));
+    };
+    Run("--port 0 --http-port 0 --port-file " + (m_dir / "port") + " --http-port-file " +
+        (m_dir / "http-port") + " --record " + strFile);
+    const unsigned short nHttpPort = Port("http-port");
+    play(Port(), "POTION", [&] {
+        Http(nHttpPort, "POST", "/fault", R"({"class": "XS2C_PurchaseProductAns", "kind": "drop"})");
+        Http(nHttpPort, "POST", "/fault", R"({"class": "XS2C_PurchaseProductAns", "kind": "duplicate"})");
+        Http(nHttpPort, "DELETE", "/fault?id=2");
+        Http(nHttpPort, "POST", "/trigger/billing-event", R"({"user": "alice", "eventCode": 1})");
+    });
+    EXPECT_EQ(End(SIGKILL), -SIGKILL);
+    const std::string strRecord = ReadFile(strFile);
+    const auto replay = [&](const std::string& strArgs) {
+        WriteFile(m_dir / "output", "");
+        Run("replay --port 0 --patience 1 " + strArgs + ' ' + strFile);
+        for (int i = 0; i < 4000 && !Says(" port "); ++i)
+            usleep(5000);
+        const std::string strOutput = ReadFile(m_dir / "output");
+        return static_cast<unsigned short>(std::stoi(strOutput.substr(strOutput.find(" port ") + 6)));
+    };
+    WriteFile(strFile, strRecord + "{\"ms\": 5");
+    play(replay(""), "POTION", [] {});
+    EXPECT_EQ(End(0), 0) << ReadFile(m_dir / "output");
+    EXPECT_TRUE(Says("ends within a line"));
+    play(replay("--ignore nCount"), "SWORD", [] {});
+    EXPECT_EQ(End(0), 1);
+    EXPECT_TRUE(Says("strProductID is \"SWORD\" and not \"POTION\""));
+    Client(replay(""), "game").CheckIn("bob");
+    EXPECT_EQ(End(0), 1);
+    EXPECT_TRUE(Says("strUserID is \"bob\" and not \"alice\""));
+    EXPECT_TRUE(Says("never came"));
+    const std::size_t nSecond = strRecord.find('\n') + 1;
+    const std::pair<std::string, const char*> kWrong[] = {
+        {"", "The file is empty."},
+        {"{}\n", "line 1: is not the beginning of a recording"},
+        {strRecord.substr(nSecond), "line 1: "},
+        {strRecord.substr(0, nSecond) + std::string(100'000, '[') + '\n', "line 2: is no JSON object"},
+        {strRecord.substr(0, nSecond) + "{\"ms\": 1, \"link\": \"a\", \"in\": 7}\n", "line 2: 'in': "},
+        {strRecord.substr(0, nSecond) + "{\"ms\": 1, \"number\": 1, \"request\": \"POST /a b\"}\n",
+         "line 2: 'request': "},
+    };
+    for (const auto& [strText, pszError] : kWrong) {
+        WriteFile(strFile, strText);
+        Run("replay --port 0 " + strFile);
+        EXPECT_EQ(End(0), 2);
+        EXPECT_TRUE(Says(pszError));
+    }
 }
 
 // However it ends, each order has its entries and its price has been taken once.
@@ -166,6 +235,8 @@ TEST_F(ProgramTest, SaysWhyItDoesNotStart)
         {"--no-http --port " + std::to_string(other.Port()), 1, "Address already in use"},
         {"--port 0 --http-port " + std::to_string(other.HttpPort()), 1, "Cannot listen for HTTP"},
         {"--no-http --seed missing.json", 1, "missing.json"},
+        {"--no-http --port 0 --db postgresql://me:secret@/x?host=/nowhere", 1,
+         "The database in PostgreSQL cannot be used: connection"},
         {"--no-http --port 0 --port-file " + (m_dir / "no/such/port"), 1, "no/such/port"},
     };
     for (const auto& [strArgs, nCode, pszText] : kCases) {

@@ -80,6 +80,6 @@ TEST_F(Registration, UsersOfAConnectorThatStaysAwayAreDroppedInTheEnd)
     EXPECT_EQ(elsewhere->nResult, 3);
     EXPECT_TRUE(Contains(elsewhere->strErrorMsg, "gone/s/w"));
     EXPECT_FALSE(other.CheckOut("alice")) << "another's user";
-    sandbox.Advance(1);
+    sandbox.Advance(1'000);
     EXPECT_EQ(other.CheckIn("alice")->nResult, 0);
 }

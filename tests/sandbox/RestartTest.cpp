@@ -1,4 +1,4 @@
-// What a database file keeps.
+// What a database keeps.
 #include "sandbox/store/Sqlite.h"
 #include "tests/sandbox/SandboxFixture.h"
 
@@ -26,7 +26,7 @@ protected:
         }
     }
     TempDir m_dir;
-    std::string m_strDb = m_dir / "sandbox.db";
+    std::string m_strDb = m_dir.NewDb();
 };
 
 }  // namespace
@@ -63,7 +63,7 @@ TEST_F(RestartTest, ConnectorsThatDoNotComeBackAreForgotten)
     RunningSandbox sandbox({.strDb = m_strDb});
     sandbox.Advance(300'000);
     EXPECT_EQ(sandbox.Sessions(), "alice on g/s/w");
-    sandbox.Advance(1);
+    sandbox.Advance(1'000);
     EXPECT_TRUE(sandbox.Server().Invoke([&] { return sandbox.Server().GetStore().GetConnectors().empty(); }));
     EXPECT_EQ(Client(sandbox.Port(), "other").CheckIn("alice")->nResult, 0);
 }
@@ -73,7 +73,7 @@ TEST_F(RestartTest, OlderFilesGetAShop)
 {
     Started(m_strDb).client.CheckIn("alice");
     {
-        Sandbox::Database db(m_strDb);
+        Sandbox::SqliteDatabase db(m_strDb);
         for (const std::string strTable :
              {"game", "menu", "branch_in", "product", "child", "condition", "option", "discount",
               "product_tag", "tag", "group", "group_product", "order", "sold"})
@@ -91,7 +91,7 @@ TEST_F(RestartTest, OlderFilesKeepWhatWasSold)
 {
     EXPECT_EQ(Started(m_strDb).client.Buy("alice", "SWORD"), "0,1100");
     {
-        Sandbox::Database db(m_strDb);
+        Sandbox::SqliteDatabase db(m_strDb);
         db.Execute(
             "DROP TRIGGER shop_order_added; DROP TRIGGER shop_order_removed; DROP TABLE shop_sold;"
             "PRAGMA user_version = 2");
@@ -107,10 +107,10 @@ TEST_F(RestartTest, FilesThatCannotServeAreRefusedAndLeftAlone)
     const std::string strText = "Dear diary, this is not a database but quite long enough to be looked at.";
     const std::string strDiary = WriteFile(m_dir / "diary.txt", strText), strOther = m_dir / "other.db",
                       strNewer = m_dir / "newer.db", strNowhere = m_dir / "no/such/directory.db";
-    Sandbox::Database(strOther).Execute("CREATE TABLE diary (text)");
+    Sandbox::SqliteDatabase(strOther).Execute("CREATE TABLE diary (text)");
     const std::string strBefore = ReadFile(strOther);
     EXPECT_EQ(StartErrorOn(strNewer), "");
-    Sandbox::Database(strNewer).Execute("PRAGMA user_version = 99");
+    Sandbox::SqliteDatabase(strNewer).Execute("PRAGMA user_version = 99");
     EXPECT_EQ(StartErrorOn(m_strDb), "");
     const RunningSandbox sandbox({.strDb = m_strDb, .strSeed = "none"});
     const std::pair<std::string, std::string> kCases[] = {{strDiary, strDiary},

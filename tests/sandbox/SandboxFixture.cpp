@@ -1,17 +1,104 @@
 #include "tests/sandbox/SandboxFixture.h"
 
+#include <fcntl.h>
 #include <httplib.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <map>
 
+#include "sandbox/store/Postgres.h"
 #include "sandbox/wire/AnyMessage.h"
 #include "sandbox/wire/Frames.h"
 #include "wirova/BigEndian.h"
 
 namespace SandboxTest {
+// ---- PostgreSQL ----
+
+namespace {
+
+// The script that runs the server, which ends when this process does.
+struct PostgresServer {
+    PostgresServer()
+    {
+        int in[2], out[2];
+        if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipes");
+        pid = fork();
+        if (pid == 0) {
+            dup2(in[0], 0);
+            dup2(out[1], 1);
+            _exit(execl(VELKAR_SOURCE_DIR "/tests/support/postgres", "postgres", nullptr));
+        }
+        close(in[0]);
+        close(out[1]);
+        nStdin = in[1];
+        for (char c; read(out[0], &c, 1) == 1 && c != '\n';)
+            strUrl += c;
+        close(out[0]);
+    }
+    ~PostgresServer()
+    {
+        close(nStdin);
+        waitpid(pid, nullptr, 0);
+    }
+    pid_t pid = -1;
+    int nStdin = -1;
+    std::string strUrl;
+};
+
+PostgresServer& Postgres()
+{
+    static PostgresServer server;
+    if (server.strUrl.empty())
+        throw std::runtime_error("PostgreSQL cannot be started");
+    return server;
+}
+
+// Waits until the server can be used, or cannot.
+void WaitForPostgres(bool bThere)
+{
+    for (int i = 0; i < 4000; ++i, usleep(5000)) {
+        try {
+            Sandbox::OpenPostgres(Postgres().strUrl);
+            if (bThere)
+                return;
+        } catch (const Sandbox::StoreError&) {
+            if (!bThere)
+                return;
+        }
+    }
+    throw std::runtime_error("PostgreSQL does not do what it should");
+}
+
+}  // namespace
+
+bool IsOnPostgres() { return std::getenv("VELKAR_TEST_DB") != nullptr; }
+
+std::string NewPostgres()
+{
+    static int s_nLast = 0;
+    const std::string strSchema = "test" + std::to_string(++s_nLast);
+    Sandbox::OpenPostgres(Postgres().strUrl)->Execute("CREATE SCHEMA " + strSchema);
+    return Postgres().strUrl + "&options=-csearch_path%3D" + strSchema;
+}
+
+void StopPostgres()
+{
+    kill(Postgres().pid, SIGUSR1);
+    WaitForPostgres(false);
+}
+
+void StartPostgres()
+{
+    kill(Postgres().pid, SIGUSR2);
+    WaitForPostgres(true);
+}
+
 // ---- the sandbox ----
 
 RunningSandbox::RunningSandbox(Sandbox::Options options)
@@ -21,6 +108,8 @@ RunningSandbox::RunningSandbox(Sandbox::Options options)
       })
 {
     options.nPort = options.nHttpPort = 0;
+    if (options.strDb.empty() && IsOnPostgres())
+        options.strDb = NewPostgres();
     m_pServer = std::make_unique<Sandbox::Server>(options, m_clock, m_console);
     m_thread = std::thread([this] { m_pServer->Run(); });
 }

@@ -51,6 +51,14 @@ struct HttpAnswer {
 HttpAnswer Http(unsigned short nPort, const std::string& strMethod, const std::string& strPath,
                 const std::string& strBody = "", const std::string& strHeader = "");
 
+bool IsOnPostgres();  // whether the tests of this run are about PostgreSQL: the environment has
+                      // VELKAR_TEST_DB
+// The URL of an empty database in a PostgreSQL server that belongs to this program and ends with it. The
+// server is started when the first one asks.
+std::string NewPostgres();
+void StopPostgres();  // at once, as a power cut would; who is connected loses the connection
+void StartPostgres();
+
 ::testing::AssertionResult Contains(const std::string& strAll, const std::string& strPart);
 
 // What somebody posts by mistake, and a part of the text that says so.
@@ -60,6 +68,7 @@ struct Mistake {
     const char* pszError;
 };
 
+// Without a database of the test's own it is SQLite in memory, or PostgreSQL if IsOnPostgres.
 class RunningSandbox {
 public:
     explicit RunningSandbox(Sandbox::Options options = {});
@@ -203,6 +212,7 @@ protected:
 
 struct TempDir : Support::TempDirectory {
     std::string operator/(const std::string& strName) const { return (Path() / strName).string(); }
+    std::string NewDb() const { return IsOnPostgres() ? NewPostgres() : *this / "sandbox.db"; }
 };
 
 }  // namespace SandboxTest
