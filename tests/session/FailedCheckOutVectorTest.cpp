@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "session/UserKey.h"
 #include "tests/session/Users.h"
 
 namespace {
@@ -35,7 +36,7 @@ TEST(FailedCheckOutVector, ADeliveryTakesOnlyWhatItHasListed)
     List next;
     ASSERT_TRUE(failed.GetFailedCheckOutList(next));
     ASSERT_EQ(next.size(), 1u);
-    EXPECT_EQ(next[0]->strUserID, "late");
+    EXPECT_EQ(TakeUserKey(*next[0]), "late");
     failed.ClearFailedUsers();
     failed.AddFailedUser(User("abc", "10.0.0.1"));  // delivered and gone, so it counts as new
     EXPECT_EQ(failed.GetCount(), 1u);
@@ -57,7 +58,7 @@ TEST(FailedCheckOutVector, WhatALinkHasAcceptedMayYetBeLost)
     List list;
     ASSERT_TRUE(failed.GetFailedCheckOutList(list));
     ASSERT_EQ(list.size(), 2u);
-    EXPECT_EQ(list[0]->strUserID + list[1]->strUserID, "expiredother");
+    EXPECT_EQ(TakeUserKey(*list[0]) + TakeUserKey(*list[1]), "expiredother");
     failed.ClearFailedUsers();
     EXPECT_EQ(failed.GetSentCount(), 2u);
     for (const bool bAllLeft : {false, true, false})

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "session/UserKey.h"
 #include "tests/session/Users.h"
 
 namespace {
@@ -27,7 +28,7 @@ TEST(UserInfoMap, ListsUsersInTheOrderOfTheirKeys)
     ASSERT_TRUE(users.GetUserCheckOutList(list));
     std::string strOrder;
     for (const auto* pRecord : list)
-        strOrder += pRecord->strUserID + " ";
+        strOrder += TakeUserKey(*pRecord) + " ";
     EXPECT_EQ(strOrder, "B a b \xC3\xA4 ");
 }
 
