@@ -52,11 +52,30 @@ void Control::Dispatch(const HttpRequest& request, const Respond& respond)
                                           route.arguments);
         if (request.strMethod != "GET")
             m_.console.Note("HTTP: " + request.strMethod + ' ' + Printable(request.strPath));
+        if (given.value(kEverywhere, false))
+            return RunEverywhere(route, given, respond);
         return route.run(*this, given, respond);
     }
     throw bKnown
         ? HttpError(405, Printable(request.strMethod) + " is not possible here.")
         : HttpError(404, "There is no " + Printable(request.strPath) + "; GET /routes lists what there is.");
+}
+
+void Control::RunEverywhere(const Route& route, Json given, const Respond& respond)
+{
+    if (given.contains("id"))
+        throw HttpError(400, "An id belongs to one sandbox; everywhere all of them go.");
+    HttpReply reply;
+    route.run(*this, given, [&](HttpReply done) { reply = std::move(done); });
+    given.erase(kEverywhere);
+    try {
+        m_.courier.TellOthers({.nKind = Letter::Order,
+                               .strText = route.strMethod + ' ' + route.strPath,
+                               .strBody = given.dump()});
+    } catch (const StoreError& e) {
+        throw HttpError(500, std::string("Done at this sandbox alone, the database has failed: ") + e.what());
+    }
+    respond(std::move(reply));
 }
 
 User Control::RequireUser(const std::string& strUser)
@@ -83,7 +102,7 @@ void Control::Reset(const Json&, const Respond& respond)
     m_.store.HoldAll();
     m_.store.RemoveAllSessions();
     Restore(m_.store, m_.seed, m_.clock.Now());
-    m_.courier.TellOthers(Letter::Reset, 0);
+    m_.courier.TellOthers({.nKind = Letter::Reset});
     transaction.Commit();
     ForgetOrders();
     respond(JsonReply(200, {{"users", m_.seed.listUsers.size()}}));
@@ -105,6 +124,22 @@ void Control::OnLetter(const Letter& letter)
         ForgetOrders();
     } else if (letter.nKind == Letter::Clock) {
         m_.clock.Advance(std::max<std::int64_t>(letter.nValue - m_.clock.GetAhead(), 0));
+    } else if (letter.nKind == Letter::Order) {
+        Obey(letter);
+    }
+}
+
+void Control::Obey(const Letter& letter)
+{
+    const std::string strWhat = "Order of another sandbox: " + Printable(letter.strText);
+    try {
+        for (const Route& route : GetRoutes()) {
+            if (route.strMethod + ' ' + route.strPath == letter.strText)
+                route.run(*this, Json::parse(letter.strBody), [](const HttpReply&) {});
+        }
+        m_.console.Note(strWhat);
+    } catch (const std::exception& e) {
+        m_.console.Say(strWhat + " is not possible here: " + e.what());
     }
 }
 

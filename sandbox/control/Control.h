@@ -61,6 +61,10 @@ private:
         Run run;
         bool IsAskedByQuery() const { return strMethod == "GET" || strMethod == "DELETE"; }
     };
+    // The argument of routes that can be run at every sandbox of a studio.
+    static constexpr char kEverywhere[] = "everywhere";
+    static Argument Everywhere();
+
     static const std::vector<Route>& GetRoutes();
     static std::vector<Route> RoutesToLook();
     static std::vector<Route> RoutesToChangeUsers();
@@ -69,6 +73,8 @@ private:
 
     // Finds the route and runs it. Throws HttpError if there is none, and JsonError.
     void Dispatch(const HttpRequest& request, const Respond& respond);
+    // For a route that responds before it returns.
+    void RunEverywhere(const Route& route, Json given, const Respond& respond);
 
     void Routes(const Json& given, const Respond& respond);
     void OpenApi(const Json& given, const Respond& respond);
@@ -118,6 +124,7 @@ private:
 
     void ForgetOrders();
     void OnLetter(const Letter& letter);
+    void Obey(const Letter& letter);
 
     // Those named Require throw HttpError 404 for what is not there.
     User RequireUser(const std::string& strUser);

@@ -180,7 +180,7 @@ void Control::AdvanceClock(const Json& given, const Respond& respond)
     }
     if (Studio* const pStudio = m_.store.GetStudio()) {
         pStudio->SetAhead(m_.clock.GetAhead());
-        m_.courier.TellOthers(Letter::Clock, m_.clock.GetAhead());
+        m_.courier.TellOthers({.nKind = Letter::Clock, .nValue = m_.clock.GetAhead()});
     }
     ShowClock(given, respond);
 }

@@ -167,23 +167,29 @@ std::vector<Control::Route> Control::RoutesToChangeGoods()
     };
 }
 
+Argument Control::Everywhere()
+{
+    return Argument::Flag(kEverywhere, "at every sandbox of the studio, each with a count of its own");
+}
+
 std::vector<Control::Route> Control::RoutesToProvoke()
 {
     std::vector<Route> vecRoutes = {
         {"GET", "/fault", "The faults that are waiting to happen", {}, &Control::ListFaults},
-        {"POST", "/fault", "Order a fault for messages", Faults::Describe(), &Control::AddFault},
+        {"POST", "/fault", "Order a fault for messages", Faults::Describe() + Arguments{Everywhere()},
+         &Control::AddFault},
         {"DELETE",
          "/fault",
          "Remove one fault or all",
-         {Argument::Number("id", 1, INT_MAX, "of the fault; all, unless given")},
+         {Argument::Number("id", 1, INT_MAX, "of the fault; all, unless given"), Everywhere()},
          &Control::RemoveFaults},
         {"GET", "/outage", "The outages that go on", {}, &Control::ListOutages},
-        {"POST", "/outage", "Begin an outage of links or connections", Outages::Describe(),
-         &Control::AddOutage},
+        {"POST", "/outage", "Begin an outage of links or connections",
+         Outages::Describe() + Arguments{Everywhere()}, &Control::AddOutage},
         {"DELETE",
          "/outage",
          "End one outage or all",
-         {Argument::Number("id", 1, INT_MAX, "of the outage; all, unless given")},
+         {Argument::Number("id", 1, INT_MAX, "of the outage; all, unless given"), Everywhere()},
          &Control::RemoveOutages},
     };
     for (const Triggers::Trigger& trigger : Triggers::GetAll()) {

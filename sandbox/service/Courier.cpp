@@ -81,10 +81,10 @@ void Courier::Ask(std::int64_t nConnector, Wirova::IMessage& msg, std::chrono::m
     m_mapWaiting.emplace(nNumber, Waiting{std::move(heard), nTimer});
 }
 
-void Courier::TellOthers(Letter::Kind kind, std::int64_t nValue)
+void Courier::TellOthers(const Letter& letter)
 {
     if (Studio* const pStudio = m_store.GetStudio())
-        pStudio->PostToOthers({.nKind = kind, .nValue = nValue});
+        pStudio->PostToOthers(letter);
 }
 
 void Courier::TakeLetters()

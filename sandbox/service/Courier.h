@@ -41,9 +41,9 @@ public:
 
     // Does what the letters of other sandboxes ask for. Throws StoreError.
     void TakeLetters();
-    // Takes the letters that are about the sandbox as a whole: Letter::Reset and Letter::Clock.
+    // Takes the letters that are about the sandbox as a whole: Letter::Reset, Clock and Order.
     void SetListener(std::function<void(const Letter& letter)> listener) { m_listener = std::move(listener); }
-    void TellOthers(Letter::Kind kind, std::int64_t nValue);  // does nothing without a studio
+    void TellOthers(const Letter& letter);  // does nothing without a studio; throws StoreError
 
 private:
     struct Waiting {

@@ -21,6 +21,7 @@ struct Letter {
         Replaced,     // the connector has a new link elsewhere
         Reset,        // faults, outages and messages go
         Clock,        // nValue: seconds by which the clock of the rules is ahead
+        Order,        // do the HTTP request in the text, "POST /fault", with the arguments in the body
     };
     std::int64_t nTo = 0;  // numbers of sandboxes
     std::int64_t nFrom = 0;
@@ -29,7 +30,7 @@ struct Letter {
     std::int64_t nConnector = 0;
     std::int64_t nValue = 0;
     std::string strText{};
-    std::string strBody{};  // a message as it goes over the wire
+    std::string strBody{};  // a message as it goes over the wire; of an order, JSON
 };
 
 class Studio {

@@ -142,6 +142,34 @@ TEST_F(StudioTest, WhatIsSentFindsTheConnectorWhereItIsLinked)
                                                      "The connector gone/s/w has no link."}});
 }
 
+TEST_F(StudioTest, FaultsAndOutagesCanBeOrderedForAll)
+{
+    const auto shows = [&](const char* pszRoute, std::size_t nCount) {
+        std::size_t nSeen = nCount + 1;
+        for (int i = 0; i < 4000 && nSeen != nCount; ++i, usleep(5000))
+            nSeen = m_there.Get(std::string("/") + pszRoute).json[pszRoute + std::string("s")].size();
+        return nSeen == nCount;
+    };
+    const char kRefuse[] =
+        R"({"class": "XS2C_CheckInAns", "kind": "refuse", "code": 7, "user": "erin", "everywhere": true})";
+    EXPECT_EQ(m_here.Post("/fault", kRefuse).nStatus, 200);
+    EXPECT_TRUE(shows("fault", 1));
+    EXPECT_EQ(m_far.CheckIn("erin")->nResult, 7);
+    EXPECT_TRUE(shows("fault", 0)) << "used up there";
+    EXPECT_EQ(m_here.Get("/fault").json["faults"].size(), 1u) << "and not here";
+    EXPECT_EQ(m_far.CheckIn("dave")->nResult, 0);
+
+    EXPECT_EQ(m_there.Post("/fault", R"({"class": "XS2C_ChargeAns", "kind": "drop"})").nStatus, 200);
+    EXPECT_EQ(Http(m_here.HttpPort(), "DELETE", "/fault?id=1&everywhere=true").nStatus, 400);
+    EXPECT_EQ(Http(m_here.HttpPort(), "DELETE", "/fault?everywhere=true").nStatus, 200);
+    EXPECT_TRUE(shows("fault", 0));
+
+    EXPECT_EQ(m_here.Post("/outage", R"({"kind": "cut", "everywhere": true})").nStatus, 200);
+    m_far.ReadUntilClosed();
+    m_here.ExpectRefused(
+        "/outage", {{R"({"kind": "cut", "bytesPerSecond": 1, "everywhere": true})", 400, "bytesPerSecond"}});
+}
+
 TEST_F(StudioTest, AConnectorMayComeBackElsewhere)
 {
     const std::string strErin = m_far.CheckIn("erin")->strSeqNo;
