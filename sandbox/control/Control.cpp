@@ -73,7 +73,8 @@ void Control::RunEverywhere(const Route& route, Json given, const Respond& respo
                                .strText = route.strMethod + ' ' + route.strPath,
                                .strBody = given.dump()});
     } catch (const StoreError& e) {
-        throw HttpError(500, std::string("Done at this sandbox alone, the database has failed: ") + e.what());
+        throw HttpError(
+            500, std::string("Done here, perhaps not elsewhere; the database has failed: ") + e.what());
     }
     respond(std::move(reply));
 }
